@@ -1,0 +1,14 @@
+# velm_import_library(NAME): an import library for NAME.dll from NAME.def, as the target NAME.
+function(velm_import_library name)
+  set(def ${CMAKE_CURRENT_SOURCE_DIR}/${name}.def)
+  set(lib ${CMAKE_CURRENT_BINARY_DIR}/lib${name}.dll.a)
+  add_custom_command(
+    OUTPUT ${lib}
+    COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --input-def ${def} --output-lib ${lib}
+    DEPENDS ${def} VERBATIM)
+  add_custom_target(${name}_import DEPENDS ${lib})
+  add_library(${name} INTERFACE)
+  add_dependencies(${name} ${name}_import)
+  target_link_libraries(${name} INTERFACE ${lib})
+  target_include_directories(${name} INTERFACE ${CMAKE_SOURCE_DIR})
+endfunction()

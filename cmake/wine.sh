@@ -1,0 +1,39 @@
+# Wine with a prefix of the project's own, under build/.
+
+export WINEPREFIX=$root/build/wine
+export WINEDEBUG=${WINEDEBUG:--all}
+export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
+
+wine_program() {
+  local candidate
+  for candidate in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)"; do
+    if [ -x "$candidate" ]; then echo "$candidate"; return; fi
+  done
+  fail "no wine"
+}
+
+wine_server() {
+  local candidate
+  for candidate in /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver; do
+    if [ -x "$candidate" ]; then echo "$candidate"; return; fi
+  done
+  command -v wineserver
+}
+
+# The null graphics driver lets windows exist, unseen, where there is no display.
+prepare_wine() {
+  if [ ! -f "$WINEPREFIX/.ready" ]; then
+    echo "making the Wine prefix"
+    mkdir -p "$WINEPREFIX"
+    "$(wine_program)" wineboot -i >/dev/null 2>&1
+    "$(wine_program)" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+    "$(wine_server)" -w
+    touch "$WINEPREFIX/.ready"
+  fi
+  # One server for the whole run; it ends by itself a while after the last program.
+  "$(wine_server)" -p60 2>/dev/null || true
+}
+
+stop_wine() {
+  [ ! -d "$WINEPREFIX" ] || "$(wine_server)" -k 2>/dev/null || true
+}

@@ -1,0 +1,169 @@
+// The one way to the local service: a POST whose whole answer is returned into the caller's buffer.
+#pragma once
+
+#include <windows.h>
+#include <winhttp.h>
+
+#include <array>
+#include <clocale>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "basekit/basic/http_url.h"
+#include "basekit/basic/log.h"
+
+namespace velm::xhttp {
+
+enum Result : int32_t { kDone = 0, kFailed = -1, kTimedOut = -10, kCannotConnect = -57 };
+
+constexpr int kTimeoutMilliseconds = 10'000;
+constexpr DWORD kChunkBytes = 1'048'576;
+
+inline constinit log::Unit log_unit{R"(..\..\src\core\guomi\sof\inc\basekit\basic\http.h)"};
+
+// The handles of one exchange, closed in the order in which they were opened.
+struct Handles {
+  HINTERNET session = nullptr;
+  HINTERNET connection = nullptr;
+  HINTERNET request = nullptr;
+
+  Handles() = default;
+  Handles(const Handles&) = delete;
+  Handles& operator=(const Handles&) = delete;
+  ~Handles() {
+    for (HINTERNET handle : {session, connection, request}) {
+      if (handle) WinHttpCloseHandle(handle);
+    }
+  }
+};
+
+inline int32_t failed(int line, const char* function) {
+  log::write(log_unit, log::kError, line, "xhttp_request_w->%s %u\n", function,
+             static_cast<unsigned>(GetLastError()));
+  return kFailed;
+}
+
+inline std::wstring header_text(const wchar_t* content_type, const wchar_t* charset) {
+  std::wstring text;
+  if (content_type) text += std::wstring(L"Content-Type:") + content_type + L";";
+  if (charset) text += std::wstring(L"charset=") + charset + L";";
+  return text;
+}
+
+// Appends the body to `response` as far as its capacity goes; what lies beyond is read and counted. An error ends the
+// body. Returns the bytes received.
+inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) {
+  uint64_t total = 0;
+  DWORD chunk_size = kChunkBytes;
+  auto chunk = std::make_unique_for_overwrite<char[]>(chunk_size);
+  DWORD available = 0;
+  while (WinHttpQueryDataAvailable(request, &available) && available != 0) {
+    if (available > chunk_size) {
+      chunk.reset();
+      chunk = std::make_unique_for_overwrite<char[]>(available);
+      chunk_size = available;
+    }
+    DWORD received = 0;
+    if (!WinHttpReadData(request, chunk.get(), available, &received) || received == 0) break;
+    if (response && total < capacity) {
+      const uint64_t room = capacity - total;
+      std::memcpy(static_cast<char*>(response) + total, chunk.get(), received < room ? received : room);
+    }
+    total += received;
+  }
+  return total;
+}
+
+// One exchange. `proxy`, `charset`, `agent` and `content_type` may be null. In: *response_length is the capacity of
+// `response`; out: the number of bytes received, which is above the capacity when the answer did not fit.
+inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t data_length,
+                               const wchar_t* content_type, const wchar_t* proxy, const wchar_t* charset,
+                               const wchar_t* agent, void* response, uint32_t* response_length) {
+  Handles handles;
+  handles.session = WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
+                                WINHTTP_NO_PROXY_BYPASS, 0);
+  if (!handles.session) return failed(__LINE__, "WinHttpOpen");
+
+  if (!WinHttpSetTimeouts(handles.session, 0, kTimeoutMilliseconds, kTimeoutMilliseconds, kTimeoutMilliseconds)) {
+    return failed(__LINE__, "WinHttpSetTimeouts");
+  }
+  // The limit must hold for the wait for an answer too; a system that refuses the option keeps its own.
+  DWORD receive_response_timeout = kTimeoutMilliseconds;
+  WinHttpSetOption(handles.session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &receive_response_timeout,
+                   sizeof receive_response_timeout);
+  if (proxy) {
+    std::wstring proxy_text = proxy, bypass_text = L"<local>";
+    WINHTTP_PROXY_INFO proxy_info{WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy_text.data(), bypass_text.data()};
+    if (!WinHttpSetOption(handles.session, WINHTTP_OPTION_PROXY, &proxy_info, sizeof proxy_info)) {
+      return failed(__LINE__, "WinHttpSetOption[WINHTTP_OPTION_PROXY]");
+    }
+  }
+
+  const UrlParts parts = split_url(url);
+  const std::wstring header = header_text(content_type, charset);
+
+  handles.connection = WinHttpConnect(handles.session, parts.host.c_str(), parts.port, 0);
+  if (!handles.connection) return failed(__LINE__, "WinHttpConnect");
+
+  handles.request = WinHttpOpenRequest(handles.connection, L"POST", parts.path.c_str(), nullptr, WINHTTP_NO_REFERER,
+                                       WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
+  if (!handles.request) {
+    log::write_wide(log_unit, log::kError, __LINE__, L"xhttp_request_w->WinHttpOpenRequest %u [%s][%s]\n",
+                    static_cast<unsigned>(GetLastError()), parts.path.c_str(), parts.host.c_str());
+    return kFailed;
+  }
+
+  // WinHTTP takes the body as a pointer to non-const, and only reads it.
+  if (!WinHttpSendRequest(handles.request, header.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : header.c_str(),
+                          static_cast<DWORD>(header.size()), const_cast<void*>(data), data_length, data_length, 0)) {
+    const DWORD error = GetLastError();
+    log::write_wide(log_unit, log::kError, __LINE__,
+                    L"xhttp_request_w->WinHttpSendRequest wszHeader [%s] req_data_len:[%u] LastError:%u\n",
+                    header.c_str(), data_length, static_cast<unsigned>(error));
+    if (error == ERROR_WINHTTP_TIMEOUT) return kTimedOut;
+    if (error == ERROR_WINHTTP_CANNOT_CONNECT) return kCannotConnect;
+    return kFailed;
+  }
+  if (!WinHttpReceiveResponse(handles.request, nullptr)) return failed(__LINE__, "WinHttpReceiveResponse");
+
+  const uint64_t total = read_body(handles.request, response, *response_length);
+  *response_length = total < UINT32_MAX ? static_cast<uint32_t>(total) : UINT32_MAX;
+  return kDone;
+}
+
+// A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or cannot be
+// converted. The process's C locale is the "C" locale afterwards.
+template <size_t limit>
+class Widened {
+ public:
+  explicit Widened(const char* text) {
+    std::setlocale(LC_ALL, "");
+    const size_t length = std::mbstowcs(nullptr, text, limit);
+    fits_ = length <= limit;
+    if (fits_) std::mbstowcs(area_.data(), text, limit);
+    std::setlocale(LC_ALL, "C");
+  }
+
+  bool fits() const { return fits_; }
+  const wchar_t* text() const { return area_.data(); }
+
+ private:
+  std::array<wchar_t, limit + 1> area_{};
+  bool fits_;
+};
+
+// Widens the texts and posts. `content_type` may be null. Result 0, or a negative value already logged.
+inline int32_t post(const char* url, const void* data, uint32_t data_length, const char* content_type, void* response,
+                    uint32_t* response_length) {
+  const Widened<1023> wide_url(url);
+  const Widened<127> wide_content_type(content_type ? content_type : "");
+  const Widened<15> wide_charset("UTF-8");
+  if (!wide_url.fits() || !wide_content_type.fits() || !wide_charset.fits()) return kFailed;
+  return xhttp_request_w(wide_url.text(), data, data_length, content_type ? wide_content_type.text() : nullptr,
+                         nullptr, wide_charset.text(), nullptr, response, response_length);
+}
+
+}  // namespace velm::xhttp

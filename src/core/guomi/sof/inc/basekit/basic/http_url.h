@@ -1,0 +1,46 @@
+// Splitting of a request URL into host, port and path.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace velm::xhttp {
+
+struct UrlParts {
+  std::wstring host;
+  uint16_t port;
+  std::wstring path;
+};
+
+// The decimal number that a text begins with, in 16 bits.
+inline uint16_t leading_number(std::wstring_view text) {
+  uint32_t number = 0;
+  for (wchar_t c : text) {
+    if (c < L'0' || c > L'9') break;
+    number = number * 10 + static_cast<uint32_t>(c - L'0');
+  }
+  return static_cast<uint16_t>(number);
+}
+
+// A scheme that stands anywhere in the URL is skipped by its length, counted from the start. The path is what follows
+// the first "/" behind it, without that "/". Without a number behind ":" the port is 80.
+inline UrlParts split_url(std::wstring_view url) {
+  std::wstring_view rest = url;
+  if (url.find(L"http://") != std::wstring_view::npos) {
+    rest = url.substr(7);
+  } else if (url.find(L"https://") != std::wstring_view::npos) {
+    rest = url.substr(8);
+  }
+  const size_t slash = rest.find(L'/');
+  std::wstring_view host = rest.substr(0, slash);
+  const std::wstring_view path = slash == std::wstring_view::npos ? std::wstring_view{} : rest.substr(slash + 1);
+  uint16_t port = 80;
+  if (const size_t colon = host.find(L':'); colon != std::wstring_view::npos) {
+    port = leading_number(host.substr(colon + 1));
+    host = host.substr(0, colon);
+  }
+  return {std::wstring(host), port, std::wstring(path)};
+}
+
+}  // namespace velm::xhttp

@@ -1,0 +1,283 @@
+// The log facility: one text line a call, appended to a daily file. Nothing here fails a caller; what goes wrong with
+// the file loses the line. No thread ever waits for another's line, unless the lock switch says so.
+#pragma once
+
+#include <windows.h>
+#include <direct.h>
+#include <io.h>
+#include <psapi.h>
+#include <sys/stat.h>
+#include <sys/timeb.h>
+
+#include <array>
+#include <atomic>
+#include <cstdarg>
+#include <cwchar>
+#include <memory>
+
+#include "basekit/basic/log_prefix.h"
+#include "basekit/basic/windows_path_values.h"
+#include "basekit/basic/wow64.h"
+
+namespace velm::log {
+
+constexpr char kFileTemplate[] = "{commonappdata}\\VELM\\log\\{date}\\velm_client_sof.log";
+constexpr size_t kMessageCharacters = 4096;  // terminator included
+constexpr size_t kPathCharacters = 1024;
+
+struct Configuration {
+  int32_t enabled = 1;  // the log switch; any other value: threshold 2, and the mask comes from each code
+  int32_t threshold = 2;
+  uint32_t field_mask = kMaskBeforeLoad;
+  int32_t lock = 0;                   // 1: lines are written under one lock
+  uint32_t size_limit = 0;            // bytes; 0: no rotation
+  char file_path[kPathCharacters]{};  // not empty: the log file, in place of the expanded template
+  char module_tag[8]{};
+};
+
+inline constinit Configuration configuration;
+
+// A log file path, fixed once. Until it is fixed every thread works it out for itself, so that none waits.
+class FixedPath {
+ public:
+  using Text = std::array<char, kPathCharacters>;
+
+  // The path, empty when it cannot be worked out.
+  Text get() noexcept {
+    if (state_.load(std::memory_order_acquire) == kFixed) return path_;
+    Text path{};
+    if (!work_out(path)) return path;
+    int expected = kEmpty;
+    if (state_.compare_exchange_strong(expected, kFixing)) {
+      path_ = path;
+      state_.store(kFixed, std::memory_order_release);
+    }
+    return path;
+  }
+
+ private:
+  enum { kEmpty, kFixing, kFixed };
+
+  static bool work_out(Text& path) noexcept {
+    try {
+      std::string expanded;
+      if (path::expand_on_this_machine(kFileTemplate, expanded) != path::kOk) return false;
+      expanded.copy(path.data(), path.size() - 1);
+      return true;
+    } catch (...) {
+      return false;
+    }
+  }
+
+  std::atomic<int> state_{kEmpty};
+  Text path_{};
+};
+
+// A source unit as its lines show it: the recorded source path, and the file that it found at its first line.
+struct Unit {
+  const char* source;
+  FixedPath file{};
+
+  FixedPath::Text file_path() noexcept {
+    if (configuration.file_path[0] == '\0') return file.get();
+    FixedPath::Text path{};
+    std::copy_n(configuration.file_path, path.size(), path.data());
+    return path;
+  }
+};
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OwnedFile = std::unique_ptr<std::FILE, FileCloser>;
+
+struct PathParts {
+  char drive[_MAX_DRIVE];
+  char directory[kPathCharacters];
+  char name[kPathCharacters];
+  char extension[kPathCharacters];
+
+  explicit PathParts(const char* path) { _splitpath(path, drive, directory, name, extension); }
+};
+
+inline bool exists(const char* path) { return _access(path, 0) == 0; }
+
+// Opens for appending; a missing last directory is created.
+inline OwnedFile open_for_appending(const char* path) {
+  if (OwnedFile file{std::fopen(path, "a+")}) return file;
+  const PathParts parts(path);
+  char directory[kPathCharacters + _MAX_DRIVE];
+  std::snprintf(directory, sizeof directory, "%s%s", parts.drive, parts.directory);
+  if (!exists(directory)) _mkdir(directory);
+  return OwnedFile{std::fopen(path, "a+")};
+}
+
+// A log above the size limit becomes ..._his, in place of an earlier one.
+inline void rotate(const char* path) {
+  struct _stat status;
+  if (configuration.size_limit == 0 || _stat(path, &status) != 0) return;
+  if (static_cast<uint64_t>(status.st_size) <= configuration.size_limit) return;
+  const PathParts parts(path);
+  char history[4 * kPathCharacters];
+  std::snprintf(history, sizeof history, "%s%s%s_his%s", parts.drive, parts.directory, parts.name, parts.extension);
+  if (exists(history)) std::remove(history);
+  std::rename(path, history);
+}
+
+inline constinit SRWLOCK write_lock = SRWLOCK_INIT;
+
+class WriteLock {
+ public:
+  WriteLock() : held_(configuration.lock == 1) {
+    if (held_) AcquireSRWLockExclusive(&write_lock);
+  }
+  ~WriteLock() {
+    if (held_) ReleaseSRWLockExclusive(&write_lock);
+  }
+  WriteLock(const WriteLock&) = delete;
+  WriteLock& operator=(const WriteLock&) = delete;
+
+ private:
+  bool held_;
+};
+
+// The process's module name without its extension, taken once together with the WOW64 state.
+class ProcessName {
+ public:
+  static constexpr size_t kCharacters = 1024;
+  using Text = std::array<char, kCharacters>;
+
+  Text get() noexcept {
+    if (state_.load(std::memory_order_acquire) == kFixed) return name_;
+    Text name{};
+    find(name);
+    int expected = kEmpty;
+    if (name[0] != '\0' && state_.compare_exchange_strong(expected, kFixing)) {
+      name_ = name;
+      state_.store(kFixed, std::memory_order_release);
+    }
+    return name;
+  }
+
+ private:
+  enum { kEmpty, kFixing, kFixed };
+
+  static void find(Text& name) noexcept {
+    const OwnedHandle process = open_current_process();
+    determine_wow64_state(process.get());
+    HMODULE first = nullptr;
+    DWORD needed = 0;
+    if (!process || !EnumProcessModules(process.get(), &first, sizeof first, &needed)) return;
+    if (GetModuleBaseNameA(process.get(), first, name.data(), kCharacters) == 0) {
+      name[0] = '\0';
+      return;
+    }
+    if (char* dot = std::strrchr(name.data(), '.')) *dot = '\0';
+  }
+
+  std::atomic<int> state_{kEmpty};
+  Text name_{};
+};
+
+inline constinit ProcessName process_name;
+
+inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const char* source, int line) {
+  const uint32_t mask = mask_for(code, configuration.enabled, configuration.field_mask);
+  PrefixValues values;
+  struct _timeb now;
+  _ftime(&now);
+  const std::time_t seconds = now.time;
+  if (const std::tm* local = std::localtime(&seconds)) values.local_time = *local;
+  values.milliseconds = now.millitm;
+  ProcessName::Text name{};
+  if (mask & kProcessName) {
+    name = process_name.get();
+    values.process_name = name[0] != '\0' ? name.data() : nullptr;
+    values.bitness = wow64_state == kWow64 ? 32 : 64;
+  }
+  values.process_id = GetCurrentProcessId();
+  values.thread_id = GetCurrentThreadId();
+  values.source_file = source;
+  values.source_line = line;
+  format_prefix(area, capacity, level_of(code), mask, values);
+}
+
+// Opens the unit's file, lets `put` write into it and closes it, then applies the size rule.
+template <class Put>
+void append_to_log(const FixedPath::Text& path, Put put) {
+  if (path[0] == '\0') return;
+  {
+    const OwnedFile file = open_for_appending(path.data());
+    if (!file) return;
+    const WriteLock lock;
+    put(file.get());
+  }
+  rotate(path.data());
+}
+
+inline bool is_kept(uint32_t code) {
+  return static_cast<int32_t>(level_of(code)) >= threshold_for(configuration.enabled, configuration.threshold);
+}
+
+constexpr size_t kPrefixCharacters = 1400;
+
+// Messages are formatted by msvcrt itself, which prints a pointer as sixteen upper-case digits.
+__attribute__((format(ms_printf, 4, 5))) inline void write(Unit& unit, uint32_t code, int line, const char* format,
+                                                           ...) noexcept {
+  if (!is_kept(code)) return;
+  char text[kPrefixCharacters + kMessageCharacters];
+  format_prefix_now(text, kPrefixCharacters, code, unit.source, line);
+  char* message = text + std::strlen(text);
+  va_list arguments;
+  va_start(arguments, format);
+  _vsnprintf(message, kMessageCharacters, format, arguments);
+  va_end(arguments);
+  message[kMessageCharacters - 1] = '\0';
+  append_to_log(unit.file_path(), [&](std::FILE* file) { std::fputs(text, file); });
+}
+
+inline void write_wide(Unit& unit, uint32_t code, int line, const wchar_t* format, ...) noexcept {
+  if (!is_kept(code)) return;
+  char prefix[kPrefixCharacters];
+  format_prefix_now(prefix, kPrefixCharacters, code, unit.source, line);
+  wchar_t message[kMessageCharacters];
+  va_list arguments;
+  va_start(arguments, format);
+  _vsnwprintf(message, kMessageCharacters, format, arguments);
+  va_end(arguments);
+  message[kMessageCharacters - 1] = L'\0';
+  append_to_log(unit.file_path(), [&](std::FILE* file) {
+    std::fputs(prefix, file);
+    std::fputws(message, file);
+  });
+}
+
+// The bytes in hexadecimal, without a prefix, at the most verbose threshold only.
+inline void dump(const void* block, size_t length) noexcept {
+  static constinit Unit unit{""};
+  const bool most_verbose = configuration.enabled == 1 && configuration.threshold < 1;
+  if (!most_verbose || !block || length == 0) return;
+  append_to_log(unit.file_path(), [&](std::FILE* file) {
+    std::fputs("pSetVal = ", file);
+    const auto* bytes = static_cast<const unsigned char*>(block);
+    for (size_t i = 0; i < length; ++i) std::fprintf(file, "%02X ", bytes[i]);
+    std::fprintf(file, "[%I64u]\n", static_cast<unsigned long long>(length));
+  });
+}
+
+inline void create_directory(const char* path_template) noexcept {
+  try {
+    std::string directory;
+    if (path::expand_on_this_machine(path_template, directory) != path::kOk) return;
+    if (!exists(directory.c_str())) _mkdir(directory.c_str());
+  } catch (...) {
+  }
+}
+
+// The directories above the dated one, which the first line of a day creates.
+inline void create_directories() noexcept {
+  create_directory("{commonappdata}\\VELM");
+  create_directory("{commonappdata}\\VELM\\log");
+}
+
+}  // namespace velm::log

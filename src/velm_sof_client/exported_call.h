@@ -1,0 +1,96 @@
+// What every exported call shares: its log lines, its argument checks, and that nothing thrown leaves it.
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <new>
+#include <source_location>
+#include <type_traits>
+
+#include "basekit/basic/log.h"
+#include "velm_sof_client.h"
+
+namespace velm {
+
+// All exported functions log as one source unit.
+inline constinit log::Unit client_unit{R"(..\..\src\velm_sof_client)"};
+
+#define LOG_ENTRY(...) ::velm::log::write(::velm::client_unit, ::velm::log::kInformation, __LINE__, __VA_ARGS__)
+#define LOG_FAILURE(...) ::velm::log::write(::velm::client_unit, ::velm::log::kError, __LINE__, __VA_ARGS__)
+
+// A call that cannot go on. Thrown where the failure is known, after its log line is written.
+struct CallFailure {
+  uint32_t code;
+};
+
+[[noreturn]] inline void fail(uint32_t code) { throw CallFailure{code}; }
+
+// Runs the body of an exported call. The result is what the body returns, success when it returns nothing, or the code
+// with which it failed.
+template <std::invocable Body>
+uint32_t exported_call(Body&& body) noexcept {
+  try {
+    if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
+      body();
+      return SOR_OK;
+    } else {
+      return body();
+    }
+  } catch (const CallFailure& failure) {
+    return failure.code;
+  } catch (const std::bad_alloc&) {
+    return SOR_MEMORYERR;
+  } catch (...) {
+    return SOR_UNKNOWNERR;
+  }
+}
+
+// Texts as log lines and requests print a null one.
+inline const char* as_given(const char* text) { return text ? text : "(null)"; }
+inline const char* or_NULL(const char* text) { return text ? text : "NULL"; }
+inline const char* or_null(const char* text) { return text ? text : "null"; }
+
+// The low 32 bits of an address, as log lines print it.
+inline uint32_t low_32_bits(const void* pointer) {
+  return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
+}
+
+using CallSite = std::source_location;
+
+inline int line_of(const CallSite& site) { return static_cast<int>(site.line()); }
+
+inline void require_pointer(const void* pointer, const char* name, CallSite site = CallSite::current()) {
+  if (pointer) return;
+  log::write(client_unit, log::kError, line_of(site), "%s is null!\n", name);
+  fail(SOR_NULLPOINTERERR);
+}
+
+inline void require_text(const char* text, const char* name, CallSite site = CallSite::current()) {
+  if (text[0] != '\0') return;
+  log::write(client_unit, log::kError, line_of(site), "string %s is empty!\n", name);
+  fail(SOR_INDATAERR);
+}
+
+inline void require_capacity(uint32_t given, uint32_t expected, const char* name,
+                             CallSite site = CallSite::current()) {
+  if (given >= expected) return;
+  log::write(client_unit, log::kError, line_of(site), "buffer size %s is too small, expect %u but %u was given!\n",
+             name, expected, given);
+  fail(SOR_INDATALENERR);
+}
+
+// A sum of caller lengths as a 32-bit length; one that 32 bits cannot hold counts as memory that is not to be had.
+template <std::same_as<uint32_t>... Length>
+uint32_t length_sum(Length... lengths) {
+  const uint64_t sum = (uint64_t{0} + ... + lengths);
+  if (sum > UINT32_MAX) fail(SOR_MEMORYERR);
+  return static_cast<uint32_t>(sum);
+}
+
+// Writes one output, unless the caller left it out.
+template <class Value>
+void store(Value* output, std::type_identity_t<Value> value) {
+  if (output) *output = value;
+}
+
+}  // namespace velm

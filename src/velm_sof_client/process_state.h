@@ -1,0 +1,21 @@
+// The process-wide values of the exported calls, all of them. None is locked: a value set on one thread is what later
+// calls of any thread see.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+
+namespace velm {
+
+inline constexpr char kServiceAddress[] = "http://127.0.0.1:55661";
+
+struct ProcessState {
+  std::atomic<int32_t> sign_method{0};
+  std::atomic<int32_t> encrypt_method{0x00002002};
+  std::atomic<bool> detached_signature{false};
+  std::atomic<uint32_t> envelope_type{2};
+};
+
+inline constinit ProcessState process_state;
+
+}  // namespace velm

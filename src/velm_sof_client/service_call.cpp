@@ -1,0 +1,77 @@
+#include "velm_sof_client/service_call.h"
+
+#include "basekit/basic/http.h"
+#include "velm_sof_client/process_state.h"
+
+namespace velm {
+
+JsonCall::JsonCall(const char* function, uint32_t capacity)
+    : function_(function),
+      capacity_(capacity),
+      response_(std::make_unique_for_overwrite<char[]>(size_t{capacity} + 1)) {}
+
+void JsonCall::post(const char* format, std::initializer_list<JsonField> fields) {
+  uint32_t received = capacity_;
+  {
+    const RequestMemory request = format_json(format, fields);
+    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(), "application/json",
+                                       response_.get(), &received);
+    if (result != xhttp::kDone) {
+      LOG_FAILURE("%s->post_json xrv = %d\n", function_, result);
+      fail(SOR_COMMUNICATIONERR);
+    }
+  }
+  if (received > capacity_) received = 0;
+  response_[received] = '\0';
+
+  answer_.emplace(response_.get());
+  if (!answer_->is_json()) {
+    LOG_FAILURE("%s->cJSON_Parse [%s]\n", function_, response_.get());
+    fail(SOR_JSONPARSEERR);
+  }
+  if (const uint32_t code = answer_->error_code(SOR_UNKNOWNERR); code != SOR_OK) fail(code);
+}
+
+void JsonCall::deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const {
+  const char* text = member.text();
+  uint32_t decoded = 0;
+  if (output) {
+    const int32_t result = VELM_Openssl_Base64Decode(reinterpret_cast<const uint8_t*>(text),
+                                                     static_cast<uint32_t>(std::strlen(text)),
+                                                     static_cast<uint8_t*>(output), &decoded);
+    if (result != 0) decoded = 0;
+  }
+  store(length, decoded);
+}
+
+FrameCall::FrameCall(const char* log_name, uint32_t capacity)
+    : log_name_(log_name),
+      capacity_(capacity),
+      response_(std::make_unique_for_overwrite<uint8_t[]>(capacity)) {}
+
+void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fields, FrameContent content) {
+  uint32_t received = capacity_;
+  {
+    const RequestMemory request = build_frame(number, fields);
+    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(), "application/octet-stream",
+                                       response_.get(), &received);
+    if (result != xhttp::kDone) {
+      LOG_FAILURE("%s->xhttp::post xrv = %d\n", log_name_, result);
+      fail(SOR_COMMUNICATIONERR);
+    }
+  }
+  const FrameAnswer answer = read_frame({response_.get(), capacity_}, received, content);
+  if (answer.refused) {
+    LOG_FAILURE("%s->response frame [%u]\n", log_name_, received);
+    fail(SOR_UNKNOWNERR);
+  }
+  if (answer.code != SOR_OK) fail(answer.code);
+  data_ = answer.data;
+}
+
+void FrameCall::deliver(void* output, uint32_t* length) const {
+  if (output && !data_.empty()) std::memcpy(output, data_.data(), data_.size());
+  store(length, static_cast<uint32_t>(data_.size()));
+}
+
+}  // namespace velm
