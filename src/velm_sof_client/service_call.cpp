@@ -34,14 +34,14 @@ void JsonCall::post(const char* format, std::initializer_list<JsonField> fields)
 
 void JsonCall::deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const {
   const char* text = member.text();
+  const auto text_length = static_cast<uint32_t>(std::strlen(text));
+  std::unique_ptr<uint8_t[]> nowhere;
+  if (!output) nowhere = std::make_unique_for_overwrite<uint8_t[]>(size_t{text_length} + 1);
   uint32_t decoded = 0;
-  if (output) {
-    const int32_t result = VELM_Openssl_Base64Decode(reinterpret_cast<const uint8_t*>(text),
-                                                     static_cast<uint32_t>(std::strlen(text)),
-                                                     static_cast<uint8_t*>(output), &decoded);
-    if (result != 0) decoded = 0;
-  }
-  store(length, decoded);
+  const int32_t result =
+      VELM_Openssl_Base64Decode(reinterpret_cast<const uint8_t*>(text), text_length,
+                                output ? static_cast<uint8_t*>(output) : nowhere.get(), &decoded);
+  store(length, result == 0 ? decoded : 0);
 }
 
 FrameCall::FrameCall(const char* log_name, uint32_t capacity)

@@ -1,0 +1,45 @@
+// What happens when a process loads the library, and when it unloads it.
+#include <windows.h>
+#include <io.h>
+
+#include <cstring>
+
+#include "basekit/basic/log.h"
+#include "modules/velm_client_saf.h"
+#include "sof_impl.h"
+
+namespace velm {
+namespace {
+
+constinit log::Unit unit{R"(..\..\src\dllmain)"};
+
+void attach(HINSTANCE module) {
+  log::create_directories();
+  log::configuration.field_mask = log::kMaskFromLoad;
+  if (_waccess(L"c:\\velm_log", 0) == 0) log::configuration.threshold = log::kVerbose;
+  std::strcpy(log::configuration.module_tag, "SOF");
+  DisableThreadLibraryCalls(module);
+  log::write(unit, log::kInformation, __LINE__, "DllMain->Process attach.\n");
+}
+
+void detach() {
+  log::write(unit, log::kInformation, __LINE__, "DllMain->Process detach.\n");
+  if (!g_hAppHandle) return;
+  const uint32_t result = SAF_Finalize(g_hAppHandle);
+  if (result != 0) {
+    log::write(unit, log::kError, __LINE__, "DllMain -> SAF_Finalize, saf_rv = 0x%08X \n", result);
+  }
+  g_hAppHandle = nullptr;
+}
+
+}  // namespace
+}  // namespace velm
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+  switch (reason) {
+    case DLL_PROCESS_ATTACH: velm::attach(module); break;
+    case DLL_PROCESS_DETACH: velm::detach(); break;
+    default: break;
+  }
+  return TRUE;
+}

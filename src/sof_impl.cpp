@@ -1,0 +1,7 @@
+#include "sof_impl.h"
+
+namespace velm {
+
+constinit void* g_hAppHandle = nullptr;
+
+}  // namespace velm

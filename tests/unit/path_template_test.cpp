@@ -1,0 +1,134 @@
+#include "basekit/basic/path_template.h"
+
+#include <gmock/gmock.h>
+
+#include <map>
+
+using namespace velm::path;
+using testing::ElementsAre;
+using testing::MatchesRegex;
+
+namespace {
+
+// Values of the test's own, and the placeholders in the order in which they were asked for.
+struct Values {
+  std::map<Placeholder, Value> known;
+  std::vector<Placeholder> asked;
+  unsigned next_random = 0;
+
+  ValueSource source() {
+    return {[this](Placeholder placeholder) {
+              asked.push_back(placeholder);
+              const auto value = known.find(placeholder);
+              return value == known.end() ? Value::leave_as_it_stands() : value->second;
+            },
+            [this] { return next_random++; }};
+  }
+
+  std::string expand(std::string_view text) {
+    std::string result = "untouched";
+    EXPECT_EQ(velm::path::expand(text, result, source()), kOk);
+    return result;
+  }
+};
+
+TEST(PathTemplate, NamesHashIntoTheirSlots) {
+  for (const PlaceholderSlot& row : kPlaceholders) {
+    const std::string_view text = row.text;
+    EXPECT_EQ(slot_of(text.substr(1, text.size() - 2)), row.slot) << text;
+  }
+}
+
+TEST(PathTemplate, ExpandsTheLogTemplate) {
+  Values values;
+  values.known[Placeholder::commonappdata] = Value::of("C:\\ProgramData");
+  values.known[Placeholder::date] = Value::of("20240506");
+  EXPECT_EQ(values.expand("{commonappdata}\\VELM\\log\\{date}\\velm_client_sof.log"),
+            "C:\\ProgramData\\VELM\\log\\20240506\\velm_client_sof.log");
+}
+
+TEST(PathTemplate, ReplacesEveryOccurrence) {
+  Values values;
+  values.known[Placeholder::date] = Value::of("20240506");
+  EXPECT_EQ(values.expand("{date}-{date}"), "20240506-20240506");
+}
+
+TEST(PathTemplate, ExpandsInSlotOrderWhateverTheTemplateOrder) {
+  Values values;
+  values.expand("{commonappdata}{date}{time}{sys64}");
+  EXPECT_THAT(values.asked,
+              ElementsAre(Placeholder::time, Placeholder::sys64, Placeholder::date, Placeholder::commonappdata));
+}
+
+TEST(PathTemplate, AValueMayHoldALaterPlaceholderThatTheTemplateMarks) {
+  Values values;
+  values.known[Placeholder::time] = Value::of("{date}");
+  values.known[Placeholder::date] = Value::of("D");
+  EXPECT_EQ(values.expand("{time}{date}"), "DD");
+  EXPECT_EQ(values.expand("{time}"), "{date}");
+}
+
+TEST(PathTemplate, LeavesUnknownNamesAndOpenBraces) {
+  Values values;
+  EXPECT_EQ(values.expand("{nothing}"), "{nothing}");
+  EXPECT_EQ(values.expand("{date"), "{date");
+  EXPECT_EQ(values.expand("date}"), "date}");
+  EXPECT_EQ(values.expand("{}"), "{}");
+  EXPECT_EQ(values.expand(""), "");
+}
+
+TEST(PathTemplate, LeavesAPlaceholderWithoutAValueHere) {
+  Values values;
+  EXPECT_EQ(values.expand("{sys64}{pf64}"), "{sys64}{pf64}");
+  EXPECT_THAT(values.asked, ElementsAre(Placeholder::sys64, Placeholder::pf64));
+}
+
+TEST(PathTemplate, AMissingValueFailsAndLeavesTheResult) {
+  Values values;
+  values.known[Placeholder::userdir] = Value::missing();
+  std::string result = "untouched";
+  EXPECT_EQ(expand("{userdir}", result, values.source()), -21);
+  EXPECT_EQ(result, "untouched");
+}
+
+TEST(PathTemplate, ARandomPlaceholderGivesItsNumberOfCharacters) {
+  Values values;
+  EXPECT_EQ(values.expand("a{rand8}b"), "a01234567b");
+  values.next_random = 61;
+  EXPECT_EQ(values.expand("{rand2}"), "Z0");
+  EXPECT_THAT(values.expand("{rand8}"), MatchesRegex("[0-9a-zA-Z]+"));
+}
+
+TEST(PathTemplate, OnlyTheFirstRandomNameIsRemembered) {
+  Values values;
+  EXPECT_EQ(values.expand("{rand2}-{rand3}-{rand2}"), "01-{rand3}-01");
+}
+
+TEST(PathTemplate, ARandomNumberThatCannotBeReadGivesNone) {
+  Values values;
+  EXPECT_EQ(values.expand("a{rand}b"), "ab");
+  EXPECT_EQ(values.expand("a{xrand3}b"), "ab");
+  EXPECT_EQ(values.expand("a{rand-3}b"), "ab");
+}
+
+TEST(PathTemplate, ARandomTextIsAtMost255Characters) {
+  Values values;
+  EXPECT_EQ(values.expand("{rand255}").size(), 255u);
+  EXPECT_EQ(values.expand("{rand300}").size(), 255u);
+  EXPECT_EQ(values.expand("{rand2000000000}").size(), 255u);
+}
+
+TEST(PathTemplate, AValueIsCutAt255Bytes) {
+  Values values;
+  values.known[Placeholder::tmp] = Value::of(std::string(300, 'x'));
+  EXPECT_EQ(values.expand("{tmp}"), std::string(255, 'x'));
+}
+
+TEST(PathTemplate, TheResultIsCutAt1023Bytes) {
+  Values values;
+  values.known[Placeholder::tmp] = Value::of(std::string(255, 'x'));
+  EXPECT_EQ(values.expand("{tmp}{tmp}{tmp}{tmp}{tmp}"), std::string(1023, 'x'));
+  EXPECT_EQ(values.expand(std::string(2000, 'y')), std::string(1023, 'y'));
+}
+
+}  // namespace
