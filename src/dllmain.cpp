@@ -24,12 +24,12 @@ void attach(HINSTANCE module) {
 
 void detach() {
   log::write(unit, log::kInformation, __LINE__, "DllMain->Process detach.\n");
-  if (!g_hAppHandle) return;
-  const uint32_t result = SAF_Finalize(g_hAppHandle);
+  void* handle = g_hAppHandle.exchange(nullptr);
+  if (!handle) return;
+  const uint32_t result = SAF_Finalize(handle);
   if (result != 0) {
     log::write(unit, log::kError, __LINE__, "DllMain -> SAF_Finalize, saf_rv = 0x%08X \n", result);
   }
-  g_hAppHandle = nullptr;
 }
 
 }  // namespace

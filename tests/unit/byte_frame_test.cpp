@@ -15,25 +15,25 @@ using Bytes = std::vector<uint8_t>;
 Bytes bytes_of(const RequestMemory& request) { return Bytes(request.data(), request.data() + request.length()); }
 
 TEST(RequestFrame, OpensWithMarkAndFunctionNumber) {
-  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::Config, {})), ElementsAreArray({0x77, 0x2B}));
+  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::Config, {})), ElementsAreArray(Bytes{0x77, 0x2B}));
 }
 
 TEST(RequestFrame, WritesNumbersByteStringsAndTexts) {
   const uint8_t certificate[] = {0xAA, 0xBB};
   EXPECT_THAT(bytes_of(build_frame(FunctionNumber::GetCertInfo,
                                    {FrameBytes{certificate, 2}, "C1", uint32_t{0x04030201}})),
-              ElementsAreArray({0x77, 11, 2, 0, 0, 0, 0xAA, 0xBB, 3, 0, 0, 0, 'C', '1', 0, 1, 2, 3, 4}));
+              ElementsAreArray(Bytes{0x77, 11, 2, 0, 0, 0, 0xAA, 0xBB, 3, 0, 0, 0, 'C', '1', 0, 1, 2, 3, 4}));
 }
 
 TEST(RequestFrame, SendsAnEmptyTextAsItsTerminator) {
   EXPECT_THAT(bytes_of(build_frame(FunctionNumber::DecryptData, {""})),
-              ElementsAreArray({0x77, 20, 1, 0, 0, 0, 0}));
+              ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, SendsNullAsEmpty) {
   EXPECT_THAT(bytes_of(build_frame(FunctionNumber::DecryptData,
                                    {static_cast<const char*>(nullptr), FrameBytes{nullptr, 9}})),
-              ElementsAreArray({0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
+              ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, TakesALongTextWhole) {
@@ -65,7 +65,7 @@ TEST(ResponseFrame, GivesCodeOrData) {
   const Bytes good = response(0, {1, 2, 3});
   EXPECT_FALSE(read(good).refused);
   EXPECT_EQ(read(good).code, 0u);
-  EXPECT_THAT(read(good).data, ElementsAreArray({1, 2, 3}));
+  EXPECT_THAT(read(good).data, ElementsAreArray(Bytes{1, 2, 3}));
 
   const Bytes code_only{0x03, 0x04, 0x00, 0x0B};
   EXPECT_FALSE(read(code_only).refused);
@@ -85,7 +85,9 @@ TEST(ResponseFrame, ALengthAboveTheDataIsRefusedAndOneBelowTaken) {
     Bytes frame = response(0, {1, 2, 3});
     frame[4] = static_cast<uint8_t>(length);
     EXPECT_EQ(read(frame).refused, length > 3) << length;
-    if (length <= 3) EXPECT_EQ(read(frame).data.size(), length);
+    if (length <= 3) {
+      EXPECT_EQ(read(frame).data.size(), length);
+    }
   }
   Bytes frame = response(0, {1, 2, 3});
   frame[7] = 0xFF;

@@ -84,7 +84,9 @@ TEST_F(JsonRequest, GivesTheEncoderRoomForLineBreaks) {
   for (uint64_t size : {0ull, 1ull, 5ull, 48ull, 1000ull, 1ull << 26, 0xFFFFFFFFull}) {
     const uint64_t lines = size / 48 + 1;
     EXPECT_GE(base64_room(size), (size + 2) / 3 * 4 + 2 * lines) << size;
-    if (size > 1 << 20) EXPECT_LT(static_cast<double>(base64_room(size)), 1.4 * static_cast<double>(size));
+    if (size > 1 << 20) {
+      EXPECT_LT(static_cast<double>(base64_room(size)), 1.4 * static_cast<double>(size));
+    }
   }
 }
 

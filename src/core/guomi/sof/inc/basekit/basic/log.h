@@ -261,7 +261,7 @@ inline void dump(const void* block, size_t length) noexcept {
     std::fputs("pSetVal = ", file);
     const auto* bytes = static_cast<const unsigned char*>(block);
     for (size_t i = 0; i < length; ++i) std::fprintf(file, "%02X ", bytes[i]);
-    std::fprintf(file, "[%I64u]\n", static_cast<unsigned long long>(length));
+    std::fprintf(file, "[%zu]\n", length);
   });
 }
 
