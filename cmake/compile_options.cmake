@@ -3,6 +3,7 @@
 add_library(velm_options INTERFACE)
 target_compile_options(velm_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
+  -Wno-restrict # gcc 12 sees overlaps in std::string's operator+ that cannot be
   -fstack-protector-strong
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 
@@ -11,7 +12,7 @@ if(WIN32)
     WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE _WIN32_WINNT=0x0A00)
   # One file a module: the compilers' runtimes are linked in. No time stamp: the same source gives the same bytes.
   target_link_options(velm_options INTERFACE
-    -static -Wl,--no-insert-timestamp
+    -static -fstack-protector-strong -Wl,--no-insert-timestamp
     -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
 endif()
 

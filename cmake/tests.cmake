@@ -13,6 +13,7 @@ function(velm_add_test name)
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
   target_link_libraries(${name} PRIVATE velm_options GTest::gmock_main ${arg_LINK})
+  target_compile_options(${name} PRIVATE -O1) # tests are compiled often and run once
   add_test(NAME ${name} COMMAND ${name})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)
