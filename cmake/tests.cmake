@@ -3,7 +3,7 @@
 set(VELM_TEST_BIN ${CMAKE_BINARY_DIR}/tests/bin)
 
 set(INSTALL_GTEST OFF)
-set(gtest_force_shared_crt ON)
+
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
 
 # velm_add_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds])

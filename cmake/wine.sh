@@ -30,8 +30,15 @@ prepare_wine() {
     "$(wine_server)" -w
     touch "$WINEPREFIX/.ready"
   fi
-  # One server for the whole run; it ends by itself a while after the last program.
-  "$(wine_server)" -p60 2>/dev/null || true
+  start_wine
+}
+
+# One server for many programs. It and its services are started apart from any of them: they would keep the output of
+# the program that started them open for as long as they live.
+start_wine() {
+  "$(wine_server)" -k0 2>/dev/null && return
+  "$(wine_server)" -p60 </dev/null >/dev/null 2>&1
+  "$(wine_program)" wineboot </dev/null >/dev/null 2>&1
 }
 
 stop_wine() {
