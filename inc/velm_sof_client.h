@@ -861,7 +861,8 @@ VELM_SOF_API uint32_t SOF_Ext_SignHash(
  * "RSA_1024" SHA-1, "RSA_2048" SHA-256, "SCAN_" SHA-256, "SM2" SM3 with the default user ID of GM/T 0009.
  *
  * @warning A name that contains none of the four signs nothing and answers #SOR_OK, with *pSignedDataLen as
- *   it was. Set *pSignedDataLen to 0 beforehand when pSignedData is null, or look at what came back.
+ *   it was. A caller who asks for the size with *pSignedDataLen at 0 and gets 0 back knows that nothing will
+ *   be signed.
  * @param[in] pszContainerName Container name.
  * @param[in] pszInFilePath File to sign, in the local code page.
  * @param[out] pSignedData The signature. Not checked: with null the provider answers the size query, if it
