@@ -16,7 +16,7 @@ FUNCTION_COUNT = 88
 LIBRARY = "velm_sof_client"
 SAME_ADDRESS = ("SOF_Ext_GetSealInfoEPoint", "SOF_Ext_ParseSealInfo")
 MODULES = ("velm_client_saf", "velm_openssl_api", "velm_common", "velm_dev_enum")
-SYSTEM_DLLS = ("kernel32", "msvcrt", "winhttp", "user32", "shell32")
+SYSTEM_DLLS = ("kernel32", "msvcrt", "winhttp", "user32", "shell32", "advapi32")
 CHARACTERISTICS = ("DYNAMIC_BASE", "NX_COMPAT", "HIGH_ENTROPY_VA")
 
 
