@@ -1,5 +1,7 @@
 #include "softtoken/core/base64.h"
 
+#include <algorithm>
+
 namespace velm::token {
 namespace {
 
@@ -40,20 +42,20 @@ std::optional<Bytes> base64_decode(std::string_view text) {
   size_t padding = 0;
   for (char c : text) {
     if (c == '\r' || c == '\n') continue;
+    const bool ended = padding > 0 && digits == 0;
     const int value = c == '=' ? 0 : value_of(c);
-    if (value < 0 || (padding > 0 && c != '=')) return std::nullopt;
+    if (ended || value < 0 || (padding > 0 && c != '=')) return std::nullopt;
     if (c == '=') ++padding;
     group = group << 6 | static_cast<uint32_t>(value);
-    if (++digits % 4 != 0) continue;
+    if (++digits < 4) continue;
     if (padding > 2) return std::nullopt;
     bytes.push_back(static_cast<uint8_t>(group >> 16));
     if (padding < 2) bytes.push_back(static_cast<uint8_t>(group >> 8));
     if (padding < 1) bytes.push_back(static_cast<uint8_t>(group));
-    if (padding > 0) digits = 5;  // A further character can never complete a group.
     group = 0;
+    digits = 0;
   }
-  const bool complete = padding > 0 ? digits == 5 : digits % 4 == 0;
-  if (!complete) return std::nullopt;
+  if (digits != 0) return std::nullopt;
   return bytes;
 }
 
