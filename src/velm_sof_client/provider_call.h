@@ -2,13 +2,12 @@
 #pragma once
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 
 #include "modules/velm_client_saf.h"
 #include "sof_impl.h"
 #include "velm_sof_client/exported_call.h"
+#include "velm_sof_client/heap_memory.h"
 
 namespace velm {
 
@@ -20,14 +19,9 @@ inline void check_provider(const char* name, uint32_t result, CallSite site = Ca
   fail(SI_MapSafError(result));
 }
 
-struct ProviderFree {
-  void operator()(void* memory) const { std::free(memory); }
-};
-using ProviderMemory = std::unique_ptr<uint8_t[], ProviderFree>;
-
 // A buffer that a provider call fills: `length` goes in as its capacity and comes back as what was written.
 struct ProviderBuffer {
-  ProviderMemory bytes;
+  HeapMemory bytes;
   uint32_t length = 0;
 
   uint8_t* data() const { return bytes.get(); }
