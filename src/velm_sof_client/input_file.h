@@ -8,6 +8,7 @@
 #include "basekit/basic/encoding.h"
 #include "basekit/basic/file.h"
 #include "basekit/basic/utf8_walk.h"
+#include "basekit/basic/utility_result.h"
 #include "velm_sof_client/exported_call.h"
 #include "velm_sof_client/heap_memory.h"
 
@@ -20,7 +21,7 @@ inline std::string local_path(const char* path, const char* function, CallSite s
   char converted[8192] = {};
   uint64_t length = sizeof converted;
   const int32_t result = xencoding_utf8_to_gbk(path, converted, &length);
-  if (result != 0) {
+  if (result != kUtilityDone) {
     log::write(client_unit, log::kError, line_of(site), "%s->xencoding_utf8_to_gbk %d [%s]\n", function, result, path);
     fail(SOR_FILEERR);
   }
@@ -36,14 +37,12 @@ struct FileContent {
 };
 
 // The whole content of the file at a local path; an empty file is refused. A file that cannot be sized is logged under
-// `sizing_function`, everything else under `function`.
+// `sizing_function`, everything else under `function`. A file that changes meanwhile is read as far as it was sized.
 inline FileContent read_whole_file(const std::string& path, const char* function, const char* sizing_function,
                                    CallSite site = CallSite::current()) {
-  constexpr int32_t kCannotOpen = -23;
   const int line = line_of(site);
-
   const int32_t size = xfile_get_size(path.c_str());
-  if (size == kCannotOpen) {
+  if (size == kUtilityCannotOpen) {
     log::write(client_unit, log::kError, line, "%s->xfile_get_size [%s] %d\n", sizing_function, path.c_str(), size);
     fail(SOR_FILEOPENERR);
   }
@@ -52,16 +51,16 @@ inline FileContent read_whole_file(const std::string& path, const char* function
     fail(SOR_INDATALENERR);
   }
 
-  // Beyond 2 GiB the size is negative: memory that is not to be had.
-  HeapMemory bytes = heap_memory(static_cast<size_t>(size));
+  const auto capacity = static_cast<uint32_t>(size);
+  HeapMemory bytes = heap_memory(capacity);
   if (!bytes) {
     log::write(client_unit, log::kError, line, "%s->malloc in file data buffer %u\n", function, 0u);
     fail(SOR_MEMORYERR);
   }
 
   uint64_t length = 0;
-  const int32_t result = xfile_read_bin(path.c_str(), bytes.get(), &length);
-  if (result != 0) {
+  const int32_t result = xfile_read_bin(path.c_str(), bytes.get(), capacity, &length);
+  if (result != kUtilityDone) {
     log::write(client_unit, log::kError, line, "%s->xfile_read_bin [%s] %d\n", function, path.c_str(), result);
     fail(SOR_FILEOPENERR);
   }
