@@ -45,6 +45,7 @@ inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_
   return buffer;
 }
 
-inline uint32_t text_length(const char* text) { return static_cast<uint32_t>(std::strlen(text)); }
+// The length of a text as the provider takes it; a null one counts as no bytes.
+inline uint32_t text_length(const char* text) { return text ? static_cast<uint32_t>(std::strlen(text)) : 0; }
 
 }  // namespace velm
