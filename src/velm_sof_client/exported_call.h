@@ -80,7 +80,7 @@ inline void require_capacity(uint32_t given, uint32_t expected, const char* name
 }
 
 // A sum of caller lengths as a 32-bit length; one that 32 bits cannot hold counts as memory that is not to be had.
-template <std::same_as<uint32_t>... Length>
+template <std::unsigned_integral... Length>
 uint32_t length_sum(Length... lengths) {
   const uint64_t sum = (uint64_t{0} + ... + lengths);
   if (sum > UINT32_MAX) fail(SOR_MEMORYERR);

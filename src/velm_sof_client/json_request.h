@@ -42,7 +42,8 @@ class JsonField {
   JsonField(FunctionNumber number) : JsonField(static_cast<int32_t>(number)) {}
   JsonField(int32_t number) : kind_(Kind::number), number_(number) {}
   JsonField(uint32_t number) : kind_(Kind::number), number_(number) {}
-  JsonField(const char* text) : kind_(Kind::text), text_(text ? text : "(null)") {}
+  JsonField(std::string_view text) : kind_(Kind::text), text_(text) {}
+  JsonField(const char* text) : JsonField(std::string_view(text ? text : "(null)")) {}
   JsonField(const Base64& block) : kind_(Kind::base64), block_(block) {}
 
   uint64_t room() const {

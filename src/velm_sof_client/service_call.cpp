@@ -44,9 +44,10 @@ void JsonCall::deliver_base64(const AnswerValue& member, void* output, uint32_t*
   store(length, result == 0 ? decoded : 0);
 }
 
-FrameCall::FrameCall(const char* log_name, uint32_t capacity)
+FrameCall::FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity)
     : log_name_(log_name),
       capacity_(capacity),
+      data_capacity_(data_capacity),
       response_(std::make_unique_for_overwrite<uint8_t[]>(capacity)) {}
 
 void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fields, FrameContent content) {
@@ -61,7 +62,7 @@ void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fi
     }
   }
   const FrameAnswer answer = read_frame({response_.get(), capacity_}, received, content);
-  if (answer.refused) {
+  if (answer.refused || answer.data.size() > data_capacity_) {
     LOG_FAILURE("%s->response frame [%u]\n", log_name_, received);
     fail(SOR_UNKNOWNERR);
   }

@@ -35,8 +35,9 @@ class JsonCall {
 
 class FrameCall {
  public:
-  // `log_name`: what the failure lines open with. `capacity`: the bytes of answer that the call takes.
-  FrameCall(const char* log_name, uint32_t capacity);
+  // `log_name`: what the failure lines open with. `capacity`: the bytes of answer that the call takes; `data_capacity`:
+  // the bytes of data in it, where the caller's buffer is smaller still.
+  FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity = UINT32_MAX);
 
   void post(FunctionNumber number, std::initializer_list<FrameField> fields,
             FrameContent content = FrameContent::code_and_data);
@@ -48,6 +49,7 @@ class FrameCall {
  private:
   const char* log_name_;
   uint32_t capacity_;
+  uint32_t data_capacity_;
   std::unique_ptr<uint8_t[]> response_;
   std::span<const uint8_t> data_{};
 };

@@ -1,0 +1,171 @@
+// The values of the path placeholders on this machine.
+#include "basekit/basic/windows_path_values.h"
+
+#include <gmock/gmock.h>
+
+#include "basekit/basic/wow64.h"
+#include "support/import_patch.h"
+
+using namespace velm;
+using path::expand_on_this_machine;
+using testing::EndsWith;
+using testing::MatchesRegex;
+using testing::StartsWith;
+
+namespace {
+
+std::string expanded(std::string_view text) {
+  std::string result;
+  EXPECT_EQ(expand_on_this_machine(text, result), 0) << text;
+  return result;
+}
+
+std::string variable(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+TEST(PathValues, TheLogTemplate) {
+  EXPECT_THAT(expanded("{commonappdata}\\VELM\\log\\{date}\\velm_client_sof.log"),
+              MatchesRegex(".:.ProgramData.VELM.log.\\d\\d\\d\\d\\d\\d\\d\\d.velm_client_sof.log"));
+}
+
+TEST(PathValues, FoldersOfTheSystem) {
+  EXPECT_EQ(expanded("{sys64}"), variable("SystemRoot") + "\\sysnative\\");
+  EXPECT_EQ(expanded("{sys32}"), variable("SystemRoot") + "\\SysWOW64\\");
+  EXPECT_EQ(expanded("{pf64}"), variable("SystemDrive") + "\\Program Files\\");
+  EXPECT_EQ(expanded("{pf32}"), variable("SystemDrive") + "\\Program Files (x86)\\");
+}
+
+TEST(PathValues, FoldersOfTheUser) {
+  EXPECT_EQ(expanded("{userdir}"), variable("SystemDrive") + "\\Users\\" + variable("USERNAME"));
+  EXPECT_EQ(expanded("{apptmp}"), variable("TEMP"));
+  EXPECT_FALSE(expanded("{tmp}").ends_with('\\'));
+  EXPECT_THAT(expanded("{locallow}"), EndsWith("\\LocalLow"));
+}
+
+TEST(PathValues, TimeAndClock) {
+  EXPECT_THAT(expanded("{date}"), MatchesRegex("\\d\\d\\d\\d\\d\\d\\d\\d"));
+  const std::string time = expanded("{time}");
+  EXPECT_GE(time.size(), 5u);
+  EXPECT_LE(time.size(), 6u);
+  const auto before = static_cast<unsigned long>(std::clock());
+  EXPECT_GE(std::stoul(expanded("{clock}")), before);
+}
+
+TEST(PathValues, TheHourIsNotPadded) {
+  EXPECT_EQ(path::padded(9, 30, 5), "93005");
+  EXPECT_EQ(path::padded(2024, 5, 6), "20240506");
+}
+
+TEST(PathValues, AMissingUserVariableFails) {
+  std::string result = "untouched";
+  for (const char* name : {"USERNAME", "TEMP"}) {
+    const std::string kept = variable(name);
+    SetEnvironmentVariableA(name, nullptr);
+    EXPECT_EQ(expand_on_this_machine(name == std::string("TEMP") ? "{apptmp}" : "{userdir}", result), -21);
+    SetEnvironmentVariableA(name, kept.c_str());
+  }
+  EXPECT_EQ(result, "untouched");
+}
+
+TEST(PathValues, AMissingSystemVariableLeavesThatPartEmpty) {
+  const std::string root = variable("SystemRoot"), drive = variable("SystemDrive");
+  SetEnvironmentVariableA("SystemRoot", nullptr);
+  SetEnvironmentVariableA("SystemDrive", nullptr);
+  EXPECT_EQ(expanded("{sys32}"), "\\SysWOW64\\");
+  EXPECT_EQ(expanded("{pf64}"), "\\Program Files\\");
+  SetEnvironmentVariableA("SystemRoot", root.c_str());
+  SetEnvironmentVariableA("SystemDrive", drive.c_str());
+}
+
+void WINAPI report_32_bit_system(LPSYSTEM_INFO info) {
+  *info = {};
+  info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
+}
+
+DWORD WINAPI no_temporary_path(DWORD, LPSTR) { return 0; }
+BOOL WINAPI no_special_folder(HWND, LPSTR, int, BOOL) { return FALSE; }
+BOOL WINAPI folder_without_local(HWND, LPSTR folder, int, BOOL) {
+  std::strcpy(folder, "C:\\Users\\u\\Data");
+  return TRUE;
+}
+
+// Replaces one import of this very program.
+template <class Function>
+test::ImportPatch patch(const char* dll, const char* name, Function* replacement) {
+  return test::ImportPatch(GetModuleHandleW(nullptr), dll, name, reinterpret_cast<void*>(replacement));
+}
+
+TEST(PathValues, On32BitTheSixtyFourBitFoldersStayUnexpanded) {
+  const auto guard = patch("KERNEL32.dll", "GetNativeSystemInfo", report_32_bit_system);
+  EXPECT_EQ(expanded("{sys64}{pf64}"), "{sys64}{pf64}");
+  EXPECT_EQ(expanded("{sys32}"), variable("SystemRoot") + "\\System32\\");
+  EXPECT_EQ(expanded("{pf32}"), variable("SystemDrive") + "\\Program Files\\");
+}
+
+TEST(PathValues, AFailingSystemCallFails) {
+  std::string result = "untouched";
+  {
+    const auto guard = patch("KERNEL32.dll", "GetTempPathA", no_temporary_path);
+    EXPECT_EQ(expand_on_this_machine("{tmp}", result), -21);
+  }
+  const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", no_special_folder);
+  EXPECT_EQ(expand_on_this_machine("{commonappdata}", result), -21);
+  EXPECT_EQ(expand_on_this_machine("{locallow}", result), -21);
+  EXPECT_EQ(result, "untouched");
+}
+
+TEST(PathValues, AFolderWithoutLocalLeavesLocalLow) {
+  const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", folder_without_local);
+  EXPECT_EQ(expanded("{locallow}"), "{locallow}");
+}
+
+TEST(Wow64, ThisProcessIsNative) {
+  wow64_state = kWow64Unknown;
+  EXPECT_EQ(determine_wow64_state(nullptr), 0);
+  EXPECT_EQ(wow64_state, kNative);
+}
+
+TEST(Wow64, AHandleThatIsNoneFailsAndLeavesTheState) {
+  wow64_state = kWow64Unknown;
+  EXPECT_EQ(determine_wow64_state(reinterpret_cast<HANDLE>(uintptr_t{0xDEAD0})), -1);
+  EXPECT_EQ(wow64_state, kWow64Unknown);
+}
+
+FARPROC WINAPI no_function(HMODULE, LPCSTR) { return nullptr; }
+
+TEST(Wow64, ASystemWithoutTheFunctionsFailsAndLeavesTheState) {
+  wow64_state = kWow64Unknown;
+  const auto guard = patch("KERNEL32.dll", "GetProcAddress", no_function);
+  EXPECT_EQ(determine_wow64_state(nullptr), -1);
+  EXPECT_EQ(wow64_state, kWow64Unknown);
+}
+
+BOOL WINAPI says_wow64(HANDLE, BOOL* is_wow64) {
+  *is_wow64 = TRUE;
+  return TRUE;
+}
+BOOL WINAPI says_32_bit_process(HANDLE, USHORT* process, USHORT* native) {
+  *process = IMAGE_FILE_MACHINE_I386;
+  *native = IMAGE_FILE_MACHINE_AMD64;
+  return TRUE;
+}
+FARPROC WINAPI only_the_older_function(HMODULE, LPCSTR name) {
+  return std::strcmp(name, "IsWow64Process") == 0 ? reinterpret_cast<FARPROC>(says_wow64) : nullptr;
+}
+FARPROC WINAPI the_newer_function(HMODULE, LPCSTR name) {
+  return std::strcmp(name, "IsWow64Process2") == 0 ? reinterpret_cast<FARPROC>(says_32_bit_process) : nullptr;
+}
+
+TEST(Wow64, EitherFunctionTellsA32BitProcess) {
+  for (auto* lookup : {only_the_older_function, the_newer_function}) {
+    wow64_state = kWow64Unknown;
+    const auto guard = patch("KERNEL32.dll", "GetProcAddress", lookup);
+    EXPECT_EQ(determine_wow64_state(nullptr), 0);
+    EXPECT_EQ(wow64_state, kWow64);
+  }
+  wow64_state = kWow64Unknown;
+}
+
+}  // namespace
