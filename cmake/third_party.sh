@@ -42,10 +42,85 @@ fetch_source() {
 
 cjson_version=1.7.18
 httplib_version=0.18.7
+openssl_version=3.5.7
+sqlite_version=3.46.1
+
+openssl_options='no-shared no-tests no-apps no-docs no-module no-engine no-legacy no-quic'
+sqlite_options='-DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED -DSQLITE_THREADSAFE=1'
+
+# Builds are kept in $deps/NAME-TARGET; a stamp of version and options tells whether one is the one wanted.
+is_built() { [ "$(cat "$deps/$1/stamp" 2>/dev/null)" = "$2" ]; }
+mark_built() { echo "$2" >"$deps/$1/stamp"; }
+
+# with_progress LABEL LOG COMMAND...: runs a long command, a line of its log every twenty seconds.
+with_progress() {
+  local label=$1 log=$2 started=$SECONDS worker
+  shift 2
+  "$@" >"$log" 2>&1 &
+  worker=$!
+  while kill -0 "$worker" 2>/dev/null; do
+    sleep 1
+    (((SECONDS - started) % 20)) || printf '  %s, %s s: %s lines of log\n' "$label" $((SECONDS - started)) "$(wc -l <"$log")"
+  done
+  wait "$worker" || { tail -n 20 "$log" >&2; fail "$label failed; the whole log: $log"; }
+  echo "built $label in $((SECONDS - started)) s"
+}
+
+# build_openssl TARGET PLATFORM [OPTION...]: libcrypto as a static library in $deps/openssl-TARGET.
+build_openssl() {
+  local target=$1 platform=$2 prefix=$deps/openssl-$1 work=$deps/work/openssl-$1
+  shift 2
+  local stamp="$openssl_version $platform $* $openssl_options"
+  ! is_built "openssl-$target" "$stamp" || return 0
+  fetch_source openssl "$openssl_version"
+  rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix/lib"
+  with_progress "openssl $openssl_version for $target" "$work.log" bash -ec "
+    cd '$work'
+    '$deps/src/openssl-$openssl_version/Configure' $platform $* $openssl_options
+    make -j$jobs build_generated libcrypto.a
+    cp -r include '$prefix/include'
+    cp -r '$deps/src/openssl-$openssl_version/include/openssl' '$prefix/include/'
+    cp libcrypto.a '$prefix/lib/'"
+  mark_built "openssl-$target" "$stamp"
+  rm -rf "$work"
+}
+
+# The one-file form of SQLite, made by its own configure and Tcl.
+make_sqlite_amalgamation() {
+  local prefix=$deps/sqlite-source work=$deps/work/sqlite-source
+  ! is_built sqlite-source "$sqlite_version" || return 0
+  fetch_source sqlite3 "$sqlite_version"
+  rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix"
+  with_progress "sqlite $sqlite_version in one file" "$work.log" bash -ec "
+    cd '$work'
+    '$deps/src/sqlite3-$sqlite_version/configure' --disable-tcl --disable-readline
+    make sqlite3.c
+    cp sqlite3.c sqlite3.h '$prefix/'"
+  mark_built sqlite-source "$sqlite_version"
+  rm -rf "$work"
+}
+
+# build_sqlite TARGET TOOL_PREFIX: the static library in $deps/sqlite-TARGET.
+build_sqlite() {
+  local target=$1 tool=$2 prefix=$deps/sqlite-$1 stamp="$sqlite_version $2 $sqlite_options"
+  ! is_built "sqlite-$target" "$stamp" || return 0
+  make_sqlite_amalgamation
+  rm -rf "$prefix" && mkdir -p "$prefix/lib" "$prefix/include"
+  with_progress "sqlite $sqlite_version for $target" "$deps/work/sqlite-$target.log" bash -ec "
+    ${tool}gcc -O2 $sqlite_options -c '$deps/sqlite-source/sqlite3.c' -o '$prefix/sqlite3.o'
+    ${tool}ar rcs '$prefix/lib/libsqlite3.a' '$prefix/sqlite3.o'
+    rm '$prefix/sqlite3.o'
+    cp '$deps/sqlite-source/sqlite3.h' '$prefix/include/'"
+  mark_built "sqlite-$target" "$stamp"
+}
 
 build_third_party() {
-  mkdir -p "$deps"
+  mkdir -p "$deps/work"
   fetch_source cjson "$cjson_version"
   fetch_source cpp-httplib "$httplib_version"
-  echo "ready: cjson $cjson_version, cpp-httplib $httplib_version"
+  build_sqlite native ''
+  build_sqlite windows x86_64-w64-mingw32-
+  build_openssl native linux-x86_64
+  build_openssl windows mingw64 --cross-compile-prefix=x86_64-w64-mingw32-
+  echo "ready: cjson $cjson_version, cpp-httplib $httplib_version, openssl $openssl_version, sqlite $sqlite_version"
 }

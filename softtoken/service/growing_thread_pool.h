@@ -1,0 +1,70 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <thread>
+
+#include <httplib.h>
+
+namespace velm::token {
+
+/**
+ * The server's threads. One is added whenever a connection finds none waiting, up to a limit: silent connections
+ * occupy threads of their own until they time out and never stand in the way of one that speaks.
+ */
+class GrowingThreadPool : public httplib::TaskQueue {
+ public:
+  explicit GrowingThreadPool(size_t limit) : limit_(limit) {}
+
+  bool enqueue(std::function<void()> job) override;
+  void shutdown() override;
+
+ private:
+  void work();
+
+  const size_t limit_;
+  std::mutex mutex_;
+  std::condition_variable arrived_;
+  std::deque<std::function<void()>> jobs_;
+  std::vector<std::thread> threads_;
+  size_t waiting_ = 0;
+  bool ending_ = false;
+};
+
+inline bool GrowingThreadPool::enqueue(std::function<void()> job) {
+  const std::lock_guard lock(mutex_);
+  if (jobs_.size() >= waiting_) {
+    if (threads_.size() >= limit_) return false;
+    threads_.emplace_back([this] { work(); });
+  }
+  jobs_.push_back(std::move(job));
+  arrived_.notify_one();
+  return true;
+}
+
+inline void GrowingThreadPool::shutdown() {
+  {
+    const std::lock_guard lock(mutex_);
+    ending_ = true;
+  }
+  arrived_.notify_all();
+  for (std::thread& thread : threads_) thread.join();
+}
+
+inline void GrowingThreadPool::work() {
+  std::unique_lock lock(mutex_);
+  while (true) {
+    ++waiting_;
+    arrived_.wait(lock, [this] { return ending_ || !jobs_.empty(); });
+    --waiting_;
+    if (jobs_.empty()) return;
+    const std::function<void()> job = std::move(jobs_.front());
+    jobs_.pop_front();
+    lock.unlock();
+    job();
+    lock.lock();
+  }
+}
+
+}  // namespace velm::token

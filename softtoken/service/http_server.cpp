@@ -1,0 +1,136 @@
+#include "softtoken/service/http_server.h"
+
+#include <stdexcept>
+
+#include "softtoken/service/dispatch.h"
+#include "softtoken/service/growing_thread_pool.h"
+#include "softtoken/service/request_stream.h"
+
+namespace velm::token {
+namespace {
+
+constexpr const char* kLoopback = "127.0.0.1";
+constexpr size_t kThreadLimit = 2048;
+// What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection ends.
+constexpr std::chrono::milliseconds kDrainTime{300};
+constexpr size_t kDrainBytes = 1024 * 1024;
+
+// Nobody else may listen on the port beside or instead of the service.
+void own_port(socket_t socket) {
+  const int on = 1;
+#ifdef _WIN32
+  constexpr int kOption = SO_EXCLUSIVEADDRUSE;
+#else
+  constexpr int kOption = SO_REUSEADDR;
+#endif
+  setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
+}
+
+bool starts_with(const std::string& text, const char* start) { return text.rfind(start, 0) == 0; }
+
+}  // namespace
+
+class HttpServer::Server : public httplib::Server {
+ public:
+  explicit Server(HttpOptions options) : options_(options) {
+    new_task_queue = [] { return new GrowingThreadPool(kThreadLimit); };
+    set_socket_options(own_port);
+    set_keep_alive_max_count(1);
+    set_payload_max_length(options_.body_limit);
+    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
+      return refuse_foreign(request, response);
+    });
+    set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response&) {
+      return is_foreign(request) ? 403 : 100;
+    });
+    Post(".*", [](const httplib::Request& request, httplib::Response& response) { answer(request, response); });
+  }
+
+  uint16_t bind() {
+    const bool bound = options_.port != 0 ? bind_to_port(kLoopback, options_.port)
+                                          : (options_.port = static_cast<uint16_t>(bind_to_any_port(kLoopback))) != 0;
+    if (!bound || options_.port == UINT16_MAX) throw std::runtime_error("the port is not free");
+    host_ = std::string(kLoopback) + ":" + std::to_string(options_.port);
+    local_host_ = "localhost:" + std::to_string(options_.port);
+    return options_.port;
+  }
+
+  void end() {
+    ending_ = true;
+    stop();
+  }
+
+ private:
+  // A web page of any site can make its browser send requests here. The browser then names the page's origin, or,
+  // where the page's own host name was pointed at this address, that name as the host.
+  bool is_foreign(const httplib::Request& request) const {
+    const std::string host = request.get_header_value("Host");
+    return request.has_header("Origin") || request.get_header_value_count("Host") != 1 ||
+           (host != host_ && host != local_host_);
+  }
+
+  HandlerResponse refuse_foreign(const httplib::Request& request, httplib::Response& response) const {
+    if (!is_foreign(request)) return HandlerResponse::Unhandled;
+    response.status = 403;
+    return HandlerResponse::Handled;
+  }
+
+  static void answer(const httplib::Request& request, httplib::Response& response) {
+    const std::string type = request.get_header_value("Content-Type");
+    if (starts_with(type, "application/json")) {
+      deliver(answer_json(request.body), response);
+    } else if (starts_with(type, "application/octet-stream")) {
+      deliver(answer_frame(request.body), response);
+    } else {
+      response.status = 415;
+    }
+  }
+
+  static void deliver(Answer&& answer, httplib::Response& response) {
+    response.status = answer.status;
+    response.set_header("Content-Type", answer.content_type);
+    response.body = std::move(answer.body);
+  }
+
+  bool process_and_close_socket(socket_t socket) override {
+    RequestStream stream(socket, options_.request_time, ending_);
+    bool closed = false;
+    const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, true, closed, nullptr);
+    const bool sent = stream.flush();
+    drain(socket);
+    httplib::detail::close_socket(socket);
+    return answered && sent;
+  }
+
+  // A socket closed with bytes unread resets the connection and takes the answer with it.
+  void drain(socket_t socket) const {
+#ifdef _WIN32
+    ::shutdown(socket, SD_SEND);
+#else
+    ::shutdown(socket, SHUT_WR);
+#endif
+    RequestStream rest(socket, kDrainTime, ending_);
+    char unseen[4096];
+    size_t drained = 0;
+    for (ssize_t count = 0; drained < kDrainBytes && (count = rest.read(unseen, sizeof unseen)) > 0;) {
+      drained += static_cast<size_t>(count);
+    }
+  }
+
+  HttpOptions options_;
+  std::string host_;
+  std::string local_host_;
+  std::atomic<bool> ending_{false};
+};
+
+HttpServer::HttpServer(HttpOptions options) : server_(std::make_unique<Server>(options)) {}
+
+HttpServer::~HttpServer() = default;
+
+uint16_t HttpServer::bind() { return server_->bind(); }
+
+void HttpServer::run() { server_->listen_after_bind(); }
+
+void HttpServer::stop() { server_->end(); }
+
+}  // namespace velm::token

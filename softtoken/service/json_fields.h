@@ -1,0 +1,14 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include "softtoken/core/bytes.h"
+
+namespace velm::token {
+
+/** The members of a request; each throws the code for bad input when the member is missing or of another type. */
+std::string text_field(const nlohmann::json& request, const char* name);
+uint32_t number_field(const nlohmann::json& request, const char* name);
+Bytes base64_field(const nlohmann::json& request, const char* name);
+
+}  // namespace velm::token

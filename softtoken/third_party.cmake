@@ -1,0 +1,24 @@
+# The libraries that the software token stands on, as targets.
+
+# Header-only Debian packages of the host, also used by the cross build: a folder of links exposes these headers alone.
+set(host_headers ${CMAKE_BINARY_DIR}/host-headers)
+file(MAKE_DIRECTORY ${host_headers})
+foreach(folder nlohmann CLI)
+  file(CREATE_LINK /usr/include/${folder} ${host_headers}/${folder} SYMBOLIC)
+endforeach()
+add_library(velm_host_headers INTERFACE)
+target_include_directories(velm_host_headers SYSTEM INTERFACE ${host_headers})
+
+add_library(velm_httplib INTERFACE)
+target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_DEPS}/src/cpp-httplib-0.18.7)
+target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_LISTEN_BACKLOG=512)
+# The compiler takes parts of std::regex, which the header uses, for uninitialized when it instruments them.
+target_compile_options(velm_httplib INTERFACE -Wno-maybe-uninitialized)
+if(WIN32)
+  target_link_libraries(velm_httplib INTERFACE ws2_32)
+else()
+  find_package(Threads REQUIRED)
+  # More than 1,024 sockets can be open at once; select() could not watch them.
+  target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_USE_POLL)
+  target_link_libraries(velm_httplib INTERFACE Threads::Threads)
+endif()

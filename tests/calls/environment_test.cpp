@@ -1,0 +1,238 @@
+// SOF_Initialize, SOF_Finalize, SOF_GetVersion, SOF_GenRandom, and with them every step of the JSON exchange.
+#include "support/allocation_faults.h"
+#include "support/client_test.h"
+#include "support/guarded_buffer.h"
+
+using namespace velm::test;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class Environment : public ClientTest {
+ protected:
+  std::vector<std::string> entry_lines() {
+    auto lines = log.messages(Level::kInformation);
+    lines.erase(lines.begin());  // of the load
+    return lines;
+  }
+};
+
+// A JSON text of exactly `size` bytes that says that the call succeeded.
+std::string success_of_size(size_t size) {
+  const std::string text = R"({"ErrorCode":"0"})";
+  return text + std::string(size - text.size(), ' ');
+}
+
+TEST_F(Environment, InitializeAndFinalizeSendTheirNumbers) {
+  service.answers(json(R"({"ErrorCode":"0"})"), json(R"({"ErrorCode":"0"})"));
+  EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
+  EXPECT_EQ(service.take_request().body, R"({"funcid":58})");
+  EXPECT_EQ(library.SOF_Finalize(), SOR_OK);
+  EXPECT_EQ(service.take_request().body, R"({"funcid":38})");
+  EXPECT_THAT(entry_lines(), ElementsAre("SOF_Initialize", "SOF_Finalize"));
+  EXPECT_THAT(log.errors(), IsEmpty());
+}
+
+TEST_F(Environment, TheServicesCodeIsTheResult) {
+  service.answers(json(R"({"ErrorCode":"B000438"})"), json(R"({"ErrorCode":"FFFFFFFF"})"));
+  EXPECT_EQ(library.SOF_Initialize(), 0x0B000438u);
+  EXPECT_EQ(library.SOF_Finalize(), 0x7FFFFFFFu);
+  EXPECT_THAT(log.errors(), IsEmpty());
+}
+
+// Each way in which an answer can be no success, with its result and its one log line ("": none).
+struct BadAnswer {
+  const char* body;
+  uint32_t code;
+  const char* line;
+};
+
+const BadAnswer kBadAnswers[] = {
+    {"", 0x0B000446, "->cJSON_Parse []"},
+    {"no json", 0x0B000446, "->cJSON_Parse [no json]"},
+    {R"({"ErrorCode":"0")", 0x0B000446, R"(->cJSON_Parse [{"ErrorCode":"0"])"},
+    {"{}", 0x0B000001, ""},
+    {"[]", 0x0B000001, ""},
+    {"null", 0x0B000001, ""},
+    {R"({"ErrorCode":0})", 0x0B000001, ""},
+    {R"({"ErrorCode":null})", 0x0B000001, ""},
+    {R"({"ErrorCode":"b000403"})", 0x0B000403, ""},
+    {R"({"ErrorCode":"0x0B000403"})", 0x0B000403, ""},
+    {R"({"ErrorCode":"  +B000403 "})", 0x0B000403, ""},
+    {R"({"ErrorCode":"FFFFFFFF"})", 0x7FFFFFFF, ""},
+    {R"({"ErrorCode":"-1"})", 0xFFFFFFFF, ""},
+    {R"({"ErrorCode":"-FFFFFFFF"})", 0x80000000, ""},
+};
+
+TEST_F(Environment, EveryBadAnswerHasItsCodeAndItsLineAndLeavesTheOutputs) {
+  GuardedBuffer version(128), random(16);
+  const std::pair<std::string, std::function<uint32_t()>> calls[] = {
+      {"SOF_Initialize", [&] { return library.SOF_Initialize(); }},
+      {"SOF_Finalize", [&] { return library.SOF_Finalize(); }},
+      {"SOF_GetVersion", [&] { return library.SOF_GetVersion(version.text()); }},
+      {"SOF_GenRandom", [&] { return library.SOF_GenRandom(16, random.data()); }},
+  };
+  for (const auto& [name, call] : calls) {
+    for (const BadAnswer& answer : kBadAnswers) {
+      LogReader::clear();
+      service.answers(json(answer.body));
+      EXPECT_EQ(call(), answer.code) << name << " " << answer.body;
+      if (answer.line[0] != '\0') {
+        EXPECT_THAT(log.errors(), ElementsAre(name + answer.line));
+      } else {
+        EXPECT_THAT(log.errors(), IsEmpty()) << answer.body;
+      }
+    }
+  }
+  EXPECT_TRUE(version.untouched());
+  EXPECT_TRUE(random.untouched());
+}
+
+TEST_F(Environment, AnAnswerOfTheCapacityIsTakenAndOneByteMoreIsNot) {
+  char version[128];
+  const std::pair<std::function<uint32_t()>, const char*> calls[] = {
+      {[&] { return library.SOF_Initialize(); }, "SOF_Initialize->cJSON_Parse []"},
+      {[&] { return library.SOF_Finalize(); }, "SOF_Finalize->cJSON_Parse []"},
+      {[&] { return library.SOF_GetVersion(version); }, "SOF_GetVersion->cJSON_Parse []"},
+  };
+  for (const auto& [call, line] : calls) {
+    LogReader::clear();
+    service.answers(json(success_of_size(128)), json(success_of_size(129)));
+    EXPECT_EQ(call(), SOR_OK);
+    EXPECT_EQ(call(), SOR_JSONPARSEERR);
+    EXPECT_THAT(log.errors(), ElementsAre(line));
+  }
+}
+
+TEST_F(Environment, GetVersionCopiesTheTextOrItsDefault) {
+  const std::pair<const char*, const char*> cases[] = {
+      {R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})", "3.1.4"},
+      {R"({"ErrorCode":"0","Result":{"Version":""}})", ""},
+      {R"({"ErrorCode":"0","Result":{"Version":7}})", "0.0.0"},
+      {R"({"ErrorCode":"0","Result":{}})", "0.0.0"},
+      {R"({"ErrorCode":"0","Result":"3.1.4"})", "0.0.0"},
+      {R"({"ErrorCode":"0"})", "0.0.0"},
+  };
+  for (const auto& [answer, version] : cases) {
+    service.answers(json(answer));
+    GuardedBuffer buffer(std::strlen(version) + 1);
+    EXPECT_EQ(library.SOF_GetVersion(buffer.text()), SOR_OK);
+    EXPECT_STREQ(buffer.text(), version);
+    EXPECT_EQ(service.take_request().body, R"({"funcid":0})");
+  }
+  EXPECT_THAT(entry_lines(), IsEmpty());
+}
+
+TEST_F(Environment, GetVersionLeavesOutANullBuffer) {
+  service.answers(json(R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})"));
+  EXPECT_EQ(library.SOF_GetVersion(nullptr), SOR_OK);
+}
+
+TEST_F(Environment, GenRandomDeliversTheDecodedBytes) {
+  const std::string random = "0123456789abcdef";
+  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(random) + R"("}})"));
+  GuardedBuffer buffer(16);
+  EXPECT_EQ(library.SOF_GenRandom(16, buffer.data()), SOR_OK);
+  EXPECT_EQ(buffer.bytes(), random);
+  EXPECT_EQ(service.take_request().body, R"({"funcid":26,"Len":16})");
+  EXPECT_THAT(entry_lines(), ElementsAre("SOF_GenRandom uRandomLen=16"));
+}
+
+TEST_F(Environment, GenRandomRefusesANullBufferWithoutARequest) {
+  EXPECT_EQ(library.SOF_GenRandom(16, nullptr), 0x0B000403u);
+  EXPECT_THAT(entry_lines(), ElementsAre("SOF_GenRandom uRandomLen=16"));
+  EXPECT_THAT(log.errors(), ElementsAre("pRandomData is null!"));
+  EXPECT_THAT(service.requests(), IsEmpty());
+}
+
+TEST_F(Environment, GenRandomTakesAnswersUpToItsCapacity) {
+  const std::string success = R"({"ErrorCode":"0","Result":{"RandomData":"AAAAAAAAAAAAAAAAAAAAAA=="}})";
+  const auto padded = [&](size_t size) { return json(success + std::string(size - success.size(), ' ')); };
+  service.answers(padded(288), padded(289));
+  GuardedBuffer buffer(16);
+  EXPECT_EQ(library.SOF_GenRandom(16, buffer.data()), SOR_OK);
+  EXPECT_EQ(library.SOF_GenRandom(16, buffer.data()), SOR_JSONPARSEERR);
+  EXPECT_THAT(log.errors(), ElementsAre("SOF_GenRandom->cJSON_Parse []"));
+}
+
+TEST_F(Environment, GenRandomFillsWhatTheServiceDidNotSendWithZeros) {
+  const std::pair<std::string, std::string> cases[] = {
+      {R"({"ErrorCode":"0","Result":{"RandomData":"YWJj"}})", std::string("abc\0\0\0\0\0", 8)},
+      {R"({"ErrorCode":"0","Result":{"RandomData":""}})", std::string(8, '\0')},
+      {R"({"ErrorCode":"0","Result":{"RandomData":1}})", std::string(8, '\0')},
+      {R"({"ErrorCode":"0"})", std::string(8, '\0')},
+  };
+  for (const auto& [answer, bytes] : cases) {
+    service.answers(json(answer));
+    GuardedBuffer buffer(8);
+    EXPECT_EQ(library.SOF_GenRandom(8, buffer.data()), SOR_OK);
+    EXPECT_EQ(buffer.bytes(), bytes) << answer;
+  }
+}
+
+TEST_F(Environment, GenRandomTakesNoMoreThanAskedFor) {
+  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(std::string(100, 'r')) + R"("}})"));
+  GuardedBuffer buffer(2);
+  EXPECT_EQ(library.SOF_GenRandom(2, buffer.data()), SOR_OK);
+  EXPECT_EQ(buffer.bytes(), "rr");
+}
+
+TEST_F(Environment, GenRandomOfNothingIsNotRefused) {
+  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":""}})"));
+  GuardedBuffer buffer(1);
+  EXPECT_EQ(library.SOF_GenRandom(0, buffer.data()), SOR_OK);
+  EXPECT_TRUE(buffer.untouched());
+  EXPECT_EQ(service.take_request().body, R"({"funcid":26,"Len":0})");
+}
+
+TEST_F(Environment, GenRandomRefusesWhatIsNotBase64) {
+  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":"%%%"}})"));
+  GuardedBuffer buffer(16);
+  EXPECT_EQ(library.SOF_GenRandom(16, buffer.data()), 0x0B010005u);
+  EXPECT_THAT(log.errors(), ElementsAre("SOF_GenRandom->xbase64::decode [%%%]"));
+  EXPECT_TRUE(buffer.untouched());
+}
+
+TEST_F(Environment, GenRandomsCapacityWrapsAt32BitsAndNeverFallsBelow256) {
+  const auto failure_of_size = [](size_t size) {
+    const std::string text = R"({"ErrorCode":"B000300"})";
+    return json(text + std::string(size - text.size(), ' '));
+  };
+  GuardedBuffer buffer(1);
+  for (uint32_t asked : {0xFFFFFFFFu, 0x80000000u}) {
+    service.answers(failure_of_size(256), failure_of_size(257));
+    EXPECT_EQ(library.SOF_GenRandom(asked, buffer.data()), 0x0B000300u);
+    EXPECT_EQ(library.SOF_GenRandom(asked, buffer.data()), SOR_JSONPARSEERR);
+  }
+  EXPECT_TRUE(buffer.untouched());
+}
+
+TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
+  const std::string answer = R"({"ErrorCode":"0","Result":{"Version":"1","RandomData":"AAAA"}})";
+  char version[128];
+  uint8_t random[3];
+  const std::function<uint32_t()> calls[] = {
+      [&] { return library.SOF_Initialize(); },
+      [&] { return library.SOF_Finalize(); },
+      [&] { return library.SOF_GetVersion(version); },
+      [&] { return library.SOF_GenRandom(3, random); },
+  };
+  service.responds([&](const Request&) { return json(answer); });
+  AllocationFaults memory(library.module());
+  for (const auto& call : calls) {
+    EXPECT_EQ(call(), SOR_OK);
+    memory.restart();
+    for (size_t nth = 1;; ++nth) {
+      memory.restart();
+      memory.fail_at(nth);
+      const uint32_t code = call();
+      if (!memory.has_failed()) break;
+      // cJSON reports memory that is not to be had as text that it cannot read; a log line is lost without a word.
+      EXPECT_TRUE(code == SOR_MEMORYERR || code == SOR_JSONPARSEERR || code == SOR_OK) << nth << std::hex << code;
+      EXPECT_EQ(memory.outstanding(), 0u) << nth;
+    }
+  }
+}
+
+}  // namespace

@@ -1,0 +1,21 @@
+#include <windows.h>
+
+#include <cstdio>
+
+#include "chapters.h"
+#include "velm_sof_client.h"
+
+int main() {
+  SetConsoleOutputCP(CP_UTF8);
+  Narrator narrator;
+
+  narrator.chapter("Hello");
+  if (!narrator.call("Announce this application to the service", SOF_Initialize())) return 1;
+  environment_chapter(narrator);
+  narrator.chapter("Goodbye");
+  narrator.call("Take leave of the service", SOF_Finalize());
+
+  std::printf("\n%d calls; %s\n", narrator.calls(),
+              narrator.all_went_well() ? "everything went as it should" : "SOMETHING WENT WRONG");
+  return narrator.all_went_well() ? 0 : 1;
+}
