@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <cstring>
+
 #include "basekit/basic/wow64.h"
 #include "support/import_patch.h"
 
@@ -151,11 +153,15 @@ BOOL WINAPI says_32_bit_process(HANDLE, USHORT* process, USHORT* native) {
   *native = IMAGE_FILE_MACHINE_AMD64;
   return TRUE;
 }
+template <class Function>
+FARPROC as_procedure(Function* function) {
+  return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
+}
 FARPROC WINAPI only_the_older_function(HMODULE, LPCSTR name) {
-  return std::strcmp(name, "IsWow64Process") == 0 ? reinterpret_cast<FARPROC>(says_wow64) : nullptr;
+  return std::strcmp(name, "IsWow64Process") == 0 ? as_procedure(says_wow64) : nullptr;
 }
 FARPROC WINAPI the_newer_function(HMODULE, LPCSTR name) {
-  return std::strcmp(name, "IsWow64Process2") == 0 ? reinterpret_cast<FARPROC>(says_32_bit_process) : nullptr;
+  return std::strcmp(name, "IsWow64Process2") == 0 ? as_procedure(says_32_bit_process) : nullptr;
 }
 
 TEST(Wow64, EitherFunctionTellsA32BitProcess) {
