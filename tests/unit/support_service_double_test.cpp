@@ -146,7 +146,9 @@ TEST(ServiceDouble, ClosesWithoutAnAnswerOrWithAReset) {
   int error = 0;
   const std::string answer = client.receive(&error);
   EXPECT_THAT(error, testing::AnyOf(0, WSAECONNRESET));  // Wine ends the stream in order before it closes a socket
-  if (error == 0) EXPECT_THAT(answer, EndsWith("\r\n\r\nabc"));
+  if (error == 0) {
+    EXPECT_THAT(answer, EndsWith("\r\n\r\nabc"));
+  }
 }
 
 TEST(ServiceDouble, TakesItsTime) {
