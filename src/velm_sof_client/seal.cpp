@@ -19,8 +19,8 @@ uint32_t SOF_Ext_EnumSeal(const char* pszContainerName, uint32_t* puSealCount) {
 uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, uint32_t uInfoType,
                             uint8_t* pInfo, uint32_t* pInfoLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_GetSeaInfo pszContainerName=[%s] uSealIndex=%u uInfoType=%u\n", or_NULL(pszContainerName),
-              uSealIndex, uInfoType);
+    LOG_ENTRY("SOF_Ext_GetSeaInfo pszContainerName=[%s] uSealIndex=%u uInfoType=%u\n",
+              or_NULL(pszContainerName), uSealIndex, uInfoType);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pInfoLen, "pInfoLen");
 

@@ -66,7 +66,8 @@ uint32_t SOF_Ext_AsymmDecryptData(const char* pszContainerName, uint32_t uKeySpe
     if (!pOutData) return store(pOutDataLen, capacity);
 
     FrameCall call{"SOF_Ext_AsymmDecryptData", capacity};
-    call.post(FunctionNumber::AsymmDecryptData, {pszContainerName, uKeySpec, FrameBytes{pInData, uInDataLen}});
+    call.post(FunctionNumber::AsymmDecryptData,
+              {pszContainerName, uKeySpec, FrameBytes{pInData, uInDataLen}});
     call.deliver(pOutData, pOutDataLen);
   });
 }

@@ -49,8 +49,8 @@ uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint
                          uint32_t uInDataLen, uint8_t* pSignedMessage, uint32_t* puSignedMessageLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_NULL(pszContainerName), uInDataLen);
-    // A message that carries the data grows with it: in the size query by its length, in the answer by its base64 form,
-    // estimated in single precision.
+    // A message that carries the data grows with it: in the size query by its length, in the answer by its
+    // base64 form, estimated in single precision.
     const bool carries_data = lFlag == 0;
     if (!pSignedMessage) return store(puSignedMessageLen, length_sum(8192u, carries_data ? uInDataLen : 0u));
 
@@ -65,8 +65,8 @@ uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint
 uint32_t SOF_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMessageDataLen,
                                  const uint8_t* pPlainData, uint32_t uPlainDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_VerifySignedMessage uMessageDataLen=%u pPlainData=0x%08X uPlainDataLen=%u\n", uMessageDataLen,
-              low_32_bits(pPlainData), uPlainDataLen);
+    LOG_ENTRY("SOF_VerifySignedMessage uMessageDataLen=%u pPlainData=0x%08X uPlainDataLen=%u\n",
+              uMessageDataLen, low_32_bits(pPlainData), uPlainDataLen);
     require_pointer(pMessageData, "pMessageData");
 
     JsonCall call{"SOF_VerifySignedMessage", 128};
@@ -79,7 +79,8 @@ uint32_t SOF_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMessageD
 uint32_t SOF_GetInfoFromSignedMessage(const uint8_t* pSignedMessage, uint32_t uSignedMessageLen,
                                       int32_t lInfoType, uint8_t* pInfo, uint32_t* puInfoLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_GetInfoFromSignedMessage lInfoIype=%d uSignedMessageLen=%u\n", lInfoType, uSignedMessageLen);
+    LOG_ENTRY("SOF_GetInfoFromSignedMessage lInfoIype=%d uSignedMessageLen=%u\n", lInfoType,
+              uSignedMessageLen);
     if (!pInfo) return store(puInfoLen, uSignedMessageLen);
 
     FrameCall call{"SOF_GetInfoFromSignedMessage", uSignedMessageLen};

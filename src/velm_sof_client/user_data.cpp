@@ -13,7 +13,8 @@ uint32_t SOF_Ext_ReadUsrDataFile(const char* pszContainerName, uint32_t ulFileTy
               or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulReadLen);
 
     FrameCall call{"SOF_Ext_ReadUsrDataFile", length_sum(ulReadLen, 32u), ulReadLen};
-    call.post(FunctionNumber::ReadUsrDataFile, {pszContainerName, ulFileType, ulFileIndex, ulOffset, ulReadLen});
+    call.post(FunctionNumber::ReadUsrDataFile,
+              {pszContainerName, ulFileType, ulFileIndex, ulOffset, ulReadLen});
     call.deliver(pReadData, nullptr);
   });
 }
@@ -34,14 +35,15 @@ uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* p
                                   uint32_t ulFileType, uint32_t ulFileIndex, uint32_t ulOffset,
                                   uint32_t ulWriteLen, const uint8_t* pWriteData) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_WriteUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulWriteLen=%u "
-              "g_multiUserInDataFmt=%u\n",
-              or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, kMultiUserInputFormat);
+    LOG_ENTRY(
+        "SOF_Ext_WriteUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulWriteLen=%u "
+        "g_multiUserInDataFmt=%u\n",
+        or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, kMultiUserInputFormat);
 
     JsonCall call{"SOF_Ext_WriteUsrDataFile", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Pin":"%s","FileType":%u,"FileIndex":%u,"Offset":%u,)"
               R"("WriteData":"%s"})",
-              {FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType, ulFileIndex,
-               ulOffset, Base64{pWriteData, ulWriteLen}});
+              {FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType,
+               ulFileIndex, ulOffset, Base64{pWriteData, ulWriteLen}});
   });
 }

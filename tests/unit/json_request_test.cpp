@@ -31,6 +31,10 @@ TEST_F(JsonRequest, APercentSignInATextIsNoConversion) {
   EXPECT_EQ(text_of(format_json("[%s][%s]", {"%s", "%d"})), "[%s][%d]");
 }
 
+TEST_F(JsonRequest, ATextMayEndAtALength) {
+  EXPECT_EQ(text_of(format_json("[%s][%s]", {std::string_view("123456", 4), std::string_view()})), "[1234][]");
+}
+
 TEST_F(JsonRequest, PrintsNullTextAndSendsNullBytesAsNone) {
   EXPECT_EQ(text_of(format_json("[%s][%s][%s]", {static_cast<const char*>(nullptr), Base64{nullptr, 5},
                                                  Base64{static_cast<const char*>(nullptr)}})),
