@@ -1,9 +1,9 @@
 #include "sof_impl.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "basekit/basic/log.h"
@@ -27,7 +27,7 @@ struct CodeRange {
 };
 
 // Sorted. A code that is not listed is an unknown error; so the gaps are part of the table.
-constexpr std::array<CodeRange, 33> kCodeRanges{{
+constexpr CodeRange kCodeRanges[] = {
     {0x02000002, 0x02000009, 0x0B000002},
     {0x02000010, 0x02000012, 0x0B000010},
     {0x02000100, 0x02000101, 0x0B000100},
@@ -61,7 +61,7 @@ constexpr std::array<CodeRange, 33> kCodeRanges{{
     {0x0200060A, 0x0200060D, 0x0B010007},
     {0x0200060E, 0x02000613, 0x0B01000C},
     {0x02001001, 0x02001002, 0x0B000503},
-}};
+};
 
 }  // namespace
 
@@ -79,23 +79,23 @@ uint32_t SI_Initialize() {
 
 uint32_t SI_MapSafError(uint32_t saf_code) {
   if (saf_code == 0) return SOR_OK;
-  const auto range = std::find_if(kCodeRanges.begin(), kCodeRanges.end(),
-                                  [=](const CodeRange& row) { return saf_code <= row.last; });
-  if (range == kCodeRanges.end() || saf_code < range->first) return SOR_UNKNOWNERR;
+  const auto range = std::ranges::lower_bound(kCodeRanges, saf_code, {}, &CodeRange::last);
+  if (range == std::end(kCodeRanges) || saf_code < range->first) return SOR_UNKNOWNERR;
   return range->mapped + (saf_code - range->first);
 }
 
 void* SI_Malloc(uint32_t& length) {
   const uint64_t granted = uint64_t{length} + 2048;
   length = static_cast<uint32_t>(granted);
-  return granted > UINT32_MAX ? nullptr : std::malloc(granted + 1024);
+  return granted > UINT32_MAX ? nullptr : std::malloc(granted + kBytesBeyondCapacity);
 }
 
 uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uint32_t& length) {
   const UserCertTable& table = g_userCertTable;
   for (uint32_t i = 0; i < std::min(table.count, UserCertTable::kEntries); ++i) {
     // A name that begins with the stored one matches.
-    const bool named = std::strncmp(container_name, table.container_name[i], table.container_name_length[i]) == 0;
+    const bool named =
+        std::strncmp(container_name, table.container_name[i], table.container_name_length[i]) == 0;
     const uint32_t size = table.certificate_length[i];
     if (!named || table.certificate_type[i] != kSigningCertificate || size == 0) continue;
     if (size > kUserCertificateCapacity) continue;
@@ -111,8 +111,8 @@ uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, 
   const std::string label = std::string(container_name) + "_FromCache";
   const auto label_length = static_cast<uint32_t>(label.size());
   length = kUserCertificateCapacity;
-  const uint32_t result = SAF_Ext_ReadLabel(g_hAppHandle, label.c_str(), label_length, label.c_str(), label_length,
-                                            kCertificateLabel, certificate, &length);
+  const uint32_t result = SAF_Ext_ReadLabel(g_hAppHandle, label.c_str(), label_length, label.c_str(),
+                                            label_length, kCertificateLabel, certificate, &length);
   if (result != 0) {
     log::write(unit, log::kError, __LINE__, "SAF_Ext_ReadLabel lbtype:%d 0x%08X \n",
                static_cast<int>(kCertificateLabel), result);

@@ -8,7 +8,7 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "modules/velm_openssl_api.h"
+#include "basekit/basic/base64.h"
 #include "velm_sof_client/function_number.h"
 #include "velm_sof_client/request_memory.h"
 
@@ -23,17 +23,8 @@ struct Base64 {
   explicit Base64(const char* text) : Base64(text, text ? static_cast<uint32_t>(std::strlen(text)) : 0) {}
 };
 
-// Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and slack.
-constexpr uint64_t base64_room(uint64_t size) { return (size + 2) / 3 * 4 + size / 16 + 1024; }
-
-// Encodes to the end of the request. What the crypto module cannot encode is the empty text.
 inline void append_base64(RequestMemory& request, const Base64& block) {
-  char* text = request.end();
-  uint32_t written = 0;
-  const int32_t result = VELM_Openssl_Base64Encode(static_cast<const uint8_t*>(block.data), block.size,
-                                                   reinterpret_cast<uint8_t*>(text), &written);
-  if (result != 0 || written > request.room()) return;
-  request.grow(strnlen(text, written));
+  request.grow(encode_base64(block.data, block.size, request.end(), request.room()));
 }
 
 // One value of a request, printed by the conversion that stands for it in the format: %d, %u or %s.

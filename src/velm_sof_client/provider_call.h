@@ -1,50 +1,91 @@
-// What the calls share that work in process through the cryptographic service library.
+// What the calls share that work in process through the provider modules.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
+#include <utility>
 
 #include "modules/velm_client_saf.h"
+#include "modules/velm_openssl_api.h"
 #include "sof_impl.h"
+#include "velm_sof_client/byte_view.h"
 #include "velm_sof_client/exported_call.h"
+#include "velm_sof_client/heap_memory.h"
 
 namespace velm {
 
-// Takes the result of a provider function: anything but success is logged under `name`, with the raw code, and fails with
-// the library's code for it.
+// Takes the result of a provider function: anything but success is logged under `name`, with the raw code,
+// and fails with the library's code for it.
 inline void check_provider(const char* name, uint32_t result, CallSite site = CallSite::current()) {
   if (result == 0) return;
   log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", name, result);
   fail(SI_MapSafError(result));
 }
 
-struct ProviderFree {
-  void operator()(void* memory) const { std::free(memory); }
-};
-using ProviderMemory = std::unique_ptr<uint8_t[], ProviderFree>;
-
-// A buffer that a provider call fills: `length` goes in as its capacity and comes back as what was written.
+// A buffer that a provider call fills: `length` goes in as its capacity and comes back as what the provider
+// says that it wrote. What lies in the buffer is all that is ever read, whatever the provider says.
 struct ProviderBuffer {
-  ProviderMemory bytes;
+  HeapMemory bytes{};
   uint32_t length = 0;
+  uint64_t size = 0;
 
   uint8_t* data() const { return bytes.get(); }
+  ByteView content() const { return {bytes.get(), static_cast<uint32_t>(std::min<uint64_t>(length, size))}; }
 };
 
-// A buffer for what a provider call has just sized. When it is not to be had, `caller` and `name` say so in the log.
-inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_t sized,
-                                   CallSite site = CallSite::current()) {
-  ProviderBuffer buffer{nullptr, sized};
-  buffer.bytes.reset(static_cast<uint8_t*>(SI_Malloc(buffer.length)));
-  if (!buffer.bytes) {
-    log::write(client_unit, log::kError, line_of(site), "%s, SI_Malloc, %s = 0x%08X \n", caller, name, buffer.length);
-    fail(SOR_MEMORYERR);
-  }
-  return buffer;
+// The same, of a fixed size and zeroed.
+template <uint32_t size>
+struct FixedBuffer {
+  uint8_t bytes[size]{};
+  uint32_t length = size;
+
+  ByteView content() const { return {bytes, std::min(length, size)}; }
+};
+
+inline void require_memory(const HeapMemory& memory, const char* caller, const char* name, uint32_t length,
+                           CallSite site = CallSite::current()) {
+  if (memory) return;
+  log::write(client_unit, log::kError, line_of(site), "%s, SI_Malloc, %s = 0x%08X \n", caller, name, length);
+  fail(SOR_MEMORYERR);
 }
 
-inline uint32_t text_length(const char* text) { return static_cast<uint32_t>(std::strlen(text)); }
+// A buffer for what a provider call has just sized. When it is not to be had, `caller` and `name` say so in
+// the log.
+inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_t sized,
+                                   CallSite site = CallSite::current()) {
+  uint32_t granted = sized;
+  HeapMemory bytes(static_cast<uint8_t*>(SI_Malloc(granted)));
+  require_memory(bytes, caller, name, granted, site);
+  return {std::move(bytes), granted, uint64_t{granted} + kBytesBeyondCapacity};
+}
+
+// What the crypto module tells of a certificate. `mode`: 1 for the type of the public key, 17 for its length
+// too.
+inline CertificateRecord parse_certificate(const char* function, ByteView certificate, uint32_t mode,
+                                           CallSite site = CallSite::current()) {
+  CertificateRecord record{};
+  const int32_t result = VELM_Openssl_ParseCertInfo(certificate.data, certificate.length, mode, 0, &record);
+  if (result != 0) {
+    log::write(client_unit, log::kError, line_of(site), "%s, VELM_Openssl_ParseCertInfo goa_rv=%d\n",
+               function, result);
+    fail(SOR_CERTPARSEERR);
+  }
+  return record;
+}
+
+// The public key of a certificate, as the provider's hash function takes it.
+inline FixedBuffer<1024> read_public_key(ByteView certificate, CallSite site = CallSite::current()) {
+  constexpr uint32_t kPublicKey = 8;
+  FixedBuffer<1024> key;
+  check_provider("SAF_GetCertificateInfo",
+                 SAF_GetCertificateInfo(g_hAppHandle.load(), certificate.data, certificate.length, kPublicKey,
+                                        key.bytes, &key.length),
+                 site);
+  return key;
+}
+
+// The length of a text as the provider takes it; a null one counts as no bytes.
+inline uint32_t text_length(const char* text) { return text ? static_cast<uint32_t>(std::strlen(text)) : 0; }
 
 }  // namespace velm

@@ -7,7 +7,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 work=$(mktemp -d)
 service=
 
-run_wine() { "$root/cmake/run-under-wine" "$@"; }
+run_wine=$root/cmake/run-under-wine
 
 finish() {
   if [ -n "$service" ]; then
@@ -25,7 +25,7 @@ if answers; then
   echo "demo: something already listens on 127.0.0.1:55661" >&2
   exit 1
 fi
-run_wine "$bin/velm_softtoken.exe" serve >"$work/service.log" 2>&1 &
+"$run_wine" "$bin/velm_softtoken.exe" serve >"$work/service.log" 2>&1 &
 service=$!
 for ((tries = 0; tries < 300; tries++)); do
   ! answers || break
@@ -34,4 +34,4 @@ for ((tries = 0; tries < 300; tries++)); do
 done
 answers || { echo "demo: the service does not answer" >&2; cat "$work/service.log" >&2; exit 1; }
 cat "$work/service.log"
-run_wine "$bin/velm_tour.exe"
+"$run_wine" "$bin/velm_tour.exe"

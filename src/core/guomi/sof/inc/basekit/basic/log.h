@@ -13,9 +13,9 @@
 #include <atomic>
 #include <cstdarg>
 #include <cwchar>
-#include <memory>
 
 #include "basekit/basic/log_prefix.h"
+#include "basekit/basic/owned_file.h"
 #include "basekit/basic/windows_path_values.h"
 #include "basekit/basic/wow64.h"
 
@@ -85,11 +85,6 @@ struct Unit {
     return path;
   }
 };
-
-struct FileCloser {
-  void operator()(std::FILE* file) const { std::fclose(file); }
-};
-using OwnedFile = std::unique_ptr<std::FILE, FileCloser>;
 
 struct PathParts {
   char drive[_MAX_DRIVE];

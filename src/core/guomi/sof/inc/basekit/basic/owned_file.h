@@ -1,0 +1,14 @@
+// A file stream that closes itself.
+#pragma once
+
+#include <cstdio>
+#include <memory>
+
+namespace velm {
+
+struct FileCloser {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using OwnedFile = std::unique_ptr<std::FILE, FileCloser>;
+
+}  // namespace velm

@@ -1,0 +1,77 @@
+// Raw signatures of files, made and verified by the provider, which opens the file itself.
+#include <cstring>
+
+#include "velm_sof_client/algorithm.h"
+#include "velm_sof_client/provider_call.h"
+
+using namespace velm;
+
+namespace {
+
+// The first of these texts that a container's name holds says how it signs.
+constexpr struct {
+  const char* text;
+  uint32_t digest;
+} kDigestMarkers[] = {{"RSA_1024", kSha1}, {"RSA_2048", kSha256}, {"SCAN_", kSha256}, {"SM2", kSm3}};
+
+uint32_t digest_of_container(const char* container) {
+  for (const auto& marker : kDigestMarkers) {
+    if (std::strstr(container, marker.text)) return marker.digest;
+  }
+  return kNoDigest;
+}
+
+uint32_t digest_of_signature_length(uint32_t length) {
+  if (length < kShortestRsaSignature) return kSm3;
+  if (length == 128) return kSha1;
+  if (length == 256) return kSha256;
+  return kNoDigest;
+}
+
+// Only SM3 takes the signer's identity in.
+ByteView signer_id_for(uint32_t digest) { return digest == kSm3 ? default_signer_id() : ByteView{}; }
+
+}  // namespace
+
+uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, uint8_t* pSignedData,
+                      uint32_t* pSignedDataLen) {
+  return exported_call([&] {
+    LOG_ENTRY("SOF_SignFile [%s] pszInFilePath=[%s]\n", or_NULL(pszContainerName), or_NULL(pszInFilePath));
+    require_pointer(pszContainerName, "pszContainerName");
+    require_pointer(pszInFilePath, "pszInFilePath");
+    require_pointer(pSignedDataLen, "pSignedDataLen");
+
+    SI_Initialize();  // where it fails, the provider refuses the null handle
+
+    const uint32_t digest = digest_of_container(pszContainerName);
+    if (digest == kNoDigest) {
+      LOG_FAILURE("ContainerName error: sContainerName=%s\n", pszContainerName);
+      return;
+    }
+    const ByteView id = signer_id_for(digest);
+    check_provider("SAF_Ext_SignFile",
+                   SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName),
+                                    digest, id.data, id.length, pszInFilePath, pSignedData, pSignedDataLen));
+  });
+}
+
+uint32_t SOF_VerifySignedFile(const uint8_t* pSignCert, uint32_t uSignCertLen, const char* pszInFilePath,
+                              const uint8_t* pSignedData, uint32_t uSignedDataLen) {
+  return exported_call([&] {
+    LOG_ENTRY("SOF_VerifySignedFile uSignCertLen=%u pszInFilePath=[%s] uSignedDataLen=%u\n", uSignCertLen,
+              or_NULL(pszInFilePath), uSignedDataLen);
+    require_pointer(pSignCert, "pSignCert");
+    require_pointer(pszInFilePath, "pszInFilePath");
+    require_pointer(pSignedData, "pSignedData");
+
+    const uint32_t digest = digest_of_signature_length(uSignedDataLen);
+    if (digest == kNoDigest) {
+      LOG_FAILURE("SOF_VerifySignedFile:unsupport signature length: %u\n", uSignedDataLen);
+      fail(SOR_INDATALENERR);
+    }
+    const ByteView id = signer_id_for(digest);
+    check_provider("SAF_Ext_VerifySignFileByCert",
+                   SAF_Ext_VerifySignFileByCert(digest, pSignCert, uSignCertLen, id.data, id.length,
+                                                pszInFilePath, pSignedData, uSignedDataLen));
+  });
+}

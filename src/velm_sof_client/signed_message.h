@@ -1,0 +1,82 @@
+// Taking a signed message (PKCS#7, or the SM2 form of GM/T 0010) apart through the provider.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+#include "velm_sof_client/algorithm.h"
+#include "velm_sof_client/provider_call.h"
+
+namespace velm {
+
+struct SignedDataDecoder {
+  const char* name;
+  decltype(&SAF_Pkcs7_DecodeSignedData) function;
+};
+
+inline SignedDataDecoder pkcs7_decoder() {
+  return {"SAF_Pkcs7_DecodeSignedData", SAF_Pkcs7_DecodeSignedData};
+}
+inline SignedDataDecoder sm2_decoder() { return {"SAF_SM2_DecodeSignedData", SAF_SM2_DecodeSignedData}; }
+
+// What a message consists of. A decoding pass fills the buffers that are there, and sizes those that are not.
+struct SignedData {
+  ProviderBuffer certificate;
+  uint32_t digest = 0;
+  ProviderBuffer content;
+  ProviderBuffer signature;
+};
+
+// One decoding pass; the provider's own result.
+inline uint32_t decode(const SignedDataDecoder& decoder, ByteView message, SignedData& parts) {
+  return decoder.function(g_hAppHandle.load(), message.data, message.length, parts.certificate.data(),
+                          &parts.certificate.length, &parts.digest, parts.content.data(),
+                          &parts.content.length, parts.signature.data(), &parts.signature.length);
+}
+
+inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
+                            CallSite site = CallSite::current()) {
+  check_provider(decoder.name, decode(decoder, message, parts), site);
+}
+
+// The first sizing pass: with the general decoder, and where that fails with the one for SM2.
+inline SignedData size_with_either_decoder(ByteView message, CallSite site = CallSite::current()) {
+  SignedData parts;
+  if (decode(pkcs7_decoder(), message, parts) != 0) require_decoded(sm2_decoder(), message, parts, site);
+  return parts;
+}
+
+// The signed attributes: their encoding, which is what the signature then covers, and the message digest
+// among them.
+struct SignedAttributes {
+  uint32_t flag = 0;
+  uint32_t digest = 0;
+  FixedBuffer<4096> encoding;
+  FixedBuffer<128> hash;
+
+  bool present() const { return flag == 1; }
+};
+
+inline SignedAttributes read_signed_attributes(ByteView message, CallSite site = CallSite::current()) {
+  SignedAttributes attributes;
+  check_provider("SAF_Ext_Pkcs7_ReadContentData",
+                 SAF_Ext_Pkcs7_ReadContentData(g_hAppHandle.load(), message.data, message.length,
+                                               &attributes.flag, &attributes.digest,
+                                               attributes.encoding.bytes, &attributes.encoding.length,
+                                               attributes.hash.bytes, &attributes.hash.length),
+                 site);
+  return attributes;
+}
+
+// Holds a hash against the message digest of the attributes.
+template <uint32_t size>
+void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
+                            CallSite site = CallSite::current()) {
+  constexpr uint32_t kHashError = 0x02000302;
+  if (hash.length != attributes.hash.length) check_provider("hashLen != attrHashLen", kHashError, site);
+  const ByteView ours = hash.content(), theirs = attributes.hash.content();
+  const bool equal = std::equal(ours.data, ours.data + ours.length, theirs.data, theirs.data + theirs.length);
+  if (!equal) check_provider("hash not equal attrHash", kHashError, site);
+}
+
+}  // namespace velm

@@ -1,0 +1,55 @@
+#include "basekit/basic/base64.h"
+
+#include <gtest/gtest.h>
+
+#include "crypto_module.h"
+
+using namespace velm;
+using namespace velm::test;
+
+namespace {
+
+class Base64Text : public testing::Test {
+ protected:
+  void SetUp() override { encoder = plain_encoder; }
+};
+
+TEST_F(Base64Text, HoldsWhatTheModuleEncodes) {
+  EXPECT_EQ(xbase64_encode_string("abc", 2), "<ab>");
+  EXPECT_EQ(xbase64_encode_text("abc"), "<abc>");
+}
+
+TEST_F(Base64Text, NothingIsEncodedAsNoBytes) {
+  EXPECT_EQ(xbase64_encode_string("", 0), "<>");
+  EXPECT_EQ(xbase64_encode_string(nullptr, 0), "<>");
+  EXPECT_EQ(xbase64_encode_string(nullptr, 5), "<>");
+  EXPECT_EQ(xbase64_encode_text(nullptr), "<>");
+}
+
+TEST_F(Base64Text, IsEmptyWhenTheModuleFails) {
+  encoder = encoder_that(-1, "YWJj", 4);
+  EXPECT_EQ(xbase64_encode_string("abc", 3), "");
+  EXPECT_EQ(xbase64_encode_text("abc"), "");
+}
+
+TEST_F(Base64Text, IsEmptyWhenTheModuleClaimsMoreThanTheRoom) {
+  encoder = encoder_that(0, "YWJj", 1u << 30);
+  EXPECT_EQ(xbase64_encode_string("abc", 3), "");
+}
+
+TEST_F(Base64Text, EndsAtItsFirstZero) {
+  encoder = encoder_that(0, "YWJj", 5);
+  EXPECT_EQ(xbase64_encode_string("abc", 3), "YWJj");
+}
+
+TEST_F(Base64Text, TheModuleHasRoomForLineBreaks) {
+  for (uint64_t size : {0ull, 1ull, 5ull, 48ull, 1000ull, 1ull << 26, 0xFFFFFFFFull}) {
+    const uint64_t lines = size / 48 + 1;
+    EXPECT_GE(base64_room(size), (size + 2) / 3 * 4 + 2 * lines) << size;
+    if (size > 1 << 20) {
+      EXPECT_LT(static_cast<double>(base64_room(size)), 1.4 * static_cast<double>(size));
+    }
+  }
+}
+
+}  // namespace

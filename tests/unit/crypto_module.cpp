@@ -1,0 +1,30 @@
+#include "crypto_module.h"
+
+#include <cstring>
+#include <string>
+
+namespace velm::test {
+
+Encoder encoder = plain_encoder;
+
+int32_t plain_encoder(const uint8_t* data, uint32_t length, uint8_t* text, uint32_t* text_length) {
+  const std::string encoded = "<" + std::string(reinterpret_cast<const char*>(data), length) + ">";
+  encoded.copy(reinterpret_cast<char*>(text), encoded.size());
+  *text_length = static_cast<uint32_t>(encoded.size());
+  return 0;
+}
+
+Encoder encoder_that(int32_t result, const char* written, uint32_t claimed) {
+  return [=](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
+    std::strcpy(reinterpret_cast<char*>(text), written);
+    *text_length = claimed;
+    return result;
+  };
+}
+
+}  // namespace velm::test
+
+extern "C" int32_t VELM_Openssl_Base64Encode(const uint8_t* data, uint32_t length, uint8_t* text,
+                                             uint32_t* text_length) {
+  return velm::test::encoder(data, length, text, text_length);
+}
