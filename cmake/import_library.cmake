@@ -4,7 +4,9 @@ function(velm_import_library name)
   set(lib ${CMAKE_CURRENT_BINARY_DIR}/lib${name}.dll.a)
   add_custom_command(
     OUTPUT ${lib}
-    COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --input-def ${def} --output-lib ${lib}
+    # The output's name becomes part of symbol names: without a folder it is the same wherever the build lies.
+    COMMAND ${CMAKE_DLLTOOL} --deterministic-libraries --input-def ${def} --output-lib lib${name}.dll.a
+    WORKING_DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}
     DEPENDS ${def} VERBATIM)
   add_custom_target(${name}_import DEPENDS ${lib})
   add_library(${name} INTERFACE)

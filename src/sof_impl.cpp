@@ -94,7 +94,8 @@ uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uin
   const UserCertTable& table = g_userCertTable;
   for (uint32_t i = 0; i < std::min(table.count, UserCertTable::kEntries); ++i) {
     // A name that begins with the stored one matches.
-    const bool named = std::strncmp(container_name, table.container_name[i], table.container_name_length[i]) == 0;
+    const bool named =
+        std::strncmp(container_name, table.container_name[i], table.container_name_length[i]) == 0;
     const uint32_t size = table.certificate_length[i];
     if (!named || table.certificate_type[i] != kSigningCertificate || size == 0) continue;
     if (size > kUserCertificateCapacity) continue;
@@ -110,8 +111,8 @@ uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, 
   const std::string label = std::string(container_name) + "_FromCache";
   const auto label_length = static_cast<uint32_t>(label.size());
   length = kUserCertificateCapacity;
-  const uint32_t result = SAF_Ext_ReadLabel(g_hAppHandle, label.c_str(), label_length, label.c_str(), label_length,
-                                            kCertificateLabel, certificate, &length);
+  const uint32_t result = SAF_Ext_ReadLabel(g_hAppHandle, label.c_str(), label_length, label.c_str(),
+                                            label_length, kCertificateLabel, certificate, &length);
   if (result != 0) {
     log::write(unit, log::kError, __LINE__, "SAF_Ext_ReadLabel lbtype:%d 0x%08X \n",
                static_cast<int>(kCertificateLabel), result);

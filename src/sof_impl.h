@@ -32,14 +32,16 @@ uint32_t SI_MapSafError(uint32_t saf_code);
 
 constexpr uint32_t kBytesBeyondCapacity = 1024;
 
-// Memory for what a provider call has just sized: grows `length`, which becomes the capacity that the next call is told,
-// by 2048 and allocates kBytesBeyondCapacity more than that. Null when memory runs out or the grown length passes 32 bits. To be released with free().
+// Memory for what a provider call has just sized: grows `length`, which becomes the capacity that the next
+// call is told, by 2048 and allocates kBytesBeyondCapacity more than that. Null when memory runs out or the
+// grown length passes 32 bits. To be released with free().
 void* SI_Malloc(uint32_t& length);
 
 // The signing certificate of a container, from the table. `certificate` holds 4096 bytes. 0, or 0x0B000310.
 uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uint32_t& length);
 
-// The certificate of a scanned container, from its label on the device. 0, or 0x0B000001 with the code logged.
+// The certificate of a scanned container, from its label on the device. 0, or 0x0B000001 with the code
+// logged.
 uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, uint32_t& length);
 
 }  // namespace velm

@@ -50,8 +50,8 @@ uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, u
     }
     const ByteView id = signer_id_for(digest);
     check_provider("SAF_Ext_SignFile",
-                   SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName), digest,
-                                    id.data, id.length, pszInFilePath, pSignedData, pSignedDataLen));
+                   SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName),
+                                    digest, id.data, id.length, pszInFilePath, pSignedData, pSignedDataLen));
   });
 }
 
@@ -71,7 +71,7 @@ uint32_t SOF_VerifySignedFile(const uint8_t* pSignCert, uint32_t uSignCertLen, c
     }
     const ByteView id = signer_id_for(digest);
     check_provider("SAF_Ext_VerifySignFileByCert",
-                   SAF_Ext_VerifySignFileByCert(digest, pSignCert, uSignCertLen, id.data, id.length, pszInFilePath,
-                                                pSignedData, uSignedDataLen));
+                   SAF_Ext_VerifySignFileByCert(digest, pSignCert, uSignCertLen, id.data, id.length,
+                                                pszInFilePath, pSignedData, uSignedDataLen));
   });
 }

@@ -29,14 +29,16 @@ uint32_t SOF_Ext_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMess
       return;
     }
     const ByteView certificate = parts.certificate.content(), signature = parts.signature.content();
-    check_provider("SAF_Ext_VerifySignHashByCert",
-                   SAF_Ext_VerifySignHashByCert(parts.digest, certificate.data, certificate.length, pHashedData,
-                                                pHashedData ? uiHashedDataLen : 0, signature.data, signature.length));
+    check_provider(
+        "SAF_Ext_VerifySignHashByCert",
+        SAF_Ext_VerifySignHashByCert(parts.digest, certificate.data, certificate.length, pHashedData,
+                                     pHashedData ? uiHashedDataLen : 0, signature.data, signature.length));
   });
 }
 
 uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLen, const uint8_t* pHashedData,
-                                  uint32_t uiHashedDataLen, const uint8_t* pSignedData, uint32_t uSignedDataLen) {
+                                  uint32_t uiHashedDataLen, const uint8_t* pSignedData,
+                                  uint32_t uSignedDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_VerifySignedHash uSignCertLen=%u uiHashedDataLen=%u uSignedDataLen=%u\n", uSignCertLen,
               uiHashedDataLen, uSignedDataLen);
@@ -44,7 +46,8 @@ uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLe
     require_pointer(pHashedData, "pHashedData");
     require_pointer(pSignedData, "pSignedData");
 
-    const CertificateRecord record = parse_certificate("SOF_Ext_VerifySignedHash", {pSignCert, uSignCertLen}, 1);
+    const CertificateRecord record =
+        parse_certificate("SOF_Ext_VerifySignedHash", {pSignCert, uSignCertLen}, 1);
     if (record.public_key_type == kRsaKey) {
       const uint32_t digest = digest_of_hash_length(uiHashedDataLen);
       if (digest == kNoDigest) {
@@ -52,20 +55,20 @@ uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLe
         fail(SOR_NOTSUPPORTYETERR);
       }
       check_provider("SAF_Ext_VerifySignHashByCert",
-                     SAF_Ext_VerifySignHashByCert(digest, pSignCert, uSignCertLen, pHashedData, uiHashedDataLen,
-                                                  pSignedData, uSignedDataLen));
+                     SAF_Ext_VerifySignHashByCert(digest, pSignCert, uSignCertLen, pHashedData,
+                                                  uiHashedDataLen, pSignedData, uSignedDataLen));
       return;
     }
 
     read_public_key({pSignCert, uSignCertLen});  // a certificate without one is refused here
     check_provider("SAF_EccVerifySignByCert",
-                   SAF_EccVerifySignByCert(kSm2Signature, pSignCert, uSignCertLen, pHashedData, uiHashedDataLen,
-                                           pSignedData, uSignedDataLen));
+                   SAF_EccVerifySignByCert(kSm2Signature, pSignCert, uSignCertLen, pHashedData,
+                                           uiHashedDataLen, pSignedData, uSignedDataLen));
   });
 }
 
-uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input, uint32_t inputLen, uint8_t* output,
-                                          uint32_t* outputLen) {
+uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input, uint32_t inputLen,
+                                          uint8_t* output, uint32_t* outputLen) {
   return exported_call([&] {
     require_pointer(input, "input");
     require_pointer(output, "output");

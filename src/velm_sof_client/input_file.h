@@ -1,4 +1,5 @@
-// A caller's path and the file behind it. What fails is logged under the exported function's name and fails the call.
+// A caller's path and the file behind it. What fails is logged under the exported function's name and fails
+// the call.
 #pragma once
 
 #include <cstdint>
@@ -22,7 +23,8 @@ inline std::string local_path(const char* path, const char* function, CallSite s
   uint64_t length = sizeof converted;
   const int32_t result = xencoding_utf8_to_gbk(path, converted, &length);
   if (result != kUtilityDone) {
-    log::write(client_unit, log::kError, line_of(site), "%s->xencoding_utf8_to_gbk %d [%s]\n", function, result, path);
+    log::write(client_unit, log::kError, line_of(site), "%s->xencoding_utf8_to_gbk %d [%s]\n", function,
+               result, path);
     fail(SOR_FILEERR);
   }
   return converted;
@@ -36,14 +38,16 @@ struct FileContent {
   const uint8_t* data() const { return bytes.get(); }
 };
 
-// The whole content of the file at a local path; an empty file is refused. A file that cannot be sized is logged under
-// `sizing_function`, everything else under `function`. A file that changes meanwhile is read as far as it was sized.
+// The whole content of the file at a local path; an empty file is refused. A file that cannot be sized is
+// logged under `sizing_function`, everything else under `function`. A file that changes meanwhile is read as
+// far as it was sized.
 inline FileContent read_whole_file(const std::string& path, const char* function, const char* sizing_function,
                                    CallSite site = CallSite::current()) {
   const int line = line_of(site);
   const int32_t size = xfile_get_size(path.c_str());
   if (size == kUtilityCannotOpen) {
-    log::write(client_unit, log::kError, line, "%s->xfile_get_size [%s] %d\n", sizing_function, path.c_str(), size);
+    log::write(client_unit, log::kError, line, "%s->xfile_get_size [%s] %d\n", sizing_function, path.c_str(),
+               size);
     fail(SOR_FILEOPENERR);
   }
   if (size == 0) {
@@ -61,7 +65,8 @@ inline FileContent read_whole_file(const std::string& path, const char* function
   uint64_t length = 0;
   const int32_t result = xfile_read_bin(path.c_str(), bytes.get(), capacity, &length);
   if (result != kUtilityDone) {
-    log::write(client_unit, log::kError, line, "%s->xfile_read_bin [%s] %d\n", function, path.c_str(), result);
+    log::write(client_unit, log::kError, line, "%s->xfile_read_bin [%s] %d\n", function, path.c_str(),
+               result);
     fail(SOR_FILEOPENERR);
   }
   return {std::move(bytes), static_cast<uint32_t>(length)};

@@ -31,7 +31,8 @@ FileContent base64_decoded(const FileContent& text) {
   check_provider("SAF_Base64_Decode NULL for out length",
                  SAF_Base64_Decode(text.data(), text.length, nullptr, &length));
   ProviderBuffer decoded = sized_buffer(kFunction, "uInDataBase64DecodedLen", length);
-  check_provider("SAF_Base64_Decode", SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.length));
+  check_provider("SAF_Base64_Decode",
+                 SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.length));
   const uint32_t decoded_length = decoded.content().length;
   return {std::move(decoded.bytes), decoded_length};
 }
@@ -61,7 +62,7 @@ FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) 
   return certificate;
 }
 
-// Windows XP with service pack 2 cannot verify SHA-256. A version that cannot be read is none of that kind.
+// Windows 5.1 knows SHA-256 from service pack 3 on. A version that cannot be read is none of that kind.
 bool is_windows_without_sha256() {
   OSVERSIONINFOEXW version{};
   version.dwOSVersionInfoSize = sizeof version;
@@ -94,16 +95,18 @@ uint32_t rsa_hash_digest(uint32_t hash_length) {
 
 void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, const Signing& signing,
             uint32_t digest) {
-  check_provider(name, encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
-                               signing.certificate.data, signing.certificate.length, digest, signing.data.data,
-                               signing.data.length, signing.message, signing.message_length));
+  check_provider(name,
+                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
+                         signing.certificate.data, signing.certificate.length, digest, signing.data.data,
+                         signing.data.length, signing.message, signing.message_length));
 }
 
-void encode_extended(const char* name, decltype(&SAF_Ext_Pkcs7_EncodeSignedData) encoder, const Signing& signing,
-                     uint32_t digest, DataKind kind) {
-  check_provider(name, encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
-                               signing.certificate.data, signing.certificate.length, digest, nullptr, kind,
-                               signing.data.data, signing.data.length, signing.message, signing.message_length));
+void encode_extended(const char* name, decltype(&SAF_Ext_Pkcs7_EncodeSignedData) encoder,
+                     const Signing& signing, uint32_t digest, DataKind kind) {
+  check_provider(name,
+                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
+                         signing.certificate.data, signing.certificate.length, digest, nullptr, kind,
+                         signing.data.data, signing.data.length, signing.message, signing.message_length));
 }
 
 void sign_with_rsa(uint32_t flag, const Signing& signing, uint32_t digest) {
@@ -111,8 +114,8 @@ void sign_with_rsa(uint32_t flag, const Signing& signing, uint32_t digest) {
     case 0:
       return encode("SAF_Pkcs7_EncodeSignedData", SAF_Pkcs7_EncodeSignedData, signing, digest);
     case 1:
-      return encode_extended("SAF_Ext_Pkcs7_EncodeSignedData", SAF_Ext_Pkcs7_EncodeSignedData, signing, digest,
-                             kContent);
+      return encode_extended("SAF_Ext_Pkcs7_EncodeSignedData", SAF_Ext_Pkcs7_EncodeSignedData, signing,
+                             digest, kContent);
     case 2:
       return encode_extended("SAF_Ext_Pkcs7_EncodeSignedData", SAF_Ext_Pkcs7_EncodeSignedData, signing,
                              rsa_hash_digest(signing.data.length), kHashValue);
@@ -126,7 +129,8 @@ void sign_with_sm2(uint32_t flag, const Signing& signing) {
     case 0:
       return encode("SAF_SM2_EncodeSignedData", SAF_SM2_EncodeSignedData, signing, kSm3);
     case 1:
-      return encode_extended("SAF_Ext_SM2_EncodeSignedData", SAF_Ext_SM2_EncodeSignedData, signing, kSm3, kContent);
+      return encode_extended("SAF_Ext_SM2_EncodeSignedData", SAF_Ext_SM2_EncodeSignedData, signing, kSm3,
+                             kContent);
     default:
       refuse_flag(flag);
   }
@@ -146,7 +150,8 @@ uint32_t SOF_Ext_PKCS7_SignFile(uint32_t flag, const char* pszContainerName, con
     const auto certificate = signer_certificate(pszContainerName);
     const CertificateRecord record = parse_certificate(kFunction, certificate.content(), 17);
 
-    const Signing signing{pszContainerName, certificate.content(), {data.data(), data.length}, pOutData, pOutDataLen};
+    const Signing signing{
+        pszContainerName, certificate.content(), {data.data(), data.length}, pOutData, pOutDataLen};
     if (record.public_key_type == kRsaKey) {
       sign_with_rsa(flag, signing, rsa_digest(record, pszContainerName));
     } else {

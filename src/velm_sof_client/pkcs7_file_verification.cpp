@@ -27,8 +27,8 @@ ProviderBuffer content_buffer(uint32_t length) {
   return {std::move(bytes), length, size};
 }
 
-// Sizes the message with the decoder of its kind, then takes it apart. `certificate_caller` opens the line of a
-// certificate buffer that is not to be had.
+// Sizes the message with the decoder of its kind, then takes it apart. `certificate_caller` opens the line of
+// a certificate buffer that is not to be had.
 SignedData decode_whole(const SignedDataDecoder& decoder, const Verification& verification, SignedData parts,
                         const char* certificate_caller) {
   require_decoded(decoder, verification.message, parts);
@@ -43,8 +43,8 @@ template <uint32_t size>
 FixedBuffer<size> hash_of(const char* name, uint32_t algorithm, ByteView data, ByteView public_key = {},
                           ByteView id = {}) {
   FixedBuffer<size> hash;
-  check_provider(name, SAF_Hash(algorithm, data.data, data.length, public_key.data, public_key.length, id.data,
-                                id.length, hash.bytes, &hash.length));
+  check_provider(name, SAF_Hash(algorithm, data.data, data.length, public_key.data, public_key.length,
+                                id.data, id.length, hash.bytes, &hash.length));
   return hash;
 }
 
@@ -56,8 +56,8 @@ void verify_sm2_hash(const char* name, const SignedData& parts, ByteView hash) {
 
 void verify_rsa_data(const char* name, const SignedData& parts, ByteView data) {
   const ByteView certificate = parts.certificate.content(), signature = parts.signature.content();
-  check_provider(name, SAF_VerifySignByCert(parts.digest, certificate.data, certificate.length, data.data, data.length,
-                                            signature.data, signature.length));
+  check_provider(name, SAF_VerifySignByCert(parts.digest, certificate.data, certificate.length, data.data,
+                                            data.length, signature.data, signature.length));
 }
 
 void verify_sm2(const Verification& verification, SignedData sizes) {
@@ -73,8 +73,9 @@ void verify_sm2(const Verification& verification, SignedData sizes) {
     return;
   }
   const auto content_hash = hash_of<1024>("SAF_Hash", kSm3, content);
-  const auto signed_hash = hash_of<128>("SAF_Hash for attribute's SM3 hash", kSm3, attributes.encoding.content(),
-                                        public_key.content(), default_signer_id());
+  const auto signed_hash =
+      hash_of<128>("SAF_Hash for attribute's SM3 hash", kSm3, attributes.encoding.content(),
+                   public_key.content(), default_signer_id());
   verify_sm2_hash("SAF_VerifySignByCert for attribute's SM3", parts, signed_hash.content());
   require_attribute_hash(attributes, content_hash);
 }
@@ -89,7 +90,8 @@ void verify_rsa(const Verification& verification, SignedData sizes) {
     return;
   }
   verify_rsa_data("SAF_VerifySignByCert for attribute", parts, attributes.encoding.content());
-  require_attribute_hash(attributes, hash_of<128>("SAF_Hash for plain data's hash", attributes.digest, content));
+  require_attribute_hash(attributes,
+                         hash_of<128>("SAF_Hash for plain data's hash", attributes.digest, content));
 }
 
 }  // namespace

@@ -15,16 +15,16 @@
 
 namespace velm {
 
-// Takes the result of a provider function: anything but success is logged under `name`, with the raw code, and fails with
-// the library's code for it.
+// Takes the result of a provider function: anything but success is logged under `name`, with the raw code,
+// and fails with the library's code for it.
 inline void check_provider(const char* name, uint32_t result, CallSite site = CallSite::current()) {
   if (result == 0) return;
   log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", name, result);
   fail(SI_MapSafError(result));
 }
 
-// A buffer that a provider call fills: `length` goes in as its capacity and comes back as what the provider says that
-// it wrote. What lies in the buffer is all that is ever read, whatever the provider says.
+// A buffer that a provider call fills: `length` goes in as its capacity and comes back as what the provider
+// says that it wrote. What lies in the buffer is all that is ever read, whatever the provider says.
 struct ProviderBuffer {
   HeapMemory bytes{};
   uint32_t length = 0;
@@ -50,7 +50,8 @@ inline void require_memory(const HeapMemory& memory, const char* caller, const c
   fail(SOR_MEMORYERR);
 }
 
-// A buffer for what a provider call has just sized. When it is not to be had, `caller` and `name` say so in the log.
+// A buffer for what a provider call has just sized. When it is not to be had, `caller` and `name` say so in
+// the log.
 inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_t sized,
                                    CallSite site = CallSite::current()) {
   uint32_t granted = sized;
@@ -59,13 +60,15 @@ inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_
   return {std::move(bytes), granted, uint64_t{granted} + kBytesBeyondCapacity};
 }
 
-// What the crypto module tells of a certificate. `mode`: 1 for the type of the public key, 17 for its length too.
+// What the crypto module tells of a certificate. `mode`: 1 for the type of the public key, 17 for its length
+// too.
 inline CertificateRecord parse_certificate(const char* function, ByteView certificate, uint32_t mode,
                                            CallSite site = CallSite::current()) {
   CertificateRecord record{};
   const int32_t result = VELM_Openssl_ParseCertInfo(certificate.data, certificate.length, mode, 0, &record);
   if (result != 0) {
-    log::write(client_unit, log::kError, line_of(site), "%s, VELM_Openssl_ParseCertInfo goa_rv=%d\n", function, result);
+    log::write(client_unit, log::kError, line_of(site), "%s, VELM_Openssl_ParseCertInfo goa_rv=%d\n",
+               function, result);
     fail(SOR_CERTPARSEERR);
   }
   return record;
@@ -76,8 +79,8 @@ inline FixedBuffer<1024> read_public_key(ByteView certificate, CallSite site = C
   constexpr uint32_t kPublicKey = 8;
   FixedBuffer<1024> key;
   check_provider("SAF_GetCertificateInfo",
-                 SAF_GetCertificateInfo(g_hAppHandle.load(), certificate.data, certificate.length, kPublicKey, key.bytes,
-                                        &key.length),
+                 SAF_GetCertificateInfo(g_hAppHandle.load(), certificate.data, certificate.length, kPublicKey,
+                                        key.bytes, &key.length),
                  site);
   return key;
 }

@@ -31,5 +31,5 @@ uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, u
   });
 }
 
-// Exported as SOF_Ext_ParseSealInfo too.
-uint32_t SOF_Ext_GetSealInfoEPoint(void) { return SOR_NOTSUPPORTYETERR; }
+// Exported as SOF_Ext_GetSealInfoEPoint too.
+uint32_t SOF_Ext_ParseSealInfo(void) { return SOR_NOTSUPPORTYETERR; }

@@ -14,7 +14,9 @@ struct SignedDataDecoder {
   decltype(&SAF_Pkcs7_DecodeSignedData) function;
 };
 
-inline SignedDataDecoder pkcs7_decoder() { return {"SAF_Pkcs7_DecodeSignedData", SAF_Pkcs7_DecodeSignedData}; }
+inline SignedDataDecoder pkcs7_decoder() {
+  return {"SAF_Pkcs7_DecodeSignedData", SAF_Pkcs7_DecodeSignedData};
+}
 inline SignedDataDecoder sm2_decoder() { return {"SAF_SM2_DecodeSignedData", SAF_SM2_DecodeSignedData}; }
 
 // What a message consists of. A decoding pass fills the buffers that are there, and sizes those that are not.
@@ -28,8 +30,8 @@ struct SignedData {
 // One decoding pass; the provider's own result.
 inline uint32_t decode(const SignedDataDecoder& decoder, ByteView message, SignedData& parts) {
   return decoder.function(g_hAppHandle.load(), message.data, message.length, parts.certificate.data(),
-                          &parts.certificate.length, &parts.digest, parts.content.data(), &parts.content.length,
-                          parts.signature.data(), &parts.signature.length);
+                          &parts.certificate.length, &parts.digest, parts.content.data(),
+                          &parts.content.length, parts.signature.data(), &parts.signature.length);
 }
 
 inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
@@ -44,7 +46,8 @@ inline SignedData size_with_either_decoder(ByteView message, CallSite site = Cal
   return parts;
 }
 
-// The signed attributes: their encoding, which is what the signature then covers, and the message digest among them.
+// The signed attributes: their encoding, which is what the signature then covers, and the message digest
+// among them.
 struct SignedAttributes {
   uint32_t flag = 0;
   uint32_t digest = 0;
@@ -57,10 +60,10 @@ struct SignedAttributes {
 inline SignedAttributes read_signed_attributes(ByteView message, CallSite site = CallSite::current()) {
   SignedAttributes attributes;
   check_provider("SAF_Ext_Pkcs7_ReadContentData",
-                 SAF_Ext_Pkcs7_ReadContentData(g_hAppHandle.load(), message.data, message.length, &attributes.flag,
-                                               &attributes.digest, attributes.encoding.bytes,
-                                               &attributes.encoding.length, attributes.hash.bytes,
-                                               &attributes.hash.length),
+                 SAF_Ext_Pkcs7_ReadContentData(g_hAppHandle.load(), message.data, message.length,
+                                               &attributes.flag, &attributes.digest,
+                                               attributes.encoding.bytes, &attributes.encoding.length,
+                                               attributes.hash.bytes, &attributes.hash.length),
                  site);
   return attributes;
 }

@@ -20,7 +20,8 @@ uint32_t SOF_VerifySignedDataXML(const uint8_t* pMessageData, uint32_t uMessageD
   return exported_call([&] {
     require_pointer(pMessageData, "pMessageData");
     SI_Initialize();  // where it fails, the provider refuses the null handle
-    check_provider("SAF_Ext_XMLVerify", SAF_Ext_XMLVerify(g_hAppHandle.load(), 0, pMessageData, uMessageDataLen));
+    check_provider("SAF_Ext_XMLVerify",
+                   SAF_Ext_XMLVerify(g_hAppHandle.load(), 0, pMessageData, uMessageDataLen));
   });
 }
 
@@ -31,7 +32,7 @@ using XmlItems = std::array<ProviderBuffer, 6>;
 // Fills the buffers that are there, and sizes the items that have none.
 void parse(ByteView xml, XmlItems& items) {
   check_provider("SAF_Ext_XMLParse",
-                 SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length,                 //
+                 SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length,
                                   items[0].data(), &items[0].length, items[1].data(), &items[1].length,
                                   items[2].data(), &items[2].length, items[3].data(), &items[3].length,
                                   items[4].data(), &items[4].length, items[5].data(), &items[5].length));

@@ -6,7 +6,8 @@
 
 namespace velm::test {
 
-using Encoder = std::function<int32_t(const uint8_t* data, uint32_t length, uint8_t* text, uint32_t* text_length)>;
+using Encoder =
+    std::function<int32_t(const uint8_t* data, uint32_t length, uint8_t* text, uint32_t* text_length)>;
 
 // What VELM_Openssl_Base64Encode does, until another is put in its place.
 extern Encoder encoder;

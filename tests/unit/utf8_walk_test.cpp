@@ -56,8 +56,8 @@ TEST(Utf8Walk, JudgesEachForm) {
 }
 
 TEST(Utf8Walk, AcceptsACharacterThatTheEndCutsOff) {
-  for (const std::string& cut : {bytes({0xC3}), bytes({0xE6}), bytes({0xE6, 0x96}), bytes({0xF0}), bytes({0xF0, 0x80}),
-                                 bytes({0xF0, 0x80, 0x80})}) {
+  for (const std::string& cut : {bytes({0xC3}), bytes({0xE6}), bytes({0xE6, 0x96}), bytes({0xF0}),
+                                 bytes({0xF0, 0x80}), bytes({0xF0, 0x80, 0x80})}) {
     EXPECT_TRUE(is_utf8(cut)) << cut.size();
     EXPECT_TRUE(is_utf8("text" + cut)) << cut.size();
   }

@@ -10,11 +10,12 @@
 
 namespace velm {
 
-// Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and slack.
+// Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and
+// slack.
 constexpr uint64_t base64_room(uint64_t size) { return (size + 2) / 3 * 4 + size / 16 + 1024; }
 
-// Encodes into the `room` bytes of `text`, at least base64_room(length), and gives the characters written. What the
-// crypto module cannot encode is the empty text.
+// Encodes into the `room` bytes of `text`, at least base64_room(length), and gives the characters written.
+// What the crypto module cannot encode is the empty text.
 inline size_t encode_base64(const void* data, uint32_t length, char* text, size_t room) {
   uint32_t written = 0;
   const int32_t result = VELM_Openssl_Base64Encode(static_cast<const uint8_t*>(data), length,

@@ -16,14 +16,17 @@ namespace velm {
 constexpr UINT kGb18030CodePage = 54936;
 constexpr UINT kGbkCodePage = 936;
 
-constexpr UINT local_code_page(bool gb18030_is_valid) { return gb18030_is_valid ? kGb18030CodePage : kGbkCodePage; }
+constexpr UINT local_code_page(bool gb18030_is_valid) {
+  return gb18030_is_valid ? kGb18030CodePage : kGbkCodePage;
+}
 
 struct WideTextFree {
   void operator()(wchar_t* text) const { std::free(text); }
 };
 
-// Converts a zero-terminated text. In: *length is the capacity of `destination`. Out: the length of the converted text
-// without its terminating zero; the length that it needs, terminator included, when `destination` is null or too small.
+// Converts a zero-terminated text. In: *length is the capacity of `destination`. Out: the length of the
+// converted text without its terminating zero; the length that it needs, terminator included, when
+// `destination` is null or too small.
 inline int32_t utf8_to_code_page(UINT code_page, const char* source, char* destination, uint64_t* length) {
   if (!source || !length) return kUtilityArgumentNull;
 
@@ -32,7 +35,9 @@ inline int32_t utf8_to_code_page(UINT code_page, const char* source, char* desti
   const std::unique_ptr<wchar_t, WideTextFree> wide(
       static_cast<wchar_t*>(std::calloc(size_t(wide_length) + 1, sizeof(wchar_t))));
   if (!wide) return kUtilityOutOfMemory;
-  if (MultiByteToWideChar(CP_UTF8, 0, source, -1, wide.get(), wide_length) == 0) return kUtilityConversionFailed;
+  if (MultiByteToWideChar(CP_UTF8, 0, source, -1, wide.get(), wide_length) == 0) {
+    return kUtilityConversionFailed;
+  }
 
   const int needed = WideCharToMultiByte(code_page, 0, wide.get(), -1, nullptr, 0, nullptr, nullptr);
   if (needed == 0) return kUtilityConversionFailed;
@@ -41,7 +46,8 @@ inline int32_t utf8_to_code_page(UINT code_page, const char* source, char* desti
     *length = needed_length;
     return destination ? kUtilityTooSmall : kUtilityDone;
   }
-  const int written = WideCharToMultiByte(code_page, 0, wide.get(), -1, destination, needed, nullptr, nullptr);
+  const int written =
+      WideCharToMultiByte(code_page, 0, wide.get(), -1, destination, needed, nullptr, nullptr);
   if (written == 0) return kUtilityConversionFailed;
   *length = static_cast<uint64_t>(written) - 1;
   return kUtilityDone;

@@ -1,5 +1,5 @@
-// Whole files, by paths in the local code page. Sizes are those that a signed 32-bit number holds; a file above 2 GiB
-// counts as one that cannot be opened.
+// Whole files, by paths in the local code page. Sizes are those that a signed 32-bit number holds; a larger
+// file counts as one that cannot be opened.
 #pragma once
 
 #include <algorithm>
@@ -28,8 +28,8 @@ inline int32_t xfile_get_size(const char* path) {
   return file ? measure_file(file.get()) : int32_t{kUtilityCannotOpen};
 }
 
-// Reads the file into `destination`, as far as `capacity` goes, and stores the bytes read; with a null destination,
-// stores the size. `length` may be null.
+// Reads the file into `destination`, as far as `capacity` goes, and stores the bytes read; with a null
+// destination, stores the size. `length` may be null.
 inline int32_t xfile_read_bin(const char* path, void* destination, uint64_t capacity, uint64_t* length) {
   if (length) *length = 0;
   const OwnedFile file = open_file(path, "rb");

@@ -1,4 +1,5 @@
-// The results of the text and file utilities. They log nothing; a caller turns a failure into its own code and line.
+// The results of the text and file utilities. They log nothing; a caller turns a failure into its own code
+// and line.
 #pragma once
 
 #include <cstdint>

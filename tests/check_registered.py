@@ -1,0 +1,44 @@
+"""Fails when a test program of the build tree is not among the commands that ctest runs.
+
+usage: check_registered.py CTEST BUILD_FOLDER TEST_FOLDER
+
+Test programs are all executables in TEST_FOLDER and those named ..._test anywhere in BUILD_FOLDER.
+"""
+
+import json
+import os
+import subprocess
+import sys
+from pathlib import Path
+
+
+def is_program(path):
+    return path.is_file() and (path.suffix == ".exe" or (path.suffix == "" and os.access(path, os.X_OK)))
+
+
+def test_programs(build_folder, test_folder):
+    found = {path for path in test_folder.iterdir() if is_program(path)}
+    for folder, _, files in os.walk(build_folder):
+        found.update(path for path in (Path(folder, name) for name in files)
+                     if path.stem.endswith("_test") and is_program(path))
+    return {path.resolve() for path in found}
+
+
+def registered_programs(ctest, build_folder):
+    listing = subprocess.run([ctest, "--show-only=json-v1"], cwd=build_folder, check=True, capture_output=True)
+    tests = json.loads(listing.stdout)["tests"]
+    return {Path(argument).resolve() for test in tests for argument in test.get("command", []) if "/" in argument}
+
+
+def main(ctest, build_folder, test_folder):
+    programs = test_programs(Path(build_folder), Path(test_folder))
+    unregistered = sorted(programs - registered_programs(ctest, build_folder))
+    for path in unregistered:
+        print(f"not registered with ctest: {path}")
+    if not programs:
+        print(f"no test program in {test_folder}")
+    return 1 if unregistered or not programs else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,42 @@
+#include "support/client_library.h"
+
+#include <stdexcept>
+
+#include "support/log_reader.h"
+#include "support/program_folder.h"
+#include "support/standins.h"
+
+namespace velm::test {
+namespace {
+
+constexpr wchar_t kMarkerPath[] = L"c:\\velm_log";
+
+HMODULE load() {
+  LogReader::clear();
+  standin_detail::load_modules();
+  const HMODULE module = LoadLibraryW((program_folder() + L"velm_sof_client.dll").c_str());
+  if (!module) throw std::runtime_error("velm_sof_client.dll cannot be loaded: " + std::to_string(GetLastError()));
+  return module;
+}
+
+}  // namespace
+
+MarkerPath::MarkerPath(Marker marker) {
+  RemoveDirectoryW(kMarkerPath);
+  if (marker == Marker::kPresent && !CreateDirectoryW(kMarkerPath, nullptr)) {
+    throw std::runtime_error("the marker path cannot be made");
+  }
+}
+
+MarkerPath::~MarkerPath() { RemoveDirectoryW(kMarkerPath); }
+
+ClientLibrary::ClientLibrary(Marker marker) : marker_(marker), module_(load()) {}
+
+ClientLibrary::~ClientLibrary() { unload(); }
+
+void ClientLibrary::unload() {
+  if (module_) FreeLibrary(module_);
+  module_ = nullptr;
+}
+
+}  // namespace velm::test

@@ -1,0 +1,82 @@
+// The library under test, loaded afresh: velm_sof_client.dll from the test program's folder, whose state begins anew
+// with each ClientLibrary. Its provider modules are the stand-ins.
+//
+//   ClientLibrary library;                        // or library{Marker::kPresent}: every log line is written
+//   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "inc/velm_sof_client.h"
+
+namespace velm::test {
+
+// Whether the path c:\velm_log exists when the library is loaded; it lowers the log threshold to 0.
+enum class Marker { kAbsent, kPresent };
+
+// Makes c:\velm_log exist, or not, as long as it lives; afterwards the path does not exist.
+class MarkerPath {
+ public:
+  explicit MarkerPath(Marker marker);
+  ~MarkerPath();
+  MarkerPath(const MarkerPath&) = delete;
+  MarkerPath& operator=(const MarkerPath&) = delete;
+};
+
+// An exported function. Calling one that the library does not export fails the test and gives a zero result.
+template <class Signature>
+class ClientFunction;
+
+template <class Result, class... Arguments>
+class ClientFunction<Result(Arguments...)> {
+ public:
+  ClientFunction(HMODULE module, const char* name)
+      : name_(name), address_(reinterpret_cast<Address>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)))) {}
+
+  Result operator()(Arguments... arguments) const {
+    if (address_) return address_(arguments...);
+    ADD_FAILURE() << "the library does not export " << name_;
+    return Result();
+  }
+
+  explicit operator bool() const { return address_ != nullptr; }
+
+ private:
+  using Address = Result (*)(Arguments...);
+  const char* name_;
+  Address address_;
+};
+
+class ClientLibrary {
+ private:
+  MarkerPath marker_;
+  HMODULE module_;
+
+ public:
+  // Empties the log folder, puts the stand-in modules in place, loads the library.
+  explicit ClientLibrary(Marker marker = Marker::kAbsent);
+  ~ClientLibrary();
+  ClientLibrary(const ClientLibrary&) = delete;
+  ClientLibrary& operator=(const ClientLibrary&) = delete;
+
+  HMODULE module() const { return module_; }
+
+  // Any export by its name, cJSON's for example: function<cJSON* (const char*)>("cJSON_Parse").
+  template <class Signature>
+  ClientFunction<Signature> function(const char* name) const {
+    return ClientFunction<Signature>(module_, name);
+  }
+
+  // Unloads the library now; its functions must not be called afterwards.
+  void unload();
+
+#define VELM_FUNCTION(name) const ClientFunction<decltype(::name)> name{module_, #name};
+#include "client_functions.inc"
+#undef VELM_FUNCTION
+};
+
+}  // namespace velm::test

@@ -1,0 +1,20 @@
+// The folder of the running test program, with its last backslash: the modules and the library under test lie there.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+namespace velm::test {
+
+inline std::wstring program_path() {
+  wchar_t path[MAX_PATH];
+  return {path, GetModuleFileNameW(nullptr, path, MAX_PATH)};
+}
+
+inline std::wstring program_folder() {
+  const std::wstring path = program_path();
+  return path.substr(0, path.rfind(L'\\') + 1);
+}
+
+}  // namespace velm::test

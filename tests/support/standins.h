@@ -1,0 +1,141 @@
+// The stand-ins of the four provider modules: DLLs of the modules' names whose every function the test plays.
+//
+//   Standins standins;                                   // before the library is loaded
+//   STANDIN(SAF_Finalize).returns(0x02000001);
+//   STANDIN(SAF_Hash).plays([](auto... arguments) { ...; return 0u; });
+//   EXPECT_EQ(STANDIN(SAF_Hash).count(), 1u);
+//   EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Hash"));
+//
+// A function without a script returns 0. The four base64 functions have a real codec as their script, which a test may
+// replace.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
+
+#include "modules/velm_client_saf.h"
+#include "modules/velm_common.h"
+#include "modules/velm_dev_enum.h"
+#include "modules/velm_openssl_api.h"
+
+namespace velm::test {
+
+// Loads the modules from the test program's folder, once a process. Made and ended, it forgets every script and call.
+class Standins {
+ public:
+  Standins();
+  ~Standins();
+  Standins(const Standins&) = delete;
+  Standins& operator=(const Standins&) = delete;
+
+  static void reset();
+
+  // Every call of every module since the last reset, in order.
+  static std::vector<std::string> call_log();
+
+  // Only the calls whose name begins with `prefix`.
+  static std::vector<std::string> call_log(const std::string& prefix);
+};
+
+// What a pointer argument points to, copied while the call is on: a script keeps this, never the pointer.
+inline std::string bytes(const void* pointer, size_t length) {
+  return pointer ? std::string(static_cast<const char*>(pointer), length) : std::string();
+}
+inline std::string text(const char* pointer) { return pointer ? pointer : "(null)"; }
+
+// Writes an output the way the modules do: null asks for the size, too little room refuses with `refusal`.
+uint32_t give(const std::string& content, void* output, uint32_t* length, uint32_t refusal = 0x02000200);
+
+namespace standin_detail {
+
+void load_modules();
+void record(const char* name);
+void connect(const char* name, void (*target)(), std::function<void()> reset);
+
+template <size_t size>
+struct Name {
+  char text[size];
+  consteval Name(const char (&literal)[size]) { std::copy_n(literal, size, text); }
+};
+
+}  // namespace standin_detail
+
+// One function of one module; reached by STANDIN(name).
+template <class Signature, standin_detail::Name name>
+class Standin;
+
+template <class Result, class... Arguments, standin_detail::Name name>
+class Standin<Result(Arguments...), name> {
+ public:
+  using Script = std::function<Result(Arguments...)>;
+  using Call = std::tuple<Arguments...>;
+
+  // Connected at first use, and never destroyed: modules are called until the very end of the process.
+  static Standin& instance() {
+    static Standin& only = *new Standin;
+    return only;
+  }
+
+  void returns(Result result) {
+    plays([result](Arguments...) { return result; });
+  }
+
+  void plays(Script script) {
+    const std::lock_guard lock(mutex_);
+    script_ = std::make_shared<Script>(std::move(script));
+  }
+
+  // The results of the calls to come, one each; the last one stays.
+  void returns_in_turn(std::vector<Result> results) {
+    plays([results = std::move(results), next = size_t{0}](Arguments...) mutable {
+      const size_t at = next;
+      if (next + 1 < results.size()) ++next;
+      return results.at(at);
+    });
+  }
+
+  std::vector<Call> calls() {
+    const std::lock_guard lock(mutex_);
+    return calls_;
+  }
+
+  size_t count() { return calls().size(); }
+
+ private:
+  Standin() {
+    standin_detail::connect(name.text, reinterpret_cast<void (*)()>(&entry), [this] {
+      const std::lock_guard lock(mutex_);
+      script_ = nullptr;
+      calls_.clear();
+    });
+  }
+
+  static Result entry(Arguments... arguments) { return instance().play(arguments...); }
+
+  Result play(Arguments... arguments) {
+    standin_detail::record(name.text);
+    std::shared_ptr<Script> script;  // a test may replace it while this call is on
+    {
+      const std::lock_guard lock(mutex_);
+      calls_.emplace_back(arguments...);
+      script = script_;
+    }
+    return script ? (*script)(arguments...) : Result{};
+  }
+
+  std::mutex mutex_;
+  std::shared_ptr<Script> script_;
+  std::vector<Call> calls_;
+};
+
+}  // namespace velm::test
+
+// The stand-in of a provider function, typed by its declaration in modules/.
+#define STANDIN(function) (::velm::test::Standin<decltype(::function), #function>::instance())
