@@ -292,7 +292,7 @@ class OneFault(unittest.TestCase):
     # The imports and the image
 
     def test_import_of_a_dll_that_is_not_allowed(self):
-        for dll in ("ADVAPI32.dll", "PSAPI.DLL", "libstdc++-6.dll"):
+        for dll in ("WS2_32.dll", "PSAPI.DLL", "libstdc++-6.dll"):
             self.replace("objdump", "DLL Name: KERNEL32.dll", f"DLL Name: {dll}",
                          f"DLL imports: {dll} is not allowed")
 

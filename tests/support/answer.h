@@ -58,7 +58,8 @@ class Answer {
   // The connection ends after this many bytes of the body as it is sent.
   Answer& cut_after(size_t body_bytes);
 
-  // The connection ends with a reset in place of an orderly close.
+  // The connection ends with a reset in place of an orderly close. (Under Wine a reset reaches the client as an
+  // orderly close all the same.)
   Answer& reset();
 
   // What the double does, in this order: wait, then send the pieces with the pause between two, then end.

@@ -1,12 +1,28 @@
 // The main function of every test program on Windows: runs the child that the command line names, or the tests.
 #include <windows.h>
 
+#include <cstdio>
+
 #include <gmock/gmock.h>
 
 #include "support/fresh_process.h"
 
+namespace {
+
+// A fault ends the process at once with the fault's code, and starts no debugger.
+LONG WINAPI end_by_fault(EXCEPTION_POINTERS* fault) {
+  const DWORD code = fault->ExceptionRecord->ExceptionCode;
+  std::fprintf(stderr, "ended by exception 0x%08lX at %p\n", code, fault->ExceptionRecord->ExceptionAddress);
+  std::fflush(nullptr);
+  TerminateProcess(GetCurrentProcess(), code);
+  return EXCEPTION_CONTINUE_SEARCH;
+}
+
+}  // namespace
+
 int main(int argument_count, char** arguments) {
   SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX);
+  SetUnhandledExceptionFilter(end_by_fault);
   int exit_code;
   if (velm::test::ran_as_child(argument_count, arguments, exit_code)) return exit_code;
   testing::InitGoogleMock(&argument_count, arguments);

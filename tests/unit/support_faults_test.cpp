@@ -1,0 +1,189 @@
+// Guarded memory, patched imports, failing allocations, child processes.
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <string>
+
+#include "support/allocation_faults.h"
+#include "support/client_library.h"
+#include "support/fresh_process.h"
+#include "support/guarded_buffer.h"
+#include "support/import_patch.h"
+#include "support/log_reader.h"
+#include "support/standins.h"
+
+namespace {
+
+using namespace velm::test;
+using testing::Contains;
+using testing::IsEmpty;
+
+constexpr uint32_t kAccessViolation = 0xC0000005;
+
+// Reads or writes one byte at `offset` from the end of what is guarded.
+CHILD_PROCESS(touches) {
+  const std::string what = arguments[0];
+  const long offset = std::stol(arguments[1]);
+  if (what == "buffer") {
+    GuardedBuffer buffer(10);
+    *const_cast<volatile uint8_t*>(buffer.data() + buffer.size() + offset) = 1;
+  } else if (what == "empty") {
+    GuardedBuffer buffer(0);
+    *const_cast<volatile uint8_t*>(buffer.data() + offset) = 1;
+  } else if (what == "page") {
+    GuardedBuffer buffer(4096);
+    *const_cast<volatile uint8_t*>(buffer.data() + buffer.size() + offset) = 1;
+  } else {
+    GuardedText text("four");
+    const char* pointer = text;
+    return *const_cast<volatile const char*>(pointer + 5 + offset) == '\0' ? 0 : 1;
+  }
+  return 0;
+}
+
+TEST(GuardedMemory, TheByteAfterTheLastFaults) {
+  for (const char* what : {"buffer", "empty", "page", "text"}) {
+    EXPECT_EQ(run_child("touches", {what, "-1"}).exit_code, 0u) << what;
+    EXPECT_EQ(run_child("touches", {what, "0"}).exit_code, kAccessViolation) << what;
+  }
+}
+
+TEST(GuardedMemory, TellsWhatWasWritten) {
+  GuardedBuffer buffer(4);
+  EXPECT_TRUE(buffer.untouched());
+  buffer.data()[1] = 0;
+  EXPECT_FALSE(buffer.untouched());
+  EXPECT_FALSE(buffer.untouched(1));
+  EXPECT_TRUE(buffer.untouched(2));
+  EXPECT_EQ(buffer.bytes(), std::string("\xAA\0\xAA\xAA", 4));
+  EXPECT_EQ(buffer.bytes(2), std::string("\xAA\0", 2));
+}
+
+TEST(GuardedMemory, SeesAWriteBeforeTheBuffer) {
+  GuardedBuffer buffer(4);
+  *(buffer.data() - 1) = 0;
+  EXPECT_FALSE(buffer.untouched());
+}
+
+TEST(GuardedMemory, HoldsInputs) {
+  GuardedText text("four");
+  EXPECT_STREQ(text, "four");
+  GuardedBytes bytes(std::string("a\0b", 3));
+  EXPECT_EQ(bytes.size(), 3u);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), 3), std::string("a\0b", 3));
+  EXPECT_EQ(GuardedBytes("").size(), 0u);
+}
+
+// The compiler takes an import for a constant within one function.
+[[gnu::noinline]] DWORD process_id() { return GetCurrentProcessId(); }
+
+TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
+  const HMODULE program = GetModuleHandleW(nullptr);
+  const DWORD before = process_id();
+  {
+    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[]() -> DWORD { return 7; });
+    EXPECT_EQ(process_id(), 7u);
+    EXPECT_EQ(patch.original<DWORD (*)()>()(), before);
+  }
+  EXPECT_EQ(process_id(), before);
+}
+
+TEST(ImportPatch, RefusesWhatIsNotImported) {
+  const HMODULE program = GetModuleHandleW(nullptr);
+  EXPECT_FALSE(ImportPatch::is_imported(program, "kernel32.dll", "NoSuchFunction"));
+  EXPECT_FALSE(ImportPatch::is_imported(program, "nosuch.dll", "GetCurrentProcessId"));
+  EXPECT_THROW(ImportPatch(program, "kernel32.dll", "NoSuchFunction", +[] {}), std::runtime_error);
+}
+
+TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
+  const Standins standins;
+  const ClientLibrary library;
+  const ImportPatch patch(library.module(), "winhttp.dll", "WinHttpOpen",
+                          +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> void* {
+                            SetLastError(1234);
+                            return nullptr;
+                          });
+  EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
+  EXPECT_THAT(LogReader::errors(), Contains("xhttp_request_w->WinHttpOpen 1234"));
+}
+
+// An object with one member: two nodes of 64 bytes, a name, a text.
+TEST(AllocationFaults, CountsWhatIsAllocatedAndFreed) {
+  const Standins standins;
+  const ClientLibrary library;
+  const auto parse = library.function<void*(const char*)>("cJSON_Parse");
+  const auto remove = library.function<void(void*)>("cJSON_Delete");
+  AllocationFaults memory(library.module());
+  void* document = parse(R"({"a":"text"})");
+  ASSERT_NE(document, nullptr);
+  EXPECT_EQ(memory.allocations(), 4u);
+  EXPECT_EQ(memory.outstanding(), 4u);
+  EXPECT_THAT(memory.sizes(), Contains(64u).Times(2));
+  EXPECT_EQ(memory.peak_bytes(), memory.outstanding_bytes());
+  remove(document);
+  EXPECT_EQ(memory.outstanding(), 0u);
+  EXPECT_EQ(memory.outstanding_bytes(), 0u);
+  EXPECT_GT(memory.peak_bytes(), 0u);
+  memory.restart();
+  EXPECT_EQ(memory.allocations(), 0u);
+  EXPECT_EQ(memory.peak_bytes(), 0u);
+}
+
+TEST(AllocationFaults, EachAllocationInTurnFailsOnce) {
+  const Standins standins;
+  const ClientLibrary library;
+  const auto parse = library.function<void*(const char*)>("cJSON_Parse");
+  const auto remove = library.function<void(void*)>("cJSON_Delete");
+  AllocationFaults memory(library.module());
+  size_t failures = 0;
+  for (size_t nth = 1;; ++nth) {
+    memory.fail_at(nth);
+    void* document = parse(R"({"a":"text"})");
+    if (!memory.has_failed()) {
+      remove(document);
+      break;
+    }
+    ++failures;
+    EXPECT_EQ(document, nullptr);
+    EXPECT_EQ(memory.outstanding(), 0u);
+  }
+  EXPECT_GE(failures, 3u);
+}
+
+TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
+  const Standins standins;
+  const ClientLibrary library;
+  library.SOF_GenRandom(1, nullptr);  // the runtime keeps memory for a thread from its first exception on
+  AllocationFaults memory(library.module());
+  memory.fail_at(1);
+  EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);
+  EXPECT_TRUE(memory.has_failed());
+  EXPECT_EQ(memory.outstanding(), 0u);
+}
+
+CHILD_PROCESS(echoes) {
+  for (const std::string& argument : arguments) std::printf("<%s>", argument.c_str());
+  return static_cast<int>(arguments.size());
+}
+
+TEST(FreshProcess, ReturnsTheChildsResultAndOutput) {
+  const ChildResult result = run_child("echoes", {"", "a b", R"(q"uote)", R"(back\slash\)", R"(\")"});
+  EXPECT_EQ(result.exit_code, 5u);
+  EXPECT_EQ(result.output, R"(<><a b><q"uote><back\slash\><\">)");
+}
+
+TEST(FreshProcess, AnUnknownChildFails) { EXPECT_EQ(run_child("nobody").exit_code, 0xFFFFFFFFu); }
+
+CHILD_PROCESS(ends_with_the_library_loaded) {
+  new ClientLibrary(Marker::kPresent);
+  STANDIN(SAF_Finalize).returns(3);
+  return 0;
+}
+
+TEST(FreshProcess, TheLibraryLogsTheProcessEnd) {
+  EXPECT_EQ(run_child("ends_with_the_library_loaded").exit_code, 0u);
+  EXPECT_THAT(LogReader::messages(), Contains("DllMain->Process detach."));
+  RemoveDirectoryW(L"c:\\velm_log");
+}
+
+}  // namespace
