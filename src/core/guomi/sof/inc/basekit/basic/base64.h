@@ -12,7 +12,7 @@ namespace velm {
 
 // Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and
 // slack.
-constexpr uint64_t base64_room(uint64_t size) { return (size + 2) / 3 * 4 + size / 16 + 1024; }
+constexpr uint64_t base64_room(uint64_t size) { return (size + 2) / 3 * 4 + size / 24 + 1024; }
 
 // Encodes into the `room` bytes of `text`, at least base64_room(length), and gives the characters written.
 // What the crypto module cannot encode is the empty text.
