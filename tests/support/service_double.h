@@ -15,7 +15,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
+#include <list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -55,7 +55,7 @@ class ServiceDouble {
   size_t connections() const;        // connections accepted, with or without a request on them
 
  private:
-  // One client's connection, served by its own thread.
+  // One client's connection, served by its own thread; the socket is gone when it has been served.
   struct Connection {
     SOCKET socket;
     std::thread thread;
@@ -63,6 +63,7 @@ class ServiceDouble {
 
   void queue(Answer answer);
   void accept_clients();
+  void join_served_connections();
   void serve(SOCKET socket);
   bool receive(SOCKET socket, Request& request);
   Answer answer_to(const Request& request);
@@ -81,7 +82,8 @@ class ServiceDouble {
   std::vector<Request> requests_;
   size_t taken_ = 0;
   size_t unexpected_ = 0;
-  std::deque<Connection> connections_;
+  size_t accepted_ = 0;
+  std::list<Connection> connections_;
 
   std::thread acceptor_;
 };

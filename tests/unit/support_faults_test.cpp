@@ -8,6 +8,7 @@
 #include "support/client_library.h"
 #include "support/fresh_process.h"
 #include "support/guarded_buffer.h"
+#include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/log_reader.h"
 #include "support/standins.h"
@@ -159,6 +160,16 @@ TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
   EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);
   EXPECT_TRUE(memory.has_failed());
   EXPECT_EQ(memory.outstanding(), 0u);
+}
+
+TEST(HandleCount, CountsEachHandleThatIsOpen) {
+  const size_t before = open_handles();
+  EXPECT_GT(before, 0u);
+  HANDLE events[3];
+  for (HANDLE& event : events) event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  EXPECT_EQ(open_handles(), before + 3);
+  for (HANDLE event : events) CloseHandle(event);
+  EXPECT_EQ(open_handles(), before);
 }
 
 CHILD_PROCESS(echoes) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "support/handle_count.h"
 #include "support/service_double.h"
 
 namespace {
@@ -178,6 +179,18 @@ TEST(ServiceDouble, ServesSixteenClientsAtOnce) {
   answered.insert(answers.begin(), answers.end());
   EXPECT_EQ(answered, expected);
   EXPECT_EQ(service.connections(), kClients);
+}
+
+TEST(ServiceDouble, KeepsNoHandleOfAClientThatWasServed) {
+  ServiceDouble service;
+  service.responds([](const Request&) { return json("x"); });
+  const auto serve = [](int clients) {
+    for (int i = 0; i < clients; ++i) exchange("");
+  };
+  serve(10);
+  const size_t before = open_handles();
+  serve(100);
+  EXPECT_NEAR(static_cast<double>(open_handles()), static_cast<double>(before), 6);
 }
 
 TEST(ServiceDouble, EndsWhileAClientIsServedAndFreesThePort) {
