@@ -34,8 +34,8 @@ struct HandleTable {
 }  // namespace
 
 size_t open_handles() {
-  static const auto query = reinterpret_cast<QuerySystemInformation*>(
-      reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
+  static const auto query = reinterpret_cast<QuerySystemInformation*>(reinterpret_cast<void (*)()>(
+      GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "NtQuerySystemInformation")));
   std::vector<ULONG_PTR> area(8192);
   const auto bytes = [&] { return static_cast<ULONG>(area.size() * sizeof area[0]); };
   LONG status;

@@ -1,4 +1,4 @@
-// How many handles this process has open, from the system's own table: Wine's GetProcessHandleCount always says 0.
+// How many handles this process has open. Under Wine the GetProcessHandleCount of the system always says 0.
 #pragma once
 
 #include <cstddef>

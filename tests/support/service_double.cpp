@@ -51,7 +51,7 @@ bool receive_some(SOCKET socket, std::string& bytes) {
   return count > 0;
 }
 
-// The client sees the whole answer, then the end: what it may still be sending is read before the socket goes.
+// The client sees the whole answer, then the end; what it may still be sending is read until it closes.
 void close_in_order(SOCKET socket) {
   shutdown(socket, SD_SEND);
   for (std::string rest; receive_some(socket, rest); rest.clear()) {

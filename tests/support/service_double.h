@@ -1,5 +1,6 @@
-// A scripted local service in the test program, on 127.0.0.1:55661. It keeps every request and plays the answers that
-// the test has queued, each once, in the order in which requests arrive; several connections at a time are served.
+// A scripted local service in the test program, on 127.0.0.1:55661. It keeps every request and plays the
+// answers that the test has queued, each once, in the order in which requests arrive; several connections at
+// a time are served.
 //
 //   ServiceDouble service;
 //   service.answers(json(R"({"ErrorCode":"0"})"), frame(0, "data"));
@@ -50,9 +51,9 @@ class ServiceDouble {
   // The oldest request not taken yet; waits for one up to 5 s, then fails the test.
   Request take_request();
 
-  size_t unexpected() const;         // requests that found no answer
-  size_t unplayed() const;           // answers that no request has taken
-  size_t connections() const;        // connections accepted, with or without a request on them
+  size_t unexpected() const;   // requests that found no answer
+  size_t unplayed() const;     // answers that no request has taken
+  size_t connections() const;  // connections accepted, with or without a request on them
 
  private:
   // One client's connection, served by its own thread; the socket is gone when it has been served.

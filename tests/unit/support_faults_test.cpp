@@ -82,7 +82,7 @@ TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
   const HMODULE program = GetModuleHandleW(nullptr);
   const DWORD before = process_id();
   {
-    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[]() -> DWORD { return 7; });
+    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[] { return DWORD{7}; });
     EXPECT_EQ(process_id(), 7u);
     EXPECT_EQ(patch.original<DWORD (*)()>()(), before);
   }
@@ -99,11 +99,11 @@ TEST(ImportPatch, RefusesWhatIsNotImported) {
 TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
   const Standins standins;
   const ClientLibrary library;
-  const ImportPatch patch(library.module(), "winhttp.dll", "WinHttpOpen",
-                          +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> void* {
-                            SetLastError(1234);
-                            return nullptr;
-                          });
+  const ImportPatch patch(
+      library.module(), "winhttp.dll", "WinHttpOpen", +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> void* {
+        SetLastError(1234);
+        return nullptr;
+      });
   EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
   EXPECT_THAT(LogReader::errors(), Contains("xhttp_request_w->WinHttpOpen 1234"));
 }
