@@ -1,5 +1,5 @@
-# Test programs. Each is built into ${VELM_TEST_BIN} and registered with ctest; on Windows that folder also holds the
-# library under test and the stand-in modules.
+# Test programs. Each is built into ${VELM_TEST_BIN} and registered with ctest; on Windows that folder also
+# holds the library under test and the stand-in modules.
 set(VELM_TEST_BIN ${CMAKE_BINARY_DIR}/tests/bin)
 
 set(INSTALL_GTEST OFF)
@@ -15,7 +15,8 @@ endif()
 
 # velm_add_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
 # SERVICE_PORT: the test listens on or connects to port 55661, so it never runs beside another that does.
-# LOG: the test loads the library, so it never runs beside another that writes the log or makes the marker path.
+# LOG: the test loads the library, so it never runs beside another that writes the log or makes the marker
+# path.
 function(velm_add_test name)
   cmake_parse_arguments(arg "SERVICE_PORT;LOG" "TIMEOUT" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
@@ -37,8 +38,8 @@ function(velm_add_test name)
   set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${shared}")
 endfunction()
 
-# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test that loads the
-# library, with the doubles of tests/support at hand.
+# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test that
+# loads the library, with the doubles of tests/support at hand.
 function(velm_add_windows_test name)
   velm_add_test(${name} LOG ${ARGN})
 endfunction()

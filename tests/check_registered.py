@@ -25,9 +25,11 @@ def test_programs(build_folder, test_folder):
 
 
 def registered_programs(ctest, build_folder):
-    listing = subprocess.run([ctest, "--show-only=json-v1"], cwd=build_folder, check=True, capture_output=True)
+    command = [ctest, "--show-only=json-v1"]
+    listing = subprocess.run(command, cwd=build_folder, check=True, capture_output=True)
     tests = json.loads(listing.stdout)["tests"]
-    return {Path(argument).resolve() for test in tests for argument in test.get("command", []) if "/" in argument}
+    arguments = (argument for test in tests for argument in test.get("command", []))
+    return {Path(argument).resolve() for argument in arguments if "/" in argument}
 
 
 def main(ctest, build_folder, test_folder):

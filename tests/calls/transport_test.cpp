@@ -10,6 +10,7 @@
 #include "support/allocation_faults.h"
 #include "support/client_test.h"
 #include "support/guarded_buffer.h"
+#include "support/handle_count.h"
 #include "support/import_patch.h"
 
 using namespace velm::test;
@@ -121,12 +122,6 @@ TEST_F(Transport, ManyThreadsEachGetTheirOwnAnswer) {
   }
   for (auto& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
-}
-
-DWORD handle_count() {
-  DWORD count = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &count);
-  return count;
 }
 
 TEST_F(Transport, TheLocaleIsTheCLocaleAfterwards) {
@@ -342,10 +337,10 @@ TEST(TransportSoak, TenThousandCallsLeakNeitherHandlesNorMemory) {
   };
   calls(500);
   AllocationFaults memory(library.module());
-  const DWORD handles = handle_count();
+  const size_t handles = open_handles();
   calls(10'000);
   EXPECT_EQ(memory.outstanding(), 0u);
-  EXPECT_NEAR(static_cast<double>(handle_count()), static_cast<double>(handles), 8.0);
+  EXPECT_NEAR(static_cast<double>(open_handles()), static_cast<double>(handles), 8.0);
 }
 
 }  // namespace

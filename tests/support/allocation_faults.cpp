@@ -50,7 +50,9 @@ namespace {
 
 AllocationFaults::Watch* watch = nullptr;
 
-void* watched_malloc(size_t size) { return watch->fails(size) ? nullptr : watch->took(std::malloc(size), size); }
+void* watched_malloc(size_t size) {
+  return watch->fails(size) ? nullptr : watch->took(std::malloc(size), size);
+}
 
 void* watched_calloc(size_t count, size_t size) {
   return watch->fails(count * size) ? nullptr : watch->took(std::calloc(count, size), count * size);

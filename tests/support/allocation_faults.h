@@ -1,4 +1,4 @@
-// Watches what a module allocates with the C runtime, operator new included, and makes a chosen allocation fail.
+// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail.
 //
 //   AllocationFaults memory(library.module());
 //   library.SOF_Initialize();
@@ -33,7 +33,7 @@ class AllocationFaults {
 
   std::vector<size_t> sizes() const;  // of every allocation since the last restart, in order
   size_t allocations() const { return sizes().size(); }
-  size_t outstanding() const;        // blocks allocated since the last restart and not freed
+  size_t outstanding() const;  // blocks allocated since the last restart and not freed
   size_t outstanding_bytes() const;
   size_t peak_bytes() const;
 

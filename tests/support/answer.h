@@ -1,4 +1,4 @@
-// One scripted answer of the service double: what goes over the wire, in which pieces, and how the connection ends.
+// One scripted answer of the service double: what goes over the wire, in which pieces, and how it ends.
 //
 //   json(R"({"ErrorCode":"0"})")
 //   json(text).chunked(16).split(3, 20ms)
@@ -58,8 +58,8 @@ class Answer {
   // The connection ends after this many bytes of the body as it is sent.
   Answer& cut_after(size_t body_bytes);
 
-  // The connection ends with a reset in place of an orderly close. (Under Wine a reset reaches the client as an
-  // orderly close all the same.)
+  // The connection ends with a reset in place of an orderly close. (Under Wine a reset reaches the client as
+  // an orderly close all the same.)
   Answer& reset();
 
   // What the double does, in this order: wait, then send the pieces with the pause between two, then end.

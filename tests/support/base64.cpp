@@ -14,7 +14,9 @@ std::string base64(std::string_view bytes) {
   for (size_t at = 0; at < bytes.size(); at += 3) {
     const std::string_view group = bytes.substr(at, 3);
     uint32_t bits = 0;
-    for (size_t i = 0; i < 3; ++i) bits = bits << 8 | (i < group.size() ? static_cast<uint8_t>(group[i]) : 0u);
+    for (size_t i = 0; i < 3; ++i) {
+      bits = bits << 8 | (i < group.size() ? static_cast<uint8_t>(group[i]) : 0u);
+    }
     for (size_t i = 0; i < 4; ++i) text += i <= group.size() ? kAlphabet[bits >> (18 - 6 * i) & 63] : '=';
   }
   return text;

@@ -15,7 +15,9 @@ HMODULE load() {
   LogReader::clear();
   standin_detail::load_modules();
   const HMODULE module = LoadLibraryW((program_folder() + L"velm_sof_client.dll").c_str());
-  if (!module) throw std::runtime_error("velm_sof_client.dll cannot be loaded: " + std::to_string(GetLastError()));
+  if (!module) {
+    throw std::runtime_error("velm_sof_client.dll cannot be loaded: " + std::to_string(GetLastError()));
+  }
   return module;
 }
 

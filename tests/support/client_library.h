@@ -1,5 +1,5 @@
-// The library under test, loaded afresh: velm_sof_client.dll from the test program's folder, whose state begins anew
-// with each ClientLibrary. Its provider modules are the stand-ins.
+// The library under test, loaded afresh: velm_sof_client.dll from the test program's folder, whose state
+// begins anew with each ClientLibrary. Its provider modules are the stand-ins.
 //
 //   ClientLibrary library;                        // or library{Marker::kPresent}: every log line is written
 //   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
@@ -35,7 +35,8 @@ template <class Result, class... Arguments>
 class ClientFunction<Result(Arguments...)> {
  public:
   ClientFunction(HMODULE module, const char* name)
-      : name_(name), address_(reinterpret_cast<Address>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)))) {}
+      : name_(name),
+        address_(reinterpret_cast<Address>(reinterpret_cast<void (*)()>(GetProcAddress(module, name)))) {}
 
   Result operator()(Arguments... arguments) const {
     if (address_) return address_(arguments...);

@@ -1,5 +1,5 @@
-// The fixture of most tests of exported functions: stand-in modules, the scripted service, a freshly loaded library with
-// every log line written. A test ends with every answer played and no request unanswered.
+// The fixture of most tests of exported functions: stand-in modules, the scripted service, a freshly loaded
+// library with every log line written. A test ends with every answer played and no request unanswered.
 #pragma once
 
 #include <gmock/gmock.h>

@@ -33,8 +33,8 @@ std::string quoted(const std::string& argument) {
 
 std::wstring wide(const std::string& text) {
   std::wstring converted(text.size(), L'\0');
-  const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()), converted.data(),
-                                         static_cast<int>(converted.size()));
+  const int length = MultiByteToWideChar(CP_ACP, 0, text.data(), static_cast<int>(text.size()),
+                                         converted.data(), static_cast<int>(converted.size()));
   converted.resize(static_cast<size_t>(length));
   return converted;
 }
@@ -42,7 +42,9 @@ std::wstring wide(const std::string& text) {
 std::string read_to_end(HANDLE pipe) {
   std::string output;
   char block[4096];
-  for (DWORD count; ReadFile(pipe, block, sizeof block, &count, nullptr) && count > 0;) output.append(block, count);
+  for (DWORD count; ReadFile(pipe, block, sizeof block, &count, nullptr) && count > 0;) {
+    output.append(block, count);
+  }
   return output;
 }
 
@@ -53,7 +55,8 @@ ChildProcess::ChildProcess(const char* name, Body body) { children()[name] = bod
 bool ran_as_child(int argument_count, char** arguments, int& exit_code) {
   if (argument_count < 2 || std::strncmp(arguments[1], kOption, sizeof kOption - 1) != 0) return false;
   const auto child = children().find(arguments[1] + sizeof kOption - 1);
-  exit_code = child == children().end() ? -1 : child->second(Arguments(arguments + 2, arguments + argument_count));
+  exit_code =
+      child == children().end() ? -1 : child->second(Arguments(arguments + 2, arguments + argument_count));
   return true;
 }
 
@@ -73,8 +76,8 @@ ChildResult run_child(const std::string& name, const Arguments& arguments) {
   for (const std::string& argument : arguments) command += L' ' + wide(quoted(argument));
 
   PROCESS_INFORMATION child{};
-  const bool started =
-      CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &child);
+  const bool started = CreateProcessW(program.c_str(), command.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                                      nullptr, &startup, &child);
   CloseHandle(write_end);
   ChildResult result{0xFFFFFFFF, ""};
   if (started) {

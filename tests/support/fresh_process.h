@@ -1,6 +1,6 @@
 // Runs a part of a test in a process of its own: the test program starts itself again with a child's name.
 //
-//   CHILD_PROCESS(exits_loaded) {                 // at namespace scope; `arguments` is a std::vector<std::string>
+//   CHILD_PROCESS(exits_loaded) {                 // at namespace scope; `arguments` are run_child's
 //     ClientLibrary* library = new ClientLibrary;
 //     return library->SOF_Initialize() == 0 ? 0 : 1;
 //   }
@@ -33,7 +33,7 @@ bool ran_as_child(int argument_count, char** arguments, int& exit_code);
 
 }  // namespace velm::test
 
-#define CHILD_PROCESS(name)                                                             \
-  static int child_process_##name([[maybe_unused]] const ::velm::test::Arguments& arguments); \
+#define CHILD_PROCESS(name)                                                                    \
+  static int child_process_##name([[maybe_unused]] const ::velm::test::Arguments& arguments);  \
   static const ::velm::test::ChildProcess register_child_##name{#name, &child_process_##name}; \
   static int child_process_##name([[maybe_unused]] const ::velm::test::Arguments& arguments)

@@ -18,7 +18,9 @@ GuardedBuffer::GuardedBuffer(size_t size)
   pages_ = static_cast<unsigned char*>(
       VirtualAlloc(nullptr, accessible_ + kPageBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
   DWORD before;
-  if (!pages_ || !VirtualProtect(pages_ + accessible_, kPageBytes, PAGE_NOACCESS, &before)) throw std::bad_alloc();
+  if (!pages_ || !VirtualProtect(pages_ + accessible_, kPageBytes, PAGE_NOACCESS, &before)) {
+    throw std::bad_alloc();
+  }
   std::memset(pages_, kFill, accessible_);
   data_ = pages_ + accessible_ - size_;
 }

@@ -40,8 +40,8 @@ std::string Request::header(const std::string& name) const {
 }
 
 size_t Request::header_count(const std::string& name) const {
-  return static_cast<size_t>(
-      std::count_if(headers.begin(), headers.end(), [&](const std::string& header) { return has_name(header, name); }));
+  return static_cast<size_t>(std::count_if(
+      headers.begin(), headers.end(), [&](const std::string& header) { return has_name(header, name); }));
 }
 
 Request parse_head(const std::string& head) {

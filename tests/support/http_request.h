@@ -16,7 +16,7 @@ struct Request {
   std::string method() const;
   std::string target() const;
 
-  // The value of the first header of that name, whatever its case and the blanks around it; empty when there is none.
+  // The value of the first header of that name, whatever its case, without blanks around it; or empty.
   std::string header(const std::string& name) const;
 
   // How many headers of that name there are.

@@ -1,9 +1,10 @@
-// Replaces one function that a loaded module imports, for that module only and as long as the patch lives. This is how
-// the library is made to see a system that fails.
+// Replaces one function that a loaded module imports, for that module only and as long as the patch lives.
+// This is how the library is made to see a system that fails.
 //
-//   ImportPatch patch(library.module(), "kernel32.dll", "GetTempPathA", +[](DWORD, LPSTR) -> DWORD { return 0; });
+//   ImportPatch patch(library.module(), "kernel32.dll", "GetACP", +[]() -> UINT { return 936; });
 //
-// The replacement runs in the module's place: it is a plain function; patch.original<Function>() is what it replaced.
+// The replacement is a plain function; patch.original<Function>() is what it replaces. The compiler may have
+// the module read an import once for several calls of one of its functions.
 #pragma once
 
 #include <windows.h>

@@ -16,9 +16,12 @@ constexpr wchar_t kFileName[] = L"velm_client_sof.log";
 
 LogEntry parse(const std::string& line) {
   static const std::regex layout(
-      R"(\[(VER|IFO|WAR|ERR)\|(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3})\|([^|]*)\|(32|64)\|(\d+)\|(\d+)\|([^|]*)\|(\d+))");
-  static const std::map<std::string, Level> levels = {
-      {"VER", Level::kVerbose}, {"IFO", Level::kInformation}, {"WAR", Level::kWarning}, {"ERR", Level::kError}};
+      R"(\[(VER|IFO|WAR|ERR)\|(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}))"
+      R"(\|([^|]*)\|(32|64)\|(\d+)\|(\d+)\|([^|]*)\|(\d+))");
+  static const std::map<std::string, Level> levels = {{"VER", Level::kVerbose},
+                                                      {"IFO", Level::kInformation},
+                                                      {"WAR", Level::kWarning},
+                                                      {"ERR", Level::kError}};
   LogEntry entry;
   entry.raw = entry.message = line;
   const size_t fields_end = std::min(line.find("] "), line.size());

@@ -1,5 +1,5 @@
-// What the library has logged: the files {common application data}\VELM\log\{date}\velm_client_sof.log of all days, as
-// one, so that a test that runs past midnight sees its lines.
+// What the library has logged: the files {common application data}\VELM\log\{date}\velm_client_sof.log of all
+// days, as one, so that a test that runs past midnight sees its lines.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace velm::test {
 
-// kNone: a line that does not open with the fields of a log line, such as a hex dump or the second line of a message.
+// kNone: a line that does not open like a log line, such as a hex dump or the second line of a message.
 enum class Level { kVerbose, kInformation, kWarning, kError, kNone };
 
 // One line. The fields are those of the mask that holds from load on: level, time, process, ids, source.

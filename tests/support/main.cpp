@@ -1,4 +1,4 @@
-// The main function of every test program on Windows: runs the child that the command line names, or the tests.
+// The main function of every test program on Windows: runs the child of the command line, or the tests.
 #include <windows.h>
 
 #include <cstdio>

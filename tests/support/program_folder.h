@@ -1,4 +1,4 @@
-// The folder of the running test program, with its last backslash: the modules and the library under test lie there.
+// The folder of the running test program, with its last backslash; all that the program loads lies there.
 #pragma once
 
 #include <windows.h>

@@ -51,7 +51,7 @@ bool receive_some(SOCKET socket, std::string& bytes) {
   return count > 0;
 }
 
-// The client sees the whole answer, then the end: what it may still be sending is read before the socket goes.
+// The client sees the whole answer, then the end; what it may still be sending is read until it closes.
 void close_in_order(SOCKET socket) {
   shutdown(socket, SD_SEND);
   for (std::string rest; receive_some(socket, rest); rest.clear()) {
@@ -132,7 +132,7 @@ size_t ServiceDouble::unplayed() const {
 
 size_t ServiceDouble::connections() const {
   const std::lock_guard lock(mutex_);
-  return connections_.size();
+  return accepted_;
 }
 
 void ServiceDouble::accept_clients() {
@@ -140,11 +140,13 @@ void ServiceDouble::accept_clients() {
   while (WSAWaitForMultipleEvents(2, events, FALSE, WSA_INFINITE, FALSE) != WSA_WAIT_EVENT_0) {
     WSANETWORKEVENTS seen;
     WSAEnumNetworkEvents(listener_, connecting_, &seen);
+    join_served_connections();
     for (SOCKET client; (client = accept(listener_, nullptr, nullptr)) != INVALID_SOCKET;) {
       u_long blocking = 0;
       WSAEventSelect(client, nullptr, 0);
       ioctlsocket(client, FIONBIO, &blocking);
       const std::lock_guard lock(mutex_);
+      ++accepted_;
       connections_.push_back({client, {}});
       Connection& connection = connections_.back();
       connection.thread = std::thread([this, &connection] {
@@ -154,6 +156,18 @@ void ServiceDouble::accept_clients() {
       });
     }
   }
+}
+
+void ServiceDouble::join_served_connections() {
+  std::list<Connection> served;
+  {
+    const std::lock_guard lock(mutex_);
+    for (auto at = connections_.begin(); at != connections_.end();) {
+      const auto connection = at++;
+      if (connection->socket == INVALID_SOCKET) served.splice(served.end(), connections_, connection);
+    }
+  }
+  for (Connection& connection : served) connection.thread.join();
 }
 
 void ServiceDouble::serve(SOCKET socket) {

@@ -1,5 +1,6 @@
-// A scripted local service in the test program, on 127.0.0.1:55661. It keeps every request and plays the answers that
-// the test has queued, each once, in the order in which requests arrive; several connections at a time are served.
+// A scripted local service in the test program, on 127.0.0.1:55661. It keeps every request and plays the
+// answers that the test has queued, each once, in the order in which requests arrive; several connections at
+// a time are served.
 //
 //   ServiceDouble service;
 //   service.answers(json(R"({"ErrorCode":"0"})"), frame(0, "data"));
@@ -15,7 +16,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
-#include <memory>
+#include <list>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -50,12 +51,12 @@ class ServiceDouble {
   // The oldest request not taken yet; waits for one up to 5 s, then fails the test.
   Request take_request();
 
-  size_t unexpected() const;         // requests that found no answer
-  size_t unplayed() const;           // answers that no request has taken
-  size_t connections() const;        // connections accepted, with or without a request on them
+  size_t unexpected() const;   // requests that found no answer
+  size_t unplayed() const;     // answers that no request has taken
+  size_t connections() const;  // connections accepted, with or without a request on them
 
  private:
-  // One client's connection, served by its own thread.
+  // One client's connection, served by its own thread; the socket is gone when it has been served.
   struct Connection {
     SOCKET socket;
     std::thread thread;
@@ -63,6 +64,7 @@ class ServiceDouble {
 
   void queue(Answer answer);
   void accept_clients();
+  void join_served_connections();
   void serve(SOCKET socket);
   bool receive(SOCKET socket, Request& request);
   Answer answer_to(const Request& request);
@@ -81,7 +83,8 @@ class ServiceDouble {
   std::vector<Request> requests_;
   size_t taken_ = 0;
   size_t unexpected_ = 0;
-  std::deque<Connection> connections_;
+  size_t accepted_ = 0;
+  std::list<Connection> connections_;
 
   std::thread acceptor_;
 };

@@ -6,8 +6,8 @@
 //   EXPECT_EQ(STANDIN(SAF_Hash).count(), 1u);
 //   EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Hash"));
 //
-// A function without a script returns 0. The four base64 functions have a real codec as their script, which a test may
-// replace.
+// A function without a script returns 0. The four base64 functions have a real codec as their script, which a
+// test may replace.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +27,7 @@
 
 namespace velm::test {
 
-// Loads the modules from the test program's folder, once a process. Made and ended, it forgets every script and call.
+// Loads the modules, once a process. When it is made and when it ends, every script and call is forgotten.
 class Standins {
  public:
   Standins();

@@ -8,6 +8,7 @@
 #include "support/client_library.h"
 #include "support/fresh_process.h"
 #include "support/guarded_buffer.h"
+#include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/log_reader.h"
 #include "support/standins.h"
@@ -81,7 +82,7 @@ TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
   const HMODULE program = GetModuleHandleW(nullptr);
   const DWORD before = process_id();
   {
-    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[]() -> DWORD { return 7; });
+    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[] { return DWORD{7}; });
     EXPECT_EQ(process_id(), 7u);
     EXPECT_EQ(patch.original<DWORD (*)()>()(), before);
   }
@@ -98,11 +99,11 @@ TEST(ImportPatch, RefusesWhatIsNotImported) {
 TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
   const Standins standins;
   const ClientLibrary library;
-  const ImportPatch patch(library.module(), "winhttp.dll", "WinHttpOpen",
-                          +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> void* {
-                            SetLastError(1234);
-                            return nullptr;
-                          });
+  const ImportPatch patch(
+      library.module(), "winhttp.dll", "WinHttpOpen", +[](LPCWSTR, DWORD, LPCWSTR, LPCWSTR, DWORD) -> void* {
+        SetLastError(1234);
+        return nullptr;
+      });
   EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
   EXPECT_THAT(LogReader::errors(), Contains("xhttp_request_w->WinHttpOpen 1234"));
 }
@@ -159,6 +160,16 @@ TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
   EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);
   EXPECT_TRUE(memory.has_failed());
   EXPECT_EQ(memory.outstanding(), 0u);
+}
+
+TEST(HandleCount, CountsEachHandleThatIsOpen) {
+  const size_t before = open_handles();
+  EXPECT_GT(before, 0u);
+  HANDLE events[3];
+  for (HANDLE& event : events) event = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  EXPECT_EQ(open_handles(), before + 3);
+  for (HANDLE event : events) CloseHandle(event);
+  EXPECT_EQ(open_handles(), before);
 }
 
 CHILD_PROCESS(echoes) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <thread>
 
+#include "support/handle_count.h"
 #include "support/service_double.h"
 
 namespace {
@@ -38,8 +39,8 @@ class Client {
   void send_text(const std::string& text) { send(socket_, text.data(), static_cast<int>(text.size()), 0); }
 
   void post(const std::string& body) {
-    send_text("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type:application/json;charset=UTF-8;\r\nContent-Length: " +
-              std::to_string(body.size()) + "\r\n\r\n" + body);
+    send_text("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type:application/json;charset=UTF-8;\r\n"
+              "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
   }
 
   // All until the end of the stream; `error` is 0 when it ended in order.
@@ -47,7 +48,9 @@ class Client {
     std::string text;
     std::array<char, 4096> block;
     int count;
-    while ((count = recv(socket_, block.data(), block.size(), 0)) > 0) text.append(block.data(), static_cast<size_t>(count));
+    while ((count = recv(socket_, block.data(), block.size(), 0)) > 0) {
+      text.append(block.data(), static_cast<size_t>(count));
+    }
     if (error) *error = count == 0 ? 0 : WSAGetLastError();
     return text;
   }
@@ -88,7 +91,8 @@ TEST(ServiceDouble, PlaysEachAnswerOnceInOrderAndThenRefuses) {
   EXPECT_THAT(first, StartsWith("HTTP/1.1 200 OK\r\n"));
   EXPECT_THAT(first, HasSubstr("\r\nConnection: close\r\n"));
   EXPECT_THAT(first, EndsWith("\r\nContent-Length: 5\r\n\r\nfirst"));
-  EXPECT_EQ(body_of(exchange("2")), std::string("\x03\x04\x00\x0B\x02\x00\x00\x00" "ab", 10));
+  EXPECT_EQ(body_of(exchange("2")), little_endian(0x0B000403) + little_endian(2) + "ab");
+  EXPECT_EQ(little_endian(0x0B000403), std::string("\x03\x04\x00\x0B", 4));
   EXPECT_EQ(service.unplayed(), 1u);
   EXPECT_EQ(body_of(exchange("3")), std::string("\x07\x00\x00\x00", 4));
   EXPECT_EQ(service.unexpected(), 0u);
@@ -145,7 +149,8 @@ TEST(ServiceDouble, ClosesWithoutAnAnswerOrWithAReset) {
   client.post("");
   int error = 0;
   const std::string answer = client.receive(&error);
-  EXPECT_THAT(error, testing::AnyOf(0, WSAECONNRESET));  // Wine ends the stream in order before it closes a socket
+  // Wine ends the stream in order before it closes a socket.
+  EXPECT_THAT(error, testing::AnyOf(0, WSAECONNRESET));
   if (error == 0) {
     EXPECT_THAT(answer, EndsWith("\r\n\r\nabc"));
   }
@@ -178,6 +183,18 @@ TEST(ServiceDouble, ServesSixteenClientsAtOnce) {
   answered.insert(answers.begin(), answers.end());
   EXPECT_EQ(answered, expected);
   EXPECT_EQ(service.connections(), kClients);
+}
+
+TEST(ServiceDouble, KeepsNoHandleOfAClientThatWasServed) {
+  ServiceDouble service;
+  service.responds([](const Request&) { return json("x"); });
+  const auto serve = [](int clients) {
+    for (int i = 0; i < clients; ++i) exchange("");
+  };
+  serve(10);
+  const size_t before = open_handles();
+  serve(100);
+  EXPECT_NEAR(static_cast<double>(open_handles()), static_cast<double>(before), 6);
 }
 
 TEST(ServiceDouble, EndsWhileAClientIsServedAndFreesThePort) {

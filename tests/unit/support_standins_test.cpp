@@ -17,7 +17,8 @@ using testing::IsEmpty;
 
 template <class Function>
 Function* exported(const char* module, const char* name) {
-  return reinterpret_cast<Function*>(reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleA(module), name)));
+  return reinterpret_cast<Function*>(
+      reinterpret_cast<void (*)()>(GetProcAddress(GetModuleHandleA(module), name)));
 }
 
 #define EXPORTED(module, function) exported<decltype(::function)>(module, #function)
@@ -29,7 +30,8 @@ TEST(Standins, AnUnscriptedFunctionReturnsZeroAndIsLogged) {
   EXPECT_EQ(EXPORTED("velm_dev_enum.dll", vde_get_last_device_config)(), nullptr);
   EXPECT_EQ(EXPORTED("velm_client_saf.dll", SAF_Ext_EnumDevice)(nullptr, nullptr, nullptr), 0u);
   EXPECT_EQ(EXPORTED("velm_common.dll", vc_input_pin)(1, 2, nullptr), 0);
-  EXPECT_THAT(standins.call_log(), ElementsAre("vde_get_last_device_config", "SAF_Ext_EnumDevice", "vc_input_pin"));
+  EXPECT_THAT(standins.call_log(),
+              ElementsAre("vde_get_last_device_config", "SAF_Ext_EnumDevice", "vc_input_pin"));
   EXPECT_THAT(standins.call_log("SAF_"), ElementsAre("SAF_Ext_EnumDevice"));
 }
 
@@ -38,8 +40,8 @@ TEST(Standins, EveryArgumentArrives) {
   STANDIN(SAF_Hash).returns(0x02000302);
   uint8_t hash[32];
   uint32_t hash_length = sizeof hash;
-  const uint32_t result = EXPORTED("velm_client_saf.dll", SAF_Hash)(
-      1, octets("data"), 4, octets("key"), 3, octets("id"), 2, hash, &hash_length);
+  const uint32_t result = EXPORTED("velm_client_saf.dll", SAF_Hash)(1, octets("data"), 4, octets("key"), 3,
+                                                                    octets("id"), 2, hash, &hash_length);
   EXPECT_EQ(result, 0x02000302u);
   ASSERT_EQ(STANDIN(SAF_Hash).count(), 1u);
   const auto [algorithm, data, data_length, key, key_length, id, id_length, output, output_length] =
@@ -119,16 +121,17 @@ TEST_P(Base64Vector, IsTheDefaultOfTheCryptoModuleAndOfTheProvider) {
 
 // The test vectors of RFC 4648.
 INSTANTIATE_TEST_SUITE_P(Standins, Base64Vector,
-                         testing::Values(std::tuple("", ""), std::tuple("f", "Zg=="), std::tuple("fo", "Zm8="),
-                                         std::tuple("foo", "Zm9v"), std::tuple("foob", "Zm9vYg=="),
-                                         std::tuple("fooba", "Zm9vYmE="), std::tuple("foobar", "Zm9vYmFy")));
+                         testing::Values(std::tuple("", ""), std::tuple("f", "Zg=="),
+                                         std::tuple("fo", "Zm8="), std::tuple("foo", "Zm9v"),
+                                         std::tuple("foob", "Zm9vYg=="), std::tuple("fooba", "Zm9vYmE="),
+                                         std::tuple("foobar", "Zm9vYmFy")));
 
 TEST(Standins, WhatIsNoBase64IsRefused) {
   const Standins standins;
   for (const char* wrong : {"A", "AB", "ABC", "AB*=", "A===", "=AAA", "AA=A", "AAAA\n"}) {
     uint32_t length = 77;
-    EXPECT_NE(EXPORTED("velm_openssl_api.dll", VELM_Openssl_Base64Decode)(
-                  octets(wrong), static_cast<uint32_t>(strlen(wrong)), nullptr, &length), 0) << wrong;
+    const auto decode = EXPORTED("velm_openssl_api.dll", VELM_Openssl_Base64Decode);
+    EXPECT_NE(decode(octets(wrong), static_cast<uint32_t>(strlen(wrong)), nullptr, &length), 0) << wrong;
     EXPECT_EQ(length, 77u);
   }
 }
