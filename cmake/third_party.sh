@@ -78,7 +78,8 @@ build_openssl() {
     cd '$work'
     '$deps/src/openssl-$openssl_version/Configure' $platform $* $openssl_options
     make -j$jobs build_generated libcrypto.a
-    cp -r include '$prefix/include'
+    mkdir '$prefix/include'
+    cp -r include/openssl '$prefix/include/'
     cp -r '$deps/src/openssl-$openssl_version/include/openssl' '$prefix/include/'
     cp libcrypto.a '$prefix/lib/'"
   mark_built "openssl-$target" "$stamp"

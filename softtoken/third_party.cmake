@@ -22,3 +22,24 @@ else()
   target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_USE_POLL)
   target_link_libraries(velm_httplib INTERFACE Threads::Threads)
 endif()
+
+if(WIN32)
+  set(velm_built_for windows)
+else()
+  set(velm_built_for native)
+endif()
+
+add_library(velm_openssl STATIC IMPORTED GLOBAL)
+set_target_properties(velm_openssl PROPERTIES
+  IMPORTED_LOCATION ${VELM_DEPS}/openssl-${velm_built_for}/lib/libcrypto.a
+  INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/openssl-${velm_built_for}/include)
+if(WIN32)
+  target_link_libraries(velm_openssl INTERFACE ws2_32 gdi32 crypt32 advapi32 user32)
+else()
+  target_link_libraries(velm_openssl INTERFACE ${CMAKE_DL_LIBS} Threads::Threads)
+endif()
+
+add_library(velm_sqlite STATIC IMPORTED GLOBAL)
+set_target_properties(velm_sqlite PROPERTIES
+  IMPORTED_LOCATION ${VELM_DEPS}/sqlite-${velm_built_for}/lib/libsqlite3.a
+  INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/sqlite-${velm_built_for}/include)

@@ -2,9 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <new>
 
-#include "softtoken/core/token_error.h"
+#include "softtoken/core/text_encoding.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"
@@ -15,25 +14,26 @@ namespace {
 constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
 
-template <typename Function>
-const Function& find_function(std::span<const Function> functions, uint32_t number) {
-  const auto found = std::ranges::find(functions, number, &Function::number);
-  if (found == functions.end()) throw TokenError(kNotSupported);
-  return *found;
-}
-
-// Runs one call and gives its result code; what it throws never reaches the HTTP side.
-template <typename Call>
-uint32_t run_guarded(Call&& call) {
-  try {
-    call();
-    return kSuccess;
-  } catch (const TokenError& error) {
-    return error.code();
-  } catch (const std::exception& error) {
-    std::fprintf(stderr, "velm_softtoken: %s\n", error.what());
-    return kUnknownError;
+// One call of a known or unknown function: its result code, for the trace too. Nothing it throws leaves.
+template <typename Table, typename Run>
+uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
+  const auto started = std::chrono::steady_clock::now();
+  const auto found = std::ranges::find(functions, number, [](const auto& function) { return function.number; });
+  uint32_t code = kNotSupported;
+  if (found != functions.end()) {
+    try {
+      run(*found);
+      code = kSuccess;
+    } catch (const TokenError& error) {
+      code = error.code();
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "velm_softtoken: %s: %s\n", found->name, error.what());
+      code = kUnknownError;
+    }
   }
+  trace.record(found != functions.end() ? found->name : "(unknown)", code,
+               std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started));
+  return code;
 }
 
 std::string json_answer(uint32_t code, const nlohmann::json& result) {
@@ -46,23 +46,28 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
 
 }  // namespace
 
-Answer answer_json(std::string_view body) {
-  const nlohmann::json request = nlohmann::json::parse(body, nullptr, false);
-  if (!request.is_object()) return {400, kJsonType, json_answer(kBadInput, nullptr)};
+Answer answer_json(Service& service, std::string_view body) {
+  // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
+  nlohmann::json request = nlohmann::json::parse(utf8_of(body), nullptr, false);
+  if (!request.is_object() || !request.contains("funcid")) return {400, kJsonType, json_answer(kBadInput, nullptr)};
   nlohmann::json result;
-  const uint32_t code = run_guarded([&] {
-    result = find_function(json_functions(), number_field(request, "funcid")).run(request);
-  });
+  uint32_t code = kBadInput;
+  if (request["funcid"].is_number_unsigned()) {
+    const auto number = static_cast<uint32_t>(std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
+    code = run_call(service.trace, json_functions(), number,
+                    [&](const JsonFunction& function) { result = function.run(service.token, request); });
+  }
+  wipe_texts(request);
   return {200, kJsonType, json_answer(code, result)};
 }
 
-Answer answer_frame(std::string_view body) {
-  FrameReader request(as_bytes(body));
+Answer answer_frame(Service& service, std::string_view body) {
+  if (body.size() < 2 || static_cast<uint8_t>(body[0]) != kFrameMark) return {400, kFrameType, frame_answer(kBadInput)};
+  FrameReader request(as_bytes(body.substr(2)));
   Bytes data;
-  const uint32_t code = run_guarded([&] {
-    if (request.byte() != kFrameMark) throw TokenError(kBadInput);
-    data = find_function(frame_functions(), request.byte()).run(request);
-  });
+  const uint32_t code =
+      run_call(service.trace, frame_functions(), static_cast<uint8_t>(body[1]),
+               [&](const FrameFunction& function) { data = function.run(service.token, request); });
   return {200, kFrameType, code == kSuccess ? frame_answer(data) : frame_answer(code)};
 }
 

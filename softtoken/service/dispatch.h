@@ -3,7 +3,18 @@
 #include <string>
 #include <string_view>
 
+#include "softtoken/core/token.h"
+#include "softtoken/service/trace.h"
+
 namespace velm::token {
+
+/** What the service works on. */
+struct Service {
+  explicit Service(const std::filesystem::path& store) : token(store) {}
+
+  Token token;
+  Trace trace;
+};
 
 /** What goes back to a client: an HTTP status and a body. */
 struct Answer {
@@ -12,8 +23,8 @@ struct Answer {
   std::string body;
 };
 
-/** Runs the function that a request body names. Never throws. */
-Answer answer_json(std::string_view body);
-Answer answer_frame(std::string_view body);
+/** Runs the function that a request body names. Never throws but for want of memory. */
+Answer answer_json(Service& service, std::string_view body);
+Answer answer_frame(Service& service, std::string_view body);
 
 }  // namespace velm::token

@@ -1,25 +1,36 @@
-#include "softtoken/service/environment_functions.h"
-
 #include "softtoken/core/base64.h"
 #include "softtoken/core/system_random.h"
-#include "softtoken/core/token_error.h"
+#include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 
 namespace velm::token {
 namespace {
 
 constexpr uint32_t kMaxRandom = 16 * 1024 * 1024;
+constexpr uint32_t kIdleLogoutSetting = 1;
 
 }  // namespace
 
-nlohmann::json get_version(const nlohmann::json&) { return {{"Version", VELM_TOKEN_VERSION}}; }
+Json get_version(Token&, const Json&) { return {{"Version", VELM_TOKEN_VERSION}}; }
 
-nlohmann::json gen_random(const nlohmann::json& request) {
+Json gen_random(Token&, const Json& request) {
   const uint32_t count = number_field(request, "Len");
   if (count > kMaxRandom) throw TokenError(kBadLength);
   return {{"RandomData", base64_encode(system_random(count))}};
 }
 
-nlohmann::json greet(const nlohmann::json&) { return nullptr; }
+Json greet(Token&, const Json&) { return nullptr; }
+
+// One setting: the minutes after which an unused session ends, as a 32-bit number; 0 for never.
+Bytes configure(Token& token, FrameReader& request) {
+  const uint32_t setting = request.number();
+  FrameReader value(request.bytes());
+  request.expect_end();
+  if (setting != kIdleLogoutSetting) throw TokenError(kParameterUnsupported);
+  const uint32_t minutes = value.number();
+  value.expect_end();
+  token.set_idle_limit(std::chrono::minutes(minutes));
+  return {};
+}
 
 }  // namespace velm::token

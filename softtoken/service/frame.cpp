@@ -18,8 +18,6 @@ ByteView FrameReader::take(size_t count) {
   return taken;
 }
 
-uint8_t FrameReader::byte() { return take(1)[0]; }
-
 uint32_t FrameReader::number() {
   const ByteView four = take(4);
   return uint32_t{four[0]} | uint32_t{four[1]} << 8 | uint32_t{four[2]} << 16 | uint32_t{four[3]} << 24;
@@ -46,7 +44,7 @@ std::string frame_answer(uint32_t code) {
 
 std::string frame_answer(ByteView data) {
   std::string answer;
-  answer.reserve(data.size() + 8);
+  answer.reserve(data.size() + kFrameHeaderSize);
   append_number(answer, kSuccess);
   append_number(answer, static_cast<uint32_t>(data.size()));
   answer.append(reinterpret_cast<const char*>(data.data()), data.size());

@@ -5,16 +5,17 @@
 namespace velm::token {
 
 constexpr uint8_t kFrameMark = 0x77;
+/** Code and data length in front of an answer's data. */
+constexpr size_t kFrameHeaderSize = 8;
 
 /**
- * Reads the fields of a request frame in order; integers are 32-bit little-endian. A field that reaches beyond
+ * Reads the fields of a request frame, after mark and function number, in order; integers are 32-bit little-endian. A field that reaches beyond
  * the frame throws the code for a bad length, as does anything left at the end.
  */
 class FrameReader {
  public:
   explicit FrameReader(ByteView frame) : rest_(frame) {}
 
-  uint8_t byte();
   uint32_t number();
   /** A length and as many bytes. */
   ByteView bytes();

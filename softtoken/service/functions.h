@@ -5,7 +5,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "softtoken/core/bytes.h"
+#include "softtoken/core/token.h"
 
 namespace velm::token {
 
@@ -14,13 +14,15 @@ class FrameReader;
 /** A function that is asked and answers in JSON: its fields in, the answer's "Result" out (null for none). */
 struct JsonFunction {
   uint32_t number;
-  nlohmann::json (*run)(const nlohmann::json& request);
+  const char* name;
+  nlohmann::json (*run)(Token& token, const nlohmann::json& request);
 };
 
 /** A function that is asked and answers in a byte frame: its fields in, the answer's data out. */
 struct FrameFunction {
   uint32_t number;
-  Bytes (*run)(FrameReader& request);
+  const char* name;
+  Bytes (*run)(Token& token, FrameReader& request);
 };
 
 /** Every function that the service knows, by number; the others answer "not supported". */

@@ -32,7 +32,7 @@ bool starts_with(const std::string& text, const char* start) { return text.rfind
 
 class HttpServer::Server : public httplib::Server {
  public:
-  explicit Server(HttpOptions options) : options_(options) {
+  Server(Service& service, HttpOptions options) : service_(service), options_(options) {
     new_task_queue = [] { return new GrowingThreadPool(kThreadLimit); };
     set_socket_options(own_port);
     set_keep_alive_max_count(1);
@@ -40,10 +40,16 @@ class HttpServer::Server : public httplib::Server {
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
       return refuse_foreign(request, response);
     });
-    set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response&) {
-      return is_foreign(request) ? 403 : 100;
+    set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response& response) {
+      if (!is_foreign(request)) return 100;
+      return response.status = 403;
     });
-    Post(".*", [](const httplib::Request& request, httplib::Response& response) { answer(request, response); });
+    Post(".*", [this](const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& body) {
+      answer(request, response, body);
+    });
+    Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
+      response.set_content(service_.trace.text(), "text/plain");
+    });
   }
 
   uint16_t bind() {
@@ -75,15 +81,22 @@ class HttpServer::Server : public httplib::Server {
     return HandlerResponse::Handled;
   }
 
-  static void answer(const httplib::Request& request, httplib::Response& response) {
+  void answer(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& reader) {
     const std::string type = request.get_header_value("Content-Type");
-    if (starts_with(type, "application/json")) {
-      deliver(answer_json(request.body), response);
-    } else if (starts_with(type, "application/octet-stream")) {
-      deliver(answer_frame(request.body), response);
-    } else {
+    const bool json = starts_with(type, "application/json");
+    if (!json && !starts_with(type, "application/octet-stream")) {
       response.status = 415;
+      return;
     }
+    std::string body;
+    const WipeAtEnd wiped(body);
+    // In one piece from the start, so that no copy of a PIN stays behind.
+    body.reserve(std::min<size_t>(options_.body_limit, request.get_header_value_u64("Content-Length")));
+    const bool whole = reader([&](const char* data, size_t size) {
+      body.append(data, size);
+      return true;
+    });
+    if (whole) deliver(json ? answer_json(service_, body) : answer_frame(service_, body), response);
   }
 
   static void deliver(Answer&& answer, httplib::Response& response) {
@@ -117,13 +130,14 @@ class HttpServer::Server : public httplib::Server {
     }
   }
 
+  Service& service_;
   HttpOptions options_;
   std::string host_;
   std::string local_host_;
   std::atomic<bool> ending_{false};
 };
 
-HttpServer::HttpServer(HttpOptions options) : server_(std::make_unique<Server>(options)) {}
+HttpServer::HttpServer(Service& service, HttpOptions options) : server_(std::make_unique<Server>(service, options)) {}
 
 HttpServer::~HttpServer() = default;
 

@@ -7,6 +7,8 @@
 
 namespace velm::token {
 
+struct Service;
+
 struct HttpOptions {
   uint16_t port = 55661;
   /** Largest request body, in bytes. */
@@ -18,7 +20,7 @@ struct HttpOptions {
 /** The service on 127.0.0.1. */
 class HttpServer {
  public:
-  explicit HttpServer(HttpOptions options);
+  HttpServer(Service& service, HttpOptions options);
   ~HttpServer();
 
   /** Takes the port (port 0: any free one) and returns it; throws std::runtime_error when it is not free. */

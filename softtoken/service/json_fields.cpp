@@ -14,12 +14,18 @@ const nlohmann::json& member(const nlohmann::json& request, const char* name) {
   return *found;
 }
 
-}  // namespace
-
-std::string text_field(const nlohmann::json& request, const char* name) {
+const std::string& text_member(const nlohmann::json& request, const char* name) {
   const nlohmann::json& value = member(request, name);
   if (!value.is_string()) throw TokenError(kBadInput);
-  return value.get<std::string>();
+  return value.get_ref<const std::string&>();
+}
+
+}  // namespace
+
+std::string text_field(const nlohmann::json& request, const char* name) { return text_member(request, name); }
+
+SecretBytes secret_text_field(const nlohmann::json& request, const char* name) {
+  return secret_copy(as_bytes(text_member(request, name)));
 }
 
 // A client may print its 32-bit number signed; both forms mean the same bits.
@@ -34,9 +40,24 @@ uint32_t number_field(const nlohmann::json& request, const char* name) {
 }
 
 Bytes base64_field(const nlohmann::json& request, const char* name) {
-  auto bytes = base64_decode(text_field(request, name));
+  auto bytes = base64_decode(text_member(request, name));
   if (!bytes) throw TokenError(kBadInput);
   return *std::move(bytes);
+}
+
+SecretBytes secret_base64_field(const nlohmann::json& request, const char* name) {
+  Bytes bytes = base64_field(request, name);
+  const SecretBytes secret = secret_copy(bytes);
+  OPENSSL_cleanse(bytes.data(), bytes.size());
+  return secret;
+}
+
+void wipe_texts(nlohmann::json& request) {
+  for (auto& value : request) {
+    if (!value.is_string()) continue;
+    auto& text = value.get_ref<std::string&>();
+    OPENSSL_cleanse(text.data(), text.size());
+  }
 }
 
 }  // namespace velm::token

@@ -2,13 +2,18 @@
 
 #include <nlohmann/json.hpp>
 
-#include "softtoken/core/bytes.h"
+#include "softtoken/core/secret.h"
 
 namespace velm::token {
 
 /** The members of a request; each throws the code for bad input when the member is missing or of another type. */
 std::string text_field(const nlohmann::json& request, const char* name);
+SecretBytes secret_text_field(const nlohmann::json& request, const char* name);
 uint32_t number_field(const nlohmann::json& request, const char* name);
 Bytes base64_field(const nlohmann::json& request, const char* name);
+SecretBytes secret_base64_field(const nlohmann::json& request, const char* name);
+
+/** Wipes every text in a request, since some are PINs. */
+void wipe_texts(nlohmann::json& request);
 
 }  // namespace velm::token

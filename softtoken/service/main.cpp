@@ -1,37 +1,127 @@
-#include <atomic>
-#include <csignal>
 #include <cstdio>
 #include <exception>
-#include <thread>
 
 #include <CLI/CLI.hpp>
 
-#include "softtoken/service/http_server.h"
+#ifdef _WIN32
+#include <windows.h>
+#include <shellapi.h>
+#endif
+
+#include "softtoken/core/token_error.h"
+#include "softtoken/service/commands.h"
+#include "softtoken/service/default_store.h"
 
 namespace {
 
-using velm::token::HttpOptions;
-using velm::token::HttpServer;
+using namespace velm::token;
 
-std::atomic<bool> g_asked_to_end{false};
+std::vector<std::string> arguments(int argc, char** argv) {
+#ifdef _WIN32
+  SetConsoleOutputCP(CP_UTF8);
+  std::vector<std::string> utf8;
+  int count = 0;
+  wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
+  for (int i = 1; wide != nullptr && i < count; ++i) {
+    std::string text(std::wcslen(wide[i]) * 3 + 1, '\0');
+    WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, text.data(), static_cast<int>(text.size()), nullptr, nullptr);
+    utf8.emplace_back(text.c_str());
+  }
+  LocalFree(wide);
+  static_cast<void>(argc);
+  static_cast<void>(argv);
+  return utf8;
+#else
+  return {argv + 1, argv + argc};
+#endif
+}
 
-void ask_to_end(int) { g_asked_to_end = true; }
+std::filesystem::path path_of(const std::string& utf8) {
+  return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
+}
 
-int serve(const HttpOptions& options) {
-  HttpServer server(options);
-  const uint16_t port = server.bind();
-  std::signal(SIGINT, ask_to_end);
-  std::signal(SIGTERM, ask_to_end);
-  std::thread watcher([&server] {
-    while (!g_asked_to_end) std::this_thread::sleep_for(std::chrono::milliseconds(100));
-    server.stop();
+/** What the command line says; each command takes what concerns it. */
+struct Line {
+  std::string data = [] {
+    const std::u8string file = default_store().u8string();
+    return std::string(file.begin(), file.end());
+  }();
+  std::string name, type = "sm2", pin, source, password;
+  bool demo = false, exchange = false, authority = false;
+  double body_limit_mib = 64, request_seconds = 10;
+  ServeOptions serve;
+
+  std::filesystem::path store() const { return path_of(data); }
+};
+
+CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char* description, std::function<void()> run) {
+  CLI::App* command = parent.add_subcommand(name, description);
+  command->add_option("--data", line.data, "the store's file")->capture_default_str();
+  command->callback(std::move(run));
+  return command;
+}
+
+void add_serve(CLI::App& app, Line& line) {
+  CLI::App* serve_command = add_command(app, line, "serve", "answer applications on the loopback address", [&line] {
+    line.serve.http.body_limit = static_cast<size_t>(line.body_limit_mib * 1024 * 1024);
+    line.serve.http.request_time = std::chrono::milliseconds(static_cast<int64_t>(line.request_seconds * 1000));
+    serve(line.store(), line.serve);
   });
-  std::printf("velm_softtoken: a development and test token, listening on 127.0.0.1:%u\n", unsigned{port});
-  std::fflush(stdout);
-  server.run();
-  g_asked_to_end = true;
-  watcher.join();
-  return 0;
+  serve_command->add_option("--port", line.serve.http.port, "TCP port")->capture_default_str();
+  serve_command->add_option("--idle-logout", line.serve.idle_logout_minutes, "minutes after which an unused login ends; 0: never")
+      ->capture_default_str();
+  serve_command->add_option("--body-limit", line.body_limit_mib, "largest request body, in MiB")
+      ->capture_default_str()->check(CLI::PositiveNumber);
+  serve_command->add_option("--request-time", line.request_seconds, "seconds within which a request has to arrive")
+      ->capture_default_str()->check(CLI::PositiveNumber);
+}
+
+void add_container_commands(CLI::App& app, Line& line) {
+  CLI::App* container = app.add_subcommand("container", "the containers of the store");
+  container->require_subcommand(1);
+  CLI::App* add = add_command(*container, line, "add", "make a container with new keys and certificates",
+                              [&line] { add_container(line.store(), line.name, line.type, line.pin); });
+  add->add_option("name", line.name, "its name")->required();
+  add->add_option("--type", line.type, "its keys")
+      ->capture_default_str()->check(CLI::IsMember({"sm2", "rsa2048", "rsa1024"}));
+  add->add_option("--pin", line.pin, "its PIN, 4 to 31 characters")->required();
+  add_command(*container, line, "list", "show every container", [&line] { list_containers(line.store()); });
+  CLI::App* remove = add_command(*container, line, "delete", "delete a container and all in it",
+                                 [&line] { delete_container(line.store(), line.name); });
+  remove->add_option("name", line.name, "its name")->required();
+}
+
+void add_store_commands(CLI::App& app, Line& line) {
+  CLI::App* init = add_command(app, line, "init", "make a new store with a demo authority of its own",
+                               [&line] { init_store(line.store(), line.demo); });
+  init->add_flag("--demo", line.demo, "with the demo containers, PIN 12345678");
+
+  CLI::App* import = add_command(app, line, "import", "make a container from a private key and its certificate", [&line] {
+    import_container(line.store(), line.name, path_of(line.source), line.password, line.pin);
+  });
+  import->add_option("name", line.name, "the container's name")->required();
+  import->add_option("file", line.source, "PKCS#12 or PEM")->required();
+  import->add_option("--password", line.password, "the file's password");
+  import->add_option("--pin", line.pin, "the container's PIN, 4 to 31 characters")->required();
+
+  CLI::App* export_cert = add_command(app, line, "export-cert", "print a container's signing certificate in PEM", [&line] {
+    export_certificate(line.store(), line.name,
+                       line.authority ? WhichCertificate::authority
+                       : line.exchange ? WhichCertificate::exchange : WhichCertificate::signing);
+  });
+  export_cert->add_option("name", line.name, "the container's name")->required();
+  CLI::Option* exchange = export_cert->add_flag("--exchange", line.exchange, "its exchange certificate instead");
+  export_cert->add_flag("--authority", line.authority, "the issuer's certificate instead")->excludes(exchange);
+
+  CLI::App* unlock = add_command(app, line, "unlock", "give a container its PIN tries back",
+                                 [&line] { unlock_container(line.store(), line.name); });
+  unlock->add_option("name", line.name, "the container's name")->required();
+}
+
+void add_trace(CLI::App& app, Line& line) {
+  CLI::App* trace = app.add_subcommand("trace", "print the last calls of the running service");
+  trace->add_option("--port", line.serve.http.port, "TCP port")->capture_default_str();
+  trace->callback([&line] { print_trace(line.serve.http.port); });
 }
 
 }  // namespace
@@ -39,24 +129,22 @@ int serve(const HttpOptions& options) {
 int main(int argc, char** argv) {
   CLI::App app{"Software token: a local certificate service for development and tests"};
   app.require_subcommand(1);
-
-  HttpOptions http;
-  double body_limit_mib = 64;
-  double request_seconds = 10;
-  CLI::App* serve_command = app.add_subcommand("serve", "answer applications on the loopback address");
-  serve_command->add_option("--port", http.port, "TCP port")->capture_default_str();
-  serve_command->add_option("--body-limit", body_limit_mib, "largest request body, in MiB")
-      ->capture_default_str()->check(CLI::PositiveNumber);
-  serve_command->add_option("--request-time", request_seconds, "seconds within which a request has to arrive")
-      ->capture_default_str()->check(CLI::PositiveNumber);
-
-  CLI11_PARSE(app, argc, argv);
+  Line line;
+  add_serve(app, line);
+  add_store_commands(app, line);
+  add_container_commands(app, line);
+  add_trace(app, line);
   try {
-    http.body_limit = static_cast<size_t>(body_limit_mib * 1024 * 1024);
-    http.request_time = std::chrono::milliseconds(static_cast<int64_t>(request_seconds * 1000));
-    return serve(http);
+    std::vector<std::string> words = arguments(argc, argv);
+    std::reverse(words.begin(), words.end());
+    app.parse(std::move(words));
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const TokenError& error) {
+    std::fprintf(stderr, "velm_softtoken: refused with 0x%08X\n", static_cast<unsigned>(error.code()));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "velm_softtoken: %s\n", error.what());
-    return 1;
   }
+  return 1;
 }

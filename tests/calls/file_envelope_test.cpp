@@ -553,24 +553,20 @@ TEST_P(PathTest, AsTheProviderSeesIt) {
   library.SOF_Ext_SetEnvelopType(1);
   Lines inputs;
   Lines outputs;
+  const auto keep = [&](const char* input, uint32_t input_length, const char* output,
+                        uint32_t output_length) {
+    EXPECT_EQ(input_length, text(input).size());
+    EXPECT_EQ(output_length, text(output).size());
+    inputs.push_back(input);
+    outputs.push_back(output);
+    return 0u;
+  };
   STANDIN(SAF_Ext_EncodeEnvelopedFile)
       .plays([&](auto, const char* input, uint32_t input_length, auto, auto, auto, auto, const char* output,
-                 uint32_t output_length) {
-        EXPECT_EQ(input_length, text(input).size());
-        EXPECT_EQ(output_length, text(output).size());
-        inputs.push_back(input);
-        outputs.push_back(output);
-        return 0u;
-      });
+                 uint32_t output_length) { return keep(input, input_length, output, output_length); });
   STANDIN(SAF_Ext_DecodeEnvelopedFile)
       .plays([&](auto, auto, auto, auto, auto, const char* input, uint32_t input_length, const char* output,
-                 uint32_t output_length) {
-        EXPECT_EQ(input_length, text(input).size());
-        EXPECT_EQ(output_length, text(output).size());
-        inputs.push_back(input);
-        outputs.push_back(output);
-        return 0u;
-      });
+                 uint32_t output_length) { return keep(input, input_length, output, output_length); });
   EXPECT_EQ(encrypt(given, "out"), SOR_OK);
   EXPECT_EQ(encrypt("in", given), SOR_OK);
   EXPECT_EQ(decrypt(given, "out"), SOR_OK);

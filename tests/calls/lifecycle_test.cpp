@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include "support/client_library.h"
+#include "support/import_patch.h"
 #include "support/log_reader.h"
 #include "support/standins.h"
 
@@ -68,6 +69,27 @@ TEST_F(Lifecycle, TheLogDirectoriesAreCreatedAtLoad) {
   ASSERT_EQ(GetFileAttributesW(folder.c_str()), INVALID_FILE_ATTRIBUTES);
   ClientLibrary library;
   EXPECT_NE(GetFileAttributesW(folder.c_str()), INVALID_FILE_ATTRIBUTES);
+}
+
+__time64_t days_from_now = 0;
+
+__time64_t __cdecl moved_time(__time64_t* result) {
+  const __time64_t now = _time64(nullptr) + days_from_now * 24 * 60 * 60;
+  if (result) *result = now;
+  return now;
+}
+
+TEST_F(Lifecycle, AProcessThatRunsPastMidnightKeepsItsFile) {
+  ClientLibrary library{Marker::kPresent};
+  days_from_now = 0;
+  const ImportPatch clock(library.module(), "msvcrt.dll", "_time64", moved_time);
+  library.SOF_Initialize();  // nothing listens: load, call and transport have all written
+  const auto files = LogReader::files();
+  const size_t lines = LogReader::lines().size();
+  days_from_now = 1;
+  library.SOF_Initialize();
+  EXPECT_EQ(LogReader::files(), files);
+  EXPECT_EQ(LogReader::lines().size(), 2 * lines - 1);  // the line of the load comes once
 }
 
 TEST_F(Lifecycle, CJsonIsExportedUnderItsOwnNames) {

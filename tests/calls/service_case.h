@@ -19,7 +19,7 @@
 
 #include "support/allocation_faults.h"
 #include "support/base64.h"
-#include "support/client_library.h"
+#include "support/client_test.h"
 #include "support/guarded_buffer.h"
 #include "support/log_reader.h"
 #include "support/service_double.h"

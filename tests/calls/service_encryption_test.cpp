@@ -157,12 +157,7 @@ const std::vector<LocalCase> kLocalCalls{
 
 INSTANTIATE_SERVICE_FAMILY(ServiceEncryption, kCalls, kVariants, kLocalCalls);
 
-class ServiceEncryption : public testing::Test {
- protected:
-  Standins standins;
-  ServiceDouble service;
-  ClientLibrary library{Marker::kPresent};
-};
+using ServiceEncryption = ClientTest;
 
 TEST_F(ServiceEncryption, TheEncryptMethodIsKept) {
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x2002u);

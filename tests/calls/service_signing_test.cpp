@@ -195,7 +195,7 @@ const std::vector<LocalCase> kLocalCalls{
 
 INSTANTIATE_SERVICE_FAMILY(ServiceSigning, kCalls, kVariants, kLocalCalls);
 
-class ServiceSigning : public testing::Test {
+class ServiceSigning : public ClientTest {
  protected:
   // A call of SOF_SignMessage() for a message that carries its data, answered in this many bytes.
   MadeCall answered_with(const std::string& data, size_t answer_size) {
@@ -204,10 +204,6 @@ class ServiceSigning : public testing::Test {
     service.answers(Answer(std::move(body)));
     return {library, sign_message(0, "C1", &data, size_of(data)), kSignature.size()};
   }
-
-  Standins standins;
-  ServiceDouble service;
-  ClientLibrary library{Marker::kPresent};
 };
 
 TEST_F(ServiceSigning, TheSignMethodIsKept) {

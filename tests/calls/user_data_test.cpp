@@ -119,12 +119,7 @@ const std::vector<LocalCase> kLocalCalls{
 
 INSTANTIATE_SERVICE_FAMILY(UserData, kCalls, kVariants, kLocalCalls);
 
-class UserData : public testing::Test {
- protected:
-  Standins standins;
-  ServiceDouble service;
-  ClientLibrary library{Marker::kPresent};
-};
+using UserData = ClientTest;
 
 // The answer's capacity is 32 bytes above what the caller's buffer holds.
 TEST_F(UserData, MoreThanWantedIsRefused) {

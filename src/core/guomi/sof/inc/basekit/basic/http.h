@@ -4,6 +4,7 @@
 #include <windows.h>
 #include <winhttp.h>
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdlib>
@@ -134,13 +135,18 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
   return kDone;
 }
 
+inline bool is_ascii(const char* text) {
+  return std::all_of(text, text + std::strlen(text), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
 // A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or cannot be
 // converted. The process's C locale is the "C" locale afterwards.
 template <size_t limit>
 class Widened {
  public:
   explicit Widened(const char* text) {
-    std::setlocale(LC_ALL, "");
+    // ASCII widens alike in every locale, and entering the user's costs more than all else that a small call does.
+    if (!is_ascii(text)) std::setlocale(LC_ALL, "");
     const size_t length = std::mbstowcs(nullptr, text, limit);
     fits_ = length <= limit;
     if (fits_) std::mbstowcs(area_.data(), text, limit);

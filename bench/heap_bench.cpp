@@ -1,0 +1,61 @@
+// The heap that a request costs at its peak, as JSON and as a byte frame, in bytes per byte of the caller's
+// data: what the library allocates beside the buffer of the answer.
+#include <algorithm>
+#include <functional>
+#include <string>
+
+#include "bench/measurement.h"
+#include "support/allocation_faults.h"
+#include "support/client_library.h"
+#include "support/service_double.h"
+#include "support/standins.h"
+
+using namespace velm::bench;
+using namespace velm::test;
+
+namespace {
+
+constexpr uint32_t kDataBytes = 64 << 20;
+
+// The peak of one call, less the buffer of the answer, which must be among what it allocates.
+double heap_per_byte(const ClientLibrary& library, size_t answer_buffer,
+                     const std::function<uint32_t()>& call) {
+  AllocationFaults memory(library.module());
+  require(call() == SOR_OK, "the call fails");
+  const auto sizes = memory.sizes();
+  require(std::find(sizes.begin(), sizes.end(), answer_buffer) != sizes.end(), "no buffer for the answer");
+  require(memory.outstanding() == 0, "the call keeps memory");
+  return static_cast<double>(memory.peak_bytes() - answer_buffer) / kDataBytes;
+}
+
+bool measure() {
+  Standins standins;
+  ServiceDouble service;
+  ClientLibrary library;
+  const std::string data(kDataBytes, 'd'), certificate(1024, 'c');
+  const auto* bytes = reinterpret_cast<const uint8_t*>(data.data());
+
+  uint8_t signature[1536];
+  uint32_t signature_length = 0;
+  service.answers(json(R"({"ErrorCode":"0","Result":{"Sign":"c2lnbmF0dXJl"}})"));
+  const double as_json = heap_per_byte(library, 2048 + 1, [&] {
+    return library.SOF_SignData("C1", bytes, kDataBytes, signature, &signature_length);
+  });
+
+  std::string envelope(kDataBytes + 1024, '\0');
+  uint32_t envelope_length = 0;
+  service.answers(frame(0, data));
+  const double as_frame = heap_per_byte(library, kDataBytes + 1024, [&] {
+    return library.SOF_EncryptData(reinterpret_cast<const uint8_t*>(certificate.data()), 1024, bytes,
+                                   kDataBytes, reinterpret_cast<uint8_t*>(envelope.data()), &envelope_length);
+  });
+  require(signature_length == 9 && envelope_length == kDataBytes, "the answers do not arrive");
+
+  const bool json_holds = report("json_heap_per_byte", as_json, 1.5);
+  const bool frame_holds = report("frame_heap_per_byte", as_frame, 1.1);
+  return json_holds && frame_holds;
+}
+
+}  // namespace
+
+int main() { return run(measure); }

@@ -1,0 +1,108 @@
+// What a small call costs beside its exchange: SOF_GetVersion() against the same bytes sent and read with
+// WinHTTP alone, in turns, as medians.
+#include <windows.h>
+#include <winhttp.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <vector>
+
+#include "bench/measurement.h"
+#include "support/client_library.h"
+#include "support/service_double.h"
+#include "support/standins.h"
+
+using namespace velm::bench;
+using namespace velm::test;
+
+namespace {
+
+constexpr int kWarmUpRounds = 100;
+constexpr int kRounds = 2000;
+
+constexpr char kRequest[] = R"({"funcid":0})";
+constexpr char kAnswer[] = R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})";
+constexpr wchar_t kHeader[] = L"Content-Type:application/json;charset=UTF-8;";
+constexpr int kTimeout = 10'000;
+
+// The exchange as a user of WinHTTP writes it.
+void exchange_with_winhttp() {
+  const HINTERNET session = WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
+                                        WINHTTP_NO_PROXY_BYPASS, 0);
+  WinHttpSetTimeouts(session, 0, kTimeout, kTimeout, kTimeout);
+  DWORD timeout = kTimeout;
+  WinHttpSetOption(session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &timeout, sizeof timeout);
+  const HINTERNET connection = WinHttpConnect(session, L"127.0.0.1", ServiceDouble::kPort, 0);
+  const HINTERNET request = WinHttpOpenRequest(connection, L"POST", L"", nullptr, WINHTTP_NO_REFERER,
+                                               WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
+  char body[sizeof kRequest];
+  std::memcpy(body, kRequest, sizeof body);
+  constexpr DWORD kBodyLength = sizeof kRequest - 1;
+  require(WinHttpSendRequest(request, kHeader, static_cast<DWORD>(-1), body, kBodyLength, kBodyLength, 0) &&
+              WinHttpReceiveResponse(request, nullptr),
+          "the exchange fails");
+
+  char answer[4096];
+  DWORD total = 0;
+  for (DWORD available = 0; WinHttpQueryDataAvailable(request, &available) && available != 0;) {
+    DWORD received = 0;
+    require(
+        available <= sizeof answer - total && WinHttpReadData(request, answer + total, available, &received),
+        "the answer cannot be read");
+    total += received;
+  }
+  WinHttpCloseHandle(session);
+  WinHttpCloseHandle(connection);
+  WinHttpCloseHandle(request);
+  require(total == sizeof kAnswer - 1 && std::memcmp(answer, kAnswer, total) == 0,
+          "the answer is another one");
+}
+
+using Clock = std::chrono::steady_clock;
+
+template <class Work>
+double microseconds(const Work& work) {
+  const auto start = Clock::now();
+  work();
+  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+  const auto middle = values.begin() + static_cast<ptrdiff_t>(values.size() / 2);
+  std::nth_element(values.begin(), middle, values.end());
+  return *middle;
+}
+
+bool measure() {
+  Standins standins;
+  ServiceDouble service;
+  ClientLibrary library;
+  service.responds([](const Request&) { return json(kAnswer); });
+  const auto call_library = [&] {
+    char version[128];
+    require(library.SOF_GetVersion(version) == SOR_OK && std::strcmp(version, "3.1.4") == 0,
+            "the call fails");
+  };
+
+  std::vector<double> bare, with_library;
+  for (int round = -kWarmUpRounds; round < kRounds; ++round) {
+    // The two take turns at being first.
+    const bool bare_first = round % 2 == 0;
+    double bare_time = bare_first ? microseconds(exchange_with_winhttp) : 0;
+    const double library_time = microseconds(call_library);
+    if (!bare_first) bare_time = microseconds(exchange_with_winhttp);
+    if (round < 0) continue;
+    bare.push_back(bare_time);
+    with_library.push_back(library_time);
+  }
+
+  const double bare_median = median(bare), library_median = median(with_library);
+  report("small_call_bare_microseconds", bare_median);
+  report("small_call_library_microseconds", library_median);
+  return report("small_call_ratio", library_median / bare_median, 1.05);
+}
+
+}  // namespace
+
+int main() { return run(measure); }

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "softtoken/core/bytes.h"
+
+struct sqlite3;
+struct sqlite3_stmt;
+
+namespace velm::token {
+
+/** One SQLite file. Its calls throw std::runtime_error with SQLite's words when they fail. */
+class Database {
+ public:
+  /** Opens the file, or makes it when that is asked for. */
+  Database(const std::filesystem::path& file, bool create);
+
+  void execute(const char* sql);
+
+  /** The rows changed by the last statement, and the key of the last row inserted. */
+  int64_t changes() const;
+  int64_t last_row() const;
+
+  sqlite3* handle() const { return handle_.get(); }
+  /** Held by whoever runs statements: one connection serves all threads. */
+  std::recursive_mutex& mutex() { return mutex_; }
+
+ private:
+  struct Closer {
+    void operator()(sqlite3* handle) const;
+  };
+
+  std::unique_ptr<sqlite3, Closer> handle_;
+  std::recursive_mutex mutex_;
+};
+
+/** One statement with its values; the database stays locked while it lives. */
+class Statement {
+ public:
+  template <typename... Values>
+  Statement(Database& database, const char* sql, const Values&... values) : Statement(database, sql, Prepared{}) {
+    int position = 0;
+    (bind(++position, values), ...);
+  }
+  Statement(const Statement&) = delete;
+  ~Statement();
+
+  /** The next row, if there is one. */
+  bool step();
+  /** Runs a statement that gives no rows. */
+  void run();
+
+  int64_t number(int column) const;
+  std::string text(int column) const;
+  Bytes bytes(int column) const;
+
+ private:
+  struct Prepared {};
+  Statement(Database& database, const char* sql, Prepared);
+
+  void bind(int position, int64_t value);
+  void bind(int position, uint32_t value) { bind(position, int64_t{value}); }
+  void bind(int position, int value) { bind(position, int64_t{value}); }
+  void bind(int position, const std::string& value);
+  void bind(int position, ByteView value);
+  void bind(int position, const Bytes& value) { bind(position, ByteView(value)); }
+
+  std::unique_lock<std::recursive_mutex> lock_;
+  sqlite3* database_;
+  sqlite3_stmt* statement_ = nullptr;
+};
+
+/** Everything written while it lives becomes durable at commit(), or none of it. */
+class Transaction {
+ public:
+  explicit Transaction(Database& database);
+  Transaction(const Transaction&) = delete;
+  ~Transaction();
+  void commit();
+
+ private:
+  std::unique_lock<std::recursive_mutex> lock_;
+  Database& database_;
+  bool open_ = true;
+};
+
+}  // namespace velm::token

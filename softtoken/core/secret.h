@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <openssl/crypto.h>
+
+#include "softtoken/core/bytes.h"
+
+namespace velm::token {
+
+/** Memory that is wiped before it is given back. */
+template <typename T>
+struct WipingAllocator {
+  using value_type = T;
+
+  WipingAllocator() = default;
+  template <typename U>
+  explicit(false) WipingAllocator(const WipingAllocator<U>&) {}
+
+  T* allocate(size_t count) { return std::allocator<T>().allocate(count); }
+  void deallocate(T* memory, size_t count) {
+    OPENSSL_cleanse(memory, count * sizeof(T));
+    std::allocator<T>().deallocate(memory, count);
+  }
+  friend bool operator==(const WipingAllocator&, const WipingAllocator&) { return true; }
+};
+
+/** Bytes that must not stay behind in memory: private keys, keys that protect them, PINs. */
+using SecretBytes = std::vector<uint8_t, WipingAllocator<uint8_t>>;
+
+inline SecretBytes secret_copy(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
+
+/** Wipes a buffer when the scope ends. */
+class WipeAtEnd {
+ public:
+  explicit WipeAtEnd(std::string& text) : text_(text) {}
+  WipeAtEnd(const WipeAtEnd&) = delete;
+  ~WipeAtEnd() { OPENSSL_cleanse(text_.data(), text_.size()); }
+
+ private:
+  std::string& text_;
+};
+
+}  // namespace velm::token

@@ -1,0 +1,58 @@
+#pragma once
+
+#include <filesystem>
+#include <vector>
+
+#include "softtoken/core/authority.h"
+#include "softtoken/core/database.h"
+
+namespace velm::token {
+
+/** How often a PIN may be tried before the container is locked. */
+constexpr uint32_t kPinTries = 10;
+
+/** One container as it lies in the store: certificates in DER, private keys wrapped under the PIN. */
+struct ContainerRow {
+  int64_t id = 0;
+  std::string name;
+  uint32_t tries_left = kPinTries;
+  Bytes salt;
+  Bytes signing_key;
+  Bytes exchange_key;
+  Bytes signing_certificate;
+  Bytes exchange_certificate;
+};
+
+/** The token's file: containers, the demo authority, revocations and settings. Texts are UTF-8. */
+class Store {
+ public:
+  /** Makes a new store with a demo authority of its own; the file must not exist. */
+  static void create(const std::filesystem::path& file);
+  explicit Store(const std::filesystem::path& file);
+
+  std::vector<std::string> container_names();
+  /** The container's key in the store; throws the code for no such container. */
+  int64_t container_id(const std::string& name);
+  ContainerRow container(int64_t id);
+  /** Throws the code for a container that exists. */
+  int64_t add_container(const ContainerRow& row);
+  void delete_container(int64_t id);
+
+  uint32_t tries_left(int64_t id);
+  /** Takes one try away, durably; false when none is left. */
+  bool take_try(int64_t id);
+  void give_tries_back(int64_t id);
+  void replace_keys(int64_t id, const Bytes& salt, const Bytes& signing_key, const Bytes& exchange_key);
+
+  Authority authority(KeyKind kind);
+  std::vector<Certificate> roots();
+  void revoke(const X509* certificate);
+  bool is_revoked(const X509* certificate);
+
+  Database& database() { return database_; }
+
+ private:
+  Database database_;
+};
+
+}  // namespace velm::token

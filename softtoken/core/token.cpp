@@ -1,0 +1,123 @@
+#include "softtoken/core/token.h"
+
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/key_protection.h"
+#include "softtoken/core/system_random.h"
+#include "softtoken/core/text_encoding.h"
+
+namespace velm::token {
+namespace {
+
+constexpr std::string_view kSigningPurpose = "signing key";
+constexpr std::string_view kExchangePurpose = "exchange key";
+constexpr size_t kMaxNameSize = 200;
+
+void require_good_pin(ByteView pin) { require(pin.size() >= kMinPin && pin.size() <= kMaxPin, kBadInput); }
+
+// A name goes unescaped into the requests of clients, and into lists that are joined with "&&&".
+void require_good_name(const std::string& name) {
+  const bool plain = name.find_first_of("\"\\") == std::string::npos && name.find("&&&") == std::string::npos;
+  require(!name.empty() && name.size() <= kMaxNameSize && is_utf8(name) && plain, kBadInput);
+  for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
+}
+
+Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order, Usage usage) {
+  const time_t now = std::time(nullptr);
+  const bool usual = order.not_before == 0 && order.not_after == 0;
+  return issue_certificate(authority, key,
+                           {.common_name = order.name,
+                            .usage = usage,
+                            .not_before = usual ? now - kDay : order.not_before,
+                            .not_after = usual ? now + 10 * kYear : order.not_after});
+}
+
+}  // namespace
+
+int64_t Token::container_id(const std::string& name) {
+  const std::string utf8 = utf8_of(name);
+  try {
+    return store_.container_id(utf8);
+  } catch (const TokenError&) {
+    // Some names in GBK look like UTF-8.
+    const auto converted = gbk_to_utf8(name);
+    if (!converted || *converted == utf8) throw;
+    return store_.container_id(*converted);
+  }
+}
+
+// The try is gone, durably, before the PIN is tried: ending the service at any moment gives none back.
+Token::PrivateKeys Token::open_keys(int64_t id, ByteView pin) {
+  require(store_.take_try(id), kPinLocked);
+  const ContainerRow row = store_.container(id);
+  const SecretBytes key = pin_key(pin, row.salt);
+  PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key), unwrap(key, kExchangePurpose, row.exchange_key)};
+  store_.give_tries_back(id);
+  return keys;
+}
+
+void Token::login(const std::string& name, ByteView pin) {
+  const int64_t id = container_id(name);
+  const PrivateKeys keys = open_keys(id, pin);
+  const ContainerRow row = store_.container(id);
+  auto session = std::make_shared<Session>();
+  session->signing_key = private_key_from_der(keys.signing);
+  session->exchange_key = private_key_from_der(keys.exchange);
+  session->signing_certificate = parse_certificate(row.signing_certificate);
+  session->exchange_certificate = parse_certificate(row.exchange_certificate);
+  sessions_.open(id, std::move(session));
+}
+
+void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_pin) {
+  require_good_pin(new_pin);
+  const int64_t id = container_id(name);
+  const PrivateKeys keys = open_keys(id, old_pin);
+  const Bytes salt = system_random(kSaltSize);
+  const SecretBytes key = pin_key(new_pin, salt);
+  store_.replace_keys(id, salt, wrap(key, kSigningPurpose, keys.signing), wrap(key, kExchangePurpose, keys.exchange));
+}
+
+int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
+  const Authority authority = store_.authority(order.kind);
+  const auto make_key = [&] { return order.kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(order.rsa_bits); };
+  const Key signing = make_key();
+  const Key exchange = make_key();
+  ContainerRow row;
+  row.name = order.name;
+  row.signing_certificate = certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
+  row.exchange_certificate = certificate_der(order_certificate(authority, exchange.get(), order, Usage::exchange).get());
+  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())}, pin);
+}
+
+int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {
+  require(X509_check_private_key(credential.certificate.get(), credential.key.get()) == 1, kKeyMismatch);
+  kind_of(credential.key.get());
+  ContainerRow row;
+  row.name = name;
+  row.signing_certificate = row.exchange_certificate = certificate_der(credential.certificate.get());
+  const SecretBytes key = private_key_der(credential.key.get());
+  return store_container(std::move(row), {key, key}, pin);
+}
+
+int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin) {
+  row.name = utf8_of(row.name);
+  require_good_name(row.name);
+  require_good_pin(pin);
+  row.salt = system_random(kSaltSize);
+  const SecretBytes key = pin_key(pin, row.salt);
+  row.signing_key = wrap(key, kSigningPurpose, keys.signing);
+  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+  return store_.add_container(row);
+}
+
+void Token::delete_container(const std::string& name) {
+  const int64_t id = container_id(name);
+  sessions_.close(id);
+  store_.delete_container(id);
+}
+
+void Token::validate(X509* certificate) {
+  validate_chain(certificate, store_.roots());
+  require(!store_.is_revoked(certificate), kCertificateRevoked);
+}
+
+}  // namespace velm::token

@@ -1,0 +1,46 @@
+#include "softtoken/core/base64.h"
+#include "softtoken/core/certificate.h"
+#include "softtoken/service/function_families.h"
+#include "softtoken/service/json_fields.h"
+
+namespace velm::token {
+namespace {
+
+// What a value may take, before base64, in an answer of 1,024 bytes.
+constexpr size_t kMaxOidValue = 720;
+
+Json exported(const Bytes& certificate) { return {{"UserCert", base64_encode(certificate)}}; }
+
+}  // namespace
+
+Json export_signing_certificate(Token& token, const Json& request) {
+  return exported(token.container(text_field(request, "ContainerName")).signing_certificate);
+}
+
+Json export_exchange_certificate(Token& token, const Json& request) {
+  return exported(token.container(text_field(request, "ContainerName")).exchange_certificate);
+}
+
+Json get_certificate_item_by_oid(Token&, const Json& request) {
+  const Certificate certificate = parse_certificate(base64_field(request, "Cert"));
+  const Bytes value = certificate_item_by_oid(certificate.get(), text_field(request, "Oid"));
+  if (value.size() > kMaxOidValue) throw TokenError(kBufferTooSmall);
+  return {{"Info", base64_encode(value)}};
+}
+
+Json validate_certificate(Token& token, const Json& request) {
+  token.validate(parse_certificate(base64_field(request, "Cert")).get());
+  return nullptr;
+}
+
+// The client takes an answer of the certificate's own length at most; a longer item would be lost to it.
+Bytes get_certificate_item(Token&, FrameReader& request) {
+  const ByteView der = request.bytes();
+  const uint32_t item = request.number();
+  request.expect_end();
+  Bytes value = certificate_item(parse_certificate(der).get(), item);
+  if (value.size() + kFrameHeaderSize > der.size()) throw TokenError(kBufferTooSmall);
+  return value;
+}
+
+}  // namespace velm::token

@@ -1,0 +1,52 @@
+#include <algorithm>
+
+#include "softtoken/service/function_families.h"
+#include "softtoken/service/json_fields.h"
+
+namespace velm::token {
+namespace {
+
+// What the list may take in an answer of 2,048 bytes.
+constexpr size_t kMaxUserList = 2000;
+
+// Items by the numbers that GM/T 0006 gives device information.
+struct DeviceItem {
+  uint32_t number;
+  const char* text;
+};
+
+constexpr DeviceItem kDeviceItems[] = {
+    {0x201, "software token"},
+    {0x202, "development and test"},
+    {0x203, "VELM Software Token"},
+    {0x204, "VELM"},
+    {0x205, "none"},
+    {0x206, VELM_TOKEN_VERSION},
+    {0x207, "GM/T 0020"},
+    {0x208, "SOFTTOKEN-0001"},
+    {0x209, "SM2,RSA-1024,RSA-2048"},
+    {0x20A, "SM4-CBC"},
+    {0x20B, "SM3,SHA-1,SHA-256"},
+    {0x20C, "unlimited"},
+    {0x20D, "unlimited"},
+    {0x210, "127.0.0.1"},
+    {0x211, "keys in a file; for development and tests only"},
+};
+
+}  // namespace
+
+Json get_user_list(Token& token, const Json&) {
+  Json names = token.container_names();
+  if (names.dump().size() > kMaxUserList) throw TokenError(kBufferTooSmall);
+  return names;
+}
+
+Json get_device_info(Token& token, const Json& request) {
+  const uint32_t number = number_field(request, "Type");
+  token.container_id(text_field(request, "ContainerName"));
+  const auto* found = std::ranges::find(kDeviceItems, number, &DeviceItem::number);
+  if (found == std::end(kDeviceItems)) throw TokenError(kParameterUnsupported);
+  return {{"DeviceInfo", found->text}};
+}
+
+}  // namespace velm::token

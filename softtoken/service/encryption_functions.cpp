@@ -1,0 +1,66 @@
+#include "softtoken/core/asymmetric.h"
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/envelope.h"
+#include "softtoken/service/function_families.h"
+
+namespace velm::token {
+namespace {
+
+// Which key of a container is meant.
+enum KeySpecifier : uint32_t { kExchangeKey = 1, kSigningKey = 2 };
+
+// Room that a client gives the answer of AsymmEncryptData beyond the length of the key it sent.
+constexpr size_t kAsymmetricRoom = 1024;
+
+Bytes revealed(const SecretBytes& plain) { return {plain.begin(), plain.end()}; }
+
+}  // namespace
+
+Bytes encrypt_data(Token&, FrameReader& request) {
+  const Certificate recipient = parse_certificate(request.bytes());
+  const ByteView plain = request.bytes();
+  request.expect_end();
+  return make_envelope(recipient.get(), plain);
+}
+
+Bytes decrypt_data(Token& token, FrameReader& request) {
+  const std::string name = request.text();
+  const ByteView envelope = request.bytes();
+  request.expect_end();
+  const auto session = token.session(name);
+  const Opener openers[] = {{session->exchange_certificate.get(), session->exchange_key.get()},
+                            {session->signing_certificate.get(), session->signing_key.get()}};
+  return revealed(open_envelope(openers, envelope));
+}
+
+Bytes export_public_key(Token& token, FrameReader& request) {
+  const std::string name = request.text();
+  const uint32_t specifier = request.number();
+  request.expect_end();
+  const ContainerRow row = token.container(name);
+  if (specifier != kExchangeKey && specifier != kSigningKey) throw TokenError(kParameterUnsupported);
+  const Bytes& certificate = specifier == kExchangeKey ? row.exchange_certificate : row.signing_certificate;
+  return public_key_bytes(key_of(parse_certificate(certificate).get()).get());
+}
+
+Bytes asymmetric_encrypt(Token&, FrameReader& request) {
+  const ByteView key = request.bytes();
+  const ByteView plain = request.bytes();
+  request.expect_end();
+  Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
+  if (cipher.size() + kFrameHeaderSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
+  return cipher;
+}
+
+Bytes asymmetric_decrypt(Token& token, FrameReader& request) {
+  const std::string name = request.text();
+  const uint32_t specifier = request.number();
+  const ByteView cipher = request.bytes();
+  request.expect_end();
+  const auto session = token.session(name);
+  if (specifier != kExchangeKey && specifier != kSigningKey) throw TokenError(kParameterUnsupported);
+  const Key& key = specifier == kExchangeKey ? session->exchange_key : session->signing_key;
+  return revealed(decrypt_with_key(key.get(), cipher));
+}
+
+}  // namespace velm::token

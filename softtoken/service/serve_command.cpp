@@ -1,0 +1,44 @@
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <thread>
+
+#include "softtoken/service/commands.h"
+#include "softtoken/service/dispatch.h"
+
+namespace velm::token {
+namespace {
+
+std::atomic<bool> g_asked_to_end{false};
+
+void ask_to_end(int) { g_asked_to_end = true; }
+
+}  // namespace
+
+void serve(const std::filesystem::path& file, const ServeOptions& options) {
+  if (!std::filesystem::exists(file)) {
+    std::printf("velm_softtoken: making the store %s with the demo containers\n", file.string().c_str());
+    std::fflush(stdout);
+    init_store(file, true);
+  }
+  Service service(file);
+  service.token.set_idle_limit(std::chrono::minutes(options.idle_logout_minutes));
+  HttpServer server(service, options.http);
+  const uint16_t port = server.bind();
+  std::signal(SIGINT, ask_to_end);
+  std::signal(SIGTERM, ask_to_end);
+  std::thread watcher([&] {
+    while (!g_asked_to_end) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(100));
+      service.token.close_idle_sessions();
+    }
+    server.stop();
+  });
+  std::printf("velm_softtoken: a development and test token, listening on 127.0.0.1:%u\n", unsigned{port});
+  std::fflush(stdout);
+  server.run();
+  g_asked_to_end = true;
+  watcher.join();
+}
+
+}  // namespace velm::token

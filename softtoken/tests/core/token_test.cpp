@@ -1,0 +1,180 @@
+#include "softtoken/core/token.h"
+
+#include <gtest/gtest.h>
+
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/demo.h"
+#include "softtoken/core/signing.h"
+#include "softtoken/core/storage.h"
+#include "softtoken/tests/core/temporary_store.h"
+
+namespace velm::token {
+namespace {
+
+const Bytes kPin = copy_of(as_bytes("12345678"));
+const Bytes kWrong = copy_of(as_bytes("87654321"));
+
+class TokenTest : public testing::Test {
+ protected:
+  void SetUp() override { token.add_container({.name = "A"}, kPin); }
+
+  TemporaryStore store;
+  Token token{store.file()};
+};
+
+TEST_F(TokenTest, KeysAreOutOfReachBeforeLoginAndAfterLogout) {
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+  token.login("A", kPin);
+  EXPECT_NE(token.session("A")->signing_key, nullptr);
+  token.logout("A");
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+}
+
+TEST_F(TokenTest, AnUnknownContainerIsNamedAsSuch) {
+  EXPECT_EQ(code_of([&] { token.login("B", kPin); }), kNoSuchContainer);
+  EXPECT_EQ(code_of([&] { token.tries_left("B"); }), kNoSuchContainer);
+}
+
+TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
+  for (uint32_t left = kPinTries; left > 0; --left) {
+    EXPECT_EQ(token.tries_left("A"), left);
+    EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
+  }
+  EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kPinLocked);
+  EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, kWrong); }), kPinLocked);
+  token.unlock("A");
+  token.login("A", kPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+}
+
+TEST_F(TokenTest, TheRightPinGivesTheTriesBack) {
+  EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries - 1);
+  token.login("A", kPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+}
+
+TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
+  token.login("A", kPin);
+  const Bytes before = public_key_bytes(token.session("A")->signing_key.get());
+  token.logout("A");
+  EXPECT_EQ(code_of([&] { token.change_pin("A", kWrong, kPin); }), kWrongPin);
+  token.change_pin("A", kPin, kWrong);
+  EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kWrongPin);
+  token.login("A", kWrong);
+  EXPECT_EQ(public_key_bytes(token.session("A")->signing_key.get()), before);
+}
+
+TEST_F(TokenTest, PinsHaveFourToThirtyOneCharacters) {
+  for (const size_t size : {0, 3, 32}) {
+    EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
+  }
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+  token.change_pin("A", kPin, Bytes(31, 'x'));
+  token.change_pin("A", Bytes(31, 'x'), Bytes(4, 'y'));
+  token.login("A", Bytes(4, 'y'));
+}
+
+TEST_F(TokenTest, AnIdleSessionEnds) {
+  Sessions sessions;
+  sessions.set_idle_limit(std::chrono::minutes(5));
+  sessions.open(1, std::make_shared<Session>());
+  sessions.close_idle(Sessions::Clock::now() + std::chrono::minutes(4));
+  EXPECT_TRUE(sessions.is_open(1));
+  sessions.close_idle(Sessions::Clock::now() + std::chrono::minutes(6));
+  EXPECT_FALSE(sessions.is_open(1));
+}
+
+TEST_F(TokenTest, ANameInGbkFindsItsContainer) {
+  token.add_container({.name = "演示容器_SM2"}, kPin);
+  const std::string gbk = "\xD1\xDD\xCA\xBE\xC8\xDD\xC6\xF7_SM2";
+  EXPECT_EQ(token.container_id(gbk), token.container_id("演示容器_SM2"));
+  token.add_container({.name = "联通"}, kPin);
+  EXPECT_EQ(token.container_id("\xC1\xAA\xCD\xA8"), token.container_id("联通"));
+}
+
+TEST_F(TokenTest, NamesThatClientsCouldNotSendAreRefused) {
+  for (const char* name : {"", "a\"b", "a\\b", "a&&&b", "a\nb"}) {
+    EXPECT_EQ(code_of([&] { token.add_container({.name = name}, kPin); }), kBadInput) << name;
+  }
+  EXPECT_EQ(code_of([&] { token.add_container({.name = "A"}, kPin); }), kContainerExists);
+}
+
+TEST_F(TokenTest, ADeletedContainerTakesAllWithItAndItsSessionToo) {
+  const int64_t id = token.container_id("A");
+  write_user_file(token.store(), id, 1, 1, 0, kPin);
+  token.login("A", kPin);
+  token.delete_container("A");
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNoSuchContainer);
+  EXPECT_EQ(code_of([&] { read_user_file(token.store(), id, 1, 1, 0, 8); }), kFileNotFound);
+  token.add_container({.name = "A"}, kPin);
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+}
+
+TEST_F(TokenTest, TheFileHoldsNoPrivateKeyInTheClear) {
+  token.login("A", kPin);
+  const SecretBytes der = private_key_der(token.session("A")->signing_key.get());
+  const ContainerRow row = token.container("A");
+  const std::string wrapped = as_text(row.signing_key) + as_text(row.exchange_key);
+  EXPECT_EQ(wrapped.find(as_text(ByteView(der).last(32))), std::string::npos);
+  EXPECT_NE(row.signing_key, row.exchange_key);
+}
+
+TEST_F(TokenTest, UserFilesGrowWithZerosAndEndAtTheirLimit) {
+  const int64_t id = token.container_id("A");
+  Store& s = token.store();
+  EXPECT_EQ(code_of([&] { read_user_file(s, id, 1, 2, 0, 8); }), kFileNotFound);
+  write_user_file(s, id, 1, 2, 3, as_bytes("data"));
+  EXPECT_EQ(as_text(read_user_file(s, id, 1, 2, 0, 100)), std::string("\0\0\0data", 7));
+  write_user_file(s, id, 1, 2, 5, as_bytes("x"));
+  EXPECT_EQ(as_text(read_user_file(s, id, 1, 2, 3, 3)), "dax");
+  EXPECT_TRUE(read_user_file(s, id, 1, 2, 700, 5).empty());
+  write_user_file(s, id, 1, 3, 0, {});
+  EXPECT_TRUE(read_user_file(s, id, 1, 3, 0, 5).empty());
+  EXPECT_EQ(code_of([&] { write_user_file(s, id, 1, 2, 0xFFFFFFFF, as_bytes("x")); }), kNoSpace);
+}
+
+TEST(Demo, HoldsTheContainersItPromises) {
+  TemporaryStore store;
+  Token token(store.file());
+  add_demo_containers(token);
+  EXPECT_EQ(token.container_names(),
+            (std::vector<std::string>{"SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO", "SM2_SCAN_CONTAINER_DEMO",
+                                      "RSA_2048_SCAN_CONTAINER_DEMO", "演示容器_SM2", "SEAL_SM2_DEMO",
+                                      "EXPIRED_RSA_2048_DEMO", "REVOKED_SM2_DEMO"}));
+  const auto verdict = [&](const char* name) {
+    return code_of([&] { token.validate(parse_certificate(token.container(name).signing_certificate).get()); });
+  };
+  EXPECT_EQ(verdict("SM2_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("RSA_2048_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("RSA_1024_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("EXPIRED_RSA_2048_DEMO"), kCertificateExpired);
+  EXPECT_EQ(verdict("REVOKED_SM2_DEMO"), kCertificateRevoked);
+  const int64_t seals = token.container_id("SEAL_SM2_DEMO");
+  EXPECT_EQ(seal_count(token.store(), seals), 2u);
+  EXPECT_EQ(as_text(seal_item(token.store(), seals, 0, 2)), "演示公章");
+  EXPECT_EQ(code_of([&] { seal_item(token.store(), seals, 2, 2); }), kNoSuchSeal);
+  EXPECT_EQ(code_of([&] { seal_item(token.store(), seals, 0, 99); }), kParameterUnsupported);
+}
+
+TEST(Validation, RefusesWhatTheAuthorityDidNotSign) {
+  TemporaryStore store;
+  TemporaryStore elsewhere;
+  Token token(store.file());
+  for (const KeyKind kind : {KeyKind::sm2, KeyKind::rsa}) {
+    const Authority stranger = Store(elsewhere.file()).authority(kind);
+    const Authority own = token.store().authority(kind);
+    const Key key = generate_sm2_key();
+    const time_t now = std::time(nullptr);
+    const CertificateOrder order{"X", Usage::signing, now - kDay, now + kDay};
+    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(stranger, key.get(), order).get()); }), kNotTrusted);
+    const CertificateOrder early{"X", Usage::signing, now + kDay, now + 2 * kDay};
+    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(own, key.get(), early).get()); }), kNotYetValid);
+    Bytes changed = certificate_der(issue_certificate(own, key.get(), order).get());
+    changed.back() ^= 1;
+    EXPECT_EQ(code_of([&] { token.validate(parse_certificate(changed).get()); }), kCertificateInvalid);
+  }
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,237 @@
+"""Every function of the service protocol, as a client sees it: codes, members, sizes."""
+
+import json
+import struct
+import unittest
+
+from token_service import FRAME_TYPE, JSON_TYPE, PIN, Service, b64, unb64
+
+NOT_SUPPORTED = 0x0B000002
+BAD_INPUT = 0x0B000201
+BAD_LENGTH = 0x0B000200
+VERIFY_FAILED = 0x0B000410
+UNSUPPORTED_PARAMETER = 0x0B000419
+NO_CONTAINER = 0x0B000425
+WRONG_PIN = 0x0B000426
+NO_FILE = 0x0B000434
+NOT_LOGGED_IN = 0x0B000438
+LOCKED = 0x0B000442
+NO_SEAL = 0x0B01000B
+
+KINDS = ("SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO", "演示容器_SM2")
+
+
+class Contract(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service()
+
+    @classmethod
+    def tearDownClass(cls):
+        with cls.service:
+            pass
+
+    def each_logged_in(self):
+        for name in KINDS:
+            self.assertEqual(self.service.login(name), 0)
+            with self.subTest(name):
+                yield name
+
+    def test_answers_fit_the_clients_buffers(self):
+        exchanges = [({"funcid": 58}, 128), ({"funcid": 38}, 128), ({"funcid": 0}, 128),
+                     ({"funcid": 26, "Len": 16}, 288), ({"funcid": 26, "Len": 0}, 256),
+                     ({"funcid": 5, "ReturnMethod": 0}, 2048),
+                     ({"funcid": 6, "ContainerName": "RSA_2048_DEMO"}, 4096),
+                     ({"funcid": 8, "ContainerName": "SM2_DEMO"}, 128),
+                     ({"funcid": 13, "ContainerName": "SM2_DEMO", "Type": 0x211}, 256),
+                     ({"funcid": 62, "container": "SEAL_SM2_DEMO"}, 128)]
+        for request, capacity in exchanges:
+            status, headers, body = self.service.post(json.dumps(request), JSON_TYPE)
+            self.assertEqual((status, headers["Connection"]), (200, "close"))
+            self.assertEqual(json.loads(body)["ErrorCode"], "0", request)
+            self.assertLessEqual(len(body), capacity)
+
+    def test_version_and_random(self):
+        self.assertRegex(self.service.call(0)[1]["Version"], r"^\d+\.\d+\.\d+$")
+        first, second = (unb64(self.service.call(26, Len=32)[1]["RandomData"]) for _ in range(2))
+        self.assertEqual(len(first), 32)
+        self.assertNotEqual(first, second)
+        self.assertEqual(self.service.call(26, Len=0xFFFFFFFF)[0], BAD_LENGTH)
+
+    def test_user_list(self):
+        code, names = self.service.call(5, ReturnMethod=0)
+        self.assertEqual(code, 0)
+        for name in KINDS:
+            self.assertIn(name, names)
+
+    def test_unknown_functions_answer_in_their_own_form(self):
+        self.assertEqual(self.service.call(1), (NOT_SUPPORTED, None))
+        self.assertEqual(self.service.call(4294967296 + 58), (NOT_SUPPORTED, None))
+        self.assertEqual(self.service.frame(12), (NOT_SUPPORTED, None))
+
+    def test_login_state(self):
+        name = "SM2_SCAN_CONTAINER_DEMO"
+        self.assertEqual(self.service.call(45, containerName=name, loginType=1)[0], NOT_LOGGED_IN)
+        self.assertEqual(self.service.sign(name, b"x")[0], NOT_LOGGED_IN)
+        self.assertEqual(self.service.frame(20, name, b"x")[0], NOT_LOGGED_IN)
+        self.assertEqual(self.service.login(name), 0)
+        self.assertEqual(self.service.call(45, containerName=name, loginType=1)[0], 0)
+        self.assertEqual(self.service.call(46, containerName=name, loginType=1)[0], 0)
+        self.assertEqual(self.service.call(45, containerName=name, loginType=1)[0], NOT_LOGGED_IN)
+        self.assertEqual(self.service.login("nobody"), NO_CONTAINER)
+
+    def test_wrong_pins_count_down_to_the_lock(self):
+        name = "RSA_2048_SCAN_CONTAINER_DEMO"
+        for left in range(9, -1, -1):
+            self.assertEqual(self.service.login(name, "wrong"), WRONG_PIN)
+            self.assertEqual(self.service.call(8, ContainerName=name), (0, {"RetryCount": left}))
+        self.assertEqual(self.service.login(name), LOCKED)
+        self.assertEqual(self.service.call(9, ContainerName=name, OldPassWd=b64(PIN.encode()), NewPassWd=b64(b"1111"))[0],
+                         LOCKED)
+
+    def test_pin_change(self):
+        name = "REVOKED_SM2_DEMO"
+        change = lambda old, new: self.service.call(
+            9, ContainerName=name, OldPassWd=b64(old.encode()), NewPassWd=b64(new.encode()))[0]
+        self.assertEqual(change("wrong", "abcdef"), WRONG_PIN)
+        self.assertEqual(change(PIN, "abc"), BAD_INPUT)
+        self.assertEqual(change(PIN, "abcdef"), 0)
+        self.assertEqual(self.service.login(name), WRONG_PIN)
+        self.assertEqual(self.service.login(name, "abcdef"), 0)
+
+    def test_names_in_gbk(self):
+        body = '{"funcid":8,"ContainerName":"演示容器_SM2"}'.encode("gbk")
+        status, _, answer = self.service.post(body, JSON_TYPE)
+        self.assertEqual((status, json.loads(answer)["ErrorCode"]), (200, "0"))
+        name = "演示容器_SM2".encode("gbk") + b"\0"
+        self.assertEqual(self.service.frame(59, name, 2)[0], 0)
+
+    def test_certificates(self):
+        for name in self.each_logged_in():
+            signing, exchange = self.service.certificate(name), self.service.certificate(name, 10)
+            self.assertNotEqual(signing, exchange)
+            self.assertEqual(self.service.call(14, Cert=b64(signing))[0], 0)
+            self.assertEqual(self.service.frame(11, signing, 0x31), (0, name.encode()))
+            self.assertEqual(self.service.frame(11, signing, 0x999)[0], UNSUPPORTED_PARAMETER)
+            self.assertEqual(unb64(self.service.call(12, Cert=b64(signing), Oid="2.5.4.3")[1]["Info"]), name.encode())
+            self.assertEqual(self.service.call(12, Cert=b64(signing), Oid="1.2.3.4")[0], 0x0B000444)
+        self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate("EXPIRED_RSA_2048_DEMO")))[0], 0x0B000407)
+        self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate("REVOKED_SM2_DEMO")))[0], 0x0B000408)
+        self.assertEqual(self.service.call(14, Cert=b64(b"no certificate"))[0], 0x0B000405)
+
+    def test_data_signatures(self):
+        for name in self.each_logged_in():
+            certificate = b64(self.service.certificate(name))
+            code, signature = self.service.sign(name, b"data")
+            self.assertEqual(code, 0)
+            verify = lambda data, value: self.service.call(
+                16, EncodeCert=certificate, InData=b64(data), SignValue=b64(value), base64=True)[0]
+            self.assertEqual(verify(b"data", signature), 0)
+            self.assertEqual(verify(b"datA", signature), VERIFY_FAILED)
+            self.assertEqual(verify(b"data", b"no signature"), VERIFY_FAILED)
+
+    def test_hash_signatures(self):
+        for name, algorithm, size in (("SM2_DEMO", 1, 32), ("RSA_2048_DEMO", 4, 32), ("RSA_1024_DEMO", 2, 20)):
+            self.assertEqual(self.service.login(name), 0)
+            call = lambda **other: self.service.call(83, **{
+                "container": name, "hashAlg": algorithm, "inDataType": 1, "hashedData": b64(bytes(size)), **other})
+            code, result = call()
+            self.assertEqual(code, 0)
+            self.assertGreater(len(unb64(result)), 60)
+            self.assertEqual(call(hashedData=b64(bytes(size - 1)))[0], BAD_LENGTH)
+            self.assertEqual(call(inDataType=7)[0], UNSUPPORTED_PARAMETER)
+            self.assertEqual(call(hashAlg=3)[0], 0x0B000007)
+
+    def test_messages(self):
+        for name in self.each_logged_in():
+            verify = lambda message, data: self.service.call(
+                24, MessageData=b64(message), InData=b64(data), base64=True)[0]
+            data = b"message" * 100
+            attached, detached = (self.service.sign_message(name, data, flag) for flag in (0, 1))
+            self.assertEqual([verify(attached, b""), verify(attached, data), verify(detached, data)], [0, 0, 0])
+            self.assertEqual(verify(detached, b"other"), VERIFY_FAILED)
+            self.assertEqual(verify(detached, b""), VERIFY_FAILED)
+            self.assertEqual(verify(attached[:-1], b""), 0x0B000417)
+            self.assertEqual(self.service.frame(25, attached, 1), (0, data))
+            self.assertEqual(self.service.frame(25, attached, 2), (0, self.service.certificate(name)))
+            self.assertEqual(self.service.frame(25, attached, 3)[0], 0)
+            self.assertEqual(self.service.frame(25, attached, 4)[0], UNSUPPORTED_PARAMETER)
+            self.assertLessEqual(len(b64(detached)) + 64, 8192)
+
+    def test_envelopes(self):
+        for name in self.each_logged_in():
+            for plain in (b"", b"x", bytes(range(256)) * 1000):
+                code, envelope = self.service.frame(19, self.service.certificate(name, 10), plain)
+                self.assertEqual(code, 0)
+                self.assertLessEqual(len(envelope) + 8, len(plain) + 1024)
+                self.assertEqual(self.service.frame(20, name, envelope), (0, plain))
+            self.assertEqual(self.service.frame(20, name, b"no envelope")[0], 0x0B000417)
+
+    def test_an_envelope_for_somebody_else(self):
+        self.assertEqual(self.service.login("SM2_DEMO"), 0)
+        _, envelope = self.service.frame(19, self.service.certificate("SEAL_SM2_DEMO", 10), b"x")
+        self.assertEqual(self.service.frame(20, "SM2_DEMO", envelope)[0], 0x0B000440)
+
+    def test_public_key_encryption(self):
+        for name in self.each_logged_in():
+            for specifier in (1, 2):
+                code, key = self.service.frame(59, name, specifier)
+                self.assertEqual(code, 0)
+                code, cipher = self.service.frame(60, key, b"key")
+                self.assertEqual(code, 0)
+                self.assertEqual(self.service.frame(61, name, specifier, cipher), (0, b"key"))
+            self.assertEqual(self.service.frame(59, name, 3)[0], UNSUPPORTED_PARAMETER)
+        self.assertEqual(self.service.frame(60, self.service.frame(59, "SM2_DEMO", 1)[1], bytes(2000))[0], BAD_LENGTH)
+
+    def test_user_data(self):
+        name = "SM2_DEMO"
+        write = lambda pin, offset, data: self.service.call(
+            29, ContainerName=name, Pin=pin, FileType=1, FileIndex=7, Offset=offset, WriteData=b64(data))[0]
+        self.assertEqual(self.service.frame(28, name, 1, 7, 0, 10)[0], NO_FILE)
+        self.assertEqual(write("wrong", 0, b"x"), WRONG_PIN)
+        self.assertEqual(write(PIN, 2, b"data"), 0)
+        self.assertEqual(self.service.frame(28, name, 1, 7, 0, 100), (0, b"\0\0data"))
+        self.assertEqual(self.service.frame(28, name, 1, 7, 2, 2), (0, b"da"))
+        self.assertEqual(write(PIN, 0xFFFFFFF0, b"x"), 0x0B000433)
+
+    def test_seals(self):
+        name = "SEAL_SM2_DEMO"
+        self.assertEqual(self.service.call(62, container=name), (0, {"sealCount": 2}))
+        self.assertEqual(self.service.call(62, container="SM2_DEMO"), (0, {"sealCount": 0}))
+        item = lambda index, number: self.service.call(63, container=name, sealIdx=index, infoType=number)
+        self.assertEqual(unb64(item(1, 2)[1]).decode(), "演示合同章")
+        self.assertTrue(unb64(item(0, 8)[1]).startswith(b"<svg"))
+        self.assertEqual(item(2, 1)[0], NO_SEAL)
+        self.assertEqual(item(0, 11)[0], UNSUPPORTED_PARAMETER)
+
+    def test_device(self):
+        info = lambda number: self.service.call(13, ContainerName="SM2_DEMO", Type=number)
+        self.assertEqual(info(0x203), (0, {"DeviceInfo": "VELM Software Token"}))
+        self.assertEqual(info(-1)[0], UNSUPPORTED_PARAMETER)
+        self.assertEqual(self.service.call(13, ContainerName="nobody", Type=0x203)[0], NO_CONTAINER)
+
+    def test_configuration(self):
+        self.assertEqual(self.service.frame(43, 1, struct.pack("<I", 30)), (0, b""))
+        self.assertEqual(self.service.frame(43, 1, b"\x01\x02")[0], BAD_LENGTH)
+        self.assertEqual(self.service.frame(43, 5, b"\x01\x02")[0], UNSUPPORTED_PARAMETER)
+        self.assertEqual(self.service.frame(43, 1, struct.pack("<I", 0)), (0, b""))
+
+    def test_missing_and_mistyped_members(self):
+        self.assertEqual(self.service.call(7, UserName="SM2_DEMO")[0], BAD_INPUT)
+        self.assertEqual(self.service.call(7, UserName=1, PassWd="")[0], BAD_INPUT)
+        self.assertEqual(self.service.call(26, Len="16")[0], BAD_INPUT)
+        self.assertEqual(self.service.call(14, Cert="not base64!")[0], BAD_INPUT)
+
+    def test_every_cut_of_a_frame_is_answered(self):
+        from token_service import make_frame
+        frames = [make_frame(28, "SM2_DEMO", 1, 1, 0, 10), make_frame(59, "SM2_DEMO", 1),
+                  make_frame(11, b"certificate", 1), make_frame(61, "SM2_DEMO", 1, b"cipher")]
+        for frame in frames:
+            for end in range(len(frame)):
+                status, _, answer = self.service.post(frame[:end], FRAME_TYPE)
+                self.assertEqual((status, len(answer)), (400 if end < 2 else 200, 4), frame[:end])
+                self.assertNotEqual(answer, b"\0\0\0\0")
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,164 @@
+"""Ends of the service at any moment: what was acknowledged stays, nothing is torn, no PIN try comes back."""
+
+import random
+import sqlite3
+import threading
+import time
+import unittest
+
+from token_service import PIN, Service, b64, run_token
+
+WRITES = 500
+FILE_SIZE = 4096
+
+
+class Writer:
+    """Writes files, changes PINs and adds containers until the service is gone; remembers what was acknowledged."""
+
+    def __init__(self, service):
+        self.service = service
+        self.files = {}
+        self.attempted_files = {}
+        self.pins = {"SM2_DEMO": [PIN]}
+        self.containers = set()
+        self.acknowledged = 0
+        self.next = 0
+
+    def write_file(self, number):
+        index = number % 20
+        content = bytes([number % 256]) * FILE_SIZE
+        self.attempted_files[index] = content
+        code, _ = self.service.call(29, ContainerName="RSA_2048_DEMO", Pin=PIN, FileType=1, FileIndex=index, Offset=0,
+                                    WriteData=b64(content))
+        assert code == 0, hex(code)
+        self.files[index] = content
+
+    def change_pin(self, number):
+        old, new = self.pins["SM2_DEMO"][-1], f"pin-{number}"
+        self.pins["SM2_DEMO"] = [old, new]
+        code, _ = self.service.call(9, ContainerName="SM2_DEMO", OldPassWd=b64(old.encode()), NewPassWd=b64(new.encode()))
+        assert code == 0, hex(code)
+        self.pins["SM2_DEMO"] = [new]
+
+    def add_container(self, number):
+        name = f"ADDED_{number}"
+        run_token("container", "add", name, "--pin", PIN, store=self.service.store)
+        self.containers.add(name)
+
+    def run(self):
+        """Until the connection breaks."""
+        try:
+            while self.acknowledged < WRITES:
+                number = self.next
+                self.next += 1
+                (self.change_pin if number % 10 == 5 else self.add_container if number % 50 == 7 else self.write_file)(number)
+                self.acknowledged += 1
+        except (OSError, EOFError, ValueError, __import__("http").client.HTTPException):
+            pass
+
+
+class Killed(unittest.TestCase):
+    def check(self, service, writer):
+        database = sqlite3.connect(service.store)
+        self.assertEqual(database.execute("PRAGMA integrity_check").fetchone()[0], "ok")
+        database.close()
+        for index, content in writer.files.items():
+            code, found = service.frame(28, "RSA_2048_DEMO", 1, index, 0, FILE_SIZE * 2)
+            self.assertEqual(code, 0)
+            self.assertIn(found, (content, writer.attempted_files[index]))
+        names = service.call(5, ReturnMethod=0)[1]
+        for name in writer.containers:
+            self.assertIn(name, names)
+        opened = [pin for pin in writer.pins["SM2_DEMO"] if service.login("SM2_DEMO", pin) == 0]
+        self.assertEqual(len(opened), 1, "exactly the old or the new PIN opens")
+        writer.pins["SM2_DEMO"] = opened
+        writer.files.update({index: service.frame(28, "RSA_2048_DEMO", 1, index, 0, FILE_SIZE * 2)[1]
+                             for index in writer.files})
+
+    def test_kills_at_random_moments_lose_and_tear_nothing(self):
+        dice = random.Random(7)
+        with Service() as service:
+            writer = Writer(service)
+            kills = 0
+            while writer.acknowledged < WRITES:
+                worker = threading.Thread(target=writer.run)
+                worker.start()
+                worker.join(dice.uniform(0.2, 3))
+                service.kill()
+                worker.join()
+                kills += 1
+                service.start()
+                self.check(service, writer)
+            print(f"{kills} kills during {writer.acknowledged} acknowledged writes")
+            self.assertGreater(kills, 3)
+
+    def test_a_kill_gives_no_pin_try_back(self):
+        with Service() as service:
+            left = service.call(8, ContainerName="SM2_DEMO")[1]["RetryCount"]
+            for expected in range(left - 1, left - 6, -1):
+                worker = threading.Thread(target=lambda: self.try_quietly(service))
+                worker.start()
+                # The try is taken away before the slow part of the check, which the end then interrupts.
+                deadline = time.monotonic() + 10
+                while self.tries_in_store(service) != expected and time.monotonic() < deadline:
+                    pass
+                service.kill()
+                worker.join()
+                service.start()
+                self.assertEqual(service.call(8, ContainerName="SM2_DEMO")[1]["RetryCount"], expected)
+
+    @staticmethod
+    def try_quietly(service):
+        try:
+            service.login("SM2_DEMO", "wrong")
+        except (OSError, __import__("http").client.HTTPException):
+            pass
+
+    @staticmethod
+    def tries_in_store(service):
+        database = sqlite3.connect(service.store)
+        try:
+            return database.execute("SELECT tries_left FROM container WHERE name = 'SM2_DEMO'").fetchone()[0]
+        finally:
+            database.close()
+
+
+class Concurrent(unittest.TestCase):
+    def test_clients_at_the_same_time_get_their_own_answers(self):
+        with Service() as service:
+            names = ["SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"]
+            certificates = {}
+            for name in names:
+                self.assertEqual(service.login(name), 0)
+                certificates[name] = service.certificate(name)
+            failures = []
+
+            def client(number):
+                name = names[number % len(names)]
+                for turn in range(20):
+                    data = f"{number}-{turn}".encode()
+                    code, signature = service.sign(name, data)
+                    verdict = service.call(16, EncodeCert=b64(certificates[name]), InData=b64(data),
+                                           SignValue=b64(signature), base64=True)[0] if code == 0 else code
+                    if verdict != 0:
+                        failures.append((name, hex(verdict)))
+
+            threads = [threading.Thread(target=client, args=(number,)) for number in range(12)]
+            for thread in threads:
+                thread.start()
+            for thread in threads:
+                thread.join()
+            self.assertEqual(failures, [])
+
+    def test_wrong_pins_at_the_same_time_are_all_counted(self):
+        with Service() as service:
+            threads = [threading.Thread(target=service.login, args=("SM2_DEMO", "wrong")) for _ in range(6)]
+            for thread in threads:
+                thread.start()
+            for thread in threads:
+                thread.join()
+            self.assertEqual(service.call(8, ContainerName="SM2_DEMO")[1], {"RetryCount": 4})
+
+
+if __name__ == "__main__":
+    unittest.main()

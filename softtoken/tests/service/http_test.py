@@ -1,0 +1,155 @@
+"""What the service's HTTP side refuses, and that it goes on serving meanwhile."""
+
+import http.client
+import json
+import random
+import socket
+import time
+import unittest
+
+from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame
+
+HELLO = b'{"funcid":58}'
+
+
+class Http(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.service = Service("--request-time", "2", "--body-limit", "1", demo=False)
+
+    @classmethod
+    def tearDownClass(cls):
+        with cls.service:
+            pass
+
+    def setUp(self):
+        self.host = f"127.0.0.1:{self.service.port}"
+
+    def tearDown(self):
+        self.assertEqual(self.service.call(58)[0], 0, "the service still answers")
+
+    def connect(self):
+        return socket.create_connection(("127.0.0.1", self.service.port), timeout=30)
+
+    def raw(self, request):
+        """The whole answer to some bytes."""
+        with self.connect() as connection:
+            connection.sendall(request)
+            answer = b""
+            while True:
+                try:
+                    part = connection.recv(65536)
+                except ConnectionResetError:
+                    return answer
+                if not part:
+                    return answer
+                answer += part
+
+    def head(self, length, host=None, extra=""):
+        return (f"POST / HTTP/1.1\r\nHost: {host or self.host}\r\nContent-Type: {JSON_TYPE}\r\n{extra}"
+                f"Content-Length: {length}\r\n\r\n").encode()
+
+    def test_an_origin_is_refused_before_the_body_is_read(self):
+        started = time.monotonic()
+        answer = self.raw(self.head(1000, extra="Origin: http://example.com\r\n"))
+        self.assertTrue(answer.startswith(b"HTTP/1.1 403 "), answer)
+        self.assertLess(time.monotonic() - started, 1.5)
+        self.assertTrue(self.raw(self.head(13, extra="Origin: null\r\n") + HELLO).startswith(b"HTTP/1.1 403 "))
+        self.assertTrue(self.raw(self.head(13, extra="Origin: x\r\nExpect: 100-continue\r\n")).startswith(b"HTTP/1.1 403 "))
+
+    def test_only_the_loopback_host_with_its_port_is_served(self):
+        port = self.service.port
+        for host in (f"127.0.0.1:{port}", f"localhost:{port}"):
+            self.assertTrue(self.raw(self.head(13, host) + HELLO).startswith(b"HTTP/1.1 200 "), host)
+        for host in ("127.0.0.1", "localhost", f"127.0.0.1:{port + 1}", f"example.com:{port}", f"127.0.0.1.example.com:{port}", " "):
+            self.assertTrue(self.raw(self.head(13, host) + HELLO).startswith(b"HTTP/1.1 403 "), host)
+        none = f"POST / HTTP/1.1\r\nContent-Type: {JSON_TYPE}\r\nContent-Length: 13\r\n\r\n".encode() + HELLO
+        self.assertTrue(self.raw(none).startswith(b"HTTP/1.1 403 "))
+        self.assertTrue(self.raw(self.head(13, extra=f"Host: {self.host}\r\n") + HELLO).startswith(b"HTTP/1.1 403 "))
+
+    def test_the_trace_is_protected_too(self):
+        answer = self.raw(f"GET /trace HTTP/1.1\r\nHost: {self.host}\r\nOrigin: x\r\n\r\n".encode())
+        self.assertTrue(answer.startswith(b"HTTP/1.1 403 "), answer)
+
+    def test_a_body_above_the_limit_is_refused(self):
+        limit = 1024 * 1024
+        status, _, _ = self.service.post(b" " * (limit - len(HELLO)) + HELLO, JSON_TYPE)
+        self.assertEqual(status, 200)
+        status, _, _ = self.service.post(b" " * (limit + 1 - len(HELLO)) + HELLO, JSON_TYPE)
+        self.assertEqual(status, 413)
+
+    def test_other_content_types_are_refused(self):
+        for content_type in ("text/plain", "application/x-www-form-urlencoded", "multipart/form-data; boundary=x"):
+            self.assertEqual(self.service.post(HELLO, content_type)[0], 415, content_type)
+
+    def test_slow_senders_run_out_of_time(self):
+        for sent in (b"", b"POST / HT", self.head(13), self.head(13) + HELLO[:5]):
+            started = time.monotonic()
+            with self.connect() as connection:
+                connection.sendall(sent)
+                while connection.recv(4096):
+                    pass
+            self.assertTrue(1 < time.monotonic() - started < 6, sent)
+
+    def test_a_sender_of_single_bytes_runs_out_of_time_too(self):
+        started = time.monotonic()
+        with self.connect() as connection:
+            try:
+                for byte in self.head(13) + HELLO:
+                    connection.sendall(bytes([byte]))
+                    time.sleep(0.1)
+                    if time.monotonic() - started > 8:
+                        break
+            except (ConnectionResetError, BrokenPipeError):
+                pass
+        self.assertLess(time.monotonic() - started, 6)
+
+    def test_a_thousand_silent_connections_do_not_stand_in_the_way(self):
+        silent = [self.connect() for _ in range(1000)]
+        try:
+            started = time.monotonic()
+            self.assertEqual(self.service.call(58)[0], 0)
+            self.assertLess(time.monotonic() - started, 5)
+        finally:
+            for connection in silent:
+                connection.close()
+
+    def test_malformed_requests_get_a_code_or_an_error_status(self):
+        dice = random.Random(20260101)
+        seeds = [(json.dumps({"funcid": 7, "UserName": "A", "PassWd": "MTIzNA=="}).encode(), JSON_TYPE),
+                 (json.dumps({"funcid": 24, "MessageData": "MAA=", "InData": "", "base64": True}).encode(), JSON_TYPE),
+                 (json.dumps({"funcid": 12, "Cert": "MAA=", "Oid": "2.5.4.3"}).encode(), JSON_TYPE),
+                 (make_frame(11, b"0\x03\x02\x01\x01", 7), FRAME_TYPE), (make_frame(28, "A", 1, 2, 3, 4), FRAME_TYPE),
+                 (make_frame(60, bytes(65), b"data"), FRAME_TYPE), (make_frame(25, b"0\x00", 1), FRAME_TYPE)]
+        for _ in range(700):
+            body, content_type = dice.choice(seeds)
+            body = bytearray(body)
+            for _ in range(dice.randint(1, 4)):
+                choice = dice.randrange(4)
+                if choice == 0:
+                    body[dice.randrange(len(body))] = dice.randrange(256)
+                elif choice == 1:
+                    body = body[:dice.randrange(1, len(body) + 1)]
+                elif choice == 2:
+                    body += dice.randbytes(dice.randint(1, 8))
+                else:
+                    at = dice.randrange(len(body))
+                    body[at:at] = body[:dice.randint(0, 8)]
+            status, _, answer = self.service.post(bytes(body), content_type)
+            self.assertIn(status, (200, 400), body)
+            if status == 200 and content_type == JSON_TYPE:
+                self.assertIn("ErrorCode", json.loads(answer))
+
+    def test_deep_nesting_ends_in_an_answer(self):
+        for body in (b"[" * 100000, b'{"funcid":58,"a":' + b"[" * 100000 + b"]" * 100000 + b"}"):
+            self.assertIn(self.service.post(body, JSON_TYPE)[0], (200, 400))
+
+    def test_half_open_exchanges_leave_the_service_serving(self):
+        for _ in range(50):
+            connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=10)
+            connection.request("POST", "/", HELLO, {"Content-Type": JSON_TYPE})
+            connection.close()
+
+
+if __name__ == "__main__":
+    unittest.main()

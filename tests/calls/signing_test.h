@@ -1,0 +1,114 @@
+// What the tests of signing and verification in process share: every call balanced in memory, allocations
+// that fail, the application handle open, files of the test's own.
+#pragma once
+
+#include <windows.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "calls/provider_calls.h"
+#include "support/guarded_buffer.h"
+
+namespace velm::test {
+
+constexpr char kSignerId[] = "1234567812345678";
+
+// A file that is there as long as the object, under a name of any bytes.
+class TestFile {
+ public:
+  TestFile(std::string path, const std::string& content) : path_(std::move(path)) { write(content); }
+  ~TestFile() { DeleteFileA(path_.c_str()); }
+  TestFile(const TestFile&) = delete;
+  TestFile& operator=(const TestFile&) = delete;
+
+  void write(const std::string& content) {
+    std::FILE* file = std::fopen(path_.c_str(), "wb");
+    ASSERT_NE(file, nullptr) << path_;
+    std::fwrite(content.data(), 1, content.size(), file);
+    std::fclose(file);
+  }
+
+  const char* path() const { return path_.c_str(); }
+
+ private:
+  std::string path_;
+};
+
+class SigningTest : public ProviderTest {
+ protected:
+  // What takes memory once and keeps it is over here: the first failure of a thread, the first that has to do
+  // without memory, the first log line.
+  SigningTest() {
+    library.SOF_VerifySignedDataXML(nullptr, 0);
+    AllocationFaults memory(library.module());
+    memory.fail_at(1);
+    library.SOF_VerifySignedDataXML(nullptr, 0);
+    new_lines();
+  }
+
+  // Makes SAF_Initialize open a handle.
+  static void let_handle_open() {
+    STANDIN(SAF_Initialize).plays([](void** application, const char*) {
+      *application = open_application();
+      return 0u;
+    });
+  }
+
+  // Runs a call that frees what it allocates, and keeps the sizes of its allocations.
+  template <class Run>
+  uint32_t balanced(Run run) {
+    AllocationFaults memory(library.module());
+    const uint32_t result = run();
+    EXPECT_EQ(memory.outstanding(), 0u);
+    allocated = memory.sizes();
+    return result;
+  }
+
+  // Runs the call without getting its first allocation of `size` bytes.
+  template <class Run>
+  uint32_t without_allocation_of(size_t size, Run run) {
+    balanced(run);
+    const auto found = std::find(allocated.begin(), allocated.end(), size);
+    if (found == allocated.end()) {
+      ADD_FAILURE() << "the call does not allocate " << size << " bytes";
+      return 0;
+    }
+    new_lines();
+    AllocationFaults memory(library.module());
+    memory.fail_at(static_cast<size_t>(found - allocated.begin()) + 1);
+    const uint32_t result = run();
+    EXPECT_TRUE(memory.has_failed());
+    EXPECT_EQ(memory.outstanding(), 0u);
+    return result;
+  }
+
+  // Each allocation of the call fails once, in turn: nothing leaks, and the result is that of memory, or,
+  // where it was only the memory of the call's own failure or of its log line, what it would have been. A
+  // path that cannot be converted for want of memory is a path that cannot be converted.
+  template <class Run>
+  void expect_survives_allocation_faults(Run run) {
+    const uint32_t expected = balanced(run);
+    for (size_t nth = 1; nth <= allocated.size(); ++nth) {
+      SCOPED_TRACE(print("allocation %u fails", static_cast<unsigned>(nth)));
+      AllocationFaults memory(library.module());
+      memory.fail_at(nth);
+      EXPECT_THAT(run(), testing::AnyOf(0x0B000100u, 0x0B000003u, expected));
+      EXPECT_TRUE(memory.has_failed());
+      EXPECT_EQ(memory.outstanding(), 0u);
+    }
+    new_lines();
+  }
+
+  bool has_allocated(size_t size) const {
+    return std::find(allocated.begin(), allocated.end(), size) != allocated.end();
+  }
+
+  std::vector<size_t> allocated;  // by the last balanced call
+};
+
+}  // namespace velm::test
