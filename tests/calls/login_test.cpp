@@ -249,7 +249,7 @@ TEST_F(Prompt, IsNotShownWhenThePinIsGiven) {
   service.answers(kSuccess, kSuccess);
   library.SOF_Login("C1", kPin);
   library.SOF_Login("C1", "");
-  EXPECT_EQ(STANDIN(vc_input_pin).count(), 0u);
+  EXPECT_THAT(standins.call_log("vc_"), testing::IsEmpty());
 }
 
 TEST_F(Prompt, GivesThePinThatIsSent) {
@@ -273,6 +273,22 @@ TEST_F(Prompt, MayFillItsBufferOrLeaveItAlone) {
   STANDIN(vc_input_pin).returns(0);
   EXPECT_EQ(library.SOF_Login("C1", nullptr), SOR_OK);
   EXPECT_EQ(sent(), login_request("C1", ""));
+}
+
+TEST_F(Prompt, LeavesNoPinOnTheStack) {
+  const char* buffer = nullptr;
+  for (int32_t result : {0, 1}) {
+    STANDIN(vc_input_pin).plays([&](uint32_t, uint32_t, char* pin) {
+      buffer = pin;
+      std::strcpy(pin, kPin);
+      return result;
+    });
+    if (result == 0) service.answers(kSuccess);
+    char left[sizeof kPin];
+    library.SOF_Login("C1", nullptr);
+    std::memcpy(left, buffer, sizeof left);  // before anything else runs where the buffer was
+    EXPECT_NE(std::string(left, sizeof left), std::string(kPin, sizeof kPin)) << result;
+  }
 }
 
 TEST_F(Prompt, ThatIsCancelledEndsTheCall) {
@@ -307,10 +323,10 @@ class PromptParent : public Pin {
  protected:
   // The parent window that a login's prompt gets.
   uint32_t parent() {
+    STANDIN(vc_input_pin).plays(types(kPin));
     service.answers(kSuccess);
     EXPECT_EQ(library.SOF_Login("C1", nullptr), SOR_OK);
-    const auto calls = STANDIN(vc_input_pin).calls();
-    const auto [kind, window, pin] = calls.back();
+    const auto [kind, window, pin] = STANDIN(vc_input_pin).calls().back();
     EXPECT_EQ(kind, 1u);
     EXPECT_NE(pin, nullptr);
     return window;
