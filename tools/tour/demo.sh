@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# demo.sh BIN_DIR: starts the software token's service under Wine, takes the tour against it, and stops the service.
+# demo.sh BIN_DIR: makes a demo store, starts the software token's service on it under Wine, takes the tour against it,
+# and stops the service.
 set -euo pipefail
 
 bin=$(cd "$1" && pwd)
@@ -25,7 +26,9 @@ if answers; then
   echo "demo: something already listens on 127.0.0.1:55661" >&2
   exit 1
 fi
-"$run_wine" "$bin/velm_softtoken.exe" serve >"$work/service.log" 2>&1 &
+store=Z:$work/store.db
+"$run_wine" "$bin/velm_softtoken.exe" init --demo --data "$store"
+"$run_wine" "$bin/velm_softtoken.exe" serve --data "$store" >"$work/service.log" 2>&1 &
 service=$!
 for ((tries = 0; tries < 300; tries++)); do
   ! answers || break

@@ -12,6 +12,12 @@ int main() {
   narrator.chapter("Hello");
   if (!narrator.call("Announce this application to the service", SOF_Initialize())) return 1;
   environment_chapter(narrator);
+  login_chapter(narrator);
+  certificate_chapter(narrator);
+  signing_chapter(narrator);
+  encryption_chapter(narrator);
+  storage_chapter(narrator);
+  lock_chapter(narrator);
   narrator.chapter("Goodbye");
   narrator.call("Take leave of the service", SOF_Finalize());
 
