@@ -13,6 +13,8 @@ constexpr int kBusyMilliseconds = 10000;
 
 }  // namespace
 
+void Database::Finalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+
 void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close_v2(handle); }
 
 Database::Database(const std::filesystem::path& file, bool create) {
@@ -40,16 +42,31 @@ int64_t Database::changes() const { return sqlite3_changes64(handle()); }
 
 int64_t Database::last_row() const { return sqlite3_last_insert_rowid(handle()); }
 
-Statement::Statement(Database& database, const char* sql, Prepared)
-    : lock_(database.mutex()), database_(database.handle()) {
-  if (sqlite3_prepare_v2(database_, sql, -1, &statement_, nullptr) != SQLITE_OK) fail(database_);
+sqlite3_stmt* Database::take_statement(const char* sql) {
+  if (const auto found = free_statements_.find(sql); found != free_statements_.end()) {
+    sqlite3_stmt* statement = found->second.release();
+    free_statements_.erase(found);
+    return statement;
+  }
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_prepare_v2(handle(), sql, -1, &statement, nullptr) != SQLITE_OK) fail(handle());
+  return statement;
 }
 
-Statement::~Statement() { sqlite3_finalize(statement_); }
+void Database::give_back(const char* sql, sqlite3_stmt* statement) {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);
+  free_statements_.emplace(sql, statement);
+}
+
+Statement::Statement(Database& database, const char* sql, Prepared)
+    : lock_(database.mutex()), database_(database), sql_(sql), statement_(database.take_statement(sql)) {}
+
+Statement::~Statement() { database_.give_back(sql_, statement_); }
 
 bool Statement::step() {
   const int result = sqlite3_step(statement_);
-  if (result != SQLITE_ROW && result != SQLITE_DONE) fail(database_);
+  if (result != SQLITE_ROW && result != SQLITE_DONE) fail(database_.handle());
   return result == SQLITE_ROW;
 }
 
@@ -68,19 +85,19 @@ Bytes Statement::bytes(int column) const {
 }
 
 void Statement::bind(int position, int64_t value) {
-  if (sqlite3_bind_int64(statement_, position, value) != SQLITE_OK) fail(database_);
+  if (sqlite3_bind_int64(statement_, position, value) != SQLITE_OK) fail(database_.handle());
 }
 
 void Statement::bind(int position, const std::string& value) {
   const int result = sqlite3_bind_text64(
       statement_, position, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
-  if (result != SQLITE_OK) fail(database_);
+  if (result != SQLITE_OK) fail(database_.handle());
 }
 
 void Statement::bind(int position, ByteView value) {
   // A null pointer would bind NULL instead of no bytes.
   const void* data = value.empty() ? static_cast<const void*>("") : value.data();
-  if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK) fail(database_);
+  if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK) fail(database_.handle());
 }
 
 // Takes the write lock at once, so that what is read inside is what is changed.

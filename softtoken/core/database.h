@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 
 #include "softtoken/core/bytes.h"
 
@@ -24,6 +25,10 @@ class Database {
   int64_t changes() const;
   int64_t last_row() const;
 
+  /** A compiled statement for this text, an earlier one if there is one free; and its way back. */
+  sqlite3_stmt* take_statement(const char* sql);
+  void give_back(const char* sql, sqlite3_stmt* statement);
+
   sqlite3* handle() const { return handle_.get(); }
   /** Held by whoever runs statements: one connection serves all threads. */
   std::recursive_mutex& mutex() { return mutex_; }
@@ -33,11 +38,17 @@ class Database {
     void operator()(sqlite3* handle) const;
   };
 
+  struct Finalizer {
+    void operator()(sqlite3_stmt* statement) const;
+  };
+
   std::unique_ptr<sqlite3, Closer> handle_;
+  /** By the text's address: texts of statements are literals. */
+  std::unordered_multimap<const char*, std::unique_ptr<sqlite3_stmt, Finalizer>> free_statements_;
   std::recursive_mutex mutex_;
 };
 
-/** One statement with its values; the database stays locked while it lives. */
+/** One statement, whose text is a literal, with its values; the database stays locked while it lives. */
 class Statement {
  public:
   template <typename... Values>
@@ -69,8 +80,9 @@ class Statement {
   void bind(int position, const Bytes& value) { bind(position, ByteView(value)); }
 
   std::unique_lock<std::recursive_mutex> lock_;
-  sqlite3* database_;
-  sqlite3_stmt* statement_ = nullptr;
+  Database& database_;
+  const char* sql_;
+  sqlite3_stmt* statement_;
 };
 
 /** Everything written while it lives becomes durable at commit(), or none of it. */

@@ -109,8 +109,9 @@ class HttpServer::Server : public httplib::Server {
     RequestStream stream(socket, options_.request_time, ending_);
     bool closed = false;
     const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, true, closed, nullptr);
+    const bool served = stream.served();
     const bool sent = stream.flush();
-    drain(socket);
+    if (!served) drain(socket);
     httplib::detail::close_socket(socket);
     return answered && sent;
   }

@@ -27,6 +27,8 @@ class RequestStream : public httplib::Stream {
   ssize_t read(char* target, size_t size) override;
   ssize_t write(const char* source, size_t size) override;
   bool flush();
+  /** Whether the answer so far is one to a request that was served, and so read to its end. */
+  bool served() const { return answer_.starts_with("HTTP/1.1 200 "); }
 
   void get_remote_ip_and_port(std::string& ip, int& port) const override;
   void get_local_ip_and_port(std::string& ip, int& port) const override;

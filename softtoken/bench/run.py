@@ -1,0 +1,82 @@
+#!/usr/bin/env python3
+"""run.py SERVICE CLIENT: signatures a second through the service, against those of the openssl program.
+
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio and its
+target; ends with 1 when a target is missed. VELM_BENCH_SECONDS is the time of each.
+"""
+
+import os
+import re
+import sqlite3
+import subprocess
+import sys
+import tempfile
+
+os.environ["VELM_SOFTTOKEN"] = sys.argv[1]
+CLIENT = sys.argv[2]
+SECONDS = float(os.environ.get("VELM_BENCH_SECONDS", "5"))
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "service"))
+from token_service import Service  # noqa: E402
+
+ONE_CLIENT_TARGET = 0.60
+TWO_CLIENT_TARGET = 1.6
+MANY_CONTAINERS = 10000
+MANY_CONTAINERS_TARGET = 0.90
+
+KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"), ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$"),
+        ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$"))
+
+
+def openssl_rate(algorithm, pattern):
+    command = ["openssl", "speed", "-seconds", str(max(1, round(SECONDS))), algorithm]
+    out = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    return float(re.search(pattern, out, re.MULTILINE | re.IGNORECASE).group(1))
+
+
+def service_rate(service, name, clients):
+    command = [CLIENT, str(service.port), name, str(clients), str(SECONDS)]
+    return float(subprocess.run(command, capture_output=True, text=True, check=True).stdout)
+
+
+def add_ballast(store):
+    """Copies of a container under other names; no key of theirs is ever opened."""
+    database = sqlite3.connect(store)
+    row = database.execute("SELECT tries_left, salt, signing_key, exchange_key, signing_certificate, exchange_certificate"
+                           " FROM container WHERE name = 'SM2_DEMO'").fetchone()
+    database.executemany("INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
+                         " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?)",
+                         ((f"BALLAST_{number}", *row) for number in range(MANY_CONTAINERS)))
+    database.commit()
+    database.close()
+
+
+class Report:
+    def __init__(self):
+        self.missed = 0
+
+    def line(self, what, rate, ratio, target):
+        met = ratio >= target
+        self.missed += not met
+        print(f"{what:44s} {rate:9.1f}/s  ratio {ratio:5.2f}  target {target:4.2f}  {'met' if met else 'MISSED'}", flush=True)
+
+
+def main():
+    report = Report()
+    with Service() as service:
+        for name, algorithm, pattern in KEYS:
+            assert service.login(name) == 0
+            peer = openssl_rate(algorithm, pattern)
+            print(f"{'openssl speed ' + algorithm:44s} {peer:9.1f}/s", flush=True)
+            one = service_rate(service, name, 1)
+            report.line(f"{name}, one client, to openssl", one, one / peer, ONE_CLIENT_TARGET)
+            two = service_rate(service, name, 2)
+            report.line(f"{name}, two clients, to one", two, two / one, TWO_CLIENT_TARGET)
+        few = service_rate(service, "SM2_DEMO", 1)
+        add_ballast(service.store)
+        many = service_rate(service, "SM2_DEMO", 1)
+        report.line(f"SM2_DEMO, {MANY_CONTAINERS} containers, to few", many, many / few, MANY_CONTAINERS_TARGET)
+    return 1 if report.missed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
