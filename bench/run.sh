@@ -19,6 +19,8 @@ measure() {
 for program in small_call_bench heap_bench; do
   measure "$program" cmake/run-under-wine "build/windows/bench/bin/$program.exe"
 done
+measure token_sign python3 softtoken/bench/run.py \
+  build/native/stage/bin/velm_softtoken build/native-release/softtoken/bench/token_sign_bench
 
 python3 - "$values" >build/bench/results.json <<'PY'
 import json, re, sys
