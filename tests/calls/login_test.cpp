@@ -1,6 +1,7 @@
 // Login, PIN and login state; the PIN prompt and its parent window.
 #include <malloc.h>
 
+#include <cstdlib>
 #include <cstring>
 
 #include "calls/service_case.h"
@@ -233,8 +234,12 @@ void free_after_a_look(void* block) {
   real_free(block);
 }
 
+// Memory that the library gets is blank, so that what a look finds is the library's own.
+void* blank_memory(size_t size) { return std::calloc(1, size); }
+
 TEST_F(Pin, IsWipedFromTheRequestBeforeItsMemoryIsFreed) {
   service.answers(kSuccess, Answer::nothing());
+  const ImportPatch blank(library.module(), "msvcrt.dll", "malloc", &blank_memory);
   const ImportPatch patch(library.module(), "msvcrt.dll", "free", &free_after_a_look);
   real_free = patch.original<void (*)(void*)>();
   EXPECT_EQ(library.SOF_Login("C1", kPin), SOR_OK);

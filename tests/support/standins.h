@@ -77,11 +77,7 @@ class Standin<Result(Arguments...), name> {
   using Script = std::function<Result(Arguments...)>;
   using Call = std::tuple<Arguments...>;
 
-  // Connected at first use, and never destroyed: modules are called until the very end of the process.
-  static Standin& instance() {
-    static Standin& only = *new Standin;
-    return only;
-  }
+  static Standin& instance() { return only_; }
 
   void returns(Result result) {
     plays([result](Arguments...) { return result; });
@@ -116,6 +112,10 @@ class Standin<Result(Arguments...), name> {
       calls_.clear();
     });
   }
+
+  // Connected before main() wherever the program names it, so that no call of it goes unseen; and never destroyed:
+  // modules are called until the very end of the process.
+  static inline Standin& only_ = *new Standin;
 
   static Result entry(Arguments... arguments) { return instance().play(arguments...); }
 
