@@ -1,5 +1,5 @@
-// sign_bench PORT CONTAINER CLIENTS SECONDS: signatures a second through the service, by clients that each open a
-// connection, ask, and read the answer to its end, one call after the other.
+// sign_bench PORT CONTAINER CLIENTS SECONDS: signatures a second through the service, by clients that each
+// open a connection, ask, and read the answer to its end, one call after the other.
 #include <arpa/inet.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -16,10 +16,11 @@
 namespace {
 
 std::string sign_request(uint16_t port, const std::string& container) {
-  const std::string body = R"({"funcid":15,"ContainerName":")" + container + R"(","InData":"ZGF0YSB0byBzaWdu","base64":1})";
+  const std::string body = R"({"funcid":15,"ContainerName":")" + container +
+                           R"(","InData":"ZGF0YSB0byBzaWdu","base64":1})";
   return "POST / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
-         "\r\nContent-Type: application/json;charset=UTF-8;\r\nContent-Length: " + std::to_string(body.size()) +
-         "\r\n\r\n" + body;
+         "\r\nContent-Type: application/json;charset=UTF-8;\r\nContent-Length: " +
+         std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
 bool ask(uint16_t port, const std::string& request) {

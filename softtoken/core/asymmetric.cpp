@@ -21,7 +21,8 @@ Bytes encrypt_with_key(EVP_PKEY* key, ByteView plain) {
   size_t length = 0;
   require(EVP_PKEY_encrypt(context.get(), nullptr, &length, plain.data(), plain.size()) == 1, kEncryptFailed);
   Bytes cipher(length);
-  require(EVP_PKEY_encrypt(context.get(), cipher.data(), &length, plain.data(), plain.size()) == 1, kEncryptFailed);
+  require(EVP_PKEY_encrypt(context.get(), cipher.data(), &length, plain.data(), plain.size()) == 1,
+          kEncryptFailed);
   cipher.resize(length);
   return cipher;
 }
@@ -29,9 +30,11 @@ Bytes encrypt_with_key(EVP_PKEY* key, ByteView plain) {
 SecretBytes decrypt_with_key(EVP_PKEY* key, ByteView cipher) {
   const KeyContext context = context_for(key, EVP_PKEY_decrypt_init);
   size_t length = 0;
-  require(EVP_PKEY_decrypt(context.get(), nullptr, &length, cipher.data(), cipher.size()) == 1, kDecryptFailed);
+  require(EVP_PKEY_decrypt(context.get(), nullptr, &length, cipher.data(), cipher.size()) == 1,
+          kDecryptFailed);
   SecretBytes plain(length);
-  require(EVP_PKEY_decrypt(context.get(), plain.data(), &length, cipher.data(), cipher.size()) == 1, kDecryptFailed);
+  require(EVP_PKEY_decrypt(context.get(), plain.data(), &length, cipher.data(), cipher.size()) == 1,
+          kDecryptFailed);
   plain.resize(length);
   return plain;
 }

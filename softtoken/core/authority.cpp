@@ -10,8 +10,9 @@ namespace {
 constexpr size_t kSerialSize = 16;
 
 void add_name(X509_NAME* name, const char* type, const std::string& value) {
-  const int added = X509_NAME_add_entry_by_txt(
-      name, type, MBSTRING_UTF8, reinterpret_cast<const uint8_t*>(value.data()), static_cast<int>(value.size()), -1, 0);
+  const int added = X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
+                                               reinterpret_cast<const uint8_t*>(value.data()),
+                                               static_cast<int>(value.size()), -1, 0);
   require(added == 1, kBadInput);
 }
 
@@ -21,13 +22,15 @@ void set_random_serial(X509* certificate) {
   // Positive, and of full length.
   bytes[0] = static_cast<uint8_t>((bytes[0] & 0x7F) | 0x40);
   const Number number(BN_bin2bn(bytes, sizeof bytes, nullptr));
-  require(number && BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr, kUnknownError);
+  require(number && BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr,
+          kUnknownError);
 }
 
 void add_extension(X509* certificate, X509* issuer, int nid, const char* value) {
   X509V3_CTX context;
   X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
-  const Handle<X509_EXTENSION, X509_EXTENSION_free> extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value));
+  const Handle<X509_EXTENSION, X509_EXTENSION_free> extension(
+      X509V3_EXT_conf_nid(nullptr, &context, nid, value));
   require(extension && X509_add_ext(certificate, extension.get(), -1) == 1, kUnknownError);
 }
 
@@ -36,7 +39,8 @@ void sign_certificate(X509* certificate, EVP_PKEY* issuer_key) {
   const DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* key_context = nullptr;
   const bool ready =
-      EVP_DigestSignInit(context.get(), &key_context, sm2 ? EVP_sm3() : EVP_sha256(), nullptr, issuer_key) == 1 &&
+      EVP_DigestSignInit(context.get(), &key_context, sm2 ? EVP_sm3() : EVP_sha256(), nullptr, issuer_key) ==
+          1 &&
       (!sm2 || EVP_PKEY_CTX_set1_id(key_context, kDefaultSignerId.data(), kDefaultSignerId.size()) == 1);
   require(ready && X509_sign_ctx(certificate, context.get()) > 0, kSignFailed);
 }
@@ -91,7 +95,8 @@ Authority make_authority(KeyKind kind) {
   return {parse_certificate(certificate_der(c)), std::move(key)};
 }
 
-Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key, const CertificateOrder& order) {
+Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
+                              const CertificateOrder& order) {
   Certificate certificate = start_certificate(subject_key, order.not_before, order.not_after);
   X509* c = certificate.get();
   X509* issuer = authority.certificate.get();
@@ -111,17 +116,17 @@ Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
 
 void validate_chain(X509* certificate, std::span<const Certificate> roots) {
   const CertificateStore trusted(X509_STORE_new());
-  for (const Certificate& root : roots) require(X509_STORE_add_cert(trusted.get(), root.get()) == 1, kUnknownError);
+  for (const Certificate& root : roots)
+    require(X509_STORE_add_cert(trusted.get(), root.get()) == 1, kUnknownError);
   const CertificateStoreContext context(X509_STORE_CTX_new());
-  require(context && X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1, kUnknownError);
+  require(context && X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1,
+          kUnknownError);
   if (X509_verify_cert(context.get()) == 1) return;
   require(false, code_of_verification(X509_STORE_CTX_get_error(context.get())));
 }
 
 Bytes serial_of(const X509* certificate) {
-  const ASN1_INTEGER* serial = X509_get0_serialNumber(certificate);
-  const uint8_t* data = ASN1_STRING_get0_data(serial);
-  return {data, data + ASN1_STRING_length(serial)};
+  return copy_of(view_of(X509_get0_serialNumber(certificate)));
 }
 
 }  // namespace velm::token

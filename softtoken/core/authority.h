@@ -26,11 +26,12 @@ constexpr time_t kDay = 24 * 60 * 60;
 constexpr time_t kYear = 365 * kDay;
 
 Authority make_authority(KeyKind kind);
-Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key, const CertificateOrder& order);
+Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
+                              const CertificateOrder& order);
 
 /**
- * Whether a certificate stands under one of the roots and is in its time. Throws the code for an expired one, for one
- * not yet valid, for one under no root, or for one that is invalid in another way.
+ * Whether a certificate stands under one of the roots and is in its time. Throws the code for an expired one,
+ * for one not yet valid, for one under no root, or for one that is invalid in another way.
  */
 void validate_chain(X509* certificate, std::span<const Certificate> roots);
 

@@ -17,7 +17,8 @@ std::string text_of(BIO* bio) {
 
 std::string name_text(const X509_NAME* name) {
   const Bio bio(BIO_new(BIO_s_mem()));
-  const unsigned long flags = (XN_FLAG_ONELINE & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ));
+  const unsigned long flags = (XN_FLAG_ONELINE &
+                               ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ));
   require(X509_NAME_print_ex(bio.get(), name, 0, flags) >= 0, kCertificateFormat);
   return text_of(bio.get());
 }
@@ -95,7 +96,10 @@ constexpr Item kItems[] = {
     {0x01, [](const X509* c) { return std::to_string(X509_get_version(c) + 1); }},
     {0x02, serial_text},
     {0x05, [](const X509* c) { return name_text(X509_get_issuer_name(c)); }},
-    {0x06, [](const X509* c) { return time_text(X509_get0_notBefore(c)) + "-" + time_text(X509_get0_notAfter(c)); }},
+    {0x06,
+     [](const X509* c) {
+       return time_text(X509_get0_notBefore(c)) + "-" + time_text(X509_get0_notAfter(c));
+     }},
     {0x07, [](const X509* c) { return name_text(X509_get_subject_name(c)); }},
     {0x08, nullptr, public_key_item},
     {0x09, nullptr, extensions_der},
@@ -142,8 +146,7 @@ std::optional<std::string> string_value(const ASN1_OCTET_STRING* value) {
 // What an SM2 issuer signed covers its ID too.
 void set_issuer_id(X509* certificate) {
   OctetString id(ASN1_OCTET_STRING_new());
-  const ByteView text = as_bytes(kDefaultSignerId);
-  require(id && ASN1_OCTET_STRING_set(id.get(), text.data(), static_cast<int>(text.size())) == 1, kUnknownError);
+  set_bytes(require_pointer(id.get(), kUnknownError), as_bytes(kDefaultSignerId));
   X509_set0_distinguishing_id(certificate, id.release());
 }
 
@@ -181,8 +184,7 @@ Bytes certificate_item_by_oid(const X509* certificate, const std::string& oid) {
   require(index >= 0, kOidNotFound);
   const ASN1_OCTET_STRING* value = X509_EXTENSION_get_data(X509_get_ext(certificate, index));
   if (const auto text = string_value(value)) return copy_of(as_bytes(*text));
-  const uint8_t* data = ASN1_STRING_get0_data(value);
-  return {data, data + ASN1_STRING_length(value)};
+  return copy_of(view_of(value));
 }
 
 }  // namespace velm::token

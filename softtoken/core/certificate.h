@@ -19,8 +19,8 @@ constexpr uint32_t kNotAfterItem = 0x36;
 Bytes certificate_item(const X509* certificate, uint32_t item);
 
 /**
- * The value of an attribute of the subject or of an extension, by object identifier in dotted form. A text is given
- * as UTF-8, any other extension as its DER.
+ * The value of an attribute of the subject or of an extension, by object identifier in dotted form. A text is
+ * given as UTF-8, any other extension as its DER.
  */
 Bytes certificate_item_by_oid(const X509* certificate, const std::string& oid);
 

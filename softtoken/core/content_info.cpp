@@ -27,7 +27,9 @@ using ContentInfoHandle = std::unique_ptr<ContentInfo, ContentInfoFreer>;
 
 Object object_of(const char* oid) { return Object(require_pointer(OBJ_txt2obj(oid, 1), kUnknownError)); }
 
-bool is_object(const ASN1_OBJECT* object, const char* oid) { return OBJ_cmp(object, object_of(oid).get()) == 0; }
+bool is_object(const ASN1_OBJECT* object, const char* oid) {
+  return OBJ_cmp(object, object_of(oid).get()) == 0;
+}
 
 Bytes wrap_content(const char* type, ByteView content_der) {
   const ContentInfoHandle info(reinterpret_cast<ContentInfo*>(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo))));
@@ -37,7 +39,7 @@ Bytes wrap_content(const char* type, ByteView content_der) {
   ASN1_STRING* sequence = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
   require(sequence != nullptr, kUnknownError);
   ASN1_TYPE_set(info->content, V_ASN1_SEQUENCE, sequence);
-  require(ASN1_STRING_set(sequence, content_der.data(), static_cast<int>(content_der.size())) == 1, kUnknownError);
+  set_bytes(sequence, content_der);
   return der_of<const ContentInfo>(
       [](const ContentInfo* value, uint8_t** end) {
         return ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE*>(value), end, ASN1_ITEM_rptr(ContentInfo));
@@ -53,9 +55,7 @@ Bytes unwrap_content(ByteView message, const char* pkcs7_type, const char* gm_ty
       message, kPkcs7Format);
   const bool known = is_object(info->type, pkcs7_type) || is_object(info->type, gm_type);
   require(known && ASN1_TYPE_get(info->content) == V_ASN1_SEQUENCE, kPkcs7Format);
-  const ASN1_STRING* content = info->content->value.sequence;
-  const uint8_t* data = ASN1_STRING_get0_data(content);
-  return {data, data + ASN1_STRING_length(content)};
+  return copy_of(view_of(info->content->value.sequence));
 }
 
 bool set_issuer_and_serial(PKCS7_ISSUER_AND_SERIAL* target, const X509* certificate) {

@@ -9,7 +9,9 @@ namespace {
 
 constexpr int kBusyMilliseconds = 10000;
 
-[[noreturn]] void fail(sqlite3* handle) { throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle)); }
+[[noreturn]] void fail(sqlite3* handle) {
+  throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle));
+}
 
 }  // namespace
 
@@ -97,7 +99,8 @@ void Statement::bind(int position, const std::string& value) {
 void Statement::bind(int position, ByteView value) {
   // A null pointer would bind NULL instead of no bytes.
   const void* data = value.empty() ? static_cast<const void*>("") : value.data();
-  if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK) fail(database_.handle());
+  if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK)
+    fail(database_.handle());
 }
 
 // Takes the write lock at once, so that what is read inside is what is changed.

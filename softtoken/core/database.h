@@ -52,7 +52,8 @@ class Database {
 class Statement {
  public:
   template <typename... Values>
-  Statement(Database& database, const char* sql, const Values&... values) : Statement(database, sql, Prepared{}) {
+  Statement(Database& database, const char* sql, const Values&... values)
+      : Statement(database, sql, Prepared{}) {
     int position = 0;
     (bind(++position, values), ...);
   }

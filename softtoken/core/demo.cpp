@@ -15,7 +15,8 @@ int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) 
 // A scanned container's certificate is read as a label, under a name made from the container's.
 void add_scan_container(Token& token, const char* name, KeyKind kind) {
   const int64_t id = add(token, name, kind);
-  set_label(token.store(), std::string(name) + "_FromCache", kCertificateLabel, token.store().container(id).signing_certificate);
+  set_label(token.store(), std::string(name) + "_FromCache", kCertificateLabel,
+            token.store().container(id).signing_certificate);
 }
 
 std::string seal_picture(const std::string& color) {
@@ -24,7 +25,8 @@ std::string seal_picture(const std::string& color) {
          "<path fill=\"" + color + "\" d=\"M40 18l5 16h17l-14 10 5 16-13-10-13 10 5-16-14-10h17z\"/></svg>";
 }
 
-void add_seal(Token& token, int64_t container, uint32_t position, const std::string& name, const std::string& color) {
+void add_seal(Token& token, int64_t container, uint32_t position, const std::string& name,
+              const std::string& color) {
   const Bytes certificate = token.store().container(container).signing_certificate;
   const Certificate signer = parse_certificate(certificate);
   const auto item = [&](SealItem number, ByteView value) {

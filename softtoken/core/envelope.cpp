@@ -11,14 +11,6 @@ namespace {
 constexpr long kPkcs7Version = 0;
 constexpr long kGmVersion = 1;
 
-ByteView view_of(const ASN1_STRING* string) {
-  return {ASN1_STRING_get0_data(string), static_cast<size_t>(ASN1_STRING_length(string))};
-}
-
-void set_octets(ASN1_OCTET_STRING* target, ByteView bytes) {
-  require(ASN1_OCTET_STRING_set(target, bytes.data(), static_cast<int>(bytes.size())) == 1, kEncryptFailed);
-}
-
 long version_for(EVP_PKEY* key) { return kind_of(key) == KeyKind::rsa ? kPkcs7Version : kGmVersion; }
 
 void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, ByteView content_key) {
@@ -26,10 +18,10 @@ void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, B
   Handle<PKCS7_RECIP_INFO, PKCS7_RECIP_INFO_free> recipient(PKCS7_RECIP_INFO_new());
   require(recipient && ASN1_INTEGER_set(recipient->version, version_for(key)) == 1 &&
               set_issuer_and_serial(recipient->issuer_and_serial, certificate) &&
-              X509_ALGOR_set0(recipient->key_enc_algor, object_of(types.encryption_algorithm).release(), V_ASN1_NULL,
-                              nullptr) == 1,
+              X509_ALGOR_set0(recipient->key_enc_algor, object_of(types.encryption_algorithm).release(),
+                              V_ASN1_NULL, nullptr) == 1,
           kEncryptFailed);
-  set_octets(recipient->enc_key, encrypt_with_key(key, content_key));
+  set_bytes(recipient->enc_key, encrypt_with_key(key, content_key));
   require(sk_PKCS7_RECIP_INFO_push(envelope->recipientinfo, recipient.get()) > 0, kEncryptFailed);
   recipient.release();
 }
@@ -38,7 +30,7 @@ void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, B
 void set_cipher(X509_ALGOR* algorithm, const EVP_CIPHER* cipher, ByteView iv) {
   OctetString parameter(ASN1_OCTET_STRING_new());
   require(parameter != nullptr, kEncryptFailed);
-  set_octets(parameter.get(), iv);
+  set_bytes(parameter.get(), iv);
   const int set = X509_ALGOR_set0(
       algorithm, OBJ_nid2obj(EVP_CIPHER_get_type(cipher)), V_ASN1_OCTET_STRING, parameter.get());
   require(set == 1, kEncryptFailed);
@@ -50,10 +42,10 @@ Bytes encrypt_content(const EVP_CIPHER* cipher, ByteView key, ByteView iv, ByteV
   Bytes out(plain.size() + static_cast<size_t>(EVP_CIPHER_get_block_size(cipher)));
   int length = 0;
   int last = 0;
-  const bool done =
-      EVP_EncryptInit_ex(context.get(), cipher, nullptr, key.data(), iv.data()) == 1 &&
-      EVP_EncryptUpdate(context.get(), out.data(), &length, plain.data(), static_cast<int>(plain.size())) == 1 &&
-      EVP_EncryptFinal_ex(context.get(), out.data() + length, &last) == 1;
+  const bool done = EVP_EncryptInit_ex(context.get(), cipher, nullptr, key.data(), iv.data()) == 1 &&
+                    EVP_EncryptUpdate(context.get(), out.data(), &length, plain.data(),
+                                      static_cast<int>(plain.size())) == 1 &&
+                    EVP_EncryptFinal_ex(context.get(), out.data() + length, &last) == 1;
   require(done, kEncryptFailed);
   out.resize(static_cast<size_t>(length + last));
   return out;
@@ -67,12 +59,12 @@ SecretBytes decrypt_content(const X509_ALGOR* algorithm, ByteView key, ByteView 
   SecretBytes out(encrypted.size() + static_cast<size_t>(EVP_CIPHER_get_block_size(cipher)));
   int length = 0;
   int last = 0;
-  const bool done =
-      EVP_DecryptInit_ex(context.get(), cipher, nullptr, nullptr, nullptr) == 1 &&
-      EVP_CIPHER_asn1_to_param(context.get(), algorithm->parameter) > 0 &&
-      EVP_DecryptInit_ex(context.get(), nullptr, nullptr, key.data(), nullptr) == 1 &&
-      EVP_DecryptUpdate(context.get(), out.data(), &length, encrypted.data(), static_cast<int>(encrypted.size())) == 1 &&
-      EVP_DecryptFinal_ex(context.get(), out.data() + length, &last) == 1;
+  const bool done = EVP_DecryptInit_ex(context.get(), cipher, nullptr, nullptr, nullptr) == 1 &&
+                    EVP_CIPHER_asn1_to_param(context.get(), algorithm->parameter) > 0 &&
+                    EVP_DecryptInit_ex(context.get(), nullptr, nullptr, key.data(), nullptr) == 1 &&
+                    EVP_DecryptUpdate(context.get(), out.data(), &length, encrypted.data(),
+                                      static_cast<int>(encrypted.size())) == 1 &&
+                    EVP_DecryptFinal_ex(context.get(), out.data() + length, &last) == 1;
   require(done, kEnvelopeOpenFailed);
   out.resize(static_cast<size_t>(length + last));
   return out;
@@ -115,7 +107,7 @@ Bytes make_envelope(X509* recipient, ByteView plain) {
   content->content_type = object_of(types.data).release();
   set_cipher(content->algorithm, cipher, iv);
   content->enc_data = require_pointer(ASN1_OCTET_STRING_new(), kEncryptFailed);
-  set_octets(content->enc_data, encrypt_content(cipher, content_key, iv, plain));
+  set_bytes(content->enc_data, encrypt_content(cipher, content_key, iv, plain));
   return wrap_content(types.enveloped_data, der_of<const PKCS7_ENVELOPE>(i2d_PKCS7_ENVELOPE, envelope.get()));
 }
 

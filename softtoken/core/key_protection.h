@@ -10,12 +10,13 @@ constexpr size_t kSaltSize = 16;
 SecretBytes pin_key(ByteView pin, ByteView salt);
 
 /**
- * AES-256-GCM: nonce, cipher text and tag in one block. `purpose` is authenticated with it, so that a block cannot
- * stand in for another.
+ * AES-256-GCM: nonce, cipher text and tag in one block. `purpose` is authenticated with it, so that a block
+ * cannot stand in for another.
  */
 Bytes wrap(ByteView key, std::string_view purpose, ByteView plain);
 
-/** The plain text again; the code for a wrong PIN when the key or the purpose is another, or the block was changed. */
+/** The plain text again; the code for a wrong PIN when the key or the purpose is another, or the block was
+ * changed. */
 SecretBytes unwrap(ByteView key, std::string_view purpose, ByteView block);
 
 }  // namespace velm::token

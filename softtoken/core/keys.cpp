@@ -12,10 +12,10 @@ constexpr uint8_t kUncompressed = 4;
 
 Key sm2_key_from_point(ByteView point) {
   char group[] = "SM2";
-  OSSL_PARAM parameters[] = {
-      OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
-      OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, const_cast<uint8_t*>(point.data()), point.size()),
-      OSSL_PARAM_construct_end()};
+  OSSL_PARAM parameters[] = {OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
+                             OSSL_PARAM_construct_octet_string(
+                                 OSSL_PKEY_PARAM_PUB_KEY, const_cast<uint8_t*>(point.data()), point.size()),
+                             OSSL_PARAM_construct_end()};
   const KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr));
   EVP_PKEY* key = nullptr;
   const bool made = EVP_PKEY_fromdata_init(context.get()) == 1 &&
@@ -87,7 +87,9 @@ Key public_key_from(ByteView bytes) {
       },
       bytes);
   if (!key) key = try_decode([](Source at, long size) { return d2i_PUBKEY(nullptr, at, size); }, bytes);
-  if (!key) key = try_decode([](Source at, long size) { return d2i_PublicKey(EVP_PKEY_RSA, nullptr, at, size); }, bytes);
+  if (!key)
+    key = try_decode([](Source at, long size) { return d2i_PublicKey(EVP_PKEY_RSA, nullptr, at, size); },
+                     bytes);
   require(key != nullptr, kBadInput);
   kind_of(key.get());
   return key;

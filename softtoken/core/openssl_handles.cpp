@@ -10,4 +10,12 @@ void require(bool holds, ErrorCode code) {
   throw TokenError(code);
 }
 
+ByteView view_of(const ASN1_STRING* string) {
+  return {ASN1_STRING_get0_data(string), static_cast<size_t>(ASN1_STRING_length(string))};
+}
+
+void set_bytes(ASN1_STRING* string, ByteView bytes) {
+  require(ASN1_STRING_set(string, bytes.data(), static_cast<int>(bytes.size())) == 1, kUnknownError);
+}
+
 }  // namespace velm::token

@@ -49,6 +49,10 @@ T* require_pointer(T* pointer, ErrorCode code) {
   return pointer;
 }
 
+/** The bytes of an ASN.1 string, as long as it lives; and new ones for it. */
+ByteView view_of(const ASN1_STRING* string);
+void set_bytes(ASN1_STRING* string, ByteView bytes);
+
 /** DER of an OpenSSL object, by its i2d function. */
 template <typename T, typename Encoder>
 Bytes der_of(Encoder encode, T* object, ErrorCode code = kUnknownError) {

@@ -11,15 +11,6 @@ namespace {
 
 constexpr int kVersion = 1;
 
-Bytes string_bytes(const ASN1_STRING* string) {
-  const uint8_t* data = ASN1_STRING_get0_data(string);
-  return {data, data + ASN1_STRING_length(string)};
-}
-
-void set_octets(ASN1_OCTET_STRING* target, ByteView bytes) {
-  require(ASN1_OCTET_STRING_set(target, bytes.data(), static_cast<int>(bytes.size())) == 1, kUnknownError);
-}
-
 void set_algorithm(X509_ALGOR* target, ASN1_OBJECT* object) {
   require(object != nullptr && X509_ALGOR_set0(target, object, V_ASN1_NULL, nullptr) == 1, kUnknownError);
 }
@@ -32,7 +23,7 @@ void set_content(PKCS7_SIGNED* message, const MessageTypes& types, const ByteVie
   if (data == nullptr) return;
   OctetString octets(ASN1_OCTET_STRING_new());
   require(octets != nullptr, kUnknownError);
-  set_octets(octets.get(), *data);
+  set_bytes(octets.get(), *data);
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
     contents->d.data = octets.release();
   } else {
@@ -45,21 +36,22 @@ std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
   const PKCS7* contents = message->contents;
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
     if (contents->d.data == nullptr) return std::nullopt;
-    return string_bytes(contents->d.data);
+    return copy_of(view_of(contents->d.data));
   }
   if (contents->d.other == nullptr) return std::nullopt;
   require(ASN1_TYPE_get(contents->d.other) == V_ASN1_OCTET_STRING, kPkcs7Format);
-  return string_bytes(contents->d.other->value.octet_string);
+  return copy_of(view_of(contents->d.other->value.octet_string));
 }
 
-void add_signer(PKCS7_SIGNED* message, const MessageTypes& types, X509* certificate, DigestId digest, ByteView signature) {
+void add_signer(PKCS7_SIGNED* message, const MessageTypes& types, X509* certificate, DigestId digest,
+                ByteView signature) {
   Handle<PKCS7_SIGNER_INFO, PKCS7_SIGNER_INFO_free> signer(PKCS7_SIGNER_INFO_new());
   require(signer && ASN1_INTEGER_set(signer->version, kVersion) == 1 &&
               set_issuer_and_serial(signer->issuer_and_serial, certificate),
           kUnknownError);
   set_algorithm(signer->digest_alg, OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))));
   set_algorithm(signer->digest_enc_alg, object_of(types.signature_algorithm).release());
-  set_octets(signer->enc_digest, signature);
+  set_bytes(signer->enc_digest, signature);
   require(sk_PKCS7_SIGNER_INFO_push(message->signer_info, signer.get()) > 0, kUnknownError);
   signer.release();
 }
@@ -89,11 +81,13 @@ X509* find_signer(const PKCS7_SIGNED* message, const PKCS7_SIGNER_INFO* signer) 
 void read_attributes(PKCS7_SIGNER_INFO* signer, SignedMessage& message) {
   if (sk_X509_ATTRIBUTE_num(signer->auth_attr) <= 0) return;
   message.signed_attributes = der_of<const ASN1_VALUE>(
-      [](const ASN1_VALUE* value, uint8_t** end) { return ASN1_item_i2d(value, end, ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY)); },
+      [](const ASN1_VALUE* value, uint8_t** end) {
+        return ASN1_item_i2d(value, end, ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY));
+      },
       reinterpret_cast<const ASN1_VALUE*>(signer->auth_attr), kPkcs7Format);
   const ASN1_OCTET_STRING* digest = PKCS7_digest_from_attributes(signer->auth_attr);
   require(digest != nullptr, kPkcs7Format);
-  message.attribute_digest = string_bytes(digest);
+  message.attribute_digest = copy_of(view_of(digest));
 }
 
 DigestId digest_id(const EVP_MD* digest) {
@@ -126,7 +120,7 @@ SignedMessage parse_signed_message(ByteView message) {
   SignedMessage result;
   result.content = content_of(parsed.get());
   result.signer = parse_certificate(certificate_der(find_signer(parsed.get(), signer)));
-  result.signature = string_bytes(signer->enc_digest);
+  result.signature = copy_of(view_of(signer->enc_digest));
   result.digest = EVP_get_digestbyobj(signer->digest_alg->algorithm);
   read_attributes(signer, result);
   return result;

@@ -7,8 +7,9 @@
 namespace velm::token {
 
 /**
- * A signed message over data by one signer: PKCS#7 for RSA, the same structure with the identifiers of GM/T 0010 for
- * SM2. It carries the signer's certificate and no signed attributes, and the data unless it is detached.
+ * A signed message over data by one signer: PKCS#7 for RSA, the same structure with the identifiers of GM/T
+ * 0010 for SM2. It carries the signer's certificate and no signed attributes, and the data unless it is
+ * detached.
  */
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached);
 
@@ -27,8 +28,8 @@ struct SignedMessage {
 SignedMessage parse_signed_message(ByteView message);
 
 /**
- * Throws the code for a signature that does not verify. `data` is what a detached message signs; an attached one must
- * agree with it unless it is empty.
+ * Throws the code for a signature that does not verify. `data` is what a detached message signs; an attached
+ * one must agree with it unless it is empty.
  */
 void verify_signed_message(ByteView message, ByteView data);
 

@@ -48,7 +48,8 @@ DigestId digest_for(const EVP_PKEY* key) {
 Bytes hash(DigestId id, ByteView data) {
   Bytes value(EVP_MAX_MD_SIZE);
   unsigned length = 0;
-  require(EVP_Digest(data.data(), data.size(), value.data(), &length, digest_of(id), nullptr) == 1, kUnknownError);
+  require(EVP_Digest(data.data(), data.size(), value.data(), &length, digest_of(id), nullptr) == 1,
+          kUnknownError);
   value.resize(length);
   return value;
 }
@@ -72,10 +73,10 @@ void verify_data(EVP_PKEY* key, DigestId digest, ByteView data, ByteView signatu
   require_fitting(key, digest);
   const DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* key_context = nullptr;
-  const bool valid = context &&
-                     EVP_DigestVerifyInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
-                     set_signer_id(key, key_context) &&
-                     EVP_DigestVerify(context.get(), signature.data(), signature.size(), data.data(), data.size()) == 1;
+  const bool valid =
+      context && EVP_DigestVerifyInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
+      set_signer_id(key, key_context) &&
+      EVP_DigestVerify(context.get(), signature.data(), signature.size(), data.data(), data.size()) == 1;
   require(valid, kVerifyFailed);
 }
 
@@ -83,14 +84,16 @@ Bytes sign_hash(EVP_PKEY* key, DigestId digest, ByteView hash) {
   const KeyContext context = hash_context(key, digest, hash, EVP_PKEY_sign_init);
   Bytes signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
   size_t length = signature.size();
-  require(EVP_PKEY_sign(context.get(), signature.data(), &length, hash.data(), hash.size()) == 1, kSignFailed);
+  require(EVP_PKEY_sign(context.get(), signature.data(), &length, hash.data(), hash.size()) == 1,
+          kSignFailed);
   signature.resize(length);
   return signature;
 }
 
 void verify_hash(EVP_PKEY* key, DigestId digest, ByteView hash, ByteView signature) {
   const KeyContext context = hash_context(key, digest, hash, EVP_PKEY_verify_init);
-  const int valid = EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(), hash.size());
+  const int valid = EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(),
+                                    hash.size());
   require(valid == 1, kVerifyFailed);
 }
 

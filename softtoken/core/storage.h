@@ -8,9 +8,11 @@ namespace velm::token {
 constexpr uint64_t kMaxUserFile = 1024 * 1024;
 
 /** User data files: bytes under a type and an index, grown with zeros where a write leaves a gap. */
-void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset, ByteView data);
+void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset,
+                     ByteView data);
 /** What the file holds from an offset on, at most `length` bytes; throws the code for no such file. */
-Bytes read_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset, uint32_t length);
+Bytes read_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset,
+                     uint32_t length);
 
 /** The items of a seal, by number. */
 enum class SealItem : uint32_t {

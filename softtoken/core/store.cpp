@@ -63,7 +63,8 @@ void Store::create(const std::filesystem::path& file) {
 Store::Store(const std::filesystem::path& file) : database_(file, false) {
   Statement version(database_, "PRAGMA user_version");
   version.step();
-  if (version.number(0) != kFormat) throw std::runtime_error(file.string() + " is not a store of this version");
+  if (version.number(0) != kFormat)
+    throw std::runtime_error(file.string() + " is not a store of this version");
 }
 
 std::vector<std::string> Store::container_names() {
@@ -81,11 +82,14 @@ int64_t Store::container_id(const std::string& name) {
 
 ContainerRow Store::container(int64_t id) {
   Statement row(database_,
-      "SELECT id, name, tries_left, salt, signing_key, exchange_key, signing_certificate, exchange_certificate"
-      " FROM container WHERE id = ?", id);
+                "SELECT id, name, tries_left, salt, signing_key, exchange_key, signing_certificate, "
+                "exchange_certificate"
+                " FROM container WHERE id = ?",
+                id);
   require(row.step(), kNoSuchContainer);
-  return {row.number(0), row.text(1), static_cast<uint32_t>(row.number(2)), row.bytes(3), row.bytes(4), row.bytes(5),
-          row.bytes(6), row.bytes(7)};
+  return {row.number(0), row.text(1),  static_cast<uint32_t>(row.number(2)),
+          row.bytes(3),  row.bytes(4), row.bytes(5),
+          row.bytes(6),  row.bytes(7)};
 }
 
 int64_t Store::add_container(const ContainerRow& row) {
@@ -100,7 +104,9 @@ int64_t Store::add_container(const ContainerRow& row) {
   return database_.last_row();
 }
 
-void Store::delete_container(int64_t id) { Statement(database_, "DELETE FROM container WHERE id = ?", id).run(); }
+void Store::delete_container(int64_t id) {
+  Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
+}
 
 uint32_t Store::tries_left(int64_t id) {
   Statement row(database_, "SELECT tries_left FROM container WHERE id = ?", id);
@@ -110,7 +116,8 @@ uint32_t Store::tries_left(int64_t id) {
 
 bool Store::take_try(int64_t id) {
   const std::lock_guard lock(database_.mutex());
-  Statement(database_, "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND tries_left > 0", id).run();
+  Statement(database_, "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND tries_left > 0", id)
+      .run();
   return database_.changes() == 1;
 }
 
@@ -119,7 +126,8 @@ void Store::give_tries_back(int64_t id) {
 }
 
 void Store::replace_keys(int64_t id, const Bytes& salt, const Bytes& signing_key, const Bytes& exchange_key) {
-  Statement(database_, "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ? WHERE id = ?",
+  Statement(database_,
+            "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ? WHERE id = ?",
             salt, signing_key, exchange_key, kPinTries, id)
       .run();
 }
@@ -138,7 +146,9 @@ std::vector<Certificate> Store::roots() {
 }
 
 void Store::revoke(const X509* certificate) {
-  Statement(database_, "INSERT OR IGNORE INTO revoked VALUES(?, ?)", issuer_of(certificate), serial_of(certificate)).run();
+  Statement(database_, "INSERT OR IGNORE INTO revoked VALUES(?, ?)", issuer_of(certificate),
+            serial_of(certificate))
+      .run();
 }
 
 bool Store::is_revoked(const X509* certificate) {

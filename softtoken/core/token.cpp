@@ -21,7 +21,8 @@ void require_good_name(const std::string& name) {
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
 }
 
-Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order, Usage usage) {
+Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order,
+                              Usage usage) {
   const time_t now = std::time(nullptr);
   const bool usual = order.not_before == 0 && order.not_after == 0;
   return issue_certificate(authority, key,
@@ -50,7 +51,8 @@ Token::PrivateKeys Token::open_keys(int64_t id, ByteView pin) {
   require(store_.take_try(id), kPinLocked);
   const ContainerRow row = store_.container(id);
   const SecretBytes key = pin_key(pin, row.salt);
-  PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key), unwrap(key, kExchangePurpose, row.exchange_key)};
+  PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
+                   unwrap(key, kExchangePurpose, row.exchange_key)};
   store_.give_tries_back(id);
   return keys;
 }
@@ -73,19 +75,25 @@ void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_p
   const PrivateKeys keys = open_keys(id, old_pin);
   const Bytes salt = system_random(kSaltSize);
   const SecretBytes key = pin_key(new_pin, salt);
-  store_.replace_keys(id, salt, wrap(key, kSigningPurpose, keys.signing), wrap(key, kExchangePurpose, keys.exchange));
+  store_.replace_keys(id, salt, wrap(key, kSigningPurpose, keys.signing),
+                      wrap(key, kExchangePurpose, keys.exchange));
 }
 
 int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
   const Authority authority = store_.authority(order.kind);
-  const auto make_key = [&] { return order.kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(order.rsa_bits); };
+  const auto make_key = [&] {
+    return order.kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(order.rsa_bits);
+  };
   const Key signing = make_key();
   const Key exchange = make_key();
   ContainerRow row;
   row.name = order.name;
-  row.signing_certificate = certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
-  row.exchange_certificate = certificate_der(order_certificate(authority, exchange.get(), order, Usage::exchange).get());
-  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())}, pin);
+  row.signing_certificate = certificate_der(
+      order_certificate(authority, signing.get(), order, Usage::signing).get());
+  row.exchange_certificate = certificate_der(
+      order_certificate(authority, exchange.get(), order, Usage::exchange).get());
+  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())},
+                         pin);
 }
 
 int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {

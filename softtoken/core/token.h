@@ -25,8 +25,8 @@ struct Credential {
 };
 
 /**
- * The token: its store, and who is logged in. Container names come as clients send them, in UTF-8 or GBK. Every
- * function throws TokenError with the code that the client receives; any thread may call it.
+ * The token: its store, and who is logged in. Container names come as clients send them, in UTF-8 or GBK.
+ * Every function throws TokenError with the code that the client receives; any thread may call it.
  */
 class Token {
  public:
@@ -41,7 +41,9 @@ class Token {
   void logout(const std::string& name) { sessions_.close(container_id(name)); }
   /** Throws the code for not logged in. */
   void require_login(const std::string& name) { session(name); }
-  std::shared_ptr<const Session> session(const std::string& name) { return sessions_.use(container_id(name)); }
+  std::shared_ptr<const Session> session(const std::string& name) {
+    return sessions_.use(container_id(name));
+  }
 
   uint32_t tries_left(const std::string& name) { return store_.tries_left(container_id(name)); }
   void change_pin(const std::string& name, ByteView old_pin, ByteView new_pin);

@@ -7,7 +7,8 @@
 
 int32_t VELM_Openssl_Base64Encode(
     const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) try {
-  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr) return kApiBadInput;
+  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
+    return kApiBadInput;
   const std::string text = velm::token::base64_encode({input, input_length});
   std::ranges::copy(text, output);
   *output_length = static_cast<uint32_t>(text.size());
@@ -18,7 +19,8 @@ int32_t VELM_Openssl_Base64Encode(
 
 int32_t VELM_Openssl_Base64Decode(
     const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) try {
-  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr) return kApiBadInput;
+  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
+    return kApiBadInput;
   const auto bytes = velm::token::base64_decode({reinterpret_cast<const char*>(input), input_length});
   if (!bytes) return kApiBadInput;
   std::ranges::copy(*bytes, output);

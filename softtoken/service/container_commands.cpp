@@ -14,7 +14,8 @@ void init_store(const std::filesystem::path& file, bool demo) {
   add_demo_containers(token);
 }
 
-void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type, const std::string& pin) {
+void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,
+                   const std::string& pin) {
   ContainerOrder order{.name = name};
   if (type != "sm2") {
     order.kind = KeyKind::rsa;
@@ -30,14 +31,19 @@ void list_containers(const std::filesystem::path& file) {
     const ContainerRow row = token.container(name);
     const Certificate certificate = parse_certificate(row.signing_certificate);
     const Key key = key_of(certificate.get());
-    const std::string kind = kind_of(key.get()) == KeyKind::sm2 ? "SM2" : "RSA-" + std::to_string(bits_of(key.get()));
+    const std::string kind = kind_of(key.get()) == KeyKind::sm2 ? "SM2"
+                                                                : "RSA-" + std::to_string(bits_of(key.get()));
     std::printf("%-10s %2u tries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.tries_left),
                 as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), name.c_str());
   }
 }
 
-void delete_container(const std::filesystem::path& file, const std::string& name) { Token(file).delete_container(name); }
+void delete_container(const std::filesystem::path& file, const std::string& name) {
+  Token(file).delete_container(name);
+}
 
-void unlock_container(const std::filesystem::path& file, const std::string& name) { Token(file).unlock(name); }
+void unlock_container(const std::filesystem::path& file, const std::string& name) {
+  Token(file).unlock(name);
+}
 
 }  // namespace velm::token

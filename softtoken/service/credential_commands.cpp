@@ -20,7 +20,9 @@ SecretBytes read_file(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
-Bio memory(const SecretBytes& bytes) { return Bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size()))); }
+Bio memory(const SecretBytes& bytes) {
+  return Bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
+}
 
 Credential from_pkcs12(PKCS12* container, const std::string& password) {
   EVP_PKEY* key = nullptr;
@@ -61,8 +63,9 @@ Certificate issuer_of(Store& store, X509* certificate) {
 
 }  // namespace
 
-void import_container(const std::filesystem::path& file, const std::string& name, const std::filesystem::path& source,
-                      const std::string& password, const std::string& pin) {
+void import_container(const std::filesystem::path& file, const std::string& name,
+                      const std::filesystem::path& source, const std::string& password,
+                      const std::string& pin) {
   Token token(file);
   token.import_container(name, read_credential(source, password), as_bytes(pin));
 }
@@ -70,8 +73,8 @@ void import_container(const std::filesystem::path& file, const std::string& name
 void export_certificate(const std::filesystem::path& file, const std::string& name, WhichCertificate which) {
   Token token(file);
   const ContainerRow row = token.container(name);
-  Certificate certificate =
-      parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate : row.signing_certificate);
+  Certificate certificate = parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate
+                                                                                  : row.signing_certificate);
   if (which == WhichCertificate::authority) certificate = issuer_of(token.store(), certificate.get());
   const Bio text(BIO_new(BIO_s_mem()));
   require(PEM_write_bio_X509(text.get(), certificate.get()) == 1, kUnknownError);

@@ -18,7 +18,8 @@ constexpr const char* kFrameType = "application/octet-stream";
 template <typename Table, typename Run>
 uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
   const auto started = std::chrono::steady_clock::now();
-  const auto found = std::ranges::find(functions, number, [](const auto& function) { return function.number; });
+  const auto found = std::ranges::find(functions, number,
+                                       [](const auto& function) { return function.number; });
   uint32_t code = kNotSupported;
   if (found != functions.end()) {
     try {
@@ -31,8 +32,9 @@ uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
       code = kUnknownError;
     }
   }
-  trace.record(found != functions.end() ? found->name : "(unknown)", code,
-               std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started));
+  trace.record(
+      found != functions.end() ? found->name : "(unknown)", code,
+      std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now() - started));
   return code;
 }
 
@@ -49,11 +51,13 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
 Answer answer_json(Service& service, std::string_view body) {
   // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
   nlohmann::json request = nlohmann::json::parse(utf8_of(body), nullptr, false);
-  if (!request.is_object() || !request.contains("funcid")) return {400, kJsonType, json_answer(kBadInput, nullptr)};
+  if (!request.is_object() || !request.contains("funcid"))
+    return {400, kJsonType, json_answer(kBadInput, nullptr)};
   nlohmann::json result;
   uint32_t code = kBadInput;
   if (request["funcid"].is_number_unsigned()) {
-    const auto number = static_cast<uint32_t>(std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
+    const auto number = static_cast<uint32_t>(
+        std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
     code = run_call(service.trace, json_functions(), number,
                     [&](const JsonFunction& function) { result = function.run(service.token, request); });
   }
@@ -62,7 +66,8 @@ Answer answer_json(Service& service, std::string_view body) {
 }
 
 Answer answer_frame(Service& service, std::string_view body) {
-  if (body.size() < 2 || static_cast<uint8_t>(body[0]) != kFrameMark) return {400, kFrameType, frame_answer(kBadInput)};
+  if (body.size() < 2 || static_cast<uint8_t>(body[0]) != kFrameMark)
+    return {400, kFrameType, frame_answer(kBadInput)};
   FrameReader request(as_bytes(body.substr(2)));
   Bytes data;
   const uint32_t code =

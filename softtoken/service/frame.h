@@ -9,8 +9,9 @@ constexpr uint8_t kFrameMark = 0x77;
 constexpr size_t kFrameHeaderSize = 8;
 
 /**
- * Reads the fields of a request frame, after mark and function number, in order; integers are 32-bit little-endian. A field that reaches beyond
- * the frame throws the code for a bad length, as does anything left at the end.
+ * Reads the fields of a request frame, after mark and function number, in order; integers are 32-bit
+ * little-endian. A field that reaches beyond the frame throws the code for a bad length, as does anything
+ * left at the end.
  */
 class FrameReader {
  public:

@@ -10,8 +10,8 @@
 namespace velm::token {
 
 /**
- * The server's threads. One is added whenever a connection finds none waiting, up to a limit: silent connections
- * occupy threads of their own until they time out and never stand in the way of one that speaks.
+ * The server's threads. One is added whenever a connection finds none waiting, up to a limit: silent
+ * connections occupy threads of their own until they time out and never stand in the way of one that speaks.
  */
 class GrowingThreadPool : public httplib::TaskQueue {
  public:

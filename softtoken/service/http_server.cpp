@@ -11,7 +11,8 @@ namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
 constexpr size_t kThreadLimit = 2048;
-// What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection ends.
+// What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection
+// ends.
 constexpr std::chrono::milliseconds kDrainTime{300};
 constexpr size_t kDrainBytes = 1024 * 1024;
 
@@ -44,17 +45,17 @@ class HttpServer::Server : public httplib::Server {
       if (!is_foreign(request)) return 100;
       return response.status = 403;
     });
-    Post(".*", [this](const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& body) {
-      answer(request, response, body);
-    });
+    Post(".*", [this](const httplib::Request& request, httplib::Response& response,
+                      const httplib::ContentReader& body) { answer(request, response, body); });
     Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
       response.set_content(service_.trace.text(), "text/plain");
     });
   }
 
   uint16_t bind() {
-    const bool bound = options_.port != 0 ? bind_to_port(kLoopback, options_.port)
-                                          : (options_.port = static_cast<uint16_t>(bind_to_any_port(kLoopback))) != 0;
+    const bool bound = options_.port != 0
+                           ? bind_to_port(kLoopback, options_.port)
+                           : (options_.port = static_cast<uint16_t>(bind_to_any_port(kLoopback))) != 0;
     if (!bound || options_.port == UINT16_MAX) throw std::runtime_error("the port is not free");
     host_ = std::string(kLoopback) + ":" + std::to_string(options_.port);
     local_host_ = "localhost:" + std::to_string(options_.port);
@@ -67,8 +68,8 @@ class HttpServer::Server : public httplib::Server {
   }
 
  private:
-  // A web page of any site can make its browser send requests here. The browser then names the page's origin, or,
-  // where the page's own host name was pointed at this address, that name as the host.
+  // A web page of any site can make its browser send requests here. The browser then names the page's origin,
+  // or, where the page's own host name was pointed at this address, that name as the host.
   bool is_foreign(const httplib::Request& request) const {
     const std::string host = request.get_header_value("Host");
     return request.has_header("Origin") || request.get_header_value_count("Host") != 1 ||
@@ -81,7 +82,8 @@ class HttpServer::Server : public httplib::Server {
     return HandlerResponse::Handled;
   }
 
-  void answer(const httplib::Request& request, httplib::Response& response, const httplib::ContentReader& reader) {
+  void answer(const httplib::Request& request, httplib::Response& response,
+              const httplib::ContentReader& reader) {
     const std::string type = request.get_header_value("Content-Type");
     const bool json = starts_with(type, "application/json");
     if (!json && !starts_with(type, "application/octet-stream")) {
@@ -108,7 +110,8 @@ class HttpServer::Server : public httplib::Server {
   bool process_and_close_socket(socket_t socket) override {
     RequestStream stream(socket, options_.request_time, ending_);
     bool closed = false;
-    const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, true, closed, nullptr);
+    const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, true, closed,
+                                          nullptr);
     const bool served = stream.served();
     const bool sent = stream.flush();
     if (!served) drain(socket);
@@ -138,7 +141,8 @@ class HttpServer::Server : public httplib::Server {
   std::atomic<bool> ending_{false};
 };
 
-HttpServer::HttpServer(Service& service, HttpOptions options) : server_(std::make_unique<Server>(service, options)) {}
+HttpServer::HttpServer(Service& service, HttpOptions options)
+    : server_(std::make_unique<Server>(service, options)) {}
 
 HttpServer::~HttpServer() = default;
 

@@ -6,7 +6,8 @@
 
 namespace velm::token {
 
-/** The members of a request; each throws the code for bad input when the member is missing or of another type. */
+/** The members of a request; each throws the code for bad input when the member is missing or of another
+ * type. */
 std::string text_field(const nlohmann::json& request, const char* name);
 SecretBytes secret_text_field(const nlohmann::json& request, const char* name);
 uint32_t number_field(const nlohmann::json& request, const char* name);

@@ -24,7 +24,8 @@ std::vector<std::string> arguments(int argc, char** argv) {
   wchar_t** wide = CommandLineToArgvW(GetCommandLineW(), &count);
   for (int i = 1; wide != nullptr && i < count; ++i) {
     std::string text(std::wcslen(wide[i]) * 3 + 1, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, text.data(), static_cast<int>(text.size()), nullptr, nullptr);
+    WideCharToMultiByte(CP_UTF8, 0, wide[i], -1, text.data(), static_cast<int>(text.size()), nullptr,
+                        nullptr);
     utf8.emplace_back(text.c_str());
   }
   LocalFree(wide);
@@ -54,7 +55,8 @@ struct Line {
   std::filesystem::path store() const { return path_of(data); }
 };
 
-CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char* description, std::function<void()> run) {
+CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char* description,
+                      std::function<void()> run) {
   CLI::App* command = parent.add_subcommand(name, description);
   command->add_option("--data", line.data, "the store's file")->capture_default_str();
   command->callback(std::move(run));
@@ -62,18 +64,24 @@ CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char
 }
 
 void add_serve(CLI::App& app, Line& line) {
-  CLI::App* serve_command = add_command(app, line, "serve", "answer applications on the loopback address", [&line] {
-    line.serve.http.body_limit = static_cast<size_t>(line.body_limit_mib * 1024 * 1024);
-    line.serve.http.request_time = std::chrono::milliseconds(static_cast<int64_t>(line.request_seconds * 1000));
-    serve(line.store(), line.serve);
-  });
+  CLI::App* serve_command = add_command(
+      app, line, "serve", "answer applications on the loopback address", [&line] {
+        line.serve.http.body_limit = static_cast<size_t>(line.body_limit_mib * 1024 * 1024);
+        line.serve.http.request_time = std::chrono::milliseconds(
+            static_cast<int64_t>(line.request_seconds * 1000));
+        serve(line.store(), line.serve);
+      });
   serve_command->add_option("--port", line.serve.http.port, "TCP port")->capture_default_str();
-  serve_command->add_option("--idle-logout", line.serve.idle_logout_minutes, "minutes after which an unused login ends; 0: never")
+  serve_command
+      ->add_option("--idle-logout", line.serve.idle_logout_minutes,
+                   "minutes after which an unused login ends; 0: never")
       ->capture_default_str();
   serve_command->add_option("--body-limit", line.body_limit_mib, "largest request body, in MiB")
       ->capture_default_str()->check(CLI::PositiveNumber);
-  serve_command->add_option("--request-time", line.request_seconds, "seconds within which a request has to arrive")
-      ->capture_default_str()->check(CLI::PositiveNumber);
+  serve_command
+      ->add_option("--request-time", line.request_seconds, "seconds within which a request has to arrive")
+      ->capture_default_str()
+      ->check(CLI::PositiveNumber);
 }
 
 void add_container_commands(CLI::App& app, Line& line) {
@@ -96,22 +104,26 @@ void add_store_commands(CLI::App& app, Line& line) {
                                [&line] { init_store(line.store(), line.demo); });
   init->add_flag("--demo", line.demo, "with the demo containers, PIN 12345678");
 
-  CLI::App* import = add_command(app, line, "import", "make a container from a private key and its certificate", [&line] {
-    import_container(line.store(), line.name, path_of(line.source), line.password, line.pin);
-  });
+  CLI::App* import = add_command(
+      app, line, "import", "make a container from a private key and its certificate",
+      [&line] { import_container(line.store(), line.name, path_of(line.source), line.password, line.pin); });
   import->add_option("name", line.name, "the container's name")->required();
   import->add_option("file", line.source, "PKCS#12 or PEM")->required();
   import->add_option("--password", line.password, "the file's password");
   import->add_option("--pin", line.pin, "the container's PIN, 4 to 31 characters")->required();
 
-  CLI::App* export_cert = add_command(app, line, "export-cert", "print a container's signing certificate in PEM", [&line] {
-    export_certificate(line.store(), line.name,
-                       line.authority ? WhichCertificate::authority
-                       : line.exchange ? WhichCertificate::exchange : WhichCertificate::signing);
-  });
+  CLI::App* export_cert = add_command(app, line, "export-cert",
+                                      "print a container's signing certificate in PEM", [&line] {
+                                        export_certificate(line.store(), line.name,
+                                                           line.authority  ? WhichCertificate::authority
+                                                           : line.exchange ? WhichCertificate::exchange
+                                                                           : WhichCertificate::signing);
+                                      });
   export_cert->add_option("name", line.name, "the container's name")->required();
-  CLI::Option* exchange = export_cert->add_flag("--exchange", line.exchange, "its exchange certificate instead");
-  export_cert->add_flag("--authority", line.authority, "the issuer's certificate instead")->excludes(exchange);
+  CLI::Option* exchange = export_cert->add_flag("--exchange", line.exchange,
+                                                "its exchange certificate instead");
+  export_cert->add_flag("--authority", line.authority, "the issuer's certificate instead")
+      ->excludes(exchange);
 
   CLI::App* unlock = add_command(app, line, "unlock", "give a container its PIN tries back",
                                  [&line] { unlock_container(line.store(), line.name); });

@@ -26,7 +26,8 @@ Json sign_data(Token& token, const Json& request) {
 
 Json verify_data(Token&, const Json& request) {
   const Key key = key_of(parse_certificate(base64_field(request, "EncodeCert")).get());
-  verify_data(key.get(), digest_for(key.get()), base64_field(request, "InData"), base64_field(request, "SignValue"));
+  verify_data(key.get(), digest_for(key.get()), base64_field(request, "InData"),
+              base64_field(request, "SignValue"));
   return nullptr;
 }
 

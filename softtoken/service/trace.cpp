@@ -21,8 +21,9 @@ std::string Trace::text() const {
     char time[32];
     std::strftime(time, sizeof time, "%Y-%m-%d %H:%M:%S", std::localtime(&seconds));
     char line[128];
-    std::snprintf(line, sizeof line, "%s.%03d  %-24s 0x%08X  %8lld us\n", time, static_cast<int>(milliseconds),
-                  call.function, static_cast<unsigned>(call.code), static_cast<long long>(call.duration.count()));
+    std::snprintf(line, sizeof line, "%s.%03d  %-24s 0x%08X  %8lld us\n", time,
+                  static_cast<int>(milliseconds), call.function, static_cast<unsigned>(call.code),
+                  static_cast<long long>(call.duration.count()));
     text += line;
   }
   return text;

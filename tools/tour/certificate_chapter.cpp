@@ -9,8 +9,11 @@ struct Field {
   uint32_t item;
 };
 
-constexpr Field kFields[] = {
-    {"subject", 0x07}, {"issuer", 0x05}, {"serial number", 0x02}, {"valid from", 0x35}, {"valid until", 0x36}};
+constexpr Field kFields[] = {{"subject", 0x07},
+                             {"issuer", 0x05},
+                             {"serial number", 0x02},
+                             {"valid from", 0x35},
+                             {"valid until", 0x36}};
 
 Bytes certificate_of(Narrator& narrator, const char* name) {
   Bytes certificate;
@@ -21,7 +24,9 @@ Bytes certificate_of(Narrator& narrator, const char* name) {
   return certificate;
 }
 
-uint32_t validate(const Bytes& certificate) { return SOF_ValidateCert(certificate.data(), length_of(certificate)); }
+uint32_t validate(const Bytes& certificate) {
+  return SOF_ValidateCert(certificate.data(), length_of(certificate));
+}
 
 }  // namespace
 
@@ -40,5 +45,6 @@ void certificate_chapter(Narrator& narrator) {
   }
   narrator.call("Validate one that has expired", validate(certificate_of(narrator, "EXPIRED_RSA_2048_DEMO")),
                 SOR_CERTHASEXPIREDERR);
-  narrator.call("Validate one that was revoked", validate(certificate_of(narrator, "REVOKED_SM2_DEMO")), SOR_CERTREVOKEDERR);
+  narrator.call("Validate one that was revoked", validate(certificate_of(narrator, "REVOKED_SM2_DEMO")),
+                SOR_CERTREVOKEDERR);
 }

@@ -17,8 +17,8 @@ inline std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.en
 inline uint32_t length_of(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()); }
 
 /**
- * A call with a size query: `call` is run with a null buffer for the size, then with a buffer of that size; the
- * result is cut to what was written.
+ * A call with a size query: `call` is run with a null buffer for the size, then with a buffer of that size;
+ * the result is cut to what was written.
  */
 template <typename Call>
 uint32_t with_size_query(Bytes& result, Call call) {

@@ -13,8 +13,9 @@ void encryption_chapter(Narrator& narrator) {
                   }));
     Bytes envelope;
     narrator.call("Encrypt for its holder", with_size_query(envelope, [&](uint8_t* out, uint32_t* length) {
-      return SOF_EncryptData(certificate.data(), length_of(certificate), secret.data(), length_of(secret), out, length);
-    }));
+                    return SOF_EncryptData(certificate.data(), length_of(certificate), secret.data(),
+                                           length_of(secret), out, length);
+                  }));
     narrator.detail(std::to_string(envelope.size()) + " bytes: " + hex(envelope));
     Bytes opened;
     narrator.call("Decrypt with its key", with_size_query(opened, [&](uint8_t* out, uint32_t* length) {

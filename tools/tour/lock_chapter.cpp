@@ -11,5 +11,6 @@ void lock_chapter(Narrator& narrator) {
   uint32_t left = 0;
   narrator.call("Ask how many tries are left", SOF_GetPinRetryCount(name, &left));
   for (; left > 0; --left) narrator.call("Log in with a wrong PIN", SOF_Login(name, kDemoPin), SOR_PINERR);
-  narrator.call("Log in with the right PIN, after all tries are gone", SOF_Login(name, "another-pin"), SOR_PINLOCKEDERR);
+  narrator.call("Log in with the right PIN, after all tries are gone", SOF_Login(name, "another-pin"),
+                SOR_PINLOCKEDERR);
 }

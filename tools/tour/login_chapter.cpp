@@ -13,7 +13,8 @@ void login_chapter(Narrator& narrator) {
   const char* name = kDemoContainers[0];
   Bytes signature(1024);
   uint32_t length = length_of(signature);
-  narrator.call("Sign before logging in", SOF_SignData(name, signature.data(), 3, signature.data(), &length), SOR_NOTLOGINERR);
+  narrator.call("Sign before logging in", SOF_SignData(name, signature.data(), 3, signature.data(), &length),
+                SOR_NOTLOGINERR);
   narrator.call("Log in with a wrong PIN", SOF_Login(name, "87654321"), SOR_PINERR);
   uint32_t left = 0;
   narrator.call("Ask how many tries are left", SOF_GetPinRetryCount(name, &left));

@@ -25,7 +25,8 @@ TEST(Base64, DecodesEveryByteValueAcrossLines) {
 }
 
 TEST(Base64, RefusesWhatIsNotBase64) {
-  for (const char* text : {"Zg", "Zg=", "Zg===", "=", "====", "Z===", "Zm9v=", "Zg==Zg==", "Zg==\nZ", "Zm9*", "Zm 9", "Zg=v"}) {
+  for (const char* text :
+       {"Zg", "Zg=", "Zg===", "=", "====", "Z===", "Zm9v=", "Zg==Zg==", "Zg==\nZ", "Zm9*", "Zm 9", "Zg=v"}) {
     EXPECT_EQ(base64_decode(text), std::nullopt) << text;
   }
 }

@@ -19,7 +19,8 @@ namespace {
 constexpr std::string_view kExamplePoint =
     "0409F9DF311E5421A150DD7D161E4BC5C672179FAD1833FC076BB08FF356F35020"
     "CCEA490CE26775A52DC6EA718CC1AA600AED05FBF35E084A6632F6072DA9AD13";
-constexpr std::string_view kExampleScalar = "3945208F7B2144B13F36E38AC6D39F95889393692860B51A42FB81EF4DF7C5B8";
+constexpr std::string_view kExampleScalar =
+    "3945208F7B2144B13F36E38AC6D39F95889393692860B51A42FB81EF4DF7C5B8";
 
 // PKCS#8 around the scalar and the point.
 Key example_private_key() {
@@ -54,9 +55,10 @@ TEST(KnownAnswers, Sm2Signature) {
       "3046022100F5A03B0648D2C4630EEAC513E1BB81A15944DA3827D5B74143AC7EACEEE720B3"
       "022100B1B6AA29DF212FD8763182BC0D421CA1BB9038FD1F7F42D4840B69C485BBC1AA");
   verify_data(key.get(), DigestId::sm3, as_bytes("message digest"), signature);
-  verify_hash(key.get(), DigestId::sm3, from_hex("F0B43E94BA45ACCAACE692ED534382EB17E6AB5A19CE7B31F4486FDFC0D28640"),
-              signature);
-  EXPECT_EQ(code_of([&] { verify_data(key.get(), DigestId::sm3, as_bytes("message digesT"), signature); }), kVerifyFailed);
+  verify_hash(key.get(), DigestId::sm3,
+              from_hex("F0B43E94BA45ACCAACE692ED534382EB17E6AB5A19CE7B31F4486FDFC0D28640"), signature);
+  EXPECT_EQ(code_of([&] { verify_data(key.get(), DigestId::sm3, as_bytes("message digesT"), signature); }),
+            kVerifyFailed);
 }
 
 TEST(KnownAnswers, Sm2Decryption) {
@@ -81,7 +83,8 @@ class EveryKey : public testing::TestWithParam<Kind> {
   }
   Certificate certify(EVP_PKEY* subject_key) const {
     const time_t now = std::time(nullptr);
-    return issue_certificate(authority, subject_key, {"Somebody 某人", Usage::signing, now - kDay, now + kDay});
+    return issue_certificate(authority, subject_key,
+                             {"Somebody 某人", Usage::signing, now - kDay, now + kDay});
   }
 
   Authority authority = make_authority(GetParam().kind);
@@ -207,7 +210,8 @@ TEST(KeyProtection, OpensWithItsKeyAndPurposeOnly) {
 TEST(TextEncoding, TellsUtf8FromGbk) {
   EXPECT_TRUE(is_utf8("plain"));
   EXPECT_TRUE(is_utf8("容器 é 😀"));
-  for (const char* bad : {"\xC0\x80", "\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE5\xAE", "\xC8\xDD"}) {
+  for (const char* bad :
+       {"\xC0\x80", "\x80", "\xE0\x80\x80", "\xED\xA0\x80", "\xF4\x90\x80\x80", "\xE5\xAE", "\xC8\xDD"}) {
     EXPECT_FALSE(is_utf8(bad)) << bad;
   }
   EXPECT_EQ(gbk_to_utf8("\xC8\xDD\xC6\xF7"), "容器");

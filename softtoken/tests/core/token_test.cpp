@@ -143,7 +143,8 @@ TEST(Demo, HoldsTheContainersItPromises) {
                                       "RSA_2048_SCAN_CONTAINER_DEMO", "演示容器_SM2", "SEAL_SM2_DEMO",
                                       "EXPIRED_RSA_2048_DEMO", "REVOKED_SM2_DEMO"}));
   const auto verdict = [&](const char* name) {
-    return code_of([&] { token.validate(parse_certificate(token.container(name).signing_certificate).get()); });
+    return code_of(
+        [&] { token.validate(parse_certificate(token.container(name).signing_certificate).get()); });
   };
   EXPECT_EQ(verdict("SM2_DEMO"), kSuccess);
   EXPECT_EQ(verdict("RSA_2048_DEMO"), kSuccess);
@@ -167,7 +168,8 @@ TEST(Validation, RefusesWhatTheAuthorityDidNotSign) {
     const Key key = generate_sm2_key();
     const time_t now = std::time(nullptr);
     const CertificateOrder order{"X", Usage::signing, now - kDay, now + kDay};
-    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(stranger, key.get(), order).get()); }), kNotTrusted);
+    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(stranger, key.get(), order).get()); }),
+              kNotTrusted);
     const CertificateOrder early{"X", Usage::signing, now + kDay, now + 2 * kDay};
     EXPECT_EQ(code_of([&] { token.validate(issue_certificate(own, key.get(), early).get()); }), kNotYetValid);
     Bytes changed = certificate_der(issue_certificate(own, key.get(), order).get());

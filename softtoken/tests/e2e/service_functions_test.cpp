@@ -37,7 +37,8 @@ Bytes signing_certificate(const char* name) {
 }
 
 Bytes exchange_certificate(const char* name) {
-  return output_of([&](uint8_t* out, uint32_t* length) { return SOF_ExportExChangeUserCert(name, out, length); });
+  return output_of(
+      [&](uint8_t* out, uint32_t* length) { return SOF_ExportExChangeUserCert(name, out, length); });
 }
 
 Bytes sign(const char* name, const Bytes& data) {
@@ -47,8 +48,8 @@ Bytes sign(const char* name, const Bytes& data) {
 }
 
 uint32_t verify(const Bytes& certificate, const Bytes& data, const Bytes& signature) {
-  return SOF_VerifySignedData(
-      certificate.data(), size_of(certificate), data.data(), size_of(data), signature.data(), size_of(signature));
+  return SOF_VerifySignedData(certificate.data(), size_of(certificate), data.data(), size_of(data),
+                              signature.data(), size_of(signature));
 }
 
 TEST(Environment, VersionAndRandom) {
@@ -144,7 +145,9 @@ TEST_P(EveryKey, CertificatesTellWhoseTheyAre) {
     EXPECT_EQ(subject, bytes_of(name));
     Bytes value(1024);
     uint32_t length = size_of(value);
-    EXPECT_EQ(SOF_GetCertInfoByOid(certificate.data(), size_of(certificate), "2.5.4.3", value.data(), &length), SOR_OK);
+    EXPECT_EQ(
+        SOF_GetCertInfoByOid(certificate.data(), size_of(certificate), "2.5.4.3", value.data(), &length),
+        SOR_OK);
     value.resize(length);
     EXPECT_EQ(value, bytes_of(name));
     EXPECT_EQ(SOF_ValidateCert(certificate.data(), size_of(certificate)), SOR_OK);
@@ -200,7 +203,8 @@ TEST_P(EveryKey, EncryptsAndDecrypts) {
     Bytes given = plain;
     given.push_back(0);  // No null pointer for no bytes.
     const Bytes envelope = output_of([&](uint8_t* out, uint32_t* length) {
-      return SOF_EncryptData(certificate.data(), size_of(certificate), given.data(), size_of(plain), out, length);
+      return SOF_EncryptData(certificate.data(), size_of(certificate), given.data(), size_of(plain), out,
+                             length);
     });
     EXPECT_EQ(output_of([&](uint8_t* out, uint32_t* length) {
                 return SOF_DecryptData(name, envelope.data(), size_of(envelope), out, length);
@@ -227,7 +231,8 @@ TEST_P(EveryKey, EncryptsWithItsPublicKey) {
 TEST_P(EveryKey, KeepsUserData) {
   const Bytes pin = bytes_of(kPin);
   const auto write = [&](const Bytes& given_pin) {
-    return SOF_Ext_WriteUsrDataFile(name, given_pin.data(), size_of(given_pin), 1, 2, 3, size_of(data), data.data());
+    return SOF_Ext_WriteUsrDataFile(name, given_pin.data(), size_of(given_pin), 1, 2, 3, size_of(data),
+                                    data.data());
   };
   EXPECT_EQ(write(bytes_of("wrong")), SOR_PINERR);
   EXPECT_EQ(write(pin), SOR_OK);

@@ -17,7 +17,8 @@ HANDLE start(const std::wstring& arguments) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process)) return nullptr;
+  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
+    return nullptr;
   CloseHandle(process.hThread);
   return process.hProcess;
 }
@@ -25,7 +26,8 @@ HANDLE start(const std::wstring& arguments) {
 }  // namespace
 
 void ServiceProcess::SetUp() {
-  const auto folder = std::filesystem::temp_directory_path() / ("velm-e2e-" + std::to_string(GetCurrentProcessId()));
+  const auto folder = std::filesystem::temp_directory_path() /
+                      ("velm-e2e-" + std::to_string(GetCurrentProcessId()));
   folder_ = folder.wstring();
   const std::wstring data = L"--data \"" + (folder / L"store.db").wstring() + L"\"";
 

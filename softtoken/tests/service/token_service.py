@@ -64,10 +64,10 @@ class Service:
         return self
 
     def __exit__(self, *_):
-        if self.process.poll() is None:
-            self.stop()
+        code = self.stop() if self.process.poll() is None else self.process.returncode
         if self.folder:
             shutil.rmtree(self.folder)
+        assert code == 0, f"the service ended with {code}"
 
     def post(self, body, content_type, headers=None):
         """Status, headers and body of one answer."""
