@@ -122,6 +122,7 @@ build_third_party() {
   build_sqlite native ''
   build_sqlite windows x86_64-w64-mingw32-
   build_openssl native linux-x86_64
-  build_openssl windows mingw64 --cross-compile-prefix=x86_64-w64-mingw32-
+  # OpenSSL lies in modules that can be unloaded; it would keep them from it otherwise.
+  build_openssl windows mingw64 --cross-compile-prefix=x86_64-w64-mingw32- no-pinshared
   echo "ready: cjson $cjson_version, cpp-httplib $httplib_version, openssl $openssl_version, sqlite $sqlite_version"
 }

@@ -105,9 +105,11 @@ Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
   add_name(subject, "CN", order.common_name);
   require(X509_set_issuer_name(c, X509_get_subject_name(issuer)) == 1, kUnknownError);
   add_extension(c, issuer, NID_basic_constraints, "critical,CA:FALSE");
-  add_extension(c, issuer, NID_key_usage, order.usage == Usage::signing
-      ? "critical,digitalSignature,nonRepudiation"
-      : "critical,keyEncipherment,dataEncipherment,keyAgreement");
+  add_extension(c, issuer, NID_key_usage, order.usage == Usage::exchange
+      ? "critical,keyEncipherment,dataEncipherment,keyAgreement"
+      : "critical,digitalSignature,nonRepudiation");
+  if (order.usage == Usage::time_stamping)
+    add_extension(c, issuer, NID_ext_key_usage, "critical,timeStamping");
   add_extension(c, issuer, NID_subject_key_identifier, "hash");
   add_extension(c, issuer, NID_authority_key_identifier, "keyid:always");
   sign_certificate(c, authority.key.get());

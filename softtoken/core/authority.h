@@ -12,7 +12,7 @@ struct Authority {
   Key key;
 };
 
-enum class Usage { signing, exchange };
+enum class Usage { signing, exchange, time_stamping };
 
 /** What a certificate of the demo authority says. */
 struct CertificateOrder {

@@ -63,4 +63,10 @@ void set_label(Store& store, const std::string& name, uint32_t type, ByteView da
   Statement(store.database(), "INSERT OR REPLACE INTO label VALUES(?, ?, ?)", name, type, data).run();
 }
 
+Bytes label(Store& store, const std::string& name, uint32_t type) {
+  Statement row(store.database(), "SELECT data FROM label WHERE name = ? AND type = ?", name, type);
+  require(row.step(), kLabelNotFound);
+  return row.bytes(0);
+}
+
 }  // namespace velm::token

@@ -35,5 +35,7 @@ Bytes seal_item(Store& store, int64_t container, uint32_t position, uint32_t ite
 
 /** Labels: bytes under a name and a type. */
 void set_label(Store& store, const std::string& name, uint32_t type, ByteView data);
+/** Throws the code for no such label. */
+Bytes label(Store& store, const std::string& name, uint32_t type);
 
 }  // namespace velm::token

@@ -1,3 +1,13 @@
 #include "modules/velm_dev_enum.h"
 
-const void* vde_get_last_device_config(void) { return nullptr; }
+namespace {
+
+/** The software token's own number among device types. */
+constexpr uint32_t kSoftwareToken = 1;
+
+constexpr DeviceRecord kDevice{.unknown = {}, .device_type = kSoftwareToken};
+
+}  // namespace
+
+// The software token is always there.
+const void* vde_get_last_device_config(void) { return &kDevice; }

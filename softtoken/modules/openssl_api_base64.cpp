@@ -1,31 +1,32 @@
 #include <algorithm>
-#include <new>
 
 #include "modules/velm_openssl_api.h"
 #include "softtoken/core/base64.h"
-#include "softtoken/modules/openssl_api_codes.h"
+#include "softtoken/modules/openssl_api_call.h"
+
+using namespace velm::token;
 
 int32_t VELM_Openssl_Base64Encode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) try {
-  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
-    return kApiBadInput;
-  const std::string text = velm::token::base64_encode({input, input_length});
-  std::ranges::copy(text, output);
-  *output_length = static_cast<uint32_t>(text.size());
-  return kApiSuccess;
-} catch (const std::bad_alloc&) {
-  return kApiNoMemory;
+    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+  return api_call([&] {
+    if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
+      return kApiBadInput;
+    const std::string text = base64_encode({input, input_length});
+    std::ranges::copy(text, output);
+    *output_length = static_cast<uint32_t>(text.size());
+    return kApiSuccess;
+  });
 }
 
 int32_t VELM_Openssl_Base64Decode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) try {
-  if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
-    return kApiBadInput;
-  const auto bytes = velm::token::base64_decode({reinterpret_cast<const char*>(input), input_length});
-  if (!bytes) return kApiBadInput;
-  std::ranges::copy(*bytes, output);
-  *output_length = static_cast<uint32_t>(bytes->size());
-  return kApiSuccess;
-} catch (const std::bad_alloc&) {
-  return kApiNoMemory;
+    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+  return api_call([&] {
+    if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
+      return kApiBadInput;
+    const auto bytes = base64_decode({reinterpret_cast<const char*>(input), input_length});
+    if (!bytes) return kApiBadInput;
+    std::ranges::copy(*bytes, output);
+    *output_length = static_cast<uint32_t>(bytes->size());
+    return kApiSuccess;
+  });
 }

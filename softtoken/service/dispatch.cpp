@@ -4,15 +4,18 @@
 #include <cstdio>
 
 #include "softtoken/core/text_encoding.h"
+#include "softtoken/core/time_stamp_authority.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"
+#include "softtoken/service/module_functions.h"
 
 namespace velm::token {
 namespace {
 
 constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
+constexpr const char* kStampAnswerType = "application/timestamp-reply";
 
 // One call of a known or unknown function: its result code, for the trace too. Nothing it throws leaves.
 template <typename Table, typename Run>
@@ -46,9 +49,7 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
   return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-}  // namespace
-
-Answer answer_json(Service& service, std::string_view body) {
+Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
   // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
   nlohmann::json request = nlohmann::json::parse(utf8_of(body), nullptr, false);
   if (!request.is_object() || !request.contains("funcid"))
@@ -58,11 +59,21 @@ Answer answer_json(Service& service, std::string_view body) {
   if (request["funcid"].is_number_unsigned()) {
     const auto number = static_cast<uint32_t>(
         std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
-    code = run_call(service.trace, json_functions(), number,
+    code = run_call(service.trace, functions, number,
                     [&](const JsonFunction& function) { result = function.run(service.token, request); });
   }
   wipe_texts(request);
   return {200, kJsonType, json_answer(code, result)};
+}
+
+}  // namespace
+
+Answer answer_json(Service& service, std::string_view body) {
+  return answer_call(service, json_functions(), body);
+}
+
+Answer answer_module(Service& service, std::string_view body) {
+  return answer_call(service, module_functions(), body);
 }
 
 Answer answer_frame(Service& service, std::string_view body) {
@@ -74,6 +85,18 @@ Answer answer_frame(Service& service, std::string_view body) {
       run_call(service.trace, frame_functions(), static_cast<uint8_t>(body[1]),
                [&](const FrameFunction& function) { data = function.run(service.token, request); });
   return {200, kFrameType, code == kSuccess ? frame_answer(data) : frame_answer(code)};
+}
+
+Answer answer_time_stamp(Service& service, std::string_view body) {
+  constexpr struct {
+    uint32_t number;
+    const char* name;
+  } kTimeStamp[] = {{0, "TimeStamp"}};
+  Bytes data;
+  const uint32_t code = run_call(service.trace, std::span(kTimeStamp), 0, [&](const auto&) {
+    data = answer_time_stamp_query(service.token.store(), as_bytes(body));
+  });
+  return {code == kSuccess ? 200 : 500, kStampAnswerType, as_text(data)};
 }
 
 }  // namespace velm::token

@@ -25,6 +25,10 @@ struct Answer {
 
 /** Runs the function that a request body names. Never throws but for want of memory. */
 Answer answer_json(Service& service, std::string_view body);
+/** The same for the functions that provider modules ask for. */
+Answer answer_module(Service& service, std::string_view body);
 Answer answer_frame(Service& service, std::string_view body);
+/** Asks the time-stamp authority (RFC 3161, section 3.4). */
+Answer answer_time_stamp(Service& service, std::string_view body);
 
 }  // namespace velm::token

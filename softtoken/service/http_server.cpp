@@ -10,6 +10,10 @@ namespace velm::token {
 namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
+// Provider modules and time-stamp queries have paths of their own; every other path is for applications'
+// functions.
+constexpr const char* kModulePath = "/token";
+constexpr const char* kStampPath = "/tsa";
 constexpr size_t kThreadLimit = 2048;
 // What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection
 // ends.
@@ -85,8 +89,8 @@ class HttpServer::Server : public httplib::Server {
   void answer(const httplib::Request& request, httplib::Response& response,
               const httplib::ContentReader& reader) {
     const std::string type = request.get_header_value("Content-Type");
-    const bool json = starts_with(type, "application/json");
-    if (!json && !starts_with(type, "application/octet-stream")) {
+    const Answering answering = answering_of(request.path, type);
+    if (answering == nullptr) {
       response.status = 415;
       return;
     }
@@ -98,7 +102,17 @@ class HttpServer::Server : public httplib::Server {
       body.append(data, size);
       return true;
     });
-    if (whole) deliver(json ? answer_json(service_, body) : answer_frame(service_, body), response);
+    if (whole) deliver(answering(service_, body), response);
+  }
+
+  using Answering = Answer (*)(Service&, std::string_view);
+
+  // Who answers a request; nobody for a content type that is not taken there.
+  static Answering answering_of(const std::string& path, const std::string& type) {
+    if (path == kStampPath)
+      return starts_with(type, "application/timestamp-query") ? answer_time_stamp : nullptr;
+    if (starts_with(type, "application/json")) return path == kModulePath ? answer_module : answer_json;
+    return starts_with(type, "application/octet-stream") ? answer_frame : nullptr;
   }
 
   static void deliver(Answer&& answer, httplib::Response& response) {

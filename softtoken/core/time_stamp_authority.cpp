@@ -1,0 +1,79 @@
+#include "softtoken/core/time_stamp_authority.h"
+
+#include <openssl/rand.h>
+#include <openssl/ts.h>
+
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/content_info.h"
+#include "softtoken/core/storage.h"
+
+namespace velm::token {
+namespace {
+
+using ResponseContext = Handle<TS_RESP_CTX, TS_RESP_CTX_free>;
+using Response = Handle<TS_RESP, TS_RESP_free>;
+
+// Under the number for examples in documents.
+constexpr const char* kPolicy = "1.3.6.1.4.1.32473.1";
+constexpr unsigned kKeyBits = 2048;
+
+ASN1_INTEGER* random_serial(TS_RESP_CTX*, void*) {
+  uint64_t value = 0;
+  if (RAND_bytes(reinterpret_cast<uint8_t*>(&value), sizeof value) != 1) return nullptr;
+  Integer serial(ASN1_INTEGER_new());
+  if (!serial || ASN1_INTEGER_set_uint64(serial.get(), value >> 1) != 1) return nullptr;
+  return serial.release();
+}
+
+Authority stamp_authority(Store& store) {
+  prepare_time_stamp_authority(store);
+  Statement row(store.database(), "SELECT certificate, key FROM time_stamp_authority");
+  require(row.step(), kKeyNotFound);
+  return {parse_certificate(row.bytes(0)), private_key_from_der(row.bytes(1))};
+}
+
+}  // namespace
+
+void prepare_time_stamp_authority(Store& store) {
+  Transaction transaction(store.database());
+  store.database().execute(
+      "CREATE TABLE IF NOT EXISTS time_stamp_authority(certificate BLOB NOT NULL, key BLOB NOT NULL)");
+  if (Statement(store.database(), "SELECT 1 FROM time_stamp_authority").step()) return transaction.commit();
+  const Key key = generate_rsa_key(kKeyBits);
+  const time_t now = std::time(nullptr);
+  const CertificateOrder order{.common_name = "Demo Time-Stamp Authority",
+                               .usage = Usage::time_stamping,
+                               .not_before = now - kDay,
+                               .not_after = now + 10 * kYear};
+  const Bytes certificate =
+      certificate_der(issue_certificate(store.authority(KeyKind::rsa), key.get(), order).get());
+  Statement(store.database(), "INSERT INTO time_stamp_authority VALUES(?, ?)", certificate,
+            ByteView(private_key_der(key.get())))
+      .run();
+  set_label(store, kStampAuthorityLabel, kCertificateLabelType, certificate);
+  transaction.commit();
+}
+
+Bytes answer_time_stamp_query(Store& store, ByteView query) {
+  const Authority authority = stamp_authority(store);
+  const ResponseContext context(TS_RESP_CTX_new());
+  TS_RESP_CTX* c = context.get();
+  bool ready = c != nullptr && TS_RESP_CTX_set_signer_cert(c, authority.certificate.get()) == 1 &&
+               TS_RESP_CTX_set_signer_key(c, authority.key.get()) == 1 &&
+               TS_RESP_CTX_set_def_policy(c, object_of(kPolicy).get()) == 1 &&
+               TS_RESP_CTX_set_signer_digest(c, EVP_sha256()) == 1 &&
+               TS_RESP_CTX_set_ess_cert_id_digest(c, EVP_sha256()) == 1 &&
+               TS_RESP_CTX_set_accuracy(c, 1, 0, 0) == 1;
+  for (const EVP_MD* digest : {EVP_sm3(), EVP_sha1(), EVP_sha256(), EVP_sha384(), EVP_sha512()}) {
+    ready = ready && TS_RESP_CTX_add_md(c, digest) == 1;
+  }
+  require(ready, kUnknownError);
+  TS_RESP_CTX_set_serial_cb(c, random_serial, nullptr);
+  const Bio bio(BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
+  require(bio != nullptr, kUnknownError);
+  const Response response(TS_RESP_create_response(c, bio.get()));
+  require(response != nullptr, kUnknownError);
+  return der_of<const TS_RESP>(i2d_TS_RESP, response.get());
+}
+
+}  // namespace velm::token

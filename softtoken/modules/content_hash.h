@@ -1,0 +1,24 @@
+#pragma once
+
+#include "softtoken/core/signing.h"
+#include "softtoken/modules/file_stream.h"
+
+namespace velm::token {
+
+/** What stands before the data when SM3 covers the signer too: the value Z of GM/T 0009. */
+Bytes signer_prefix(const EVP_PKEY* key, ByteView id);
+
+/**
+ * What a signature by a key covers in front of the data itself: the signer's value Z for SM2 (an empty ID
+ * stands for the default one), nothing for RSA.
+ */
+Bytes signed_prefix(const EVP_PKEY* key, ByteView id);
+
+/** The digest among those of DigestId; throws the code for an unsupported algorithm. */
+DigestId digest_id_of(const EVP_MD* digest);
+
+/** A hash over a prefix and data, or a file of any size. */
+Bytes hash_with_prefix(DigestId digest, ByteView prefix, ByteView data);
+Bytes hash_file(DigestId digest, ByteView prefix, const std::string& path);
+
+}  // namespace velm::token

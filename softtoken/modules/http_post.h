@@ -1,0 +1,21 @@
+#pragma once
+
+#include "softtoken/core/bytes.h"
+#include "softtoken/modules/configuration.h"
+
+namespace velm::token {
+
+/** One request and where it goes. */
+struct HttpPost {
+  Endpoint endpoint;
+  const char* path;
+  const char* content_type;
+  ByteView body;
+  std::chrono::milliseconds connect_timeout;
+  std::chrono::milliseconds answer_timeout;
+};
+
+/** The body of an answer of status 200. Throws the codes for a failed request and for a timeout. */
+Bytes http_post(const HttpPost& post);
+
+}  // namespace velm::token

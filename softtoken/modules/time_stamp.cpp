@@ -1,0 +1,133 @@
+#include "softtoken/modules/time_stamp.h"
+
+#include <ctime>
+
+#include <openssl/err.h>
+#include <openssl/rand.h>
+
+#include "softtoken/modules/content_hash.h"
+#include "softtoken/modules/saf_call.h"
+
+namespace velm::token {
+namespace {
+
+using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
+using Imprint = Handle<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free>;
+using Response = Handle<TS_RESP, TS_RESP_free>;
+using VerifyContext = Handle<TS_VERIFY_CTX, TS_VERIFY_CTX_free>;
+
+constexpr long kVersion = 1;
+constexpr int kGranted = 0;
+constexpr int kGrantedWithModifications = 1;
+
+void require_openssl(bool holds, uint32_t code) {
+  if (holds) return;
+  ERR_clear_error();
+  throw SafError(code);
+}
+
+Imprint make_imprint(DigestId digest, ByteView hash) {
+  Imprint imprint(TS_MSG_IMPRINT_new());
+  const Algorithm algorithm(X509_ALGOR_new());
+  Bytes value = copy_of(hash);
+  const bool set = imprint && algorithm &&
+                   X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))),
+                                   V_ASN1_NULL, nullptr) == 1 &&
+                   TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
+                   TS_MSG_IMPRINT_set_msg(imprint.get(), value.data(), static_cast<int>(value.size())) == 1;
+  require(set, kUnknownError);
+  return imprint;
+}
+
+Response read_response(ByteView der) {
+  const uint8_t* at = der.data();
+  Response response(d2i_TS_RESP(nullptr, &at, static_cast<long>(der.size())));
+  ERR_clear_error();
+  return response;
+}
+
+bool is_granted(const TS_RESP* response) {
+  const long status =
+      ASN1_INTEGER_get(TS_STATUS_INFO_get0_status(TS_RESP_get_status_info(const_cast<TS_RESP*>(response))));
+  return status == kGranted || status == kGrantedWithModifications;
+}
+
+Pkcs7 token_in(ByteView der) {
+  if (const Response response = read_response(der)) {
+    require_saf(is_granted(response.get()) && TS_RESP_get_token(response.get()) != nullptr, kSafStampService);
+    return Pkcs7(PKCS7_dup(TS_RESP_get_token(response.get())));
+  }
+  const uint8_t* at = der.data();
+  Pkcs7 token(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
+  require_openssl(token != nullptr, kSafStampAnswer);
+  return token;
+}
+
+}  // namespace
+
+TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(TS_REQ_new()) {
+  const Imprint imprint = make_imprint(digest, hash);
+  uint64_t random = 0;
+  require(RAND_bytes(reinterpret_cast<uint8_t*>(&random), sizeof random) == 1, kRandomFailed);
+  const Integer nonce(ASN1_INTEGER_new());
+  const bool set = request_ && nonce && ASN1_INTEGER_set_uint64(nonce.get(), random) == 1 &&
+                   TS_REQ_set_version(request_.get(), kVersion) == 1 &&
+                   TS_REQ_set_msg_imprint(request_.get(), imprint.get()) == 1 &&
+                   TS_REQ_set_nonce(request_.get(), nonce.get()) == 1 &&
+                   TS_REQ_set_cert_req(request_.get(), 1) == 1;
+  require(set, kUnknownError);
+}
+
+Bytes TimeStampQuery::der() const { return der_of<const TS_REQ>(i2d_TS_REQ, request_.get()); }
+
+void TimeStampQuery::check(ByteView answer) const {
+  const Response response = read_response(answer);
+  require_saf(response != nullptr, kSafStampAnswer);
+  require_saf(is_granted(response.get()), kSafStampService);
+  const VerifyContext context(TS_REQ_to_TS_VERIFY_CTX(request_.get(), nullptr));
+  require(context != nullptr, kUnknownError);
+  // Who signed is the business of whoever verifies the stamp, with the authority's certificate.
+  TS_VERIFY_CTX_set_flags(context.get(), TS_VFY_VERSION | TS_VFY_IMPRINT | TS_VFY_NONCE);
+  require_openssl(TS_RESP_verify_response(context.get(), response.get()) == 1, kSafStampAnswer);
+}
+
+TimeStamp::TimeStamp(ByteView der) : token_(token_in(der)), info_(PKCS7_to_TS_TST_INFO(token_.get())) {
+  require_openssl(info_ != nullptr, kSafStampAnswer);
+}
+
+std::string TimeStamp::time() const {
+  tm parts{};
+  require_openssl(ASN1_TIME_to_tm(TS_TST_INFO_get_time(info_.get()), &parts) == 1, kSafStampAnswer);
+  char text[24];
+  return {text, std::strftime(text, sizeof text, "%Y%m%d%H%M%SZ", &parts)};
+}
+
+void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& hash_of) const {
+  TS_MSG_IMPRINT* imprint = TS_TST_INFO_get_msg_imprint(info_.get());
+  const ASN1_OBJECT* algorithm = nullptr;
+  X509_ALGOR_get0(&algorithm, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
+  const Bytes hash = hash_of(digest_id_of(EVP_get_digestbyobj(algorithm)));
+  const ByteView stamped = view_of(TS_MSG_IMPRINT_get_msg(imprint));
+  require_saf(hash == copy_of(stamped), kSafHashNotEqual);
+
+  int days = 0;
+  int seconds = 0;
+  const Handle<ASN1_TIME, ASN1_TIME_free> epoch(ASN1_TIME_set(nullptr, 0));
+  const bool known = ASN1_TIME_diff(&days, &seconds, epoch.get(), TS_TST_INFO_get_time(info_.get())) == 1;
+  require_openssl(known, kSafStampAnswer);
+
+  // The certificate given is the one to trust, whoever issued it; it has to have been valid at the stamped
+  // time.
+  const CertificateStore trusted(X509_STORE_new());
+  require(trusted && X509_STORE_add_cert(trusted.get(), authority) == 1, kUnknownError);
+  X509_VERIFY_PARAM* parameters = X509_STORE_get0_param(trusted.get());
+  X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_PARTIAL_CHAIN);
+  X509_VERIFY_PARAM_set_time(parameters, time_t{days} * 24 * 60 * 60 + seconds);
+  STACK_OF(X509)* certificates = require_pointer(sk_X509_new_null(), kUnknownError);
+  const bool valid = sk_X509_push(certificates, authority) > 0 &&
+                     TS_RESP_verify_signature(token_.get(), certificates, trusted.get(), nullptr) == 1;
+  sk_X509_free(certificates);
+  require_openssl(valid, kSafHashNotEqual);
+}
+
+}  // namespace velm::token

@@ -1,0 +1,102 @@
+#include "softtoken/service/module_functions.h"
+
+#include <charconv>
+
+#include "softtoken/core/base64.h"
+#include "softtoken/core/device_files.h"
+#include "softtoken/core/module_function.h"
+#include "softtoken/core/storage.h"
+#include "softtoken/core/text_encoding.h"
+#include "softtoken/core/time_stamp_authority.h"
+#include "softtoken/service/function_families.h"
+#include "softtoken/service/json_fields.h"
+
+namespace velm::token {
+namespace {
+
+constexpr const char* kDeviceName = "VELM Software Token";
+constexpr const char* kIdleLogoutControl = "IDLE_LOGOUT";
+constexpr unsigned kMaxIdleMinutes = 24 * 60;
+
+DeviceFiles files_of(Token& token, const Json& request) { return {token, text_field(request, "container")}; }
+
+std::string name_field(const Json& request) { return as_text(base64_field(request, "name")); }
+
+Json read_label(Token& token, const Json& request) {
+  const std::string name = utf8_of(name_field(request));
+  if (name == kStampAuthorityLabel) prepare_time_stamp_authority(token.store());
+  return base64_encode(label(token.store(), name, number_field(request, "type")));
+}
+
+Json list_files(Token& token, const Json& request) {
+  Json names = Json::array();
+  for (const std::string& name : files_of(token, request).names())
+    names.push_back(base64_encode(as_bytes(name)));
+  return names;
+}
+
+Json create_file(Token& token, const Json& request) {
+  files_of(token, request)
+      .create(name_field(request), {.size = number_field(request, "size"),
+                                    .read_rights = number_field(request, "readRights"),
+                                    .write_rights = number_field(request, "writeRights")});
+  return nullptr;
+}
+
+Json delete_file(Token& token, const Json& request) {
+  files_of(token, request).remove(name_field(request));
+  return nullptr;
+}
+
+Json read_file(Token& token, const Json& request) {
+  return base64_encode(
+      files_of(token, request)
+          .read(name_field(request), number_field(request, "offset"), number_field(request, "length")));
+}
+
+Json write_file(Token& token, const Json& request) {
+  files_of(token, request)
+      .write(name_field(request), number_field(request, "offset"), base64_field(request, "data"));
+  return nullptr;
+}
+
+Json file_attributes(Token& token, const Json& request) {
+  const DeviceFileAttributes attributes = files_of(token, request).attributes(name_field(request));
+  return {{"size", attributes.size},
+          {"readRights", attributes.read_rights},
+          {"writeRights", attributes.write_rights}};
+}
+
+// The one control: after how many idle minutes a login ends; 0 for never.
+Json control(Token& token, const Json& request) {
+  if (text_field(request, "control") != kIdleLogoutControl) throw TokenError(kNotSupported);
+  const std::string command = text_field(request, "command");
+  unsigned minutes = 0;
+  const auto [at, error] = std::from_chars(command.data(), command.data() + command.size(), minutes);
+  const bool number = error == std::errc() && at == command.data() + command.size();
+  if (!number || minutes > kMaxIdleMinutes) throw TokenError(kBadInput);
+  token.set_idle_limit(std::chrono::minutes(minutes));
+  return nullptr;
+}
+
+Json list_devices(Token&, const Json&) { return Json::array({kDeviceName}); }
+
+constexpr uint32_t number(ModuleFunction function) { return static_cast<uint32_t>(function); }
+
+constexpr JsonFunction kModuleFunctions[] = {
+    {number(ModuleFunction::read_label), "module ReadLabel", read_label},
+    {number(ModuleFunction::list_files), "module EnumFile", list_files},
+    {number(ModuleFunction::create_file), "module CreateFile", create_file},
+    {number(ModuleFunction::delete_file), "module DeleteFile", delete_file},
+    {number(ModuleFunction::read_file), "module ReadFile", read_file},
+    {number(ModuleFunction::write_file), "module WriteFile", write_file},
+    {number(ModuleFunction::file_attributes), "module GetFileAttribute", file_attributes},
+    {number(ModuleFunction::control), "module Control", control},
+    {number(ModuleFunction::list_devices), "module EnumDevice", list_devices},
+};
+
+}  // namespace
+
+std::span<const JsonFunction> module_functions() { return kModuleFunctions; }
+
+}  // namespace velm::token

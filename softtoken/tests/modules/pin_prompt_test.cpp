@@ -1,0 +1,205 @@
+#include <windows.h>
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "modules/velm_common.h"
+
+namespace {
+
+constexpr int kPinField = 100;
+constexpr uint32_t kLogin = 1;
+
+HWND g_found = nullptr;
+
+BOOL CALLBACK find_dialog(HWND window, LPARAM) {
+  DWORD process = 0;
+  GetWindowThreadProcessId(window, &process);
+  wchar_t name[32] = {};
+  GetClassNameW(window, name, 32);
+  if (process != GetCurrentProcessId() || std::wstring(name) != L"#32770" || !GetDlgItem(window, kPinField))
+    return TRUE;
+  g_found = window;
+  return FALSE;
+}
+
+// The prompt, once it stands; null when it does not come.
+HWND wait_for_prompt() {
+  for (int i = 0; i < 500; ++i) {
+    g_found = nullptr;
+    EnumWindows(find_dialog, 0);
+    if (g_found != nullptr && IsWindowVisible(g_found)) return g_found;
+    Sleep(20);
+  }
+  return nullptr;
+}
+
+void type(HWND prompt, const std::string& text) {
+  for (const char c : text) SendMessageW(GetDlgItem(prompt, kPinField), WM_CHAR, static_cast<WPARAM>(c), 1);
+}
+
+void press(HWND prompt, WPARAM key) { PostMessageW(GetDlgItem(prompt, kPinField), WM_KEYDOWN, key, 1); }
+
+bool accepts(HWND prompt) { return IsWindowEnabled(GetDlgItem(prompt, IDOK)) != FALSE; }
+
+// Shows the prompt while another thread plays the user.
+int32_t prompt(char* pin, const std::function<void(HWND)>& user, HWND parent = nullptr) {
+  std::thread player([&] {
+    const HWND window = wait_for_prompt();
+    EXPECT_NE(window, nullptr);
+    if (window != nullptr) user(window);
+  });
+  const int32_t result =
+      vc_input_pin(kLogin, static_cast<uint32_t>(reinterpret_cast<uintptr_t>(parent)), pin);
+  player.join();
+  return result;
+}
+
+TEST(PinPrompt, GivesWhatWasTypedOnEnter) {
+  char pin[32];
+  std::fill(std::begin(pin), std::end(pin), 'x');
+  const int32_t result = prompt(pin, [](HWND window) {
+    type(window, "1234 aZ~");
+    press(window, VK_RETURN);
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_STREQ(pin, "1234 aZ~");
+}
+
+TEST(PinPrompt, GivesNothingOnEscapeOrWhenItIsClosed) {
+  for (const bool by_key : {true, false}) {
+    char pin[32] = "untouched";
+    const int32_t result = prompt(pin, [&](HWND window) {
+      type(window, "12345678");
+      if (by_key) press(window, VK_ESCAPE);
+      else PostMessageW(window, WM_CLOSE, 0, 0);
+    });
+    EXPECT_NE(result, 0);
+    EXPECT_STREQ(pin, "untouched");
+  }
+}
+
+TEST(PinPrompt, TakesFourToThirtyOneCharacters) {
+  char pin[33] = {};
+  const int32_t result = prompt(pin, [](HWND window) {
+    EXPECT_FALSE(accepts(window));
+    type(window, "123");
+    EXPECT_FALSE(accepts(window));
+    press(window, VK_RETURN);
+    Sleep(50);
+    EXPECT_TRUE(IsWindow(window));
+    type(window, "4");
+    EXPECT_TRUE(accepts(window));
+    type(window, std::string(40, '5'));
+    EXPECT_TRUE(accepts(window));
+    press(window, VK_RETURN);
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(std::string(pin), "1234" + std::string(27, '5'));
+}
+
+TEST(PinPrompt, MasksTheFieldAndRefusesOtherCharacters) {
+  char pin[32] = {};
+  const int32_t result = prompt(pin, [](HWND window) {
+    const HWND field = GetDlgItem(window, kPinField);
+    EXPECT_NE(GetWindowLongW(field, GWL_STYLE) & ES_PASSWORD, 0);
+    EXPECT_NE(SendMessageW(field, EM_GETPASSWORDCHAR, 0, 0), 0);
+    SetWindowTextW(field, L"口令口令口令");
+    EXPECT_FALSE(accepts(window));
+    press(window, VK_ESCAPE);
+  });
+  EXPECT_NE(result, 0);
+}
+
+// What stands on the screen where a window is, four bytes a pixel from the bottom line up.
+std::vector<uint32_t> pixels_of(HWND window, BITMAPINFOHEADER& header) {
+  RECT area{};
+  GetWindowRect(window, &area);
+  header = {};
+  header.biSize = sizeof header;
+  header.biWidth = area.right - area.left;
+  header.biHeight = area.bottom - area.top;
+  header.biPlanes = 1;
+  header.biBitCount = 32;
+  const HDC screen = GetDC(nullptr);
+  const HDC memory = CreateCompatibleDC(screen);
+  const HBITMAP bitmap = CreateCompatibleBitmap(screen, header.biWidth, header.biHeight);
+  SelectObject(memory, bitmap);
+  BitBlt(memory, 0, 0, header.biWidth, header.biHeight, screen, area.left, area.top, SRCCOPY);
+  std::vector<uint32_t> pixels(static_cast<size_t>(header.biWidth) * static_cast<size_t>(header.biHeight));
+  BITMAPINFO information{};
+  information.bmiHeader = header;
+  GetDIBits(memory, bitmap, 0, static_cast<UINT>(header.biHeight), pixels.data(), &information,
+            DIB_RGB_COLORS);
+  DeleteObject(bitmap);
+  DeleteDC(memory);
+  ReleaseDC(nullptr, screen);
+  return pixels;
+}
+
+void save_picture(const char* path, const BITMAPINFOHEADER& header, const std::vector<uint32_t>& pixels) {
+  BITMAPFILEHEADER file{};
+  file.bfType = 0x4D42;
+  file.bfOffBits = sizeof file + sizeof header;
+  file.bfSize = file.bfOffBits + static_cast<DWORD>(pixels.size() * sizeof pixels[0]);
+  std::ofstream stream(path, std::ios::binary);
+  stream.write(reinterpret_cast<const char*>(&file), sizeof file);
+  stream.write(reinterpret_cast<const char*>(&header), sizeof header);
+  stream.write(reinterpret_cast<const char*>(pixels.data()),
+               static_cast<std::streamsize>(pixels.size() * sizeof pixels[0]));
+}
+
+// Only where windows are seen: on the machine's display, whose picture is kept beside the test.
+TEST(PinPromptOnADisplay, IsPaintedWithThePinMasked) {
+  char pin[32] = {};
+  const int32_t result = prompt(pin, [](HWND window) {
+    BITMAPINFOHEADER header;
+    const auto picture = [&] {
+      Sleep(500);
+      return pixels_of(window, header);
+    };
+    type(window, "iiiiiiii");
+    const auto narrow = picture();
+    SetWindowTextW(GetDlgItem(window, kPinField), L"WWWWWWWW");
+    const auto wide = picture();
+    save_picture("pin_prompt.bmp", header, wide);
+    EXPECT_GT(std::set<uint32_t>(wide.begin(), wide.end()).size(), 2u);
+    size_t different = 0;
+    for (size_t i = 0; i < wide.size() && i < narrow.size(); ++i) different += wide[i] != narrow[i];
+    EXPECT_LT(different, 40u) << "more than a caret differs";
+    press(window, VK_RETURN);
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_STREQ(pin, "WWWWWWWW");
+}
+
+TEST(PinPrompt, StandsOnItsParentAndGivesItBack) {
+  const HWND parent = CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW | WS_VISIBLE, 0, 0, 300,
+                                      200, nullptr, nullptr, nullptr, nullptr);
+  ASSERT_NE(parent, nullptr);
+  char pin[32] = {};
+  const int32_t result = prompt(pin, [&](HWND window) {
+    EXPECT_EQ(GetWindow(window, GW_OWNER), parent);
+    EXPECT_FALSE(IsWindowEnabled(parent));
+    type(window, "12345678");
+    press(window, VK_RETURN);
+  }, parent);
+  EXPECT_EQ(result, 0);
+  EXPECT_STREQ(pin, "12345678");
+  EXPECT_TRUE(IsWindowEnabled(parent));
+  DestroyWindow(parent);
+}
+
+TEST(PinPrompt, RefusesWhatItCannotDo) {
+  char pin[32];
+  EXPECT_NE(vc_input_pin(kLogin, 0, nullptr), 0);
+  EXPECT_NE(vc_input_pin(2, 0, pin), 0);
+}
+
+}  // namespace
