@@ -1,7 +1,7 @@
-// sign_bench PORT CONTAINER CLIENTS SECONDS: signatures a second through the service, by clients that each
-// open a connection, ask, and read the answer to its end, one call after the other.
+// sign_bench PORT CONTAINER CLIENTS SECONDS: signatures a second through the service, by clients that ask one
+// call after the other, each on a connection of its own for as long as the service keeps it open.
 #include <arpa/inet.h>
-#include <netinet/tcp.h>
+#include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -23,23 +24,51 @@ std::string sign_request(uint16_t port, const std::string& container) {
          std::to_string(body.size()) + "\r\n\r\n" + body;
 }
 
-bool ask(uint16_t port, const std::string& request) {
-  const int connection = socket(AF_INET, SOCK_STREAM, 0);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_port = htons(port);
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  std::string answer;
-  if (connect(connection, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
-      send(connection, request.data(), request.size(), 0) == static_cast<ssize_t>(request.size())) {
+class Client {
+ public:
+  explicit Client(uint16_t port) : port_(port) {}
+  Client(const Client&) = delete;
+  Client& operator=(const Client&) = delete;
+  ~Client() { close(connection_); }
+
+  bool ask(const std::string& request) {
+    if (connection_ < 0 && !connect_to_service()) return false;
+    if (send(connection_, request.data(), request.size(), 0) != static_cast<ssize_t>(request.size())) return false;
+    std::string answer;
     char part[4096];
-    for (ssize_t count = 0; (count = recv(connection, part, sizeof part, 0)) > 0;) {
+    while (!is_whole(answer)) {
+      const ssize_t count = recv(connection_, part, sizeof part, 0);
+      if (count <= 0) return false;
       answer.append(part, static_cast<size_t>(count));
     }
+    if (answer.find("Connection: close\r\n") != std::string::npos) {
+      close(connection_);
+      connection_ = -1;
+    }
+    return answer.find(R"("ErrorCode":"0")") != std::string::npos;
   }
-  close(connection);
-  return answer.find(R"("ErrorCode":"0")") != std::string::npos;
-}
+
+ private:
+  bool connect_to_service() {
+    connection_ = socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port_);
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    return connect(connection_, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  }
+
+  static bool is_whole(const std::string& answer) {
+    constexpr std::string_view kLength = "Content-Length: ";
+    const size_t head = answer.find("\r\n\r\n");
+    const size_t length = answer.find(kLength);
+    return head != std::string::npos && length < head &&
+           answer.size() >= head + 4 + std::strtoul(answer.c_str() + length + kLength.size(), nullptr, 10);
+  }
+
+  uint16_t port_;
+  int connection_ = -1;
+};
 
 }  // namespace
 
@@ -57,8 +86,9 @@ int main(int argc, char** argv) {
   std::vector<std::thread> clients;
   for (int client = 0; client < std::atoi(argv[3]); ++client) {
     clients.emplace_back([&] {
+      Client service(port);
       while (!failed && std::chrono::steady_clock::now() - started < span) {
-        if (ask(port, request)) ++calls;
+        if (service.ask(request)) ++calls;
         else failed = true;
       }
     });

@@ -15,6 +15,12 @@ constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kModulePath = "/token";
 constexpr const char* kStampPath = "/tsa";
 constexpr size_t kThreadLimit = 2048;
+// Requests that one connection may carry, and how long it may stay silent between them. WinHTTP sends headers
+// and body apart, and on a connection in use the body waits for the acknowledgement of the headers: 40 ms,
+// unless the receiver acknowledges at once. Only Linux can be told to; elsewhere each request has a connection
+// of its own.
+constexpr size_t kRequestsPerConnection = RequestStream::kAcknowledgesAtOnce ? 10000 : 1;
+constexpr std::chrono::seconds kSilentTime{5};
 // What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection
 // ends.
 constexpr std::chrono::milliseconds kDrainTime{300};
@@ -40,7 +46,8 @@ class HttpServer::Server : public httplib::Server {
   Server(Service& service, HttpOptions options) : service_(service), options_(options) {
     new_task_queue = [] { return new GrowingThreadPool(kThreadLimit); };
     set_socket_options(own_port);
-    set_keep_alive_max_count(1);
+    set_keep_alive_max_count(kRequestsPerConnection);
+    set_keep_alive_timeout(kSilentTime.count());
     set_payload_max_length(options_.body_limit);
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
       return refuse_foreign(request, response);
@@ -48,6 +55,9 @@ class HttpServer::Server : public httplib::Server {
     set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response& response) {
       if (!is_foreign(request)) return 100;
       return response.status = 403;
+    });
+    set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
+      if (response.status != 200) announce_close(response);
     });
     Post(".*", [this](const httplib::Request& request, httplib::Response& response,
                       const httplib::ContentReader& body) { answer(request, response, body); });
@@ -121,16 +131,27 @@ class HttpServer::Server : public httplib::Server {
     response.body = std::move(answer.body);
   }
 
+  // What a refused request still has to send is not read, so no other request can follow it.
+  static void announce_close(httplib::Response& response) {
+    response.headers.erase("Keep-Alive");
+    response.headers.erase("Connection");
+    response.set_header("Connection", "close");
+  }
+
   bool process_and_close_socket(socket_t socket) override {
     RequestStream stream(socket, options_.request_time, ending_);
-    bool closed = false;
-    const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, true, closed,
-                                          nullptr);
-    const bool served = stream.served();
-    const bool sent = stream.flush();
-    if (!served) drain(socket);
+    bool open = true;
+    for (size_t left = kRequestsPerConnection; open && left > 0; --left) {
+      if (left < kRequestsPerConnection && !stream.await_request(kSilentTime)) break;
+      bool last = left == 1;
+      const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, /*close*/ last,
+                                            /*closed by the client*/ last, nullptr);
+      const bool served = stream.served();
+      open = stream.flush() && answered && served && !last;
+      if (!served) drain(socket);
+    }
     httplib::detail::close_socket(socket);
-    return answered && sent;
+    return open;
   }
 
   // A socket closed with bytes unread resets the connection and takes the answer with it.

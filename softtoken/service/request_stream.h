@@ -6,13 +6,17 @@
 #include <chrono>
 #include <cstring>
 #include <string>
+#include <thread>
 
 #include <httplib.h>
+#ifndef _WIN32
+#include <netinet/tcp.h>
+#endif
 
 namespace velm::token {
 
 /**
- * One connection, as the HTTP server reads and writes it. The whole request has to arrive before a deadline,
+ * One connection, as the HTTP server reads and writes it. Each whole request has to arrive before a deadline,
  * however its bytes are spread, and the answer leaves in one piece by flush().
  */
 class RequestStream : public httplib::Stream {
@@ -20,7 +24,17 @@ class RequestStream : public httplib::Stream {
   using Clock = std::chrono::steady_clock;
 
   RequestStream(socket_t socket, Clock::duration limit, const std::atomic<bool>& ending)
-      : socket_(socket), deadline_(Clock::now() + limit), ending_(ending) {}
+      : socket_(socket), limit_(limit), deadline_(Clock::now() + limit), ending_(ending) {}
+
+  /** Whether this system lets a receiver acknowledge what arrives at once, and not some 40 ms later. */
+#ifdef TCP_QUICKACK
+  static constexpr bool kAcknowledgesAtOnce = true;
+#else
+  static constexpr bool kAcknowledgesAtOnce = false;
+#endif
+
+  /** Waits for the next request of the same connection to begin; false when it does not within that time. */
+  bool await_request(Clock::duration silence);
 
   bool is_readable() const override;
   bool is_writable() const override { return true; }
@@ -38,7 +52,15 @@ class RequestStream : public httplib::Stream {
   // How long one wait lasts before the server's own end is looked at.
   static constexpr std::chrono::milliseconds kWaitSlice{200};
 
+  // How long the next request is looked for before the thread sleeps: a client that makes one call after the
+  // other sends it sooner than a sleeping thread wakes. Whoever else has work is let go first.
+  static constexpr std::chrono::microseconds kAttentiveTime{60};
+
+  bool wait_until(Clock::time_point deadline) const;
+  void acknowledge_at_once() const;
+
   socket_t socket_;
+  Clock::duration limit_;
   Clock::time_point deadline_;
   const std::atomic<bool>& ending_;
   std::array<char, 16384> arrived_;
@@ -47,16 +69,41 @@ class RequestStream : public httplib::Stream {
   std::string answer_;
 };
 
+inline bool RequestStream::await_request(Clock::duration silence) {
+  const auto answered = Clock::now();
+  bool begun = arrived_from_ < arrived_to_;
+  while (!begun && Clock::now() - answered < kAttentiveTime) {
+    std::this_thread::yield();
+    begun = httplib::detail::select_read(socket_, 0, 0) > 0;
+  }
+  begun = begun || wait_until(answered + silence);
+  deadline_ = Clock::now() + limit_;
+  return begun;
+}
+
 inline bool RequestStream::is_readable() const {
   if (arrived_from_ < arrived_to_) return true;
+  acknowledge_at_once();
+  return wait_until(deadline_);
+}
+
+inline bool RequestStream::wait_until(Clock::time_point deadline) const {
   while (!ending_) {
-    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline_ - Clock::now());
+    const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     const auto wait = std::min<std::chrono::microseconds>(left, kWaitSlice);
     const auto ready = httplib::detail::select_read(socket_, 0, static_cast<time_t>(wait.count()));
     if (ready != 0) return ready > 0;
   }
   return false;
+}
+
+// The system forgets this with each answer, so it is told again whenever a request is not yet whole.
+inline void RequestStream::acknowledge_at_once() const {
+#ifdef TCP_QUICKACK
+  const int on = 1;
+  setsockopt(socket_, IPPROTO_TCP, TCP_QUICKACK, &on, sizeof on);
+#endif
 }
 
 inline ssize_t RequestStream::read(char* target, size_t size) {

@@ -45,9 +45,9 @@ class Http(unittest.TestCase):
                     return answer
                 answer += part
 
-    def head(self, length, host=None, extra=""):
+    def head(self, length, host=None, extra="", connection="close"):
         return (f"POST / HTTP/1.1\r\nHost: {host or self.host}\r\nContent-Type: {JSON_TYPE}\r\n{extra}"
-                f"Content-Length: {length}\r\n\r\n").encode()
+                f"Connection: {connection}\r\nContent-Length: {length}\r\n\r\n").encode()
 
     def test_an_origin_is_refused_before_the_body_is_read(self):
         started = time.monotonic()
@@ -143,6 +143,59 @@ class Http(unittest.TestCase):
     def test_deep_nesting_ends_in_an_answer(self):
         for body in (b"[" * 100000, b'{"funcid":58,"a":' + b"[" * 100000 + b"]" * 100000 + b"}"):
             self.assertIn(self.service.post(body, JSON_TYPE)[0], (200, 400))
+
+    def test_one_connection_carries_many_requests(self):
+        connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=10)
+        connection.connect()
+        first = connection.sock
+        for _ in range(50):
+            connection.request("POST", "/", HELLO, {"Content-Type": JSON_TYPE})
+            response = connection.getresponse()
+            self.assertEqual((response.status, json.loads(response.read())["ErrorCode"]), (200, "0"))
+            self.assertIs(connection.sock, first, "the service closed the connection")
+        connection.close()
+
+    def test_requests_that_arrive_together_are_answered_in_their_order(self):
+        random_bytes = b'{"funcid":26,"Len":8}'
+        requests = (self.head(len(HELLO), connection="keep-alive") + HELLO +
+                    self.head(len(random_bytes)) + random_bytes)
+        answers = self.raw(requests)
+        self.assertEqual(answers.count(b"HTTP/1.1 200 OK"), 2)
+        self.assertLess(answers.index(b'{"ErrorCode":"0"}'), answers.index(b"RandomData"))
+
+    def test_a_body_that_follows_its_headers_is_not_held_back(self):
+        """Held back means 40 ms, until the system acknowledges the headers of its own accord."""
+        times = []
+        with self.connect() as connection:
+            for _ in range(21):
+                started = time.monotonic()
+                connection.send(self.head(len(HELLO), connection="keep-alive"))
+                connection.send(HELLO)
+                answer = b""
+                while not answer.endswith(b"}"):
+                    answer += connection.recv(4096)
+                times.append(time.monotonic() - started)
+        self.assertLess(sorted(times)[len(times) // 2], 0.03)
+
+    def test_a_refusal_ends_the_connection(self):
+        with self.connect() as connection:
+            connection.sendall(self.head(len(HELLO), connection="keep-alive") + HELLO)
+            self.assertIn(b"Keep-Alive: ", connection.recv(4096))
+            connection.sendall(self.head(len(HELLO), extra="Origin: x\r\n", connection="keep-alive") + HELLO)
+            answer = b""
+            while part := connection.recv(4096):
+                answer += part
+        self.assertTrue(answer.startswith(b"HTTP/1.1 403 "), answer)
+        self.assertIn(b"Connection: close\r\n", answer)
+        self.assertNotIn(b"Keep-Alive", answer)
+
+    def test_a_connection_without_a_next_request_is_closed(self):
+        with self.connect() as connection:
+            connection.sendall(self.head(len(HELLO), connection="keep-alive") + HELLO)
+            self.assertTrue(connection.recv(4096).startswith(b"HTTP/1.1 200 "))
+            started = time.monotonic()
+            self.assertEqual(connection.recv(4096), b"")
+            self.assertTrue(4 < time.monotonic() - started < 15)
 
     def test_half_open_exchanges_leave_the_service_serving(self):
         for _ in range(50):
