@@ -1,8 +1,9 @@
 #!/usr/bin/env python3
 """run.py SERVICE CLIENT: signatures a second through the service, against those of the openssl program.
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio and its
-target; ends with 1 when a target is missed. Each ratio is printed once more as "name value". VELM_BENCH_SECONDS is the time of each.
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio and
+its target; ends with 1 when a target is missed. Each ratio is printed once more as "name value".
+VELM_BENCH_SECONDS is the time of each. openssl counts the time that passes, as the client does.
 """
 
 import os
@@ -18,17 +19,18 @@ SECONDS = float(os.environ.get("VELM_BENCH_SECONDS", "5"))
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "service"))
 from token_service import Service  # noqa: E402
 
-ONE_CLIENT_TARGET = 0.60
 TWO_CLIENT_TARGET = 1.6
 MANY_CONTAINERS = 10000
 MANY_CONTAINERS_TARGET = 0.90
 
-KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"), ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$"),
-        ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$"))
+# Container, algorithm, where openssl prints its signatures a second, and what one client has to reach of them.
+KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$", 0.80),
+        ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$", 0.80),
+        ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$", 0.60))
 
 
 def openssl_rate(algorithm, pattern):
-    command = ["openssl", "speed", "-seconds", str(max(1, round(SECONDS))), algorithm]
+    command = ["openssl", "speed", "-elapsed", "-seconds", str(max(1, round(SECONDS))), algorithm]
     out = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     return float(re.search(pattern, out, re.MULTILINE | re.IGNORECASE).group(1))
 
@@ -58,25 +60,29 @@ class Report:
         """A line for the reader, then the ratio as "key value" for whoever collects it."""
         met = ratio >= target
         self.missed += not met
-        print(f"{what:44s} {rate:9.1f}/s  ratio {ratio:5.2f}  target {target:4.2f}  {'met' if met else 'MISSED'}", flush=True)
+        verdict = "met" if met else "MISSED"
+        print(f"{what:44s} {rate:9.1f}/s  ratio {ratio:5.2f}  target {target:4.2f}  {verdict}", flush=True)
         print(f"{key} {ratio:.4f}", flush=True)
 
 
 def main():
     report = Report()
     with Service() as service:
-        for name, algorithm, pattern in KEYS:
+        for name, algorithm, pattern, target in KEYS:
             assert service.login(name) == 0
             peer = openssl_rate(algorithm, pattern)
             print(f"{'openssl speed ' + algorithm:44s} {peer:9.1f}/s", flush=True)
             one = service_rate(service, name, 1)
-            report.line(f"token_sign_{algorithm}_ratio", f"{name}, one client, to openssl", one, one / peer, ONE_CLIENT_TARGET)
+            report.line(f"token_sign_{algorithm}_ratio", f"{name}, one client, to openssl", one, one / peer,
+                        target)
             two = service_rate(service, name, 2)
-            report.line(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one, TWO_CLIENT_TARGET)
+            report.line(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one,
+                        TWO_CLIENT_TARGET)
         few = service_rate(service, "SM2_DEMO", 1)
         add_ballast(service.store)
         many = service_rate(service, "SM2_DEMO", 1)
-        report.line("token_sign_many_containers", f"SM2_DEMO, {MANY_CONTAINERS} containers, to few", many, many / few, MANY_CONTAINERS_TARGET)
+        report.line("token_sign_many_containers", f"SM2_DEMO, {MANY_CONTAINERS} containers, to few", many,
+                    many / few, MANY_CONTAINERS_TARGET)
     return 1 if report.missed else 0
 
 

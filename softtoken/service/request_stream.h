@@ -9,6 +9,7 @@
 #include <thread>
 
 #include <httplib.h>
+#include <openssl/crypto.h>
 #ifndef _WIN32
 #include <netinet/tcp.h>
 #endif
@@ -25,6 +26,8 @@ class RequestStream : public httplib::Stream {
 
   RequestStream(socket_t socket, Clock::duration limit, const std::atomic<bool>& ending)
       : socket_(socket), limit_(limit), deadline_(Clock::now() + limit), ending_(ending) {}
+  RequestStream(const RequestStream&) = delete;
+  ~RequestStream() override { wipe_used(); }
 
   /** Whether this system lets a receiver acknowledge what arrives at once, and not some 40 ms later. */
 #ifdef TCP_QUICKACK
@@ -58,18 +61,20 @@ class RequestStream : public httplib::Stream {
 
   bool wait_until(Clock::time_point deadline) const;
   void acknowledge_at_once() const;
+  void wipe_used() { OPENSSL_cleanse(arrived_.data(), arrived_from_); }
 
   socket_t socket_;
   Clock::duration limit_;
   Clock::time_point deadline_;
   const std::atomic<bool>& ending_;
-  std::array<char, 16384> arrived_;
+  std::array<char, 16384> arrived_; // may hold a PIN, so it is wiped with each request
   size_t arrived_from_ = 0;
   size_t arrived_to_ = 0;
   std::string answer_;
 };
 
 inline bool RequestStream::await_request(Clock::duration silence) {
+  wipe_used();
   const auto answered = Clock::now();
   bool begun = arrived_from_ < arrived_to_;
   while (!begun && Clock::now() - answered < kAttentiveTime) {
