@@ -10,3 +10,4 @@ void signing_chapter(Narrator& narrator);
 void encryption_chapter(Narrator& narrator);
 void storage_chapter(Narrator& narrator);
 void lock_chapter(Narrator& narrator);
+void file_chapter(Narrator& narrator);

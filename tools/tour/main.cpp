@@ -18,6 +18,7 @@ int main() {
   encryption_chapter(narrator);
   storage_chapter(narrator);
   lock_chapter(narrator);
+  file_chapter(narrator);
   narrator.chapter("Goodbye");
   narrator.call("Take leave of the service", SOF_Finalize());
 
