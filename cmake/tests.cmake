@@ -2,6 +2,10 @@
 # holds the library under test and the stand-in modules.
 set(VELM_TEST_BIN ${CMAKE_BINARY_DIR}/tests/bin)
 
+# On Windows undefined behaviour ends a program with an illegal instruction: the sanitizers' runtimes, which
+# would report it, do not exist there.
+set(VELM_TRAP_UNDEFINED -fsanitize=undefined,float-cast-overflow -fsanitize-undefined-trap-on-error)
+
 set(INSTALL_GTEST OFF)
 set(gtest_force_shared_crt ON)
 add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
@@ -23,6 +27,9 @@ function(velm_add_test name)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
   target_link_libraries(${name} PRIVATE velm_options ${VELM_TEST_MAIN} ${arg_LINK})
   target_compile_options(${name} PRIVATE -O1) # tests are compiled often and run once
+  if(WIN32)
+    target_compile_options(${name} PRIVATE ${VELM_TRAP_UNDEFINED})
+  endif()
   add_test(NAME ${name} COMMAND ${name})
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)

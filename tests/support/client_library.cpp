@@ -11,10 +11,16 @@ namespace {
 
 constexpr wchar_t kMarkerPath[] = L"c:\\velm_log";
 
+// Beside the test program, unless the environment names a folder there with another build.
+std::wstring library_path() {
+  const wchar_t* build = _wgetenv(L"VELM_TEST_LIBRARY");
+  return program_folder() + (build ? build + std::wstring(L"\\") : L"") + L"velm_sof_client.dll";
+}
+
 HMODULE load() {
   LogReader::clear();
   standin_detail::load_modules();
-  const HMODULE module = LoadLibraryW((program_folder() + L"velm_sof_client.dll").c_str());
+  const HMODULE module = LoadLibraryW(library_path().c_str());
   if (!module) {
     throw std::runtime_error("velm_sof_client.dll cannot be loaded: " + std::to_string(GetLastError()));
   }
