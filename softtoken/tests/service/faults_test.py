@@ -13,7 +13,7 @@ FILE_SIZE = 4096
 
 
 class Writer:
-    """Writes files, changes PINs and adds containers until the service is gone; remembers what was acknowledged."""
+    """Writes files, changes PINs and adds containers until the service is gone; keeps what was acknowledged."""
 
     def __init__(self, service):
         self.service = service
@@ -28,15 +28,16 @@ class Writer:
         index = number % 20
         content = bytes([number % 256]) * FILE_SIZE
         self.attempted_files[index] = content
-        code, _ = self.service.call(29, ContainerName="RSA_2048_DEMO", Pin=PIN, FileType=1, FileIndex=index, Offset=0,
-                                    WriteData=b64(content))
+        code, _ = self.service.call(29, ContainerName="RSA_2048_DEMO", Pin=PIN, FileType=1, FileIndex=index,
+                                    Offset=0, WriteData=b64(content))
         assert code == 0, hex(code)
         self.files[index] = content
 
     def change_pin(self, number):
         old, new = self.pins["SM2_DEMO"][-1], f"pin-{number}"
         self.pins["SM2_DEMO"] = [old, new]
-        code, _ = self.service.call(9, ContainerName="SM2_DEMO", OldPassWd=b64(old.encode()), NewPassWd=b64(new.encode()))
+        code, _ = self.service.call(9, ContainerName="SM2_DEMO", OldPassWd=b64(old.encode()),
+                                    NewPassWd=b64(new.encode()))
         assert code == 0, hex(code)
         self.pins["SM2_DEMO"] = [new]
 
@@ -51,7 +52,9 @@ class Writer:
             while self.acknowledged < WRITES:
                 number = self.next
                 self.next += 1
-                (self.change_pin if number % 10 == 5 else self.add_container if number % 50 == 7 else self.write_file)(number)
+                step = (self.change_pin if number % 10 == 5 else
+                        self.add_container if number % 50 == 7 else self.write_file)
+                step(number)
                 self.acknowledged += 1
         except (OSError, EOFError, ValueError, __import__("http").client.HTTPException):
             pass

@@ -46,7 +46,8 @@ class Interoperability(unittest.TestCase):
         return self.path("public.pem", pem)
 
     def authority(self, name):
-        return self.path("root.pem", run_token("export-cert", name, "--authority", store=self.service.store).encode())
+        root = run_token("export-cert", name, "--authority", store=self.service.store)
+        return self.path("root.pem", root.encode())
 
     def import_own(self, name, algorithm):
         """A key and a certificate that openssl made, as a container."""
@@ -55,7 +56,8 @@ class Interoperability(unittest.TestCase):
         generate = ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:SM2"] if algorithm == "SM2" else [
             "-algorithm", "RSA", "-pkeyopt", "rsa_keygen_bits:2048"]
         self.openssl("genpkey", *generate, "-out", key)
-        self.openssl("req", "-x509", "-new", "-key", key, "-out", certificate, "-days", "30", "-subj", "/CN=" + name, *options)
+        self.openssl("req", "-x509", "-new", "-key", key, "-out", certificate, "-days", "30",
+                     "-subj", "/CN=" + name, *options)
         both = self.path(name + "-both.pem", self.read(name + ".key") + self.read(name + ".pem"))
         run_token("import", name, both, "--pin", PIN, store=self.service.store)
         self.assertEqual(self.service.login(name), 0)
@@ -63,14 +65,16 @@ class Interoperability(unittest.TestCase):
 
     def test_openssl_verifies_our_certificates(self):
         for name in ("RSA_2048_DEMO", "SM2_DEMO"):
-            certificate = self.path("own.pem", run_token("export-cert", name, store=self.service.store).encode())
+            own = run_token("export-cert", name, store=self.service.store)
+            certificate = self.path("own.pem", own.encode())
             options = ["-vfyopt", "distid:1234567812345678"] if name.startswith("SM2") else []
             out = self.openssl("verify", *options, "-CAfile", self.authority(name), certificate)
             self.assertIn(b": OK", out)
 
     def test_openssl_verifies_our_signatures(self):
         data = self.path("data", b"data to sign")
-        for name, digest, options in (("SM2_DEMO", "-sm3", SM2_ID), ("RSA_2048_DEMO", "-sha256", []), ("RSA_1024_DEMO", "-sha1", [])):
+        for name, digest, options in (("SM2_DEMO", "-sm3", SM2_ID), ("RSA_2048_DEMO", "-sha256", []),
+                                      ("RSA_1024_DEMO", "-sha1", [])):
             signature = self.path("signature", self.service.sign(name, b"data to sign")[1])
             verify = ["dgst", digest, "-verify", self.public_key(name), *options, "-signature", signature]
             self.assertIn(b"Verified OK", self.openssl(*verify, data))
@@ -104,17 +108,20 @@ class Interoperability(unittest.TestCase):
         verify = lambda data: self.service.call(
             24, MessageData=b64(self.read("message.p7")), InData=b64(data), base64=True)[0]
         for options in ([], ["-noattr"]):
-            sign = ["cms", "-sign", "-binary", "-in", content, "-signer", certificate, "-inkey", key, "-outform", "DER",
+            sign = ["cms", "-sign", "-binary", "-in", content, "-signer", certificate,
+                    "-inkey", key, "-outform", "DER",
                     "-out", self.path("message.p7"), "-md", "sha256", *options]
             self.openssl(*sign)
-            self.assertEqual([verify(b"content"), verify(b"contenT"), verify(b"")], [0, 0x0B000410, 0x0B000410])
+            self.assertEqual([verify(b"content"), verify(b"contenT"), verify(b"")],
+                             [0, 0x0B000410, 0x0B000410])
             self.openssl(*sign, "-nodetach")
             self.assertEqual([verify(b""), verify(b"content"), verify(b"contenT")], [0, 0, 0x0B000410])
             self.assertEqual(self.service.frame(25, self.read("message.p7"), 1), (0, b"content"))
 
     def test_openssl_opens_our_envelopes(self):
         key, certificate = self.import_own("ENVELOPE_RSA", "RSA")
-        code, envelope = self.service.frame(19, self.service.certificate("ENVELOPE_RSA", 10), b"secret content")
+        recipient = self.service.certificate("ENVELOPE_RSA", 10)
+        code, envelope = self.service.frame(19, recipient, b"secret content")
         self.assertEqual(code, 0)
         opened = self.openssl("cms", "-decrypt", "-inform", "DER", "-in", self.path("envelope", envelope),
                               "-inkey", key, "-recip", certificate)
@@ -126,7 +133,8 @@ class Interoperability(unittest.TestCase):
         for cipher in ("-sm4-cbc", "-aes256", "-des3"):
             self.openssl("cms", "-encrypt", "-binary", cipher, "-in", content, "-outform", "DER",
                          "-out", self.path("envelope"), certificate)
-            self.assertEqual(self.service.frame(20, "OPENED_RSA", self.read("envelope")), (0, b"secret content"), cipher)
+            opened = self.service.frame(20, "OPENED_RSA", self.read("envelope"))
+            self.assertEqual(opened, (0, b"secret content"), cipher)
 
     def test_public_key_encryption_agrees(self):
         for name, algorithm in (("RAW_RSA", "RSA"), ("RAW_SM2", "SM2")):
@@ -134,18 +142,22 @@ class Interoperability(unittest.TestCase):
             code, cipher = self.service.frame(60, self.service.certificate(name, 10), b"key")
             self.assertEqual(code, 0)
             self.path("cipher", cipher)
-            self.assertEqual(self.openssl("pkeyutl", "-decrypt", "-inkey", key, "-in", self.path("cipher")), b"key")
-            self.openssl("pkeyutl", "-encrypt", "-certin", "-inkey", certificate, "-in", self.path("plain", b"key"),
+            decrypted = self.openssl("pkeyutl", "-decrypt", "-inkey", key, "-in", self.path("cipher"))
+            self.assertEqual(decrypted, b"key")
+            self.openssl("pkeyutl", "-encrypt", "-certin", "-inkey", certificate,
+                         "-in", self.path("plain", b"key"),
                          "-out", self.path("cipher"))
             self.assertEqual(self.service.frame(61, name, 1, self.read("cipher")), (0, b"key"))
 
     def test_a_pkcs12_file_is_imported(self):
         key, certificate = self.import_own("FIRST_RSA", "RSA")
-        self.openssl("pkcs12", "-export", "-inkey", key, "-in", certificate, "-passout", "pass:word", "-out", self.path("own.p12"))
-        run_token("import", "SECOND_RSA", self.path("own.p12"), "--password", "word", "--pin", PIN, store=self.service.store)
+        own = self.path("own.p12")
+        store = self.service.store
+        self.openssl("pkcs12", "-export", "-inkey", key, "-in", certificate, "-passout", "pass:word", "-out", own)
+        run_token("import", "SECOND_RSA", own, "--password", "word", "--pin", PIN, store=store)
         self.assertEqual(self.service.certificate("FIRST_RSA"), self.service.certificate("SECOND_RSA"))
         with self.assertRaises(subprocess.CalledProcessError):
-            run_token("import", "THIRD_RSA", self.path("own.p12"), "--password", "wrong", "--pin", PIN, store=self.service.store)
+            run_token("import", "THIRD_RSA", own, "--password", "wrong", "--pin", PIN, store=store)
 
 
 if __name__ == "__main__":
