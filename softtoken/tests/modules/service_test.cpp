@@ -1,3 +1,6 @@
+#include <atomic>
+#include <thread>
+
 #include <gtest/gtest.h>
 
 #include "modules/velm_dev_enum.h"
@@ -45,6 +48,32 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   EXPECT_EQ(SAF_Finalize(handle), kSafBadObject);
   EXPECT_EQ(SAF_Finalize(nullptr), kSafBadObject);
   std::remove("saf_test.dat");
+}
+
+// A call looks its application up before it looks at its other arguments.
+TEST(Configuration, IsSafeToUseWhileItIsClosed) {
+  write_file("saf_closed.dat", as_bytes("service_address = a.host.whose.name.lies.on.the.heap:1\n"));
+  std::atomic<void*> handle{nullptr};
+  std::atomic<bool> ended{false};
+  uint32_t calls = 0;
+  uint32_t surprises = 0;
+  std::thread user([&] {
+    for (; !ended || calls == 0; ++calls) {
+      const uint32_t code =
+          SAF_Ext_CMS_DecodeEnvelopedData(handle, nullptr, 0, nullptr, 0, nullptr, nullptr);
+      if (code != kSafBadInput && code != kSafBadObject) ++surprises;
+    }
+  });
+  for (int i = 0; i < 1000; ++i) {
+    void* opened = nullptr;
+    EXPECT_EQ(SAF_Initialize(&opened, "saf_closed.dat"), 0u);
+    handle = opened;
+    EXPECT_EQ(SAF_Finalize(opened), 0u);
+  }
+  ended = true;
+  user.join();
+  EXPECT_EQ(surprises, 0u) << "of " << calls;
+  std::remove("saf_closed.dat");
 }
 
 TEST_F(ModulesOnAService, EnvelopesOfEverySizeGoThereAndBack) {
