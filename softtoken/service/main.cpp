@@ -55,6 +55,11 @@ struct Line {
   std::filesystem::path store() const { return path_of(data); }
 };
 
+// Lengths of up to 1 GiB, and times of up to a day, pass through every interface below.
+constexpr double kLeastLimit = 0.001;
+constexpr double kMostMib = 1024;
+constexpr double kMostSeconds = 24 * 60 * 60;
+
 CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char* description,
                       std::function<void()> run) {
   CLI::App* command = parent.add_subcommand(name, description);
@@ -77,11 +82,12 @@ void add_serve(CLI::App& app, Line& line) {
                    "minutes after which an unused login ends; 0: never")
       ->capture_default_str();
   serve_command->add_option("--body-limit", line.body_limit_mib, "largest request body, in MiB")
-      ->capture_default_str()->check(CLI::PositiveNumber);
+      ->capture_default_str()
+      ->check(CLI::Range(kLeastLimit, kMostMib));
   serve_command
       ->add_option("--request-time", line.request_seconds, "seconds within which a request has to arrive")
       ->capture_default_str()
-      ->check(CLI::PositiveNumber);
+      ->check(CLI::Range(kLeastLimit, kMostSeconds));
 }
 
 void add_container_commands(CLI::App& app, Line& line) {

@@ -2,9 +2,10 @@
 
 import json
 import struct
+import subprocess
 import unittest
 
-from token_service import FRAME_TYPE, JSON_TYPE, PIN, Service, b64, unb64
+from token_service import FRAME_TYPE, JSON_TYPE, PIN, Service, b64, run_token, unb64
 
 NOT_SUPPORTED = 0x0B000002
 BAD_INPUT = 0x0B000201
@@ -86,7 +87,8 @@ class Contract(unittest.TestCase):
             self.assertEqual(self.service.login(name, "wrong"), WRONG_PIN)
             self.assertEqual(self.service.call(8, ContainerName=name), (0, {"RetryCount": left}))
         self.assertEqual(self.service.login(name), LOCKED)
-        self.assertEqual(self.service.call(9, ContainerName=name, OldPassWd=b64(PIN.encode()), NewPassWd=b64(b"1111"))[0],
+        self.assertEqual(self.service.call(9, ContainerName=name, OldPassWd=b64(PIN.encode()),
+                                           NewPassWd=b64(b"1111"))[0],
                          LOCKED)
 
     def test_pin_change(self):
@@ -113,10 +115,11 @@ class Contract(unittest.TestCase):
             self.assertEqual(self.service.call(14, Cert=b64(signing))[0], 0)
             self.assertEqual(self.service.frame(11, signing, 0x31), (0, name.encode()))
             self.assertEqual(self.service.frame(11, signing, 0x999)[0], UNSUPPORTED_PARAMETER)
-            self.assertEqual(unb64(self.service.call(12, Cert=b64(signing), Oid="2.5.4.3")[1]["Info"]), name.encode())
+            common_name = self.service.call(12, Cert=b64(signing), Oid="2.5.4.3")[1]["Info"]
+            self.assertEqual(unb64(common_name), name.encode())
             self.assertEqual(self.service.call(12, Cert=b64(signing), Oid="1.2.3.4")[0], 0x0B000444)
-        self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate("EXPIRED_RSA_2048_DEMO")))[0], 0x0B000407)
-        self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate("REVOKED_SM2_DEMO")))[0], 0x0B000408)
+        for name, code in (("EXPIRED_RSA_2048_DEMO", 0x0B000407), ("REVOKED_SM2_DEMO", 0x0B000408)):
+            self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate(name)))[0], code)
         self.assertEqual(self.service.call(14, Cert=b64(b"no certificate"))[0], 0x0B000405)
 
     def test_data_signatures(self):
@@ -131,10 +134,12 @@ class Contract(unittest.TestCase):
             self.assertEqual(verify(b"data", b"no signature"), VERIFY_FAILED)
 
     def test_hash_signatures(self):
-        for name, algorithm, size in (("SM2_DEMO", 1, 32), ("RSA_2048_DEMO", 4, 32), ("RSA_1024_DEMO", 2, 20)):
+        for name, algorithm, size in (("SM2_DEMO", 1, 32), ("RSA_2048_DEMO", 4, 32),
+                                      ("RSA_1024_DEMO", 2, 20)):
             self.assertEqual(self.service.login(name), 0)
             call = lambda **other: self.service.call(83, **{
-                "container": name, "hashAlg": algorithm, "inDataType": 1, "hashedData": b64(bytes(size)), **other})
+                "container": name, "hashAlg": algorithm, "inDataType": 1, "hashedData": b64(bytes(size)),
+                **other})
             code, result = call()
             self.assertEqual(code, 0)
             self.assertGreater(len(unb64(result)), 60)
@@ -148,7 +153,8 @@ class Contract(unittest.TestCase):
                 24, MessageData=b64(message), InData=b64(data), base64=True)[0]
             data = b"message" * 100
             attached, detached = (self.service.sign_message(name, data, flag) for flag in (0, 1))
-            self.assertEqual([verify(attached, b""), verify(attached, data), verify(detached, data)], [0, 0, 0])
+            self.assertEqual([verify(attached, b""), verify(attached, data), verify(detached, data)],
+                             [0, 0, 0])
             self.assertEqual(verify(detached, b"other"), VERIFY_FAILED)
             self.assertEqual(verify(detached, b""), VERIFY_FAILED)
             self.assertEqual(verify(attached[:-1], b""), 0x0B000417)
@@ -172,6 +178,11 @@ class Contract(unittest.TestCase):
         _, envelope = self.service.frame(19, self.service.certificate("SEAL_SM2_DEMO", 10), b"x")
         self.assertEqual(self.service.frame(20, "SM2_DEMO", envelope)[0], 0x0B000440)
 
+    def test_limits_that_nothing_keeps_are_refused(self):
+        for limit in (["--body-limit", "4096"], ["--body-limit", "0"], ["--request-time", "1e300"]):
+            with self.assertRaises(subprocess.CalledProcessError, msg=limit):
+                run_token("serve", "--port", "0", *limit, store=self.service.store)
+
     def test_public_key_encryption(self):
         for name in self.each_logged_in():
             for specifier in (1, 2):
@@ -181,7 +192,8 @@ class Contract(unittest.TestCase):
                 self.assertEqual(code, 0)
                 self.assertEqual(self.service.frame(61, name, specifier, cipher), (0, b"key"))
             self.assertEqual(self.service.frame(59, name, 3)[0], UNSUPPORTED_PARAMETER)
-        self.assertEqual(self.service.frame(60, self.service.frame(59, "SM2_DEMO", 1)[1], bytes(2000))[0], BAD_LENGTH)
+        key = self.service.frame(59, "SM2_DEMO", 1)[1]
+        self.assertEqual(self.service.frame(60, key, bytes(2000))[0], BAD_LENGTH)
 
     def test_user_data(self):
         name = "SM2_DEMO"
