@@ -32,15 +32,16 @@ using SecretBytes = std::vector<uint8_t, WipingAllocator<uint8_t>>;
 
 inline SecretBytes secret_copy(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
 
-/** Wipes a buffer when the scope ends. */
+/** Wipes a text or bytes when the scope ends. */
+template <typename Buffer>
 class WipeAtEnd {
  public:
-  explicit WipeAtEnd(std::string& text) : text_(text) {}
+  explicit WipeAtEnd(Buffer& buffer) : buffer_(buffer) {}
   WipeAtEnd(const WipeAtEnd&) = delete;
-  ~WipeAtEnd() { OPENSSL_cleanse(text_.data(), text_.size()); }
+  ~WipeAtEnd() { OPENSSL_cleanse(buffer_.data(), buffer_.size()); }
 
  private:
-  std::string& text_;
+  Buffer& buffer_;
 };
 
 }  // namespace velm::token

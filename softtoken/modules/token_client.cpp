@@ -1,6 +1,7 @@
 #include "softtoken/modules/token_client.h"
 
 #include <charconv>
+#include <limits>
 
 #include <nlohmann/json.hpp>
 
@@ -82,7 +83,9 @@ Bytes base64_value(const Json& value) {
 uint32_t number_member(const Json& object, const char* name) {
   const Json& value = member(object, name);
   require_saf(value.is_number_unsigned(), kSafJsonFailed);
-  return value.get<uint32_t>();
+  const auto number = value.get<uint64_t>();
+  require_saf(number <= std::numeric_limits<uint32_t>::max(), kSafJsonFailed);
+  return static_cast<uint32_t>(number);
 }
 
 Bytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* content_type,
@@ -100,8 +103,9 @@ Json TokenClient::call(const char* path, Json request) const {
   return answer.value("Result", Json());
 }
 
-Bytes TokenClient::frame_call(ByteView frame) const {
-  const Bytes answer = post(configuration_.service, "/", kFrameType, frame);
+SecretBytes TokenClient::frame_call(ByteView frame) const {
+  Bytes answer = post(configuration_.service, "/", kFrameType, frame);
+  const WipeAtEnd wiped(answer);
   require_success(number_at(answer, 0));
   const uint32_t length = number_at(answer, 4);
   require_saf(answer.size() == size_t{length} + 8, kSafServerFailed);
@@ -123,17 +127,14 @@ Bytes TokenClient::sign_hash(const std::string& container, DigestId digest, Byte
 }
 
 SecretBytes TokenClient::decrypt(const std::string& container, KeyUse use, ByteView cipher) const {
-  Bytes plain = frame_call(FrameWriter(kAsymmetricDecrypt)
-                               .text(utf8_of(container))
-                               .number(static_cast<uint32_t>(use))
-                               .bytes(cipher)
-                               .frame());
-  SecretBytes secret = secret_copy(plain);
-  OPENSSL_cleanse(plain.data(), plain.size());
-  return secret;
+  return frame_call(FrameWriter(kAsymmetricDecrypt)
+                        .text(utf8_of(container))
+                        .number(static_cast<uint32_t>(use))
+                        .bytes(cipher)
+                        .frame());
 }
 
-Bytes TokenClient::open_envelope(const std::string& container, ByteView envelope) const {
+SecretBytes TokenClient::open_envelope(const std::string& container, ByteView envelope) const {
   return frame_call(FrameWriter(kDecryptData).text(utf8_of(container)).bytes(envelope).frame());
 }
 

@@ -26,7 +26,7 @@ class TokenClient {
   Bytes sign_hash(const std::string& container, DigestId digest, ByteView hash) const;
   /** What was encrypted for a key of the container; for RSA a wrong key may give any bytes. */
   SecretBytes decrypt(const std::string& container, KeyUse use, ByteView cipher) const;
-  Bytes open_envelope(const std::string& container, ByteView envelope) const;
+  SecretBytes open_envelope(const std::string& container, ByteView envelope) const;
 
   /** One of the functions that the service offers to provider modules alone; gives its result. */
   nlohmann::json module_function(ModuleFunction function, nlohmann::json arguments) const;
@@ -36,7 +36,7 @@ class TokenClient {
 
  private:
   nlohmann::json call(const char* path, nlohmann::json request) const;
-  Bytes frame_call(ByteView frame) const;
+  SecretBytes frame_call(ByteView frame) const;
   Bytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 
   Configuration configuration_;

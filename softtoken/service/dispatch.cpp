@@ -51,7 +51,10 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
 
 Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
   // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
-  nlohmann::json request = nlohmann::json::parse(utf8_of(body), nullptr, false);
+  std::string text = utf8_of(body);
+  const WipeAtEnd wiped_text(text);
+  nlohmann::json request = nlohmann::json::parse(text, nullptr, false);
+  const WipeTextsAtEnd wiped_request(request);
   if (!request.is_object() || !request.contains("funcid"))
     return {400, kJsonType, json_answer(kBadInput, nullptr)};
   nlohmann::json result;
@@ -62,7 +65,6 @@ Answer answer_call(Service& service, std::span<const JsonFunction> functions, st
     code = run_call(service.trace, functions, number,
                     [&](const JsonFunction& function) { result = function.run(service.token, request); });
   }
-  wipe_texts(request);
   return {200, kJsonType, json_answer(code, result)};
 }
 

@@ -47,13 +47,12 @@ Bytes base64_field(const nlohmann::json& request, const char* name) {
 
 SecretBytes secret_base64_field(const nlohmann::json& request, const char* name) {
   Bytes bytes = base64_field(request, name);
-  const SecretBytes secret = secret_copy(bytes);
-  OPENSSL_cleanse(bytes.data(), bytes.size());
-  return secret;
+  const WipeAtEnd wiped(bytes);
+  return secret_copy(bytes);
 }
 
-void wipe_texts(nlohmann::json& request) {
-  for (auto& value : request) {
+WipeTextsAtEnd::~WipeTextsAtEnd() {
+  for (auto& value : request_) {
     if (!value.is_string()) continue;
     auto& text = value.get_ref<std::string&>();
     OPENSSL_cleanse(text.data(), text.size());
