@@ -1,5 +1,5 @@
 // The user's certificates, and questions about a certificate.
-#include "modules/velm_openssl_api.h"
+#include "velm_sof_client/provider_call.h"
 #include "velm_sof_client/service_call.h"
 
 using namespace velm;
@@ -95,14 +95,8 @@ uint32_t SOF_GetCertAlg(const uint8_t* pCert, uint32_t uCertLen, uint32_t* pAlgT
     require_pointer(pAlgType, "pAlgType");
     *pAlgType = 0;
 
-    constexpr uint32_t kTypeAndLength = 17;
-    CertificateRecord record{};
-    const int32_t result = VELM_Openssl_ParseCertInfo(pCert, uCertLen, kTypeAndLength, 0, &record);
-    if (result != 0) {
-      LOG_FAILURE("SOF_GetCertAlg, VELM_Openssl_ParseCertInfo goa_rv=%d\n", result);
-      fail(SOR_CERTPARSEERR);
-    }
-    constexpr uint32_t kRsa = 1, kRsa2048KeyBytes = 270;
+    constexpr uint32_t kTypeAndLength = 17, kRsa = 1, kRsa2048KeyBytes = 270;
+    const CertificateRecord record = parse_certificate("SOF_GetCertAlg", {pCert, uCertLen}, kTypeAndLength);
     if (record.public_key_type != kRsa) {
       *pAlgType = 40;
     } else if (record.public_key_length == kRsa2048KeyBytes) {
