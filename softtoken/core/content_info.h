@@ -9,8 +9,7 @@ bool is_object(const ASN1_OBJECT* object, const char* oid);
 
 /** ContentInfo around the DER of its content. */
 Bytes wrap_content(const char* type, ByteView content_der);
-/** The DER inside a ContentInfo of the PKCS#7 or the GM/T 0010 type; the code for a bad encoding otherwise.
- */
+/** The DER inside a ContentInfo of the PKCS#7 or the GM/T 0010 type; throws the code for a bad encoding. */
 Bytes unwrap_content(ByteView message, const char* pkcs7_type, const char* gm_type);
 
 /** Issuer and serial number of a certificate, as messages name a signer or a recipient. */

@@ -24,7 +24,7 @@ struct DeviceFileAttributes {
  */
 class DeviceFiles {
  public:
-  DeviceFiles(Token& token, const std::string& container) : token_(token), container_(container) {}
+  DeviceFiles(Token& token, std::string container) : token_(token), container_(std::move(container)) {}
 
   std::vector<std::string> names();
   void create(const std::string& name, const DeviceFileAttributes& attributes);

@@ -47,7 +47,7 @@ Bytes encrypt_content(const EVP_CIPHER* cipher, ByteView key, ByteView iv, ByteV
                                       static_cast<int>(plain.size())) == 1 &&
                     EVP_EncryptFinal_ex(context.get(), out.data() + length, &last) == 1;
   require(done, kEncryptFailed);
-  out.resize(static_cast<size_t>(length + last));
+  out.resize(static_cast<size_t>(length) + static_cast<size_t>(last));
   return out;
 }
 
@@ -66,7 +66,7 @@ SecretBytes decrypt_content(const X509_ALGOR* algorithm, ByteView key, ByteView 
                                       static_cast<int>(encrypted.size())) == 1 &&
                     EVP_DecryptFinal_ex(context.get(), out.data() + length, &last) == 1;
   require(done, kEnvelopeOpenFailed);
-  out.resize(static_cast<size_t>(length + last));
+  out.resize(static_cast<size_t>(length) + static_cast<size_t>(last));
   return out;
 }
 

@@ -15,8 +15,7 @@ SecretBytes pin_key(ByteView pin, ByteView salt);
  */
 Bytes wrap(ByteView key, std::string_view purpose, ByteView plain);
 
-/** The plain text again; the code for a wrong PIN when the key or the purpose is another, or the block was
- * changed. */
+/** The plain text; throws the code for a wrong PIN for another key or purpose, or a changed block. */
 SecretBytes unwrap(ByteView key, std::string_view purpose, ByteView block);
 
 }  // namespace velm::token

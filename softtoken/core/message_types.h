@@ -4,8 +4,7 @@
 
 namespace velm::token {
 
-/** The object identifiers that a cryptographic message carries: PKCS#7's with RSA, those of GM/T 0010 with
- * SM2. */
+/** The object identifiers in a cryptographic message: PKCS#7's with RSA, those of GM/T 0010 with SM2. */
 struct MessageTypes {
   const char* data;
   const char* signed_data;

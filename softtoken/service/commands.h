@@ -16,8 +16,10 @@ struct ServeOptions {
 
 /** Makes a new store. */
 void init_store(const std::filesystem::path& file, bool demo);
-/** Answers applications until it is asked to end; a store that does not exist is made first, with the demo
- * containers. */
+/**
+ * Answers applications until it is asked to end; a store that does not exist is made first, with the demo
+ * containers.
+ */
 void serve(const std::filesystem::path& file, const ServeOptions& options);
 /** Prints the last calls of the service that listens on a port. */
 void print_trace(uint16_t port);

@@ -8,8 +8,7 @@
 
 namespace velm::token {
 
-/** The last calls that the service answered: which function, its result code and time. No argument is kept.
- */
+/** The last calls that the service answered: function, result code and time. No argument is kept. */
 class Trace {
  public:
   void record(const char* function, uint32_t code, std::chrono::microseconds duration);
