@@ -5,7 +5,11 @@ debian_packages=(
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   googletest nlohmann-json3-dev libcli11-dev
   wine wine64 xvfb xauth iproute2
+  cppcheck
 )
+
+# What `./dev analyse` needs beyond that.
+analysis_packages=(clang-tidy-16)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
@@ -13,16 +17,17 @@ as_root() {
 
 missing_packages() {
   local package
-  for package in "${debian_packages[@]}"; do
+  for package in "$@"; do
     dpkg-query -W -f='${Status}\n' "$package" 2>/dev/null | grep -q '^install ok installed$' || echo "$package"
   done
 }
 
+# install_packages PACKAGE...: those that are not installed yet.
 install_packages() {
   local missing
-  mapfile -t missing < <(missing_packages)
+  mapfile -t missing < <(missing_packages "$@")
   if [ ${#missing[@]} -eq 0 ]; then
-    echo "all ${#debian_packages[@]} are installed"
+    echo "all $# are installed"
     return
   fi
   echo "installing: ${missing[*]}"

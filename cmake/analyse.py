@@ -1,0 +1,125 @@
+"""Runs clang-tidy and cppcheck over the project's sources and fails at any finding.
+
+usage: analyse.py [--root ROOT] [--jobs N] [--only clang-tidy|cppcheck] [PART...]
+
+Both read the compilation databases of build/native and build/windows; a source that both trees compile is
+looked at natively. .clang-tidy says what clang-tidy looks for, cmake/cppcheck_suppressions.txt what cppcheck
+may say in vain. With PARTs only files are looked at whose path contains one of them.
+"""
+
+import argparse
+import json
+import subprocess
+import sys
+from concurrent.futures import ThreadPoolExecutor
+from pathlib import Path
+
+# The first release whose clang has what <source_location> of the compiler's own library needs.
+CLANG_TIDY = "clang-tidy-16"
+TARGET = "x86_64-w64-mingw32"
+TREES = ("native", "windows")
+
+
+def compiled(root, tree):
+    """The project's own sources that a build tree compiles, and their entries in its database."""
+    database = json.loads((root / "build" / tree / "compile_commands.json").read_text())
+    return {path: entry for entry in database
+            if (path := Path(entry["file"])).is_relative_to(root) and path.suffix == ".cpp"
+            and not path.is_relative_to(root / "build")}
+
+
+def is_asked_for(name, parts):
+    return not parts or any(part in name for part in parts)
+
+
+def sources(root, parts):
+    """By build tree: the sources to look at, each once."""
+    chosen, seen = {}, set()
+    for tree in TREES:
+        chosen[tree] = {path: entry for path, entry in compiled(root, tree).items()
+                        if path not in seen and is_asked_for(path.relative_to(root).as_posix(), parts)}
+        seen.update(chosen[tree])
+    return chosen
+
+
+def windows_headers():
+    """Where the cross compiler finds its system headers, as clang's options."""
+    report = subprocess.run([f"{TARGET}-g++-posix", "-xc++", "-E", "-v", "/dev/null"],
+                            check=True, capture_output=True, text=True).stderr
+    listed = report.split("search starts here:\n")[-1].split("End of search list")[0]
+    folders = [str(Path(line.strip()).resolve()) for line in listed.splitlines()]
+    # Those of the compiler itself, intrinsics for example, clang has in a form of its own.
+    return [f"--extra-arg=-isystem{folder}" for folder in folders
+            if "/c++" in folder or f"/{TARGET}/include" in folder]
+
+
+def is_tidied(root, path):
+    """Tests are left to cppcheck, but for those that bring in the library's computed headers."""
+    relative = path.relative_to(root).as_posix()
+    return "tests/" not in relative or (relative.startswith("tests/unit/") and "/windows/" not in relative
+                                        and "/support_" not in relative)
+
+
+def run_clang_tidy(root, tree, path, options):
+    command = [CLANG_TIDY, "--quiet", "-p", f"build/{tree}", f"--header-filter=^{root}/",
+               "--extra-arg=-Wno-unknown-warning-option", *options, str(path)]
+    return subprocess.run(command, cwd=root, capture_output=True, text=True)
+
+
+def tidy_findings(root, chosen, jobs):
+    options = {"native": [], "windows": [f"--extra-arg-before=--target={TARGET}", *windows_headers()]}
+    work = [(tree, path) for tree in TREES for path in sorted(chosen[tree]) if is_tidied(root, path)]
+    findings = {}
+    with ThreadPoolExecutor(jobs) as pool:
+        results = pool.map(lambda job: run_clang_tidy(root, *job, options[job[0]]), work)
+        for (_, path), result in zip(work, results):
+            if result.returncode != 0:
+                # A finding in a header comes with every source that includes it.
+                text = result.stdout.strip() or result.stderr.strip()
+                findings.setdefault(text, path)
+            print(f"  {'  ' if result.returncode == 0 else '! '}{path.relative_to(root)}", flush=True)
+    return len(work), list(findings)
+
+
+def cppcheck_findings(root, chosen, jobs):
+    findings = []
+    for tree in TREES:
+        folder = root / "build" / "analyse" / tree
+        folder.mkdir(parents=True, exist_ok=True)
+        database = folder / "compile_commands.json"
+        database.write_text(json.dumps(list(chosen[tree].values())))
+        command = ["cppcheck", f"--project={database}", f"-j{jobs}", "--quiet", "--inline-suppr",
+                   "--enable=warning,performance,portability,style", "--library=googletest",
+                   f"--suppressions-list={root}/cmake/cppcheck_suppressions.txt",
+                   f"--platform={'win64' if tree == 'windows' else 'unix64'}",
+                   "--template={file}:{line}: {severity}: {message} [{id}]"]
+        result = subprocess.run(command, cwd=root, capture_output=True, text=True)
+        if result.returncode != 0:
+            raise RuntimeError(f"cppcheck failed: {result.stdout}{result.stderr}")
+        findings += sorted(set(result.stderr.splitlines()))
+    return sum(len(chosen[tree]) for tree in TREES), findings
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--root", type=Path, default=Path(__file__).resolve().parent.parent)
+    parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--only", choices=("clang-tidy", "cppcheck"))
+    parser.add_argument("parts", nargs="*")
+    arguments = parser.parse_args()
+    chosen = sources(arguments.root, arguments.parts)
+    tools = {"cppcheck": cppcheck_findings, "clang-tidy": tidy_findings}
+    failed = False
+    for name, findings_of in tools.items():
+        if arguments.only not in (None, name):
+            continue
+        count, findings = findings_of(arguments.root, chosen, arguments.jobs)
+        for finding in findings:
+            print(finding)
+        print(f"{name}: {count} files, {len(findings)} findings", flush=True)
+        failed = failed or count == 0 or bool(findings)
+    return 1 if failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
