@@ -4,6 +4,7 @@ debian_packages=(
   build-essential cmake ninja-build dpkg-dev ca-certificates python3 perl tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   googletest nlohmann-json3-dev libcli11-dev
+  doxygen
   wine wine64 xvfb xauth iproute2
   cppcheck
 )

@@ -1,0 +1,148 @@
+"""Follows the first page as a new user would, in an install tree.
+
+usage: getting_started_test.py SOURCE_ROOT BUILD_FOLDER
+
+Windows commands run under Wine, mingw's compiler runs here. Visual Studio's commands are not tried; they are named.
+The page has the same commands in both languages, which check_pages.py holds it to.
+"""
+
+import os
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+PAGE = "docs/getting_started.md"
+SERVICE = ("127.0.0.1", 55661)
+COMPILER = "x86_64-w64-mingw32-gcc"
+VISUAL_STUDIO = ("cl", "lib")
+
+
+class Failure(Exception):
+    pass
+
+
+def read_blocks(page):
+    """The fenced blocks that name a language, in order."""
+    return re.findall(r"^```(\w+)\n(.*?)^```", page.read_text(encoding="utf-8"), re.MULTILINE | re.DOTALL)
+
+
+def windows_path(path):
+    return "Z:" + str(path).replace("/", "\\")
+
+
+def service_answers():
+    with socket.socket() as connection:
+        return connection.connect_ex(SERVICE) == 0
+
+
+class NewUser:
+    """Somebody with an unpacked package, a store folder of their own and two windows."""
+
+    def __init__(self, source_root, work):
+        self.wine = str(source_root / "cmake" / "run-under-wine")
+        self.work = work
+        self.folder = work
+        self.service = None
+        self.output = None
+        self.tried = self.not_tried = 0
+
+    def type_command(self, line):
+        words = line.split()
+        if words[0] == "cd":
+            self.folder = self.folder / words[1]
+            if not self.folder.is_dir():
+                raise Failure(f"there is no folder {words[1]}")
+        elif words[0] == COMPILER:
+            self.run([word.replace("\\", "/") for word in words])
+        elif words[0] in VISUAL_STUDIO:
+            print(f"not tried: {line}")
+            self.not_tried += 1
+            return
+        elif words[-1] == "serve":
+            self.start_service(line)
+        else:
+            self.output = self.run(self.windows_command(line))
+        self.tried += 1
+
+    def windows_command(self, line):
+        """The line as a batch file, in which the store's folder is one of this test."""
+        batch = self.work / "command.bat"
+        batch.write_text(f"@set LOCALAPPDATA={windows_path(self.work)}\n@{line}\n", newline="\r\n")
+        return [self.wine, "cmd", "/c", windows_path(batch)]
+
+    def run(self, command):
+        done = subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+                              stderr=subprocess.STDOUT, encoding="utf-8", timeout=120)
+        if done.returncode != 0:
+            raise Failure(f"{' '.join(command)} ended with {done.returncode}:\n{done.stdout}")
+        return done.stdout
+
+    def start_service(self, line):
+        if service_answers():
+            raise Failure("something listens on the service's port already")
+        with open(self.work / "service.log", "w", encoding="utf-8") as log:
+            self.service = subprocess.Popen(self.windows_command(line), cwd=self.folder, stdin=subprocess.DEVNULL,
+                                            stdout=log, stderr=log, start_new_session=True)
+        deadline = time.monotonic() + 60
+        while not service_answers():
+            if self.service.poll() is not None or time.monotonic() > deadline:
+                raise Failure("the service does not answer:\n" + (self.work / "service.log").read_text())
+            time.sleep(0.1)
+
+    def close_windows(self):
+        if self.service is None:
+            return
+        os.killpg(self.service.pid, signal.SIGTERM)
+        self.service.wait(timeout=30)
+        deadline = time.monotonic() + 30
+        while service_answers():
+            if time.monotonic() > deadline:
+                raise Failure("the service still answers after its end")
+            time.sleep(0.1)
+
+
+def follow(page, user):
+    blocks = read_blocks(page)
+    program = next(text for language, text in blocks if language == "c")
+    compiled = re.search(r"\w+\.c\b", next(text for _, text in blocks if COMPILER in text))[0]
+    compared = False
+    for language, text in blocks:
+        if language == "c":
+            (user.folder / compiled).write_text(program, encoding="utf-8")
+        elif language == "bat":
+            for line in text.splitlines():
+                user.type_command(line)
+        elif language == "text":
+            if user.output is None or user.output.replace("\r", "").split("\n") != text.split("\n"):
+                raise Failure(f"expected\n{text}\nbut saw\n{user.output}")
+            compared = True
+    if not compared:
+        raise Failure("the page shows no output to compare with")
+
+
+def main(source_root, build_folder):
+    source_root, work = Path(source_root), Path(build_folder, "docs", "getting_started")
+    version = re.search(r"project\(\w+ VERSION ([\d.]+)", (source_root / "CMakeLists.txt").read_text())[1]
+    shutil.rmtree(work, ignore_errors=True)
+    work.mkdir(parents=True)
+    subprocess.run(["cmake", "--install", build_folder, "--prefix", str(work / f"velm_sof_client-{version}")],
+                   check=True, stdout=subprocess.DEVNULL)
+    user = NewUser(source_root, work)
+    try:
+        follow(source_root / PAGE, user)
+    except Failure as failure:
+        print(f"{PAGE}: {failure}")
+        return 1
+    finally:
+        user.close_windows()
+    print(f"{PAGE}: {user.tried} commands tried, {user.not_tried} not")
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,72 @@
+"""The call reference: made from a header as it is, and refused when the header leaves something out.
+
+usage: reference_test.py DOXYGEN DOXYFILE HEADER
+"""
+
+import re
+import subprocess
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+DOXYGEN, DOXYFILE, HEADER = sys.argv[1:4]
+
+
+def without(text, line):
+    assert text.count(line) >= 1, f"the header has no line {line!r}"
+    return text.replace(line, "", 1)
+
+
+class Reference(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = Path(folder.name)
+        self.header = Path(HEADER).read_text(encoding="utf-8")
+
+    def make(self, header):
+        """Doxygen's exit status and warnings for a header, with the options of the real reference."""
+        (self.folder / "velm_sof_client.h").write_text(header, encoding="utf-8")
+        options = Path(DOXYFILE).read_text(encoding="utf-8")
+        options += f"INPUT = \"{self.folder}/velm_sof_client.h\"\nOUTPUT_DIRECTORY = \"{self.folder}\"\n"
+        run = subprocess.run([DOXYGEN, "-"], input=options, capture_output=True, text=True)
+        return run.returncode, run.stderr
+
+    def expect_refusal(self, header, message):
+        status, warnings = self.make(header)
+        self.assertNotEqual(status, 0)
+        self.assertRegex(warnings, message)
+
+    def test_the_header_as_it_is_gives_every_function(self):
+        self.assertEqual(self.make(self.header), (0, ""))
+        names = re.findall(r"^VELM_SOF_API .*?(SOF_\w+)\(", self.header, re.MULTILINE)
+        self.assertEqual(len(names), 88)
+        pages = "".join(page.read_text(encoding="utf-8")
+                        for page in (self.folder / "reference").glob("group__*.html"))
+        titles = set(re.findall(r'<h2 class="memtitle">.*?</span>(\w+)\(\)</h2>', pages))
+        self.assertEqual(set(names) - titles, set())
+
+    def test_an_undocumented_parameter_is_refused(self):
+        self.expect_refusal(without(self.header, " * @param[out] puRemainCount Attempts left; 0 when the service"
+                                                 " succeeds without naming a number.\n"),
+                            "parameter 'puRemainCount'")
+
+    def test_a_parameter_that_does_not_exist_is_refused(self):
+        self.expect_refusal(self.header.replace("@param[out] pszVersion", "@param[out] pszVersoin", 1),
+                            "pszVersoin")
+
+    def test_an_undocumented_result_is_refused(self):
+        start = self.header.index(" * @retval", self.header.index("@brief Stores the process's envelope type"))
+        end = self.header.index(" * @par", start)
+        self.expect_refusal(self.header[:start] + self.header[end:], "SOF_Ext_SetEnvelopType")
+
+    def test_an_undocumented_function_is_refused(self):
+        group = self.header.index("@defgroup velm_sof_configuration")
+        start = self.header.index("/**", group)
+        end = self.header.index("*/", start) + 2
+        self.expect_refusal(self.header[:start] + self.header[end:], "SOF_Config")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

@@ -1,0 +1,134 @@
+"""The tables of the result code pages, made from the sources: the constants and their meanings from the public
+header, the texts from the library's table, and what the provider's results become.
+
+usage: result_codes.py ROOT [--write]
+
+Without --write, fails when a page's table is not what the sources say.
+"""
+
+import re
+import sys
+from pathlib import Path
+
+HEADER = "inc/velm_sof_client.h"
+TEXTS = "src/velm_sof_client/error_texts.h"
+PROVIDER_RESULTS = "src/sof_impl.cpp"
+LIBRARY = "src"
+
+BEGIN, END = "<!-- made by result_codes.py -->\n", "<!-- end -->\n"
+NEGATIVE = 0x80000000
+UNKNOWN = 0x0B000001  # what a provider's result becomes that no row names
+
+
+class Inconsistent(Exception):
+    """The sources or a page do not fit each other."""
+
+
+def read_constants(header):
+    """Names and meanings by code."""
+    rows = re.findall(r"^#define (SOR_\w+)\s+(0x[0-9A-F]{8})u\s+/\*\*< (.*?) \*/$", header, re.MULTILINE)
+    constants = {int(code, 16): (name, meaning) for name, code, meaning in rows}
+    if not rows or len(rows) != len(re.findall(r"^#define SOR_", header, re.MULTILINE)):
+        raise Inconsistent("a constant of the header could not be read")
+    if len(constants) != len(rows):
+        raise Inconsistent("two constants of the header have one code")
+    return constants
+
+
+def read_texts(source):
+    return {int(code, 16): text for code, text in re.findall(r"\{(0x[0-9A-F]{8}), \"(.*?)\"\}", source)}
+
+
+def read_provider_results(source):
+    """Lists of the provider's results by the code that they become."""
+    results = {}
+    for first, last, mapped in re.findall(r"\{(0x0200\w{4}), (0x0200\w{4}), (0x\w{8})\}", source):
+        for step in range(int(last, 16) - int(first, 16) + 1):
+            results.setdefault(int(mapped, 16) + step, []).append(int(first, 16) + step)
+    if not results:
+        raise Inconsistent("no provider results could be read")
+    return results
+
+
+def own_codes(root, constants, provider_results):
+    """What the library's own code answers with: constants by name, and provider's results that it puts in itself."""
+    by_name = {name: code for code, (name, _) in constants.items()}
+    by_result = {result: code for code, results in provider_results.items() for result in results}
+    codes = set()
+    for path in sorted(Path(root, LIBRARY).rglob("*")):
+        if path.suffix not in (".h", ".cpp"):
+            continue
+        code = re.sub(r"//.*|[!=]= SOR_\w+", "", path.read_text(encoding="utf-8"))
+        codes.update(by_name[name] for name in re.findall(r"\bSOR_\w+", code))
+        if path != Path(root, PROVIDER_RESULTS):
+            results = (int(text, 16) for text in re.findall(r"0x0200\w{4}", code))
+            codes.update(by_result.get(result, UNKNOWN) for result in results)
+    return codes
+
+
+def hexadecimal(code):
+    return f"`0x{code:08X}`"
+
+
+def rows(root):
+    """Code, constant, meaning, text, whether the library gives it, provider's results."""
+    def read(name):
+        return Path(root, name).read_text(encoding="utf-8")
+
+    constants, texts = read_constants(read(HEADER)), read_texts(read(TEXTS))
+    provider = read_provider_results(read(PROVIDER_RESULTS))
+    own = own_codes(root, constants, provider)
+    with_text = {code for code in constants if code < NEGATIVE}
+    if with_text != set(texts):
+        odd = ", ".join(hexadecimal(code) for code in sorted(with_text ^ set(texts)))
+        raise Inconsistent(f"header and texts differ in {odd}")
+    if set(provider) - set(constants):
+        raise Inconsistent("a provider's result becomes a code that the header does not define")
+    for code, (name, meaning) in sorted(constants.items()):
+        yield code, name, meaning, texts.get(code), code in own, provider.get(code, [])
+
+
+LANGUAGES = {
+    "docs/result_codes.md": ("Code", "Constant", "Meaning", "Text", "Given by"),
+    "docs/zh/result_codes.md": ("代码", "常量", "英文含义", "文本", "来源"),
+}
+LIBRARY_ITSELF = {"docs/result_codes.md": "library", "docs/zh/result_codes.md": "本库"}
+
+
+def table(root, page):
+    lines = [LANGUAGES[page], ("---",) * 5]
+    for code, name, meaning, text, own, results in rows(root):
+        given_by = [LIBRARY_ITSELF[page]] * own + [hexadecimal(result) for result in results]
+        lines.append((hexadecimal(code), f"`{name}`", meaning, text or "", ", ".join(given_by)))
+    return "".join(f"| {' | '.join(cells)} |\n" for cells in lines)
+
+
+def with_table(text, page, new):
+    before, begin, rest = text.partition(BEGIN)
+    old, end, after = rest.partition(END)
+    if not begin or not end:
+        raise Inconsistent(f"{page}: has no place for the table")
+    return before + begin + new + end + after
+
+
+def main(root, *options):
+    stale = []
+    try:
+        for page in LANGUAGES:
+            path = Path(root, page)
+            text = path.read_text(encoding="utf-8")
+            wanted = with_table(text, page, table(root, page))
+            if options == ("--write",):
+                path.write_text(wanted, encoding="utf-8")
+            elif text != wanted:
+                stale.append(page)
+    except Inconsistent as fault:
+        print(f"result codes: {fault}")
+        return 1
+    for page in stale:
+        print(f"{page}: the table is not what the sources say; result_codes.py ROOT --write makes it anew")
+    return 1 if stale else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))

@@ -1,0 +1,112 @@
+"""Breaks one thing at a time in small sources and pages, and expects the line that reports it."""
+
+import contextlib
+import io
+import tempfile
+import unittest
+from pathlib import Path
+
+import result_codes
+
+SOURCES = {
+    "inc/velm_sof_client.h": "#define SOR_OK                     0x00000000u  /**< Success. */\n"
+                             "#define SOR_UNKNOWNERR             0x0B000001u  /**< Unknown. */\n"
+                             "#define SOR_FILEERR                0x0B000002u  /**< A file. */\n"
+                             "#define SOR_PROVIDERMINUS1ERR      0xFFFFFFFFu  /**< -1. */\n",
+    "src/velm_sof_client/error_texts.h": '{0x00000000, "成功"},\n{0x0B000001, "异常错误"},\n'
+                                         '{0x0B000002, "文件"},\n',
+    "src/sof_impl.cpp": "{0x02000001, 0x02000002, 0x0B000001},\n{0x02000319, 0x02000319, 0xFFFFFFFF},\n"
+                        "if (code == SOR_FILEERR) return SOR_OK;  // never SOR_UNKNOWNERR\n",
+    "src/checks.h": "constexpr uint32_t kOther = 0x02000319;\n",
+    "docs/result_codes.md": "before\n" + result_codes.BEGIN + result_codes.END + "after\n",
+    "docs/zh/result_codes.md": result_codes.BEGIN + result_codes.END,
+}
+ENGLISH = """before
+<!-- made by result_codes.py -->
+| Code | Constant | Meaning | Text | Given by |
+| --- | --- | --- | --- | --- |
+| `0x00000000` | `SOR_OK` | Success. | 成功 | library |
+| `0x0B000001` | `SOR_UNKNOWNERR` | Unknown. | 异常错误 | `0x02000001` |
+| `0x0B000002` | `SOR_FILEERR` | A file. | 文件 | `0x02000002` |
+| `0xFFFFFFFF` | `SOR_PROVIDERMINUS1ERR` | -1. |  | library, `0x02000319` |
+<!-- end -->
+after
+"""
+
+
+class ResultCodes(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.root = Path(folder.name)
+        for name, text in SOURCES.items():
+            path = self.root / name
+            path.parent.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+        self.run_it("--write")
+
+    def run_it(self, *options):
+        output = io.StringIO()
+        with contextlib.redirect_stdout(output):
+            return result_codes.main(self.root, *options), output.getvalue()
+
+    def replace(self, name, old, new):
+        path = self.root / name
+        text = path.read_text(encoding="utf-8")
+        self.assertIn(old, text)
+        path.write_text(text.replace(old, new), encoding="utf-8")
+
+    def expect_fault(self, name, old, new, fault):
+        self.replace(name, old, new)
+        status, output = self.run_it()
+        self.assertEqual(status, 1)
+        self.assertIn(fault, output)
+
+    def test_the_table_is_what_the_sources_say(self):
+        self.assertEqual((self.root / "docs/result_codes.md").read_text(encoding="utf-8"), ENGLISH)
+        self.assertEqual(self.run_it(), (0, ""))
+
+    def test_a_changed_page(self):
+        for page in result_codes.LANGUAGES:
+            self.expect_fault(page, "`0x02000319`", "`0x02000318`", f"{page}: the table is not what")
+
+    def test_a_changed_meaning(self):
+        self.expect_fault("inc/velm_sof_client.h", "Unknown.", "Not known.", "docs/result_codes.md: the table")
+
+    def test_a_changed_text(self):
+        self.expect_fault("src/velm_sof_client/error_texts.h", "成功", "完成", "docs/zh/result_codes.md: the table")
+
+    def test_a_changed_provider_result(self):
+        self.expect_fault("src/sof_impl.cpp", "0x02000319", "0x02000318", "docs/result_codes.md: the table")
+
+    def test_a_code_that_the_library_no_longer_gives(self):
+        self.expect_fault("src/sof_impl.cpp", "return SOR_OK", "return", "docs/result_codes.md: the table")
+
+    def test_a_provider_result_that_the_library_no_longer_puts_in(self):
+        self.expect_fault("src/checks.h", "0x02000319", "0", "docs/result_codes.md: the table")
+
+    def test_a_code_without_text_or_without_constant(self):
+        self.expect_fault("src/velm_sof_client/error_texts.h", '{0x0B000002, "文件"},', "",
+                          "header and texts differ in `0x0B000002`")
+        self.expect_fault("inc/velm_sof_client.h", "0x0B000002u", "0x0B000003u",
+                          "header and texts differ in `0x0B000003`")
+
+    def test_two_constants_of_one_code(self):
+        self.expect_fault("inc/velm_sof_client.h", "0x0B000002u", "0x0B000001u", "have one code")
+
+    def test_a_constant_that_cannot_be_read(self):
+        self.expect_fault("inc/velm_sof_client.h", "  /**< A file. */", "", "could not be read")
+
+    def test_a_provider_result_that_becomes_an_unknown_code(self):
+        self.expect_fault("src/sof_impl.cpp", "0x02000002, 0x0B000001", "0x02000003, 0x0B000001",
+                          "does not define")
+
+    def test_provider_results_that_cannot_be_read(self):
+        self.expect_fault("src/sof_impl.cpp", "{0x", "[0x", "no provider results")
+
+    def test_a_page_without_a_place_for_the_table(self):
+        self.expect_fault("docs/result_codes.md", "<!-- end -->", "", "has no place for the table")
+
+
+if __name__ == "__main__":
+    unittest.main()
