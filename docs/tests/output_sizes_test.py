@@ -1,0 +1,59 @@
+"""Breaks one thing at a time in a small header and table, and expects the line that reports it."""
+
+import unittest
+
+import output_sizes
+
+HEADER = """/**
+ * @brief Other.
+ */
+VELM_SOF_API uint32_t SOF_Other(
+    void);
+
+/**
+ * @brief Signs.
+ *
+ * A null pOut stores 1024 plus uInDataLen: 1,536 bytes, and 1.2 times uInDataLen, are always enough.
+ */
+VELM_SOF_API uint32_t SOF_Sign(
+    const uint8_t* pIn, uint32_t uInDataLen);
+"""
+PAGE = """| functions | size query | always enough |
+|---|---|---|
+| `SOF_Sign` | 1,024 + `uInDataLen` | 1536 and 1.2 times `uInDataLen` |
+"""
+
+
+class OutputSizes(unittest.TestCase):
+    def expect(self, *faults, header=HEADER, page=PAGE):
+        self.assertEqual(list(output_sizes.check(header, "page", page)), list(faults))
+
+    def test_a_table_that_is_right(self):
+        self.expect()
+
+    def test_another_number(self):
+        self.expect("page: 2048 does not stand in the description of SOF_Sign", page=PAGE.replace("1,024", "2,048"))
+        self.expect("page: 1536 does not stand in the description of SOF_Sign",
+                    header=HEADER.replace("1,536", "3,072"))
+        self.expect("page: 1.2 does not stand in the description of SOF_Sign", header=HEADER.replace("1.2", "1.5"))
+
+    def test_another_argument(self):
+        self.expect("page: uOutLen does not stand in the description of SOF_Sign",
+                    page=PAGE.replace("`uInDataLen` | 15", "`uOutLen` | 15"))
+
+    def test_a_number_that_another_function_has(self):
+        self.expect("page: 1.2 does not stand in the description of SOF_Other",
+                    "page: 1024 does not stand in the description of SOF_Other",
+                    "page: 1536 does not stand in the description of SOF_Other",
+                    "page: uInDataLen does not stand in the description of SOF_Other",
+                    page=PAGE.replace("`SOF_Sign`", "`SOF_Other`"))
+
+    def test_a_function_that_does_not_exist(self):
+        self.expect("page: SOF_Seal is not in the header", page=PAGE.replace("`SOF_Sign`", "`SOF_Seal`"))
+
+    def test_no_table(self):
+        self.expect("page: has no table of sizes", page="")
+
+
+if __name__ == "__main__":
+    unittest.main()
