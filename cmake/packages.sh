@@ -7,6 +7,8 @@ debian_packages=(
   doxygen
   wine wine64 xvfb xauth iproute2
   cppcheck
+  nsis
+  mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
 # What `./dev analyse` needs beyond that.

@@ -1,6 +1,6 @@
-# Wine with a prefix of the project's own, under build/.
+# Wine with a prefix of the project's own, under build/; a test can name another one.
 
-export WINEPREFIX=$root/build/wine
+export WINEPREFIX=${VELM_WINE_PREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
 

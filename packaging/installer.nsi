@@ -1,0 +1,104 @@
+; The Windows installer: puts the package's files into a folder and registers how to remove them. It adds
+; nothing to start-up, to the path or to the Start menu.
+;
+; Silent: setup.exe /S [/D=folder, as the last argument, without quotation marks]; uninstall.exe /S removes.
+; Exit status: 0 done, 1 cancelled, 2 failed, which may be because a program of the installation still runs.
+
+Target amd64-unicode
+Unicode true
+ManifestSupportedOS Win10
+SetCompressor /SOLID zlib
+SetDateSave off ; the same files give the same installer
+CRCCheck force
+
+!include MUI2.nsh
+!include LogicLib.nsh
+!include "${FILES}"
+
+!define UNINSTALL_KEY "Software\Microsoft\Windows\CurrentVersion\Uninstall\velm_sof_client"
+
+Name "velm_sof_client ${VERSION}"
+OutFile "${OUTPUT}"
+InstallDir "$PROGRAMFILES64\velm_sof_client"
+InstallDirRegKey HKLM "${UNINSTALL_KEY}" "InstallLocation"
+RequestExecutionLevel admin
+ShowInstDetails nevershow
+ShowUninstDetails nevershow
+
+VIProductVersion "${VERSION}.0"
+VIAddVersionKey "ProductName" "velm_sof_client"
+VIAddVersionKey "ProductVersion" "${VERSION}"
+VIAddVersionKey "FileVersion" "${VERSION}"
+VIAddVersionKey "FileDescription" "velm_sof_client ${VERSION} setup"
+VIAddVersionKey "LegalCopyright" ""
+
+!insertmacro MUI_PAGE_DIRECTORY
+!insertmacro MUI_PAGE_INSTFILES
+!insertmacro MUI_UNPAGE_CONFIRM
+!insertmacro MUI_UNPAGE_INSTFILES
+!insertmacro MUI_LANGUAGE "English"
+!insertmacro MUI_LANGUAGE "SimpChinese"
+
+LangString IN_USE ${LANG_ENGLISH} "$0 is in use. End the programs that use it, then try again."
+LangString IN_USE ${LANG_SIMPCHINESE} "$0 正在使用。请先结束使用它的程序，然后重试。"
+LangString STILL_THERE ${LANG_ENGLISH} "The version that is installed in $0 could not be removed."
+LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版本。"
+
+!macro StopWith TEXT
+  MessageBox MB_OK|MB_ICONSTOP "${TEXT}" /SD IDOK
+  SetErrorLevel 2
+  Abort
+!macroend
+
+; A program that runs, or a library that a program has loaded, cannot be opened for writing.
+!macro StopIfInUse FILE
+  StrCpy $0 "$INSTDIR\${FILE}"
+  ${If} ${FileExists} $0
+    ClearErrors
+    FileOpen $1 $0 a
+    ${If} ${Errors}
+      !insertmacro StopWith "$(IN_USE)"
+    ${EndIf}
+    FileClose $1
+  ${EndIf}
+!macroend
+
+; One installation at a time: an earlier one, of whatever version and wherever, makes room.
+!macro RemoveEarlier
+  ReadRegStr $0 HKLM "${UNINSTALL_KEY}" "InstallLocation"
+  ${If} $0 != ""
+  ${AndIf} ${FileExists} "$0\uninstall.exe"
+    ExecWait '"$0\uninstall.exe" /S _?=$0' $1 ; with _?= it runs in place, and is waited for
+    ${If} $1 != 0
+      !insertmacro StopWith "$(STILL_THERE)"
+    ${EndIf}
+    Delete "$0\uninstall.exe"
+    RMDir "$0"
+  ${EndIf}
+!macroend
+
+Section
+  !insertmacro RemoveEarlier
+  !insertmacro InstallFiles
+  SetOutPath "$INSTDIR"
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayName" "velm_sof_client"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayVersion" "${VERSION}"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "Publisher" "VELM"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "InstallLocation" "$INSTDIR"
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "UninstallString" '"$INSTDIR\uninstall.exe"'
+  WriteRegStr HKLM "${UNINSTALL_KEY}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /S'
+  SectionGetSize 0 $0
+  WriteRegDWORD HKLM "${UNINSTALL_KEY}" "EstimatedSize" $0
+  WriteRegDWORD HKLM "${UNINSTALL_KEY}" "NoModify" 1
+  WriteRegDWORD HKLM "${UNINSTALL_KEY}" "NoRepair" 1
+SectionEnd
+
+Section un.Installation
+  !define ACTION StopIfInUse
+  !insertmacro ForEachProgram
+  !insertmacro RemoveFiles
+  DeleteRegKey HKLM "${UNINSTALL_KEY}"
+  Delete "$INSTDIR\uninstall.exe"
+  RMDir "$INSTDIR"
+SectionEnd
