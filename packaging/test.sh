@@ -34,8 +34,13 @@ try_zip() {
     -DCMAKE_C_FLAGS='-Wall -Wextra -Wpedantic -Werror' -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic -Werror' \
     >consumer.log
   cmake --build consumer >>consumer.log || { cat consumer.log >&2; fail "the consumer cannot be built"; }
+  # Another tool chain has the module definition file instead of the import library.
+  x86_64-w64-mingw32-dlltool --input-def "$package/lib/velm_sof_client.def" --output-lib consumer/from_def.a
+  x86_64-w64-mingw32-gcc -I"$package/include" "$package/examples/c/story.c" consumer/from_def.a \
+    -o consumer/story_def.exe
+
   WINEPATH=$package/bin "$with_softtoken" "$package/bin" bash -euo pipefail -c '
-    for story in story_c story_cpp; do
+    for story in story_c story_cpp story_def; do
       "$0" consumer/$story.exe | tr -d "\r" | diff "$1" -
       echo "$story tells its story"
     done' "$run_wine" "$root/examples/tests/story.txt"
