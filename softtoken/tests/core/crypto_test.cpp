@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <openssl/bn.h>
 #include <openssl/core_names.h>
 
 #include "softtoken/core/asymmetric.h"
 #include "softtoken/core/certificate.h"
+#include "softtoken/core/content_info.h"
 #include "softtoken/core/envelope.h"
 #include "softtoken/core/key_protection.h"
 #include "softtoken/core/signed_data.h"
@@ -158,6 +161,16 @@ TEST_P(EveryKey, NoChangedByteOfAMessageStillVerifiesOtherContent) {
     cut.resize(i);
     EXPECT_EQ(code_of([&] { verify_signed_message(cut, data); }), kPkcs7Format) << i;
   }
+}
+
+TEST_P(EveryKey, RefusesAMessageOverAnythingButData) {
+  const Object type = object_of(types_for(GetParam().kind).data);
+  const Bytes type_der = der_of<const ASN1_OBJECT>(i2d_ASN1_OBJECT, type.get());
+  Bytes message = make_signed_message(key.get(), certificate.get(), data, true);
+  const auto found = std::ranges::search(message, type_der);
+  ASSERT_FALSE(found.empty());
+  found.back() = 5;
+  EXPECT_EQ(code_of([&] { verify_signed_message(message, data); }), kPkcs7Format);
 }
 
 TEST_P(EveryKey, OpensItsEnvelopesAlone) {

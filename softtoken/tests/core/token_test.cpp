@@ -85,6 +85,13 @@ TEST_F(TokenTest, AnIdleSessionEnds) {
   EXPECT_FALSE(sessions.is_open(1));
 }
 
+TEST_F(TokenTest, TheLongestIdleLimitKeepsASession) {
+  Sessions sessions;
+  sessions.set_idle_limit(std::chrono::minutes(UINT32_MAX));
+  sessions.open(1, std::make_shared<Session>());
+  EXPECT_TRUE(sessions.is_open(1));
+}
+
 TEST_F(TokenTest, ANameInGbkFindsItsContainer) {
   token.add_container({.name = "演示容器_SM2"}, kPin);
   const std::string gbk = "\xD1\xDD\xCA\xBE\xC8\xDD\xC6\xF7_SM2";
