@@ -3,7 +3,8 @@
 add_library(velm_options INTERFACE)
 target_compile_options(velm_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-  -Wno-restrict # gcc 12 sees overlaps in std::string's operator+ that cannot be
+  # gcc 12 sees overlaps in std::string's operator+ that cannot be.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   -fstack-protector-strong
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 

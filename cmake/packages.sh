@@ -11,8 +11,9 @@ debian_packages=(
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
-# What `./dev analyse` needs beyond that.
+# What `./dev analyse` and `./dev fuzz` need beyond that.
 analysis_packages=(clang-tidy-16)
+fuzz_packages=(clang libclang-rt-14-dev)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

@@ -1,0 +1,21 @@
+// The configuration file of the provider module.
+#include "softtoken/modules/configuration.h"
+
+#include "softtoken/modules/saf_call.h"
+#include "tests/fuzz/fuzz_target.h"
+
+using namespace velm::token;
+using velm::fuzz::expect;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const std::string text(reinterpret_cast<const char*>(data), size);
+  const uint32_t code = saf_call([&] {
+    const Configuration configuration = parse_configuration(text);
+    expect(!configuration.service.host.empty() && !configuration.time_stamp.host.empty(),
+           "an endpoint has a host");
+    expect(configuration.connect_timeout.count() >= 0 && configuration.answer_timeout.count() >= 0,
+           "a time limit is not negative");
+  });
+  expect(code == kSafSuccess || code == kSafBadInput, "a configuration is taken or refused");
+  return 0;
+}

@@ -1,0 +1,23 @@
+// Base64 and the encodings of texts.
+#include <algorithm>
+
+#include "softtoken/core/base64.h"
+#include "softtoken/core/text_encoding.h"
+#include "tests/fuzz/fuzz_target.h"
+
+using namespace velm::token;
+using velm::fuzz::expect;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  const ByteView input(data, size);
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const auto encoded = base64_decode(base64_encode(input));
+  expect(encoded && std::ranges::equal(*encoded, input), "base64 gives back what it was given");
+  if (const auto bytes = base64_decode(text))
+    expect(bytes->size() <= size / 4 * 3, "base64 grows what it encodes");
+
+  const std::string utf8 = utf8_of(text);
+  expect(!is_utf8(text) || utf8 == text, "UTF-8 stays as it is");
+  expect(is_utf8(utf8) || utf8 == text, "a text is made UTF-8, or stays");
+  return 0;
+}

@@ -1,0 +1,50 @@
+// Queries to the time-stamp authority: whatever it is asked, it gives an answer that can be read, and what it
+// grants covers what the query named.
+#include <openssl/ts.h>
+
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/storage.h"
+#include "softtoken/core/time_stamp_authority.h"
+#include "softtoken/modules/time_stamp.h"
+#include "softtoken/tests/fuzz/token_under_fuzz.h"
+#include "tests/fuzz/fuzz_target.h"
+
+using namespace velm::token;
+using velm::fuzz::expect;
+
+namespace {
+
+// The authority reads the query that stands in front, as this does.
+Bytes imprint_of(ByteView query) {
+  const uint8_t* at = query.data();
+  const Handle<TS_REQ, TS_REQ_free> request(d2i_TS_REQ(nullptr, &at, static_cast<long>(query.size())));
+  expect(request != nullptr, "what was granted was a query");
+  return copy_of(view_of(TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()))));
+}
+
+bool is_granted(ByteView answer) {
+  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, answer, kBadInput);
+  return TS_RESP_get_token(response.get()) != nullptr;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static fuzz::TokenUnderFuzz token;
+  token.begin_input();
+  Store& store = token.service().token.store();
+  const std::string_view query(reinterpret_cast<const char*>(data), size);
+  const Answer answer = answer_time_stamp(token.service(), query);
+  expect(answer.status == 200, "every query has an answer");
+  if (!is_granted(as_bytes(answer.body))) return 0;
+  const TimeStamp stamp(as_bytes(answer.body));
+  const Certificate authority = parse_certificate(label(store, kStampAuthorityLabel, kCertificateLabelType));
+  expect(stamp.time().size() == sizeof "20260131235959Z" - 1, "a stamp has a time");
+  try {
+    stamp.verify(authority.get(), [&](DigestId) { return imprint_of(as_bytes(query)); });
+  } catch (const TokenError& error) {
+    // The authority stamps digests that the module does not compute.
+    expect(error.code() == kAlgorithmUnsupported, "a stamp verifies under its authority");
+  }
+  return 0;
+}
