@@ -6,6 +6,7 @@
 
 #include "basekit/basic/log.h"
 #include "modules/velm_client_saf.h"
+#include "runtime/module_runtime.h"
 #include "sof_impl.h"
 
 namespace velm {
@@ -35,11 +36,16 @@ void detach() {
 }  // namespace
 }  // namespace velm
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID) {
+extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   switch (reason) {
-    case DLL_PROCESS_ATTACH: velm::attach(module); break;
-    case DLL_PROCESS_DETACH: velm::detach(); break;
-    default: break;
+    case DLL_PROCESS_ATTACH:
+      if (!velm::open_module_runtime()) return FALSE;
+      velm::attach(module);
+      return TRUE;
+    case DLL_PROCESS_DETACH:
+      velm::detach();
+      if (!process_ends) velm::close_module_runtime();
+      return TRUE;
+    default: return TRUE;
   }
-  return TRUE;
 }

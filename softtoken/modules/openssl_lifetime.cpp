@@ -2,12 +2,7 @@
 
 #include <openssl/crypto.h>
 
-namespace __gnu_cxx {
-
-/** Gives back what the C++ runtime holds for exceptions when there is no memory left; declared in no header. */
-void __freeres();
-
-}  // namespace __gnu_cxx
+#include "runtime/module_runtime.h"
 
 // OpenSSL lies within the module. No configuration file of the machine changes what it does. What it keeps
 // for a thread goes when the thread ends, and all of it when the module is unloaded; at the end of the
@@ -15,15 +10,15 @@ void __freeres();
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
-      return OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+      return velm::open_module_runtime() &&
+             OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
     case DLL_THREAD_DETACH:
       OPENSSL_thread_stop();
       return TRUE;
     case DLL_PROCESS_DETACH:
       if (process_ends != nullptr) return TRUE;
       OPENSSL_cleanup();
-      // The module has a C++ runtime of its own, which would leave this behind.
-      __gnu_cxx::__freeres();
+      velm::close_module_runtime();
       return TRUE;
     default:
       return TRUE;

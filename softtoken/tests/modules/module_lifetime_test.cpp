@@ -1,5 +1,4 @@
 #include <windows.h>
-#include <psapi.h>
 
 #include <gtest/gtest.h>
 
@@ -7,6 +6,9 @@
 
 #include "modules/velm_client_saf.h"
 #include "modules/velm_openssl_api.h"
+#include "support/process_usage.h"
+
+using velm::test::ProcessUsage;
 
 namespace {
 
@@ -27,24 +29,15 @@ class Module {
   HMODULE handle_;
 };
 
-size_t private_bytes() {
-  PROCESS_MEMORY_COUNTERS counters{};
-  GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
-  return counters.PagefileUsage;
-}
-
-DWORD handle_count() {
-  DWORD count = 0;
-  GetProcessHandleCount(GetCurrentProcess(), &count);
-  return count;
-}
-
 void hash_once(const Module& module) {
   const uint8_t data[3] = {'a', 'b', 'c'};
   uint8_t hash[32];
   uint32_t length = sizeof hash;
   EXPECT_EQ(
       module.function<decltype(SAF_Hash)>("SAF_Hash")(1, data, 3, nullptr, 0, nullptr, 0, hash, &length), 0u);
+  // One that fails throws within the module.
+  EXPECT_NE(
+      module.function<decltype(SAF_Hash)>("SAF_Hash")(99, data, 3, nullptr, 0, nullptr, 0, hash, &length), 0u);
 }
 
 void encrypt_once(const Module& module) {
@@ -59,7 +52,11 @@ void encrypt_once(const Module& module) {
             0);
   EXPECT_EQ(module.function<decltype(VELM_Openssl_SymmReleaseCtx)>("VELM_Openssl_SymmReleaseCtx")(context),
             0);
+  EXPECT_NE(module.function<decltype(VELM_Openssl_SymmAcquireContext)>("VELM_Openssl_SymmAcquireContext")(
+                &context, 99, 1, key, 16, key, 2), 0);
 }
+
+void use_nothing(const Module&) {}
 
 // Loaded, used on this thread and on one that ends, and unloaded.
 void cycle(const char* path, void (*use)(const Module&)) {
@@ -72,16 +69,15 @@ void cycle(const char* path, void (*use)(const Module&)) {
   ASSERT_EQ(GetModuleHandleA(path), nullptr);
 }
 
+constexpr ProcessUsage::Allowance kAllowance{.handles = 4, .blocks = 10, .private_bytes = 256 << 10};
+
 void expect_no_growth(const char* original, const char* path, void (*use)(const Module&)) {
   constexpr int kCycles = 1000;
-  constexpr size_t kAllowance = 2 * 1024 * 1024;
   ASSERT_TRUE(CopyFileA(original, path, FALSE));
   for (int i = 0; i < 50; ++i) cycle(path, use);
-  const size_t bytes = private_bytes();
-  const DWORD handles = handle_count();
+  const ProcessUsage before = ProcessUsage::now();
   for (int i = 0; i < kCycles; ++i) cycle(path, use);
-  EXPECT_LE(private_bytes(), bytes + kAllowance);
-  EXPECT_LE(handle_count(), handles + 5);
+  EXPECT_EQ(ProcessUsage::now().growth_since(before, kAllowance), "");
   DeleteFileA(path);
 }
 
@@ -91,6 +87,10 @@ TEST(ModuleLifetime, ThousandLoadsOfTheSignatureProviderLeaveNothing) {
 
 TEST(ModuleLifetime, ThousandLoadsOfTheCryptoModuleLeaveNothing) {
   expect_no_growth("velm_openssl_api.dll", "lifetime_api.dll", encrypt_once);
+}
+
+TEST(ModuleLifetime, ThousandLoadsOfThePromptLeaveNothing) {
+  expect_no_growth("velm_common.dll", "lifetime_common.dll", use_nothing);
 }
 
 TEST(ModuleLifetime, ThreadsThatEndLeaveNothing) {
@@ -105,9 +105,9 @@ TEST(ModuleLifetime, ThreadsThatEndLeaveNothing) {
     }
   };
   run(200);
-  const size_t bytes = private_bytes();
+  const ProcessUsage before = ProcessUsage::now();
   run(2000);
-  EXPECT_LE(private_bytes(), bytes + 1024 * 1024);
+  EXPECT_EQ(ProcessUsage::now().growth_since(before, kAllowance), "");
 }
 
 }  // namespace

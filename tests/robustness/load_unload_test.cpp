@@ -1,0 +1,99 @@
+// The library loaded, used and unloaded many times in one process: it leaves nothing behind.
+#include <windows.h>
+
+#include <gmock/gmock.h>
+
+#include <latch>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+#include "inc/velm_sof_client.h"
+#include "support/process_usage.h"
+#include "support/program_folder.h"
+#include "support/standins.h"
+
+using namespace velm::test;
+
+namespace {
+
+// The library for the time of one use. Nothing else in this program holds it.
+class Loaded {
+ public:
+  Loaded() : module_(LoadLibraryW((program_folder() + L"velm_sof_client.dll").c_str())) {
+    if (!module_) throw std::runtime_error("the library cannot be loaded: " + std::to_string(GetLastError()));
+  }
+  ~Loaded() { FreeLibrary(module_); }
+  Loaded(const Loaded&) = delete;
+  Loaded& operator=(const Loaded&) = delete;
+
+  // A call that fails at its first check: it writes its line and throws within the library.
+  uint32_t failing_call() const {
+    const auto call = reinterpret_cast<decltype(&SOF_GenRandom)>(
+        reinterpret_cast<void (*)()>(GetProcAddress(module_, "SOF_GenRandom")));
+    return call(1, nullptr);
+  }
+
+ private:
+  HMODULE module_;
+};
+
+void use_on_this_thread() {
+  const Loaded library;
+  EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR);
+}
+
+void use_on_a_thread_that_ends_before() {
+  const Loaded library;
+  std::thread([&] { EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR); }).join();
+}
+
+// What the library keeps for this thread has to go while the thread lives.
+void use_on_a_thread_that_lives_on() {
+  std::latch used(1), unloaded(1);
+  std::thread user;
+  {
+    const Loaded library;
+    user = std::thread([&] {
+      EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR);
+      used.count_down();
+      unloaded.wait();
+    });
+    used.wait();
+  }
+  unloaded.count_down();
+  user.join();
+}
+
+struct Row {
+  const char* name;
+  void (*use)();
+  int cycles;
+};
+
+class LoadUnload : public testing::TestWithParam<Row> {
+ protected:
+  // Wine's own HTTP library keeps two blocks each time it is unloaded, so it stays.
+  LoadUnload() { LoadLibraryW(L"winhttp.dll"); }
+
+  Standins standins;
+};
+
+TEST_P(LoadUnload, LeavesNothing) {
+  for (int i = 0; i < 20; ++i) GetParam().use();
+  const ProcessUsage before = ProcessUsage::now();
+  for (int i = 0; i < GetParam().cycles; ++i) GetParam().use();
+  const ProcessUsage after = ProcessUsage::now();
+  std::printf("%d cycles\n  before: %s\n  after:  %s\n", GetParam().cycles, before.text().c_str(),
+              after.text().c_str());
+  EXPECT_EQ(after.growth_since(before, {.handles = 4, .blocks = 10, .private_bytes = 256 << 10}), "");
+  EXPECT_EQ(GetModuleHandleW(L"velm_sof_client.dll"), nullptr);
+}
+
+INSTANTIATE_TEST_SUITE_P(Used, LoadUnload,
+                         testing::Values(Row{"OnThisThread", use_on_this_thread, 1000},
+                                         Row{"OnAThreadThatEndsBefore", use_on_a_thread_that_ends_before, 100},
+                                         Row{"OnAThreadThatLivesOn", use_on_a_thread_that_lives_on, 100}),
+                         [](const auto& test) { return std::string(test.param.name); });
+
+}  // namespace
