@@ -1,0 +1,21 @@
+// Ways in which a hostile or broken service sends a body over a real connection.
+#pragma once
+
+#include <string>
+
+#include "robustness/random_source.h"
+#include "support/answer.h"
+
+namespace velm::test {
+
+// What of the body reaches an HTTP client.
+enum class Arrival { kWhole, kInPart, kAnything };
+
+struct WireAnswer {
+  Answer answer;
+  Arrival arrival;
+};
+
+WireAnswer hostile_wire(RandomSource& random, const std::string& body);
+
+}  // namespace velm::test
