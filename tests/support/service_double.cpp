@@ -17,6 +17,10 @@ using namespace std::chrono_literals;
 
 constexpr auto kPatience = 5s;
 
+// Wine loses the word of a new client when another one is being accepted meanwhile, and gives none from then on:
+// so the listener is also looked at without it.
+constexpr DWORD kUnannouncedMilliseconds = 20;
+
 [[noreturn]] void fail(const char* what) {
   throw std::runtime_error(std::string("service double: ") + what + " " + std::to_string(WSAGetLastError()));
 }
@@ -137,7 +141,7 @@ size_t ServiceDouble::connections() const {
 
 void ServiceDouble::accept_clients() {
   const WSAEVENT events[] = {stopping_, connecting_};
-  while (WSAWaitForMultipleEvents(2, events, FALSE, WSA_INFINITE, FALSE) != WSA_WAIT_EVENT_0) {
+  while (WSAWaitForMultipleEvents(2, events, FALSE, kUnannouncedMilliseconds, FALSE) != WSA_WAIT_EVENT_0) {
     WSANETWORKEVENTS seen;
     WSAEnumNetworkEvents(listener_, connecting_, &seen);
     join_served_connections();
