@@ -42,10 +42,18 @@ fetch_source() {
 
 cjson_version=1.7.18
 httplib_version=0.18.7
+libxml2_version=2.9.14
 openssl_version=3.5.7
 sqlite_version=3.46.1
+xmlsec1_version=1.2.37
 
 openssl_options='no-shared no-tests no-apps no-docs no-module no-engine no-legacy no-quic'
+# Of these two only what signatures need: trees, their canonical form and references within a document; no network, no
+# external files. The library is used by one thread at a time.
+libxml2_options='--with-minimum --with-c14n --with-output --with-push --with-sax1 --with-tree --with-xpath --with-xptr
+  --without-python --without-zlib --without-lzma --without-iconv --without-http --without-ftp --without-threads'
+xmlsec1_options='--without-libxslt --without-nss --without-gcrypt --without-gnutls --disable-crypto-dl
+  --disable-apps-crypto-dl --disable-apps --disable-docs --disable-mans --disable-pkgconfig'
 sqlite_options='-DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED -DSQLITE_THREADSAFE=1'
 
 # Builds are kept in $deps/NAME-TARGET; a stamp of version and options tells whether one is the one wanted.
@@ -115,6 +123,44 @@ build_sqlite() {
   mark_built "sqlite-$target" "$stamp"
 }
 
+# build_configured NAME VERSION TARGET LIBRARY FOLDER OPTION...: a static library made by its package's own configure and
+# make, in $deps/NAME-TARGET; FOLDER is where in the source and in the build it lies. The package's headers are the caller's.
+build_configured() {
+  local name=$1 version=$2 target=$3 library=$4 folder=$5 work=$deps/work/$1-$3 prefix=$deps/$1-$3
+  shift 5
+  rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix/lib" "$prefix/include"
+  with_progress "$name $version for $target" "$work.log" bash -ec "
+    cd '$work'
+    '$deps/src/$name-$version/configure' --disable-shared --disable-dependency-tracking --with-pic CFLAGS=-O2 $*
+    make -j$jobs -C '$folder' AUTOCONF=: AUTOHEADER=: AUTOMAKE=: ACLOCAL=: '$library.la'
+    cp '$folder/.libs/$library.a' '$prefix/lib/'
+    cp -r '$deps/src/$name-$version/include'/* '$prefix/include/'
+    cp -r include/* '$prefix/include/'"
+  rm -rf "$work"
+}
+
+# build_libxml2 TARGET [OPTION...]
+build_libxml2() {
+  local target=$1 stamp="$libxml2_version $* $libxml2_options"
+  shift
+  ! is_built "libxml2-$target" "$stamp" || return 0
+  fetch_source libxml2 "$libxml2_version"
+  build_configured libxml2 "$libxml2_version" "$target" libxml2 . $libxml2_options "$@"
+  mark_built "libxml2-$target" "$stamp"
+}
+
+# build_xmlsec1 TARGET [OPTION...]: the part that knows no cryptography; what is signed is checked by the token's own.
+build_xmlsec1() {
+  local target=$1 stamp="$xmlsec1_version $libxml2_version $openssl_version $* $xmlsec1_options"
+  shift
+  ! is_built "xmlsec1-$target" "$stamp" || return 0
+  fetch_source xmlsec1 "$xmlsec1_version"
+  build_configured xmlsec1 "$xmlsec1_version" "$target" libxmlsec1 src $xmlsec1_options "$@" \
+    "--with-openssl='$deps/openssl-$target'" \
+    "LIBXML_CFLAGS='-I$deps/libxml2-$target/include' LIBXML_LIBS='-L$deps/libxml2-$target/lib -lxml2 -lm'"
+  mark_built "xmlsec1-$target" "$stamp"
+}
+
 build_third_party() {
   mkdir -p "$deps/work"
   fetch_source cjson "$cjson_version"
@@ -124,5 +170,10 @@ build_third_party() {
   build_openssl native linux-x86_64
   # OpenSSL lies in modules that can be unloaded; it would keep them from it otherwise.
   build_openssl windows mingw64 --cross-compile-prefix=x86_64-w64-mingw32- no-pinshared
-  echo "ready: cjson $cjson_version, cpp-httplib $httplib_version, openssl $openssl_version, sqlite $sqlite_version"
+  build_libxml2 native
+  build_libxml2 windows --host=x86_64-w64-mingw32 CPPFLAGS=-DLIBXML_STATIC
+  build_xmlsec1 native
+  build_xmlsec1 windows --host=x86_64-w64-mingw32 "CPPFLAGS='-DLIBXML_STATIC -DXMLSEC_STATIC'"
+  echo "ready: cjson $cjson_version, cpp-httplib $httplib_version, libxml2 $libxml2_version, openssl $openssl_version," \
+    "sqlite $sqlite_version, xmlsec1 $xmlsec1_version"
 }

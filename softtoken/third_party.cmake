@@ -43,3 +43,17 @@ add_library(velm_sqlite STATIC IMPORTED GLOBAL)
 set_target_properties(velm_sqlite PROPERTIES
   IMPORTED_LOCATION ${VELM_DEPS}/sqlite-${velm_built_for}/lib/libsqlite3.a
   INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/sqlite-${velm_built_for}/include)
+
+add_library(velm_libxml2 STATIC IMPORTED GLOBAL)
+set_target_properties(velm_libxml2 PROPERTIES
+  IMPORTED_LOCATION ${VELM_DEPS}/libxml2-${velm_built_for}/lib/libxml2.a
+  INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/libxml2-${velm_built_for}/include
+  INTERFACE_COMPILE_DEFINITIONS LIBXML_STATIC)
+
+add_library(velm_xmlsec STATIC IMPORTED GLOBAL)
+set_target_properties(velm_xmlsec PROPERTIES
+  IMPORTED_LOCATION ${VELM_DEPS}/xmlsec1-${velm_built_for}/lib/libxmlsec1.a
+  INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/xmlsec1-${velm_built_for}/include
+  # As the library was built, which its headers cannot tell.
+  INTERFACE_COMPILE_DEFINITIONS "XMLSEC_STATIC;XMLSEC_NO_SIZE_T;XMLSEC_NO_XSLT;XMLSEC_NO_CRYPTO_DYNAMIC_LOADING"
+  INTERFACE_LINK_LIBRARIES velm_libxml2)
