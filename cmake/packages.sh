@@ -3,11 +3,9 @@
 debian_packages=(
   build-essential cmake ninja-build dpkg-dev ca-certificates python3 perl tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  googletest nlohmann-json3-dev libcli11-dev
-  doxygen
+  googletest nlohmann-json3-dev libcli11-dev xmlsec1
   wine wine64 xvfb xauth iproute2
-  cppcheck
-  nsis
+  doxygen cppcheck nsis
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 

@@ -19,6 +19,9 @@ constexpr MessageTypes kPkcs7Types{
 constexpr MessageTypes kGmTypes{
     "1.2.156.10197.6.1.4.2.1", "1.2.156.10197.6.1.4.2.2", "1.2.156.10197.6.1.4.2.3",
     "1.2.156.10197.1.301.1", "1.2.156.10197.1.301.3"};
+/** Those of a time stamp that is signed with SM2; nothing is encrypted with them. */
+constexpr MessageTypes kTimeStampTypes{
+    "1.2.840.113549.1.9.16.1.4", kPkcs7Types.signed_data, nullptr, "1.2.156.10197.1.501", nullptr};
 
 inline const MessageTypes& types_for(KeyKind kind) { return kind == KeyKind::rsa ? kPkcs7Types : kGmTypes; }
 

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <openssl/ess.h>
+
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/content_info.h"
 #include "softtoken/core/signing.h"
@@ -9,26 +11,33 @@
 namespace velm::token {
 namespace {
 
-constexpr int kVersion = 1;
+using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
+using SignerInfo = Handle<PKCS7_SIGNER_INFO, PKCS7_SIGNER_INFO_free>;
+using SigningCertificate = Handle<ESS_SIGNING_CERT_V2, ESS_SIGNING_CERT_V2_free>;
+
+OctetString octets(ByteView bytes) {
+  OctetString string(ASN1_OCTET_STRING_new());
+  require(string != nullptr, kUnknownError);
+  set_bytes(string.get(), bytes);
+  return string;
+}
 
 void set_algorithm(X509_ALGOR* target, ASN1_OBJECT* object) {
   require(object != nullptr && X509_ALGOR_set0(target, object, V_ASN1_NULL, nullptr) == 1, kUnknownError);
 }
 
-// The content of a message lies in its type's own place; for the type of GM/T 0010 that is the general one.
-void set_content(PKCS7_SIGNED* message, const MessageTypes& types, const ByteView* data) {
-  PKCS7* contents = message->contents;
+ASN1_OBJECT* digest_object(DigestId digest) { return OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))); }
+
+// The content of PKCS#7 has a place of its own; that of any other type lies in the general one.
+void set_content(PKCS7* contents, const char* type, const ByteView* content) {
   ASN1_OBJECT_free(contents->type);
-  contents->type = object_of(types.data).release();
-  if (data == nullptr) return;
-  OctetString octets(ASN1_OCTET_STRING_new());
-  require(octets != nullptr, kUnknownError);
-  set_bytes(octets.get(), *data);
+  contents->type = object_of(type).release();
+  if (content == nullptr) return;
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
-    contents->d.data = octets.release();
+    contents->d.data = octets(*content).release();
   } else {
     contents->d.other = require_pointer(ASN1_TYPE_new(), kUnknownError);
-    ASN1_TYPE_set(contents->d.other, V_ASN1_OCTET_STRING, octets.release());
+    ASN1_TYPE_set(contents->d.other, V_ASN1_OCTET_STRING, octets(*content).release());
   }
 }
 
@@ -45,17 +54,46 @@ std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
   return copy_of(view_of(contents->d.other->value.octet_string));
 }
 
-void add_signer(PKCS7_SIGNED* message, const MessageTypes& types, X509* certificate, DigestId digest,
-                ByteView signature) {
-  Handle<PKCS7_SIGNER_INFO, PKCS7_SIGNER_INFO_free> signer(PKCS7_SIGNER_INFO_new());
-  require(signer && ASN1_INTEGER_set(signer->version, kVersion) == 1 &&
-              set_issuer_and_serial(signer->issuer_and_serial, certificate),
+void add_attribute(PKCS7_SIGNER_INFO* signer, int nid, int type, void* value) {
+  require(value != nullptr && PKCS7_add_signed_attribute(signer, nid, type, value) == 1, kUnknownError);
+}
+
+void add_certificate_attribute(PKCS7_SIGNER_INFO* signer, X509* certificate, DigestId digest) {
+  const SigningCertificate name(OSSL_ESS_signing_cert_v2_new_init(digest_of(digest), certificate, nullptr, 0));
+  require(name != nullptr, kUnknownError);
+  OctetString sequence = octets(der_of<const ESS_SIGNING_CERT_V2>(i2d_ESS_SIGNING_CERT_V2, name.get()));
+  add_attribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE, sequence.release());
+}
+
+void add_attributes(PKCS7_SIGNER_INFO* signer, const SignedMessageOrder& order, const char* content_type) {
+  add_attribute(signer, NID_pkcs9_contentType, V_ASN1_OBJECT, object_of(content_type).release());
+  add_attribute(signer, NID_pkcs9_signingTime, V_ASN1_UTCTIME, X509_gmtime_adj(nullptr, 0));
+  add_attribute(signer, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING,
+                octets(hash(order.digest, order.content)).release());
+  if (order.time_stamp) add_certificate_attribute(signer, order.signer, order.digest);
+}
+
+Bytes attributes_der(const PKCS7_SIGNER_INFO* signer, const ASN1_ITEM* form) {
+  const auto* attributes = reinterpret_cast<const ASN1_VALUE*>(signer->auth_attr);
+  return der_of<const ASN1_VALUE>(
+      [form](const ASN1_VALUE* value, uint8_t** end) { return ASN1_item_i2d(value, end, form); }, attributes,
+      kPkcs7Format);
+}
+
+SignerInfo make_signer(const SignedMessageOrder& order, const MessageTypes& types, const DataSigner& sign) {
+  SignerInfo signer(PKCS7_SIGNER_INFO_new());
+  require(signer && ASN1_INTEGER_set(signer->version, 1) == 1 &&
+              set_issuer_and_serial(signer->issuer_and_serial, order.signer),
           kUnknownError);
-  set_algorithm(signer->digest_alg, OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))));
+  set_algorithm(signer->digest_alg, digest_object(order.digest));
   set_algorithm(signer->digest_enc_alg, object_of(types.signature_algorithm).release());
-  set_bytes(signer->enc_digest, signature);
-  require(sk_PKCS7_SIGNER_INFO_push(message->signer_info, signer.get()) > 0, kUnknownError);
-  signer.release();
+  if (order.attributes) {
+    add_attributes(signer.get(), order, types.data);
+    set_bytes(signer->enc_digest, sign(attributes_der(signer.get(), ASN1_ITEM_rptr(PKCS7_ATTR_SIGN))));
+  } else {
+    set_bytes(signer->enc_digest, sign(order.content));
+  }
+  return signer;
 }
 
 void add_certificate(PKCS7_SIGNED* message, X509* certificate) {
@@ -65,9 +103,9 @@ void add_certificate(PKCS7_SIGNED* message, X509* certificate) {
 }
 
 void add_digest(PKCS7_SIGNED* message, DigestId digest) {
-  Handle<X509_ALGOR, X509_ALGOR_free> algorithm(X509_ALGOR_new());
+  Algorithm algorithm(X509_ALGOR_new());
   require(algorithm != nullptr, kUnknownError);
-  set_algorithm(algorithm.get(), OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))));
+  set_algorithm(algorithm.get(), digest_object(digest));
   require(sk_X509_ALGOR_push(message->md_algs, algorithm.get()) > 0, kUnknownError);
   algorithm.release();
 }
@@ -80,13 +118,9 @@ X509* find_signer(const PKCS7_SIGNED* message, const PKCS7_SIGNER_INFO* signer) 
   throw TokenError(kCertificateNotFound);
 }
 
-void read_attributes(PKCS7_SIGNER_INFO* signer, SignedMessage& message) {
+void read_attributes(const PKCS7_SIGNER_INFO* signer, SignedMessage& message) {
   if (sk_X509_ATTRIBUTE_num(signer->auth_attr) <= 0) return;
-  message.signed_attributes = der_of<const ASN1_VALUE>(
-      [](const ASN1_VALUE* value, uint8_t** end) {
-        return ASN1_item_i2d(value, end, ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY));
-      },
-      reinterpret_cast<const ASN1_VALUE*>(signer->auth_attr), kPkcs7Format);
+  message.signed_attributes = attributes_der(signer, ASN1_ITEM_rptr(PKCS7_ATTR_VERIFY));
   const ASN1_OCTET_STRING* digest = PKCS7_digest_from_attributes(signer->auth_attr);
   require(digest != nullptr, kPkcs7Format);
   message.attribute_digest = copy_of(view_of(digest));
@@ -101,16 +135,26 @@ DigestId digest_id(const EVP_MD* digest) {
 
 }  // namespace
 
-Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached) {
-  const MessageTypes& types = types_for(kind_of(key));
-  const DigestId digest = digest_for(key);
+Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign) {
+  const MessageTypes& types =
+      order.time_stamp ? kTimeStampTypes : types_for(kind_of(key_of(order.signer).get()));
   const Pkcs7Signed message(PKCS7_SIGNED_new());
-  require(message && ASN1_INTEGER_set(message->version, kVersion) == 1, kUnknownError);
-  add_digest(message.get(), digest);
-  set_content(message.get(), types, detached ? nullptr : &data);
-  add_certificate(message.get(), certificate);
-  add_signer(message.get(), types, certificate, digest, sign_data(key, digest, data));
+  // CMS counts content of another type than plain data as a third version.
+  require(message && ASN1_INTEGER_set(message->version, order.time_stamp ? 3 : 1) == 1, kUnknownError);
+  add_digest(message.get(), order.digest);
+  set_content(message->contents, types.data, order.detached ? nullptr : &order.content);
+  add_certificate(message.get(), order.signer);
+  SignerInfo signer = make_signer(order, types, sign);
+  require(sk_PKCS7_SIGNER_INFO_push(message->signer_info, signer.get()) > 0, kUnknownError);
+  signer.release();
   return wrap_content(types.signed_data, der_of<const PKCS7_SIGNED>(i2d_PKCS7_SIGNED, message.get()));
+}
+
+Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached) {
+  const DigestId digest = digest_for(key);
+  return encode_signed_message(
+      {.signer = certificate, .digest = digest, .content = data, .detached = detached},
+      [&](ByteView signed_data) { return sign_data(key, digest, signed_data); });
 }
 
 SignedMessage parse_signed_message(ByteView message) {

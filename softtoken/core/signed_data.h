@@ -1,16 +1,35 @@
 #pragma once
 
+#include <functional>
 #include <optional>
 
-#include "softtoken/core/keys.h"
+#include "softtoken/core/signing.h"
 
 namespace velm::token {
 
+/** What a signed message by one signer is made of; the signer's key stays with whoever signs. */
+struct SignedMessageOrder {
+  X509* signer;
+  DigestId digest;
+  ByteView content;
+  /** Whether the message does without its content. */
+  bool detached = false;
+  /** Content type, signing time and the content's digest, as attributes that are signed in its place. */
+  bool attributes = false;
+  /** The content is that of a time stamp (RFC 3161): an attribute names the signer's certificate too. */
+  bool time_stamp = false;
+};
+
+/** A signature over data: the content, or the attributes in their encoding. */
+using DataSigner = std::function<Bytes(ByteView data)>;
+
 /**
- * A signed message over data by one signer: PKCS#7 for RSA, the same structure with the identifiers of GM/T
- * 0010 for SM2. It carries the signer's certificate and no signed attributes, and the data unless it is
- * detached.
+ * A signed message with the signer's certificate: PKCS#7 for RSA, the same structure with the identifiers of
+ * GM/T 0010 for SM2; a time stamp has those of CMS.
  */
+Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign);
+
+/** The same, without attributes, signed by a key that is at hand, with the digest that goes with it. */
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached);
 
 /** What a signed message holds; its only or first signer. */

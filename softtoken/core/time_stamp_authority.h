@@ -4,14 +4,18 @@
 
 namespace velm::token {
 
-/** The authority's certificate is kept as this label too, so that whoever verifies a stamp can read it. */
+/** The authority's certificates are kept as these labels too, so that whoever verifies a stamp can read them. */
 constexpr const char* kStampAuthorityLabel = "TIME_STAMP_AUTHORITY";
+constexpr const char* kSm2StampAuthorityLabel = "TIME_STAMP_AUTHORITY_SM2";
 constexpr uint32_t kCertificateLabelType = 7;
 
-/** Makes the authority's key and certificate in a store that has none yet. */
+/** Makes the authority's keys and certificates, RSA and SM2, in a store that has none yet. */
 void prepare_time_stamp_authority(Store& store);
 
-/** The answer to a query of RFC 3161; a query that cannot be served is refused in the answer. */
+/**
+ * The answer to a query of RFC 3161: what is hashed with SM3 is signed with SM2, anything else with RSA. A query
+ * that cannot be served is refused in the answer.
+ */
 Bytes answer_time_stamp_query(Store& store, ByteView query);
 
 }  // namespace velm::token

@@ -3,6 +3,8 @@
 #include <openssl/ec.h>
 #include <openssl/obj_mac.h>
 
+#include "softtoken/core/certificate.h"
+
 namespace velm::token {
 namespace {
 
@@ -82,6 +84,10 @@ Bytes hash_with_prefix(DigestId digest, ByteView prefix, ByteView data) {
   hasher.add(prefix);
   hasher.add(data);
   return hasher.finish();
+}
+
+Bytes signed_hash_of(X509* signer, DigestId digest, ByteView data) {
+  return hash_with_prefix(digest, signed_prefix(key_of(signer).get(), {}), data);
 }
 
 Bytes hash_file(DigestId digest, ByteView prefix, const std::string& path) {

@@ -17,6 +17,9 @@ Bytes signed_prefix(const EVP_PKEY* key, ByteView id);
 /** The digest among those of DigestId; throws the code for an unsupported algorithm. */
 DigestId digest_id_of(const EVP_MD* digest);
 
+/** The hash value that a signature over data has: for SM2 it covers the signer's key and the default ID. */
+Bytes signed_hash_of(X509* signer, DigestId digest, ByteView data);
+
 /** A hash over a prefix and data, or a file of any size. */
 Bytes hash_with_prefix(DigestId digest, ByteView prefix, ByteView data);
 Bytes hash_file(DigestId digest, ByteView prefix, const std::string& path);

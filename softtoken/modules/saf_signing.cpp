@@ -1,9 +1,9 @@
 #include "modules/velm_client_saf.h"
 #include "softtoken/core/certificate.h"
+#include "softtoken/core/signed_data.h"
 #include "softtoken/modules/application.h"
 #include "softtoken/modules/content_hash.h"
 #include "softtoken/modules/saf_call.h"
-#include "softtoken/modules/signed_message_encoder.h"
 #include "softtoken/modules/token_client.h"
 
 using namespace velm::token;
@@ -47,16 +47,18 @@ void encode(const SigningCall& call, KeyKind kind, Form form) {
   require_saf((kind == KeyKind::sm2) == (digest == DigestId::sm3), kSafAlgorithm);
   const ByteView data = input_bytes(call.data, call.data_length);
 
-  SignedMessageOrder order{signer.get(), digest, std::nullopt, {}};
-  if (form == Form::attached) order.content = data;
-  if (form == Form::detached_with_attributes) order.content_hash = hash(digest, data);
-  const Bytes signed_hash =
-      form == Form::detached_of_hash ? copy_of(data) : signed_hash_of(signer.get(), digest, data);
-  const HashSigner sign = [&](ByteView value) {
+  const DataSigner sign = [&](ByteView signed_data) {
     if (call.message == nullptr) return longest_signature(signer.get());
+    const Bytes value =
+        form == Form::detached_of_hash ? copy_of(data) : signed_hash_of(signer.get(), digest, signed_data);
     return TokenClient(configuration_of(call.application)).sign_hash(container, digest, value);
   };
-  deliver(encode_signed_message(order, signed_hash, sign), call.message, call.message_length);
+  const SignedMessageOrder order{.signer = signer.get(),
+                                 .digest = digest,
+                                 .content = data,
+                                 .detached = form != Form::attached,
+                                 .attributes = form == Form::detached_with_attributes};
+  deliver(encode_signed_message(order, sign), call.message, call.message_length);
 }
 
 Form extended_form(uint32_t data_kind) {

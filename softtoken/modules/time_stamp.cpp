@@ -5,6 +5,8 @@
 #include <openssl/err.h>
 #include <openssl/rand.h>
 
+#include "softtoken/core/certificate.h"
+#include "softtoken/core/signed_data.h"
 #include "softtoken/modules/content_hash.h"
 #include "softtoken/modules/saf_call.h"
 
@@ -61,6 +63,22 @@ Pkcs7 token_in(ByteView der) {
   Pkcs7 token(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
   require_openssl(token != nullptr, kSafStampAnswer);
   return token;
+}
+
+// OpenSSL verifies no stamps with SM2. The signature is that of any message with attributes; the certificate has
+// to be the authority's, in its time and for this use.
+void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trusted) {
+  const Bytes message = der_of<const PKCS7>(i2d_PKCS7, token);
+  const SignedMessage parsed = parse_signed_message(message);
+  require_saf(X509_cmp(parsed.signer.get(), authority) == 0 && !parsed.signed_attributes.empty(),
+              kSafHashNotEqual);
+  verify_signed_message(message, {});
+
+  const CertificateStoreContext context(X509_STORE_CTX_new());
+  const bool valid = context && X509_STORE_CTX_init(context.get(), trusted, authority, nullptr) == 1 &&
+                     X509_STORE_CTX_set_purpose(context.get(), X509_PURPOSE_TIMESTAMP_SIGN) == 1 &&
+                     X509_verify_cert(context.get()) == 1;
+  require_openssl(valid, kSafHashNotEqual);
 }
 
 }  // namespace
@@ -123,6 +141,8 @@ void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& ha
   X509_VERIFY_PARAM* parameters = X509_STORE_get0_param(trusted.get());
   X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_PARTIAL_CHAIN);
   X509_VERIFY_PARAM_set_time(parameters, time_t{days} * 24 * 60 * 60 + seconds);
+  if (kind_of(key_of(authority).get()) == KeyKind::sm2)
+    return verify_sm2_signature(token_.get(), authority, trusted.get());
   STACK_OF(X509)* certificates = require_pointer(sk_X509_new_null(), kUnknownError);
   const bool valid = sk_X509_push(certificates, authority) > 0 &&
                      TS_RESP_verify_signature(token_.get(), certificates, trusted.get(), nullptr) == 1;

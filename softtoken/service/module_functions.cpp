@@ -24,7 +24,8 @@ std::string name_field(const Json& request) { return as_text(base64_field(reques
 
 Json read_label(Token& token, const Json& request) {
   const std::string name = utf8_of(name_field(request));
-  if (name == kStampAuthorityLabel) prepare_time_stamp_authority(token.store());
+  if (name == kStampAuthorityLabel || name == kSm2StampAuthorityLabel)
+    prepare_time_stamp_authority(token.store());
   return base64_encode(label(token.store(), name, number_field(request, "type")));
 }
 

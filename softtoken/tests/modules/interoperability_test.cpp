@@ -3,7 +3,9 @@
 #include <cstdlib>
 
 #include <openssl/pem.h>
+#include <openssl/ts.h>
 
+#include "softtoken/core/signed_data.h"
 #include "softtoken/core/time_stamp_authority.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/running_service.h"
@@ -227,6 +229,37 @@ TEST_F(Interoperability, ItVerifiesOurStamps) {
       std::string("ts -verify -in interoperability.tsr -CAfile interoperability.root -data ") + kFile))
       << log_text();
   EXPECT_FALSE(openssl("ts -verify -in interoperability.tsr -CAfile interoperability.root -data RSA.crt"));
+}
+
+// Its time-stamp program knows no SM2; it reads the answer, and verifies the signature over the attributes.
+TEST_F(Interoperability, ItReadsOurStampsWithSm2) {
+  uint32_t code = 0;
+  const Bytes stamp = sized_output(
+      [&](uint8_t* out, uint32_t* length) {
+        return SAF_Ext_GM_Tsp_SealTimeStamp(handle(), 0, kContent.data(), size_of(kContent), out, length);
+      },
+      code);
+  ASSERT_EQ(code, 0u);
+  write_file("interoperability.tsr", stamp);
+  ASSERT_TRUE(openssl("ts -reply -in interoperability.tsr -text")) << log_text();
+  EXPECT_NE(log_text().find("Hash Algorithm: sm3"), std::string::npos) << log_text();
+
+  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
+  const SignedMessage message =
+      parse_signed_message(der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get())));
+  EXPECT_NE(as_text(message.signed_attributes).find(as_text(hash(DigestId::sm3, *message.content))),
+            std::string::npos);
+  const Bio certificate(BIO_new_file("interoperability.tsa", "wb"));
+  ASSERT_EQ(PEM_write_bio_X509(certificate.get(), message.signer.get()), 1);
+  ASSERT_EQ(BIO_flush(certificate.get()), 1);
+  write_file("interoperability.out", message.signed_attributes);
+  write_file("interoperability.sig", message.signature);
+  ASSERT_TRUE(openssl("x509 -in interoperability.tsa -noout -purpose -pubkey -out interoperability.pub"))
+      << log_text();
+  EXPECT_NE(as_text(file_bytes("interoperability.pub")).find("Time Stamp signing : Yes"), std::string::npos);
+  EXPECT_TRUE(openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify interoperability.pub -signature "
+                      "interoperability.sig interoperability.out"))
+      << log_text();
 }
 
 }  // namespace

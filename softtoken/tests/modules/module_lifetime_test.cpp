@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <thread>
 
 #include "modules/velm_client_saf.h"
@@ -11,6 +12,8 @@
 using velm::test::ProcessUsage;
 
 namespace {
+
+constexpr const char* kEnveloped = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 
 // A copy under another name, so that it can be unloaded whatever this program has imported.
 class Module {
@@ -38,6 +41,24 @@ void hash_once(const Module& module) {
   // One that fails throws within the module.
   EXPECT_NE(
       module.function<decltype(SAF_Hash)>("SAF_Hash")(99, data, 3, nullptr, 0, nullptr, 0, hash, &length), 0u);
+}
+
+// Read as far as its signature, which needs all of what XML takes.
+void read_xml_once(const Module& module) {
+  const std::string xml =
+      "<root><Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"><SignedInfo><CanonicalizationMethod "
+      "Algorithm=\"http://www.w3.org/2001/10/xml-exc-c14n#\"/><SignatureMethod Algorithm=\"unknown\"/>"
+      "<Reference URI=\"\"><Transforms><Transform Algorithm=\"" + std::string(kEnveloped) +
+      "\"/></Transforms><DigestMethod Algorithm=\"unknown\"/><DigestValue>AAAA</DigestValue></Reference>"
+      "</SignedInfo><SignatureValue>AAAA</SignatureValue><KeyInfo><X509Certificate>AAAA</X509Certificate>"
+      "</KeyInfo></Signature></root>";
+  uint32_t lengths[6] = {};
+  EXPECT_EQ(module.function<decltype(SAF_Ext_XMLParse)>("SAF_Ext_XMLParse")(
+                nullptr, 0, reinterpret_cast<const uint8_t*>(xml.data()), static_cast<uint32_t>(xml.size()),
+                nullptr, &lengths[0], nullptr, &lengths[1], nullptr, &lengths[2], nullptr, &lengths[3],
+                nullptr, &lengths[4], nullptr, &lengths[5]),
+            0u);
+  EXPECT_EQ(lengths[0], std::string("<root></root>").size());
 }
 
 void encrypt_once(const Module& module) {
@@ -82,7 +103,10 @@ void expect_no_growth(const char* original, const char* path, void (*use)(const 
 }
 
 TEST(ModuleLifetime, ThousandLoadsOfTheSignatureProviderLeaveNothing) {
-  expect_no_growth("velm_client_saf.dll", "lifetime_saf.dll", hash_once);
+  expect_no_growth("velm_client_saf.dll", "lifetime_saf.dll", [](const Module& module) {
+    hash_once(module);
+    read_xml_once(module);
+  });
 }
 
 TEST(ModuleLifetime, ThousandLoadsOfTheCryptoModuleLeaveNothing) {

@@ -3,8 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include <openssl/ts.h>
+
 #include "modules/velm_dev_enum.h"
 #include "softtoken/core/envelope.h"
+#include "softtoken/core/signed_data.h"
 #include "softtoken/core/time_stamp_authority.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/running_service.h"
@@ -242,7 +247,9 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
   const Bytes text = copy_of(as_bytes("stamped"));
   write_file("stamped.bin", text);
   uint32_t code = 0;
-  const Bytes authority = label_of(handle(), kStampAuthorityLabel, kCertificateLabelType, code);
+  const Bytes rsa = label_of(handle(), kStampAuthorityLabel, kCertificateLabelType, code);
+  ASSERT_EQ(code, 0u);
+  const Bytes sm2 = label_of(handle(), kSm2StampAuthorityLabel, kCertificateLabelType, code);
   ASSERT_EQ(code, 0u);
   const auto gm = [&](uint32_t selector) {
     return sized_output(
@@ -261,7 +268,13 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
         return SAF_Ext_TspGetFileStamp(handle(), "A", 1, as_bytes("stamped.bin").data(), 11, stamp, length);
       },
       code);
-  for (const Bytes& stamp : {of_data, of_file, gm(0), gm(1), gm(2), gm(4)}) {
+  const struct {
+    Bytes stamp;
+    const Bytes& authority;
+    const Bytes& other;
+  } stamps[] = {{of_data, rsa, sm2}, {of_file, rsa, sm2}, {gm(0), sm2, rsa},
+                {gm(1), sm2, rsa},   {gm(2), rsa, sm2},   {gm(4), rsa, sm2}};
+  for (const auto& [stamp, authority, other] : stamps) {
     ASSERT_FALSE(stamp.empty());
     char time[32];
     uint32_t length = sizeof time;
@@ -275,7 +288,9 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
     EXPECT_EQ(std::string(time, 2), "20");
     length = sizeof time;
     EXPECT_EQ(verify(as_bytes("another"), authority), kSafHashNotEqual);
+    EXPECT_EQ(verify(text, other), kSafHashNotEqual);
     EXPECT_EQ(verify(text, application().signing_certificate("RSA_2048_TEST")), kSafHashNotEqual);
+    EXPECT_EQ(verify(text, application().signing_certificate("SM2_TEST")), kSafHashNotEqual);
     EXPECT_EQ(verify(text, text), kSafCertificateFormat);
     EXPECT_EQ(SAF_Ext_TspVerifyFileStamp(as_bytes("stamped.bin").data(), 11, stamp.data(), size_of(stamp),
                                          authority.data(), size_of(authority), nullptr, &length), 0u);
@@ -290,23 +305,38 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
   EXPECT_EQ(time.size(), 15u);
 }
 
+SignedMessage message_in(const Bytes& stamp) {
+  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
+  return parse_signed_message(der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get())));
+}
+
 TEST_F(ModulesOnAService, StampsWithAnAlteredByteAreRefused) {
   const Bytes text = copy_of(as_bytes("stamped"));
-  uint32_t code = 0;
-  const Bytes authority = label_of(handle(), kStampAuthorityLabel, kCertificateLabelType, code);
-  const Bytes stamp = sized_output(
-      [&](uint8_t* out, uint32_t* length) {
-        return SAF_Ext_TspGetStamp(handle(), "A", 1, text.data(), size_of(text), out, length);
-      },
-      code);
-  // The authority signs the content and the attributes; the signature is at the end.
-  uint32_t length = 0;
-  for (size_t i = stamp.size() - 256; i < stamp.size(); i += 5) {
-    Bytes altered = stamp;
-    altered[i] ^= 1;
-    EXPECT_NE(SAF_Ext_TspVerifyStamp(text.data(), size_of(text), altered.data(), size_of(altered),
-                                     authority.data(), size_of(authority), nullptr, &length),
-              0u);
+  for (const auto& [selector, label] : {std::pair(1u, kSm2StampAuthorityLabel), {4u, kStampAuthorityLabel}}) {
+    uint32_t code = 0;
+    const Bytes authority = label_of(handle(), label, kCertificateLabelType, code);
+    const Bytes stamp = sized_output(
+        [&, number = selector](uint8_t* out, uint32_t* length) {
+          return SAF_Ext_GM_Tsp_SealTimeStamp(handle(), number, text.data(), size_of(text), out, length);
+        },
+        code);
+    ASSERT_EQ(code, 0u);
+    const SignedMessage message = message_in(stamp);
+    // The attributes have another tag where they lie in the message.
+    const ByteView attributes = ByteView(message.signed_attributes).subspan(1);
+    for (const ByteView part : {ByteView(*message.content), attributes, ByteView(message.signature)}) {
+      const auto place = std::ranges::search(stamp, part);
+      ASSERT_FALSE(place.empty());
+      for (auto at = place.begin(); at != place.end(); ++at) {
+        Bytes altered = stamp;
+        altered[static_cast<size_t>(at - stamp.begin())] ^= 1;
+        uint32_t length = 0;
+        EXPECT_NE(SAF_Ext_TspVerifyStamp(text.data(), size_of(text), altered.data(), size_of(altered),
+                                         authority.data(), size_of(authority), nullptr, &length),
+                  0u)
+            << selector << " at " << at - stamp.begin();
+      }
+    }
   }
 }
 
