@@ -1,0 +1,51 @@
+#include "command.h"
+
+#include <windows.h>
+
+#include "input_output.h"
+#include "modules_on_disk.h"
+
+namespace {
+
+ExitStatus g_status = ExitStatus::done;
+
+void fail(const Failure& failure, bool as_json) {
+  g_status = failure.status();
+  write_standard_error(std::string("sof: ") + failure.what() + "\n");
+  if (!as_json) return;
+  Json object{{"ok", false}};
+  object.update(failure.details());
+  write_standard_output(json_line(object));
+}
+
+void require_library() {
+  uint32_t error = 0;
+  if (load_library(error)) return;
+  const std::string message = "velm_sof_client.dll cannot be loaded (system error " + std::to_string(error) +
+                              "); `sof doctor` tells what is missing";
+  throw Failure(ExitStatus::no_library, message, {{"message", message}});
+}
+
+}  // namespace
+
+void run_command(Needs needs, bool as_json, const std::function<Report()>& run) {
+  try {
+    if (needs == Needs::library) require_library();
+    const Report report = run();
+    report.present(as_json);
+    g_status = report.status();
+  } catch (const Failure& failure) {
+    fail(failure, as_json);
+  } catch (const std::filesystem::filesystem_error& error) {
+    fail(file_failure(text_of_path(error.path1()), "cannot be used"), as_json);
+  }
+}
+
+ExitStatus exit_status() { return g_status; }
+
+bool load_library(uint32_t& error) {
+  const std::filesystem::path library = program_folder() / L"velm_sof_client.dll";
+  const bool loaded = LoadLibraryExW(library.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr;
+  error = loaded ? 0 : GetLastError();
+  return loaded;
+}

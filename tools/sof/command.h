@@ -1,0 +1,41 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include <CLI/App.hpp>
+
+#include "report.h"
+
+/** Whether a command calls the library; one that does not runs also where the library cannot be loaded. */
+enum class Needs { library, nothing };
+
+/** Runs a command, presents what it reports or how it failed, and keeps the exit status for main(). */
+void run_command(Needs needs, bool as_json, const std::function<Report()>& run);
+ExitStatus exit_status();
+
+/** Loads velm_sof_client.dll from this program's folder; false, with the system's error, when that fails. */
+bool load_library(uint32_t& error);
+
+/**
+ * Adds a sub-command. `Command` holds its arguments: `add_options(CLI::App&)` declares them, `run()` does the
+ * work and reports.
+ */
+template <class Command>
+CLI::App& add_command(CLI::App& parent, const char* name, const char* description,
+                      Needs needs = Needs::library) {
+  CLI::App* app = parent.add_subcommand(name, description);
+  const auto command = std::make_shared<Command>();
+  const auto as_json = std::make_shared<bool>(false);
+  command->add_options(*app);
+  app->add_flag("--json", *as_json, "print one JSON object");
+  app->callback([=] { run_command(needs, *as_json, [&] { return command->run(); }); });
+  return *app;
+}
+
+/** A sub-command that only holds others. */
+inline CLI::App& add_group(CLI::App& parent, const char* name, const char* description) {
+  CLI::App* group = parent.add_subcommand(name, description);
+  group->require_subcommand(1);
+  return *group;
+}

@@ -1,0 +1,26 @@
+#pragma once
+
+/** How the program ends; --help and docs/sof.md list them. */
+enum class ExitStatus {
+  done = 0,
+  call_failed = 1,
+  usage = 2,
+  file = 3,
+  refused = 4,
+  no_service = 5,
+  no_access = 6,
+  problems = 7,
+  no_library = 8,
+};
+
+constexpr const char* kExitStatuses =
+    "Exit status:\n"
+    "  0  done; what was to be verified is valid\n"
+    "  1  a call failed; standard error tells its name, code and text\n"
+    "  2  the command line is wrong\n"
+    "  3  a file, or standard input or output, cannot be read or written\n"
+    "  4  verified, and the answer is no: signature, certificate or time stamp do not hold\n"
+    "  5  the local service cannot be reached\n"
+    "  6  no access: not logged in, wrong PIN, PIN locked, or cancelled\n"
+    "  7  `sof doctor` found a problem\n"
+    "  8  velm_sof_client.dll or one of its modules cannot be loaded\n";

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <exception>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "exit_status.h"
+
+using Json = nlohmann::ordered_json;
+
+/** What ends a command early: a line for people, the same for programs, and the exit status. */
+class Failure : public std::exception {
+ public:
+  Failure(ExitStatus status, std::string message, Json details)
+      : status_(status), message_(std::move(message)), details_(std::move(details)) {}
+
+  ExitStatus status() const { return status_; }
+  const char* what() const noexcept override { return message_.c_str(); }
+  const Json& details() const { return details_; }
+
+ private:
+  ExitStatus status_;
+  std::string message_;
+  Json details_;
+};
+
+Failure usage_failure(const std::string& message);
+/** `path` as the user wrote it, or what it stands for. */
+Failure file_failure(const std::string& path, const std::string& message);
+/** A call that succeeded without the result that it should have given. */
+Failure missing_result(const char* function, const std::string& message);
+/** A call of the library that failed. */
+Failure call_failure(const char* function, uint32_t code, ExitStatus status);

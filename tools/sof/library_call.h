@@ -1,0 +1,45 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+
+#include "bytes.h"
+#include "failure.h"
+#include "velm_sof_client.h"
+
+/** The library's text for a code in UTF-8; empty when it has none. */
+std::string error_text(uint32_t code);
+
+/** The same, and for a code of the signature provider the text of what the library makes of it. */
+std::string meaning_of(uint32_t code);
+
+/** Throws Failure unless `code` is 0. */
+void check(const char* function, uint32_t code);
+
+/** The same for a call that judges something: that it does not hold has an exit status of its own. */
+void check_verdict(const char* function, uint32_t code);
+
+/** What a call writes into a buffer of `capacity` bytes; `call` gets the buffer and its length. */
+template <class Call>
+Bytes fetch_within(const char* function, uint64_t capacity, Call call) {
+  Bytes output(capacity);
+  uint32_t length = size_of(output);
+  check(function, call(output.data(), &length));
+  output.resize(std::min<size_t>(length, output.size()));
+  return output;
+}
+
+/** The same for a call with a size query. `at_least`: the capacity that is enough when the query may say
+ * less. */
+template <class Call>
+Bytes fetch(const char* function, Call call, uint64_t at_least = 1) {
+  uint32_t length = 0;
+  check(function, call(nullptr, &length));
+  return fetch_within(function, std::max<uint64_t>(length, at_least), call);
+}
+
+/** The result of a call that must not be empty. */
+inline Bytes required(const char* function, Bytes result, const char* what) {
+  if (result.empty()) throw missing_result(function, std::string("the answer holds no ") + what);
+  return result;
+}

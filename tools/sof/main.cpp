@@ -1,0 +1,77 @@
+// sof: the library's calls for people and scripts, a command each.
+#include <windows.h>
+#include <fcntl.h>
+#include <io.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "command.h"
+#include "commands.h"
+#include "exit_status.h"
+#include "input_output.h"
+#include "text.h"
+
+// Words of the command line are taken as they are: no pattern among them is expanded.
+extern "C" int _CRT_glob = 0;
+
+namespace {
+
+/** A console shows UTF-8 and colours while this lives. */
+class Utf8Console {
+ public:
+  Utf8Console() : code_page_(GetConsoleOutputCP()) {
+    HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
+    DWORD mode = 0;
+    if (code_page_ != 0) SetConsoleOutputCP(CP_UTF8);
+    if (GetConsoleMode(output, &mode)) SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+  }
+  ~Utf8Console() {
+    if (code_page_ != 0) SetConsoleOutputCP(code_page_);
+  }
+  Utf8Console(const Utf8Console&) = delete;
+  Utf8Console& operator=(const Utf8Console&) = delete;
+
+ private:
+  UINT code_page_;
+};
+
+void add_commands(CLI::App& sof) {
+  add_container_commands(sof);
+  add_certificate_commands(sof);
+  add_sign_commands(sof);
+  add_verify_commands(sof);
+  add_encryption_commands(sof);
+  add_data_commands(sof);
+  add_stamp_commands(sof);
+  add_storage_commands(sof);
+  add_seal_commands(sof);
+  add_service_commands(sof);
+  add_doctor_command(sof);
+  add_log_command(sof);
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  const Utf8Console console;
+  _setmode(_fileno(stdout), _O_BINARY);
+  CLI::App sof{"Certificates, signatures, encryption and what a device keeps, through velm_sof_client.dll"};
+  sof.name("sof");
+  sof.require_subcommand(1);
+  sof.set_version_flag("--version", VELM_SOF_VERSION);
+  sof.footer(kExitStatuses);
+  add_commands(sof);
+  std::vector<std::string> words;
+  for (int i = argc - 1; i > 0; --i) words.push_back(utf8_of(argv[i]));
+  try {
+    sof.parse(std::move(words));
+  } catch (const CLI::Success& success) {
+    return sof.exit(success);
+  } catch (const CLI::ParseError& error) {
+    sof.exit(error);
+    return static_cast<int>(ExitStatus::usage);
+  }
+  return static_cast<int>(exit_status());
+}

@@ -1,0 +1,77 @@
+// The service's settings, and what result codes mean.
+#include <map>
+
+#include "arguments.h"
+#include "command.h"
+#include "commands.h"
+#include "input_output.h"
+#include "library_call.h"
+#include "text.h"
+
+namespace {
+
+struct Config {
+  uint32_t setting = 0;
+  uint32_t number = 0;
+  std::string input;
+
+  void add_options(CLI::App& command) {
+    static const std::map<std::string, uint32_t> kSettings{{"idle-logout", 1}};
+    command
+        .add_option("setting", setting, "idle-logout (minutes after which an unused login ends), or a number")
+        ->required()
+        ->transform(CLI::Transformer(kSettings).description(""));
+    CLI::Option_group* value = command.add_option_group("value");
+    value->add_option("value", number, "the value, as a 32-bit number");
+    value->add_option("-i,--in", input, "file with the value's bytes; - is standard input");
+    value->require_option(1);
+  }
+  Report run() const {
+    const Bytes value = input.empty() ? little_endian(number) : read_all(input, "the value");
+    check("SOF_Config", SOF_Config(setting, data_of(value), size_of(value)));
+    return Report{{"setting", setting}, {"done", true}};
+  }
+
+ private:
+  static Bytes little_endian(uint32_t number) {
+    Bytes bytes;
+    for (unsigned shift = 0; shift < 32; shift += 8) bytes.push_back(static_cast<uint8_t>(number >> shift));
+    return bytes;
+  }
+};
+
+struct Error {
+  std::string code;
+
+  void add_options(CLI::App& command) {
+    command.add_option("code", code, "result code in hexadecimal, with or without 0x")->required();
+  }
+  Report run() const {
+    const uint32_t number = parsed();
+    const std::string text = meaning_of(number);
+    Report report({{"code", code_text(number)}, {"text", text}});
+    if (text.empty())
+      return report.say(code_text(number) + " has no text\n").end_with(ExitStatus::call_failed);
+    return report.say(code_text(number) + " " + text + "\n");
+  }
+
+ private:
+  uint32_t parsed() const {
+    size_t end = 0;
+    unsigned long number = 0;
+    try {
+      number = std::stoul(code, &end, 16);
+    } catch (const std::exception&) {
+    }
+    if (end == 0 || end != code.size()) throw usage_failure(code + " is no 32-bit hexadecimal number");
+    return static_cast<uint32_t>(number);
+  }
+};
+
+}  // namespace
+
+void add_service_commands(CLI::App& sof) {
+  add_command<Config>(sof, "config", "hand a setting to the service");
+  add_command<Error>(sof, "error",
+                     "tell the text of a result code, of the library or of the signature provider");
+}

@@ -1,0 +1,85 @@
+// Time stamps (RFC 3161).
+#include "arguments.h"
+#include "command.h"
+#include "commands.h"
+#include "input_output.h"
+#include "library_call.h"
+#include "text.h"
+
+namespace {
+
+// These calls succeed without doing anything when the provider cannot be opened; then they leave the length
+// alone.
+[[noreturn]] void provider_not_opened(const char* function) {
+  throw missing_result(function,
+                       "the signature provider could not be opened; look at saf_config.dat and `sof log`");
+}
+
+struct StampGet {
+  uint32_t algorithm = 1;
+  std::string input = "-";
+  DataOutput output;
+
+  void add_options(CLI::App& command) {
+    add_digest(command, algorithm);
+    add_input(command, input, "what to stamp");
+    output.add_options(command);
+  }
+  Report run() const {
+    const Bytes data = read_all(input, "the data");
+    const char* function = "SOF_Ext_GM_Tsp_SealTimeStamp";
+    const auto call = [&](uint8_t* out, uint32_t* length) {
+      return SOF_Ext_GM_Tsp_SealTimeStamp(algorithm, data_of(data), size_of(data), out, length);
+    };
+    uint32_t length = 0;
+    check(function, call(nullptr, &length));
+    if (length == 0) provider_not_opened(function);
+    return Report().deliver(fetch_within(function, length, call), output);
+  }
+};
+
+struct StampCheck {
+  std::string stamp;
+  std::string input = "-";
+  CertificateSource authority;
+
+  void add_options(CLI::App& command) {
+    add_required_file(command, "--stamp", stamp, "file with the time stamp");
+    add_input(command, input, "what was stamped");
+    authority.add_options(command, true);
+  }
+  Report run() const {
+    const Bytes token = read_all(stamp, "the time stamp");
+    const Bytes data = read_all(input, "the data");
+    const Bytes certificate = authority.is_given() ? authority.read() : certificate_on_device();
+    const char* function = "SOF_Ext_GM_Tsp_VerifyTimeStamp";
+    Bytes time(256);
+    uint32_t length = size_of(time);
+    check_verdict(function, SOF_Ext_GM_Tsp_VerifyTimeStamp(data_of(data), size_of(data), data_of(token),
+                                                           size_of(token), certificate.data(),
+                                                           size_of(certificate), time.data(), &length));
+    if (length == time.size()) provider_not_opened(function);
+    time.resize(length);
+    return Report{{"valid", true}, {"time", readable(text_of(time))}};
+  }
+
+ private:
+  static Bytes certificate_on_device() {
+    constexpr uint32_t kCertificateLabel = 7;
+    const std::string label = "TIME_STAMP_AUTHORITY";
+    return fetch("SOF_Ext_ReadLabel", [&](uint8_t* out, uint32_t* length) {
+      return SOF_Ext_ReadLabel("", label.c_str(), static_cast<uint32_t>(label.size()), kCertificateLabel, out,
+                               length);
+    });
+  }
+};
+
+}  // namespace
+
+void add_stamp_commands(CLI::App& sof) {
+  CLI::App& group = add_group(sof, "stamp", "time stamps");
+  add_command<StampGet>(group, "get", "fetch a time stamp");
+  add_command<StampCheck>(
+      group, "check",
+      "verify a time stamp; without a certificate, against the authority that the device names");
+}
