@@ -28,6 +28,7 @@ function(velm_add_fuzz_target name)
     file(APPEND ${VELM_FUZZ_TABLE} "${name}\t${CMAKE_BINARY_DIR}/bin/${program}\t${seeds}\t${dictionary}\n")
   else()
     target_sources(${program} PRIVATE ${CMAKE_SOURCE_DIR}/tests/fuzz/run_seeds.cpp)
+    target_compile_options(${program} PRIVATE -O1) # as other tests
     set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
     add_test(NAME ${program}_seeds COMMAND ${program} ${seeds})
     set_tests_properties(${program}_seeds PROPERTIES TIMEOUT 120)

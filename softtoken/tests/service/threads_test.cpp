@@ -1,0 +1,165 @@
+// The service under many threads at once; built with the thread sanitizer, what it shares is watched for
+// races.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <thread>
+
+#include <httplib.h>
+#include <nlohmann/json.hpp>
+
+#include "softtoken/core/storage.h"
+#include "softtoken/service/dispatch.h"
+#include "softtoken/service/http_server.h"
+#include "softtoken/tests/core/temporary_store.h"
+
+namespace velm::token {
+namespace {
+
+constexpr size_t kClients = 6;
+constexpr int kTurns = 10;
+constexpr const char* kPin = "12345678";
+constexpr const char* kContainers[] = {"SM2_TEST", "RSA_TEST"};
+
+// Runs each task in a thread of its own; a client's task is told its number.
+void run_at_once(const std::function<void(size_t)>& client,
+                 const std::vector<std::function<void()>>& others) {
+  std::vector<std::thread> threads;
+  for (size_t number = 0; number < kClients; ++number) threads.emplace_back(client, number);
+  for (const auto& other : others) threads.emplace_back(other);
+  for (std::thread& thread : threads) thread.join();
+}
+
+class Threads : public testing::Test {
+ protected:
+  void SetUp() override {
+    const ByteView pin = as_bytes(kPin);
+    service.token.add_container({.name = kContainers[0]}, pin);
+    service.token.add_container({.name = kContainers[1], .kind = KeyKind::rsa, .rsa_bits = 1024}, pin);
+    for (const char* name : kContainers) service.token.login(name, pin);
+  }
+
+  std::string code_of_call(const nlohmann::json& request) {
+    return nlohmann::json::parse(answer_json(service, request.dump()).body)["ErrorCode"];
+  }
+
+  void sign(const char* container) {
+    EXPECT_EQ(code_of_call({{"funcid", 15}, {"ContainerName", container}, {"InData", "aGVsbG8="}}), "0");
+  }
+
+  TemporaryStore store;
+  Service service{store.file()};
+};
+
+TEST_F(Threads, SessionsAreUsedWhileOthersOpenAndEndThem) {
+  const auto client = [&](size_t number) {
+    const char* container = kContainers[number % 2];
+    for (int turn = 0; turn < kTurns; ++turn) {
+      const std::string code =
+          code_of_call({{"funcid", 15}, {"ContainerName", container}, {"InData", "aGVsbG8="}});
+      EXPECT_TRUE(code == "0" || code == "B000438") << code;
+      code_of_call({{"funcid", 45}, {"containerName", container}});
+    }
+  };
+  const auto log_in_and_out = [&] {
+    for (int turn = 0; turn < kTurns; ++turn) {
+      EXPECT_EQ(code_of_call({{"funcid", 46}, {"containerName", kContainers[0]}}), "0");
+      EXPECT_EQ(code_of_call({{"funcid", 7}, {"UserName", kContainers[0]}, {"PassWd", "MTIzNDU2Nzg="}}), "0");
+    }
+  };
+  const auto end_idle_ones = [&] {
+    for (int turn = 0; turn < kTurns; ++turn) {
+      service.token.set_idle_limit(std::chrono::minutes(turn));
+      service.token.close_idle_sessions();
+    }
+  };
+  run_at_once(client, {log_in_and_out, end_idle_ones});
+}
+
+TEST_F(Threads, TheStoreIsReadAndWrittenAtOnce) {
+  const int64_t id = service.token.container_id(kContainers[0]);
+  const auto client = [&](size_t number) {
+    const auto index = static_cast<uint32_t>(number);
+    for (int turn = 0; turn < kTurns; ++turn) {
+      const std::string data = std::to_string(number) + "-" + std::to_string(turn);
+      write_user_file(service.token.store(), id, 1, index, 0, as_bytes(data));
+      EXPECT_EQ(as_text(read_user_file(service.token.store(), id, 1, index, 0, 100)), data);
+      sign(kContainers[number % 2]);
+      EXPECT_EQ(code_of_call({{"funcid", 5}}), "0");
+    }
+  };
+  const auto change_pins = [&] {
+    for (const char* pin : {"another one", kPin})
+      service.token.change_pin(kContainers[0], as_bytes(pin == kPin ? "another one" : kPin), as_bytes(pin));
+  };
+  const auto add_and_delete = [&] {
+    for (int turn = 0; turn < 3; ++turn) {
+      service.token.add_container({.name = "ADDED"}, as_bytes(kPin));
+      service.token.delete_container("ADDED");
+    }
+  };
+  run_at_once(client, {change_pins, add_and_delete});
+}
+
+TEST_F(Threads, WrongPinsAtOnceAreAllCounted) {
+  run_at_once(
+      [&](size_t) {
+        EXPECT_EQ(code_of_call({{"funcid", 7}, {"UserName", kContainers[0]}, {"PassWd", "d3Jvbmc="}}),
+                  "B000426");
+      },
+      {});
+  EXPECT_EQ(service.token.tries_left(kContainers[0]), kPinTries - kClients);
+}
+
+TEST_F(Threads, TheTraceIsReadWhileCallsAreMade) {
+  const auto read_trace = [&] {
+    for (int turn = 0; turn < kTurns; ++turn) service.trace.text();
+  };
+  run_at_once(
+      [&](size_t number) {
+        for (int turn = 0; turn < kTurns; ++turn) sign(kContainers[number % 2]);
+      },
+      {read_trace, read_trace});
+}
+
+TEST_F(Threads, ConnectionsAreServedAtOnceUntilTheServerEnds) {
+  HttpServer server(service, {.port = 0});
+  const int port = server.bind();
+  std::thread serving([&] { server.run(); });
+  std::atomic<int> answered{0};
+  const auto client = [&](size_t number) {
+    const std::string body = nlohmann::json{
+        {"funcid", 15},
+        {"ContainerName", kContainers[number % 2]},
+        {"InData", "aGVsbG8="}}.dump();
+    for (int turn = 0; turn < kTurns; ++turn) {
+      httplib::Client connection("127.0.0.1", port);
+      const auto answer = connection.Post("/", body, "application/json");
+      ASSERT_TRUE(answer);
+      EXPECT_EQ(answer->status, 200);
+      ++answered;
+    }
+  };
+  const auto read_trace = [&] {
+    httplib::Client connection("127.0.0.1", port);
+    EXPECT_TRUE(connection.Get("/trace"));
+  };
+  run_at_once(client, {read_trace});
+  EXPECT_EQ(answered, static_cast<int>(kClients) * kTurns);
+
+  // Clients that are still there when the server ends have an answer or none.
+  std::vector<std::thread> late;
+  for (size_t number = 0; number < kClients; ++number) {
+    late.emplace_back([port] {
+      httplib::Client connection("127.0.0.1", port);
+      connection.Post("/", R"({"funcid":0})", "application/json");
+    });
+  }
+  server.stop();
+  serving.join();
+  for (std::thread& thread : late) thread.join();
+}
+
+}  // namespace
+}  // namespace velm::token
