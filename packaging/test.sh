@@ -9,7 +9,7 @@ export VELM_WINE_PREFIX=$out/wine
 fail() { printf 'packages: %s\n' "$*" >&2; exit 1; }
 say() { printf '\n-- %s\n' "$*"; }
 source "$root/cmake/wine.sh"
-run_wine=$root/cmake/run-under-wine
+export root run_wine=$root/cmake/run-under-wine
 with_softtoken=$root/cmake/with-softtoken
 trap stop_wine EXIT
 
@@ -39,11 +39,15 @@ try_zip() {
   x86_64-w64-mingw32-gcc -I"$package/include" "$package/examples/c/story.c" consumer/from_def.a \
     -o consumer/story_def.exe
 
-  WINEPATH=$package/bin "$with_softtoken" "$package/bin" bash -euo pipefail -c '
-    for story in story_c story_cpp story_def; do
-      "$0" consumer/$story.exe | tr -d "\r" | diff "$1" -
-      echo "$story tells its story"
-    done' "$run_wine" "$root/examples/tests/story.txt"
+  WINEPATH=$package/bin "$with_softtoken" "$package/bin" bash -euo pipefail -c tell_stories
+}
+
+tell_stories() {
+  local story
+  for story in story_c story_cpp story_def; do
+    "$run_wine" consumer/$story.exe | tr -d '\r' | diff "$root/examples/tests/story.txt" -
+    echo "$story tells its story"
+  done
 }
 
 # ---- the installer
@@ -75,6 +79,13 @@ uninstall_silently() {
   fail "the uninstaller does not come to its end"
 }
 
+use_and_try_to_remove() {
+  local folder=$1 status=0
+  "$run_wine" "$folder/uninstall.exe" /S '_?=C:\Program' 'Files\velm_sof_client' || status=$?
+  [ $status -eq 2 ] || fail "removing what is in use ended with $status"
+  echo "not removed while the software token runs"
+}
+
 try_installer() {
   say "$setup: install, use, remove"
   local programs="$WINEPREFIX/drive_c/Program Files"
@@ -99,11 +110,7 @@ try_installer() {
   echo "nothing but its files and how to remove them was added"
 
   echo mine >"$folder/mine.txt"
-  "$with_softtoken" "$folder/bin" bash -euo pipefail -c '
-    status=0
-    "$0" "$1/uninstall.exe" /S "_?=C:\\Program" "Files\\velm_sof_client" || status=$?
-    [ $status -eq 2 ] || { echo "removing what is in use ended with $status"; exit 1; }
-    echo "not removed while the software token runs"' "$run_wine" "$folder"
+  "$with_softtoken" "$folder/bin" bash -euo pipefail -c 'use_and_try_to_remove "$0"' "$folder"
   diff -r stage "$folder" | grep -v "^Only in $folder: " && fail "some of it was removed all the same"
 
   uninstall_silently "$folder"
@@ -114,6 +121,7 @@ try_installer() {
   echo "removed, and nothing left"
 }
 
+export -f fail tell_stories use_and_try_to_remove # for with-softtoken, which runs a command
 stop_wine
 rm -rf "$WINEPREFIX"
 prepare_wine
