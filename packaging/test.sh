@@ -57,7 +57,7 @@ tell_stories() {
 # runs: it lies in the folder for temporary files and goes when the system starts next.
 state_of_prefix() {
   stop_wine
-  (cd "$WINEPREFIX" && find drive_c -printf '%p %s\n' &&
+  (cd "$WINEPREFIX" && find drive_c -type d -print -o -printf '%p %s\n' &&
     awk '/^\[/ { sub(/ [0-9]+$/, ""); key = $0; print key; next } /^("|@)/ { print key, $0 }' ./*.reg) |
     grep -vE 'CurrentControlSet\\\\Control\\\\Class|/ProgramData/VELM|~nsu' | sort
   start_wine
