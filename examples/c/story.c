@@ -31,7 +31,7 @@ static void check(const char* function, uint32_t code) {
 static void sign_and_verify(void) {
   const uint8_t* text = (const uint8_t*)kText;
   const uint32_t length = (uint32_t)strlen(kText);
-  Output certificate, signature;
+  Output certificate = {{0}, 0}, signature = {{0}, 0};
 
   check("SOF_SignData", SOF_SignData(kContainer, text, length, signature.bytes, &signature.length));
   printf("signed\n");
@@ -61,7 +61,7 @@ static int holds_text(const char* path, const char* text) {
 }
 
 static void encrypt_and_decrypt(void) {
-  Output certificate;
+  Output certificate = {{0}, 0};
 
   write_file(kFile, kText);
   check("SOF_ExportExChangeUserCert",
