@@ -13,7 +13,7 @@ FILE_SIZE = 4096
 
 
 class Writer:
-    """Writes files, changes PINs and adds containers until the service is gone; keeps what was acknowledged."""
+    """Writes files, changes PINs and adds containers until the service ends; keeps what was acknowledged."""
 
     def __init__(self, service):
         self.service = service

@@ -153,7 +153,8 @@ class Interoperability(unittest.TestCase):
         key, certificate = self.import_own("FIRST_RSA", "RSA")
         own = self.path("own.p12")
         store = self.service.store
-        self.openssl("pkcs12", "-export", "-inkey", key, "-in", certificate, "-passout", "pass:word", "-out", own)
+        self.openssl("pkcs12", "-export", "-inkey", key, "-in", certificate, "-passout", "pass:word",
+                     "-out", own)
         run_token("import", "SECOND_RSA", own, "--password", "word", "--pin", PIN, store=store)
         self.assertEqual(self.service.certificate("FIRST_RSA"), self.service.certificate("SECOND_RSA"))
         with self.assertRaises(subprocess.CalledProcessError):
