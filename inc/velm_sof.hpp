@@ -2,9 +2,10 @@
  * @file velm_sof.hpp
  * @brief The functions of velm_sof_client.h for C++17 and later: owners, byte vectors and exceptions.
  *
- * Optional and header-only. Every function either does what it says or throws Error; none returns a result
- * code. Buffers, their sizes and the size queries are taken care of. What is not here (symmetric keys, XML,
- * hash signatures, settings) is called through the C header, which this one includes.
+ * Optional and header-only. Every function either does what it says or throws: Error for a failed call,
+ * std::length_error for input above 4 GiB. None returns a result code. Buffers, their sizes and the size
+ * queries are taken care of. What is not here (symmetric keys, XML, hash signatures, settings) is called
+ * through the C header, which this one includes.
  *
  * Container names, certificate items and error texts are UTF-8. File paths are handed on to the C functions,
  * whose descriptions say what they take; a path in the local code page suits them all.
@@ -29,8 +30,6 @@
 #include <stdint.h>
 
 #include <algorithm>
-#include <initializer_list>
-#include <limits>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -52,7 +51,7 @@ using Bytes = std::vector<uint8_t>;
 class ByteView {
  public:
   ByteView(const void* data, size_t size) : data_(static_cast<const uint8_t*>(data)), size_(size) {
-    if (size > std::numeric_limits<uint32_t>::max()) throw std::length_error("more than 4 GiB of bytes");
+    if (size > UINT32_MAX) throw std::length_error("more than 4 GiB of bytes");
   }
   ByteView(const Bytes& bytes) : ByteView(bytes.data(), bytes.size()) {}
   ByteView(std::string_view text) : ByteView(text.data(), text.size()) {}
@@ -116,9 +115,9 @@ inline std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.en
 inline std::vector<std::string> split(std::string_view list, std::string_view separator) {
   std::vector<std::string> parts;
   while (!list.empty()) {
-    const size_t end = std::min(list.find(separator), list.size());
+    const size_t end = std::min<size_t>(list.find(separator), list.size());
     if (end > 0) parts.emplace_back(list.substr(0, end));
-    list.remove_prefix(std::min(end + separator.size(), list.size()));
+    list.remove_prefix(std::min<size_t>(end + separator.size(), list.size()));
   }
   return parts;
 }
@@ -137,7 +136,7 @@ struct Buffer {
 };
 
 // In place of a capacity: the function tells by its size query what is enough.
-constexpr size_t kAsk = std::numeric_limits<size_t>::max();
+constexpr size_t kAsk = SIZE_MAX;
 
 // The output of a function whose last two parameters are a buffer and its length. `capacity` bytes are always
 // enough for it.
@@ -150,7 +149,7 @@ Bytes fetch_any(const char* name, Function* function, size_t capacity, Arguments
     capacity = length;
   }
   Bytes output(std::max<size_t>(capacity, 1));  // No buffer would be the size query.
-  length = static_cast<uint32_t>(std::min<size_t>(output.size(), std::numeric_limits<uint32_t>::max()));
+  length = static_cast<uint32_t>(std::min<size_t>(output.size(), UINT32_MAX));
   call(name, function, arguments..., Buffer{output.data()}, &length);
   output.resize(length);
   return output;

@@ -6,7 +6,6 @@
 
 #include <gmock/gmock.h>
 
-#include "service_process.h"
 #include "velm_sof.hpp"
 
 namespace {
@@ -215,9 +214,3 @@ TEST(Storage, SealsAndDevice) {
 }
 
 }  // namespace
-
-int main(int argc, char** argv) {
-  testing::InitGoogleMock(&argc, argv);
-  testing::AddGlobalTestEnvironment(new ServiceProcess);
-  return RUN_ALL_TESTS();
-}
