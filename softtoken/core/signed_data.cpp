@@ -42,7 +42,7 @@ void set_content(PKCS7* contents, const char* type, const ByteView* content) {
 }
 
 std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
-  const PKCS7* contents = message->contents;
+  PKCS7* contents = message->contents;
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
     if (contents->d.data == nullptr) return std::nullopt;
     return copy_of(view_of(contents->d.data));

@@ -205,6 +205,19 @@ TEST_P(EveryKey, TellsWhatItsCertificateSays) {
   EXPECT_EQ(code_of([&] { certificate_item_by_oid(certificate.get(), "not an oid"); }), kBadInput);
 }
 
+TEST(SignedMessages, ContentOfAnotherTypeOfPkcs7IsNoData) {
+  const Authority authority = make_authority(KeyKind::rsa);
+  Bytes message =
+      make_signed_message(authority.key.get(), authority.certificate.get(), as_bytes("data"), true);
+  const Object type = object_of(kPkcs7Types.data);
+  const auto found = std::ranges::search(message, der_of<const ASN1_OBJECT>(i2d_ASN1_OBJECT, type.get()));
+  ASSERT_FALSE(found.empty());
+  for (uint8_t last_arc = 2; last_arc <= 6; ++last_arc) {
+    found.back() = last_arc;
+    EXPECT_EQ(code_of([&] { parse_signed_message(message); }), kPkcs7Format) << unsigned{last_arc};
+  }
+}
+
 TEST(KeyProtection, OpensWithItsKeyAndPurposeOnly) {
   const SecretBytes key = pin_key(as_bytes("1234"), Bytes(kSaltSize, 1));
   EXPECT_NE(key, pin_key(as_bytes("1235"), Bytes(kSaltSize, 1)));
