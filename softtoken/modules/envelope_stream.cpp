@@ -103,6 +103,14 @@ class EnvelopeReader {
     require_saf(found && found->tag == tag, kSafEnvelopeNotOpened);
     return *found;
   }
+  /** Goes into an element, and gives how many bytes of the file follow it. */
+  uint64_t enter(uint8_t tag) {
+    const uint64_t length = header(tag).length;
+    require_saf(length <= left(), kSafDamaged);
+    return left() - length;
+  }
+  /** How many bytes of the file are still to come. */
+  uint64_t left() const { return file_.size() - taken_; }
   /** The element with its header, in memory. */
   Bytes whole(uint8_t tag) {
     const DerHeader found = header(tag);
@@ -120,6 +128,7 @@ class EnvelopeReader {
     if (rest_.empty()) rest_ = file_.read();
     const ByteView part = rest_.first(static_cast<size_t>(limit < rest_.size() ? limit : rest_.size()));
     rest_ = rest_.subspan(part.size());
+    taken_ += part.size();
     return part;
   }
 
@@ -132,6 +141,7 @@ class EnvelopeReader {
 
   InputFile& file_;
   ByteView rest_;
+  uint64_t taken_ = 0;
 };
 
 void expect_object(EnvelopeReader& reader, const char* pkcs7, const char* gm) {
@@ -218,16 +228,18 @@ void encode_envelope(const std::string& plain_path, X509* recipient, uint32_t me
 void decode_envelope(const std::string& envelope_path, const ContentKeyFinder& find_key, OutputFile& plain) {
   InputFile envelope(envelope_path);
   EnvelopeReader reader(envelope);
-  reader.header(kDerSequence);
+  const uint64_t behind = reader.enter(kDerSequence);
   expect_object(reader, kPkcs7Types.enveloped_data, kGmTypes.enveloped_data);
-  reader.header(kDerContext0Constructed);
-  reader.header(kDerSequence);
+  const uint64_t behind_content = reader.enter(kDerContext0Constructed);
+  const uint64_t behind_data = reader.enter(kDerSequence);
+  require_saf(behind == 0 && behind_content == 0 && behind_data == 0, kSafDamaged);
   reader.whole(kDerInteger);
   const RecipientSet set = recipients_in(reader.whole(kDerSet));
-  reader.header(kDerSequence);
+  const uint64_t behind_encrypted = reader.enter(kDerSequence);
   expect_object(reader, kPkcs7Types.data, kGmTypes.data);
   const Bytes algorithm = reader.whole(kDerSequence);
   uint64_t left = reader.header(kDerContext0).length;
+  require_saf(left + behind_encrypted == reader.left(), kSafDamaged);
 
   std::vector<EnvelopeRecipient> recipients;
   for (int i = 0; i < sk_PKCS7_RECIP_INFO_num(set.get()); ++i) {

@@ -231,6 +231,63 @@ TEST_F(Interoperability, ItVerifiesOurStamps) {
   EXPECT_FALSE(openssl("ts -verify -in interoperability.tsr -CAfile interoperability.root -data RSA.crt"));
 }
 
+TEST_F(Interoperability, WeVerifyItsStamps) {
+  const Signer authority(KeyKind::rsa, generate_rsa_key(2048), Usage::time_stamping);
+  write_pem("TSA", authority);
+  write_file("interoperability.cnf",
+             as_bytes("[tsa]\nserial = interoperability.serial\nsigner_digest = sha256\n"
+                      "default_policy = 1.2.3.4\ndigests = sha1, sha256, sm3\ness_cert_id_alg = sha256\n"));
+  write_file("interoperability.serial", as_bytes("01\n"));
+  for (const char* digest : {"-sha1", "-sha256", "-sm3"}) {
+    ASSERT_TRUE(openssl(std::string("ts -query -cert ") + digest + " -data " + kFile +
+                        " -out interoperability.tsq"))
+        << log_text();
+    ASSERT_TRUE(openssl("ts -reply -config interoperability.cnf -section tsa -queryfile interoperability.tsq "
+                        "-signer TSA.crt -inkey TSA.key -out interoperability.tsr"))
+        << log_text();
+    const Bytes stamp = file_bytes("interoperability.tsr");
+    char time[32];
+    uint32_t length = sizeof time;
+    const auto verify = [&](ByteView data) {
+      return SAF_Ext_TspVerifyStamp(data.data(), size_of(data), stamp.data(), size_of(stamp),
+                                    authority.certificate.data(), authority.certificate_length(),
+                                    reinterpret_cast<uint8_t*>(time), &length);
+    };
+    EXPECT_EQ(verify(kContent), 0u) << digest;
+    EXPECT_EQ(verify(as_bytes("another")), kSafHashNotEqual);
+  }
+}
+
+// Its program for messages knows no SM2; the one for signatures does.
+TEST_F(Interoperability, ItVerifiesTheSignaturesInOurMessagesWithSm2) {
+  const Bytes& certificate = sm2_signer().certificate;
+  const auto expect_verified = [&](const Bytes& message, ByteView signed_data) {
+    write_file("interoperability.sig", parse_signed_message(message).signature);
+    write_file("interoperability.out", signed_data);
+    EXPECT_TRUE(openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify SM2.pub -signature "
+                        "interoperability.sig interoperability.out"))
+        << log_text();
+  };
+  uint32_t code = 1;
+  const Bytes attached = sized_output(
+      [&](uint8_t* message, uint32_t* length) {
+        return SAF_SM2_EncodeSignedData(handle(), "SM2", 3, 2, certificate.data(), size_of(certificate), 1,
+                                        kContent.data(), size_of(kContent), message, length);
+      },
+      code);
+  ASSERT_EQ(code, 0u);
+  expect_verified(attached, kContent);
+  const Bytes detached = sized_output(
+      [&](uint8_t* message, uint32_t* length) {
+        return SAF_Ext_SM2_EncodeSignedData(handle(), "SM2", 3, 2, certificate.data(), size_of(certificate),
+                                            1, nullptr, 1, kContent.data(), size_of(kContent), message,
+                                            length);
+      },
+      code);
+  ASSERT_EQ(code, 0u);
+  expect_verified(detached, parse_signed_message(detached).signed_attributes);
+}
+
 // Its time-stamp program knows no SM2; it reads the answer, and verifies the signature over the attributes.
 TEST_F(Interoperability, ItReadsOurStampsWithSm2) {
   uint32_t code = 0;
