@@ -12,7 +12,16 @@ namespace {
 // A fault ends the process at once with the fault's code, and starts no debugger.
 LONG WINAPI end_by_fault(EXCEPTION_POINTERS* fault) {
   const DWORD code = fault->ExceptionRecord->ExceptionCode;
-  std::fprintf(stderr, "ended by exception 0x%08lX at %p\n", code, fault->ExceptionRecord->ExceptionAddress);
+  const auto* address = static_cast<const char*>(fault->ExceptionRecord->ExceptionAddress);
+  HMODULE module = nullptr;
+  char path[MAX_PATH] = "no module";
+  if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                         address, &module)) {
+    GetModuleFileNameA(module, path, sizeof path);
+  }
+  std::fprintf(stderr, "ended by exception 0x%08lX at %p, %s + 0x%llX\n", code,
+               static_cast<const void*>(address), path,
+               static_cast<unsigned long long>(address - reinterpret_cast<const char*>(module)));
   std::fflush(nullptr);
   TerminateProcess(GetCurrentProcess(), code);
   return EXCEPTION_CONTINUE_SEARCH;
