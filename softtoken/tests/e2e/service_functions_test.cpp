@@ -1,5 +1,7 @@
 // Every function that asks the service, through the library, against the service with real keys.
 #include <atomic>
+#include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -245,10 +247,20 @@ TEST(Concurrency, ClientsAtTheSameTimeGetTheirOwnAnswers) {
 
 TEST(Farewell, IsTaken) { EXPECT_EQ(SOF_Finalize(), SOR_OK); }
 
+// The service runs as long as the tests do.
+class Service : public testing::Environment {
+ public:
+  void SetUp() override { process_.emplace(); }
+  void TearDown() override { process_.reset(); }
+
+ private:
+  std::optional<ServiceProcess> process_;
+};
+
 }  // namespace
 
 int main(int argc, char** argv) {
   testing::InitGoogleMock(&argc, argv);
-  testing::AddGlobalTestEnvironment(new ServiceProcess);
+  testing::AddGlobalTestEnvironment(new Service);
   return RUN_ALL_TESTS();
 }

@@ -1,6 +1,9 @@
 #include "service_process.h"
 
+#include <psapi.h>
+
 #include <filesystem>
+#include <stdexcept>
 
 #include "velm_sof_client.h"
 
@@ -12,50 +15,56 @@ std::filesystem::path program_folder() {
   return std::filesystem::path(path).parent_path();
 }
 
+void require(bool holds, const char* what) {
+  if (!holds) throw std::runtime_error(what);
+}
+
 HANDLE start(const std::wstring& arguments) {
   std::wstring line = L"\"" + (program_folder() / L"velm_softtoken.exe").wstring() + L"\" " + arguments;
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process))
-    return nullptr;
+  require(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process),
+          "the service cannot be started");
   CloseHandle(process.hThread);
   return process.hProcess;
 }
 
 }  // namespace
 
-void ServiceProcess::SetUp() {
+ServiceProcess::ServiceProcess() {
   const auto folder = std::filesystem::temp_directory_path() /
                       ("velm-e2e-" + std::to_string(GetCurrentProcessId()));
   folder_ = folder.wstring();
   const std::wstring data = L"--data \"" + (folder / L"store.db").wstring() + L"\"";
 
-  HANDLE init = start(L"init --demo " + data);
-  ASSERT_NE(init, nullptr);
+  const HANDLE init = start(L"init --demo " + data);
   DWORD code = 1;
   WaitForSingleObject(init, 120000);
   GetExitCodeProcess(init, &code);
   CloseHandle(init);
-  ASSERT_EQ(code, 0u);
+  require(code == 0, "the demo store cannot be made");
 
-  ASSERT_EQ(SOF_Initialize(), SOR_COMMUNICATIONERR) << "something listens already";
+  require(SOF_Initialize() == SOR_COMMUNICATIONERR, "something listens already");
   process_ = start(L"serve " + data);
-  ASSERT_NE(process_, nullptr);
   uint32_t answer = SOR_COMMUNICATIONERR;
   for (int tries = 0; tries < 300 && answer == SOR_COMMUNICATIONERR; ++tries) {
     Sleep(100);
     answer = SOF_Initialize();
   }
-  ASSERT_EQ(answer, SOR_OK);
+  require(answer == SOR_OK, "the service does not answer");
 }
 
-void ServiceProcess::TearDown() {
-  if (process_ != nullptr) {
-    TerminateProcess(process_, 0);
-    WaitForSingleObject(process_, 10000);
-    CloseHandle(process_);
-  }
+ServiceProcess::~ServiceProcess() {
+  TerminateProcess(process_, 0);
+  WaitForSingleObject(process_, 10000);
+  CloseHandle(process_);
   std::error_code ignored;
   std::filesystem::remove_all(folder_, ignored);
+}
+
+size_t ServiceProcess::private_bytes() const {
+  PROCESS_MEMORY_COUNTERS counters{};
+  GetProcessMemoryInfo(process_, &counters, sizeof counters);
+  return counters.PagefileUsage;
 }
