@@ -4,48 +4,31 @@
 #include <gmock/gmock.h>
 
 #include <latch>
-#include <stdexcept>
 #include <string>
 #include <thread>
 
 #include "inc/velm_sof_client.h"
+#include "robustness/loaded_library.h"
 #include "support/process_usage.h"
-#include "support/program_folder.h"
 #include "support/standins.h"
 
 using namespace velm::test;
 
 namespace {
 
-// The library for the time of one use. Nothing else in this program holds it.
-class Loaded {
- public:
-  Loaded() : module_(LoadLibraryW((program_folder() + L"velm_sof_client.dll").c_str())) {
-    if (!module_) throw std::runtime_error("the library cannot be loaded: " + std::to_string(GetLastError()));
-  }
-  ~Loaded() { FreeLibrary(module_); }
-  Loaded(const Loaded&) = delete;
-  Loaded& operator=(const Loaded&) = delete;
-
-  // A call that fails at its first check: it writes its line and throws within the library.
-  uint32_t failing_call() const {
-    const auto call = reinterpret_cast<decltype(&SOF_GenRandom)>(
-        reinterpret_cast<void (*)()>(GetProcAddress(module_, "SOF_GenRandom")));
-    return call(1, nullptr);
-  }
-
- private:
-  HMODULE module_;
-};
+// A call that fails at its first check: it writes its line and throws within the library.
+uint32_t failing_call(const LoadedLibrary& library) {
+  return library.function<decltype(SOF_GenRandom)>("SOF_GenRandom")(1, nullptr);
+}
 
 void use_on_this_thread() {
-  const Loaded library;
-  EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR);
+  const LoadedLibrary library;
+  EXPECT_EQ(failing_call(library), SOR_NULLPOINTERERR);
 }
 
 void use_on_a_thread_that_ends_before() {
-  const Loaded library;
-  std::thread([&] { EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR); }).join();
+  const LoadedLibrary library;
+  std::thread([&] { EXPECT_EQ(failing_call(library), SOR_NULLPOINTERERR); }).join();
 }
 
 // What the library keeps for this thread has to go while the thread lives.
@@ -53,9 +36,9 @@ void use_on_a_thread_that_lives_on() {
   std::latch used(1), unloaded(1);
   std::thread user;
   {
-    const Loaded library;
+    const LoadedLibrary library;
     user = std::thread([&] {
-      EXPECT_EQ(library.failing_call(), SOR_NULLPOINTERERR);
+      EXPECT_EQ(failing_call(library), SOR_NULLPOINTERERR);
       used.count_down();
       unloaded.wait();
     });

@@ -1,0 +1,116 @@
+// A log that cannot be written: calls go on with the results that they would have had, and the line is lost.
+#include <windows.h>
+
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+#include "inc/velm_sof_client.h"
+#include "robustness/loaded_library.h"
+#include "support/log_reader.h"
+#include "support/process_usage.h"
+#include "support/service_double.h"
+#include "support/standins.h"
+
+using namespace velm::test;
+
+namespace {
+
+class LogFolder : public testing::Test {
+ protected:
+  // Calls that succeed and calls that would write a line.
+  void expect_calls_to_go_on() {
+    const LoadedLibrary library;
+    const auto initialize = library.function<decltype(SOF_Initialize)>("SOF_Initialize");
+    const auto random = library.function<decltype(SOF_GenRandom)>("SOF_GenRandom");
+    service.responds([](const Request&) { return json(R"({"ErrorCode":"0"})"); });
+    const auto calls = [&] {
+      for (int i = 0; i < 20; ++i) EXPECT_EQ(initialize(), SOR_OK);
+      for (int i = 0; i < 200; ++i) EXPECT_EQ(random(1, nullptr), SOR_NULLPOINTERERR);
+    };
+    calls();
+    const ProcessUsage before = ProcessUsage::now();
+    calls();
+    EXPECT_EQ(ProcessUsage::now().growth_since(before, {.handles = 8, .blocks = 300, .private_bytes = 1 << 20}),
+              "");
+  }
+
+  // Whether a file takes a line from this test; it would take the library's too.
+  static bool can_be_written(const std::filesystem::path& file) {
+    const HANDLE handle = CreateFileW(file.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+                                      OPEN_ALWAYS, 0, nullptr);
+    if (handle == INVALID_HANDLE_VALUE) return false;
+    DWORD written = 0;
+    const bool taken = WriteFile(handle, "line\r\n", 6, &written, nullptr) && written == 6;
+    CloseHandle(handle);
+    return taken;
+  }
+
+  // A log file with one line.
+  static std::wstring a_log_file() {
+    LogReader::clear();
+    const LoadedLibrary library;
+    library.function<decltype(SOF_GenRandom)>("SOF_GenRandom")(1, nullptr);
+    return LogReader::files().at(0);
+  }
+
+  const std::filesystem::path folder = LogReader::folder();
+  Standins standins;
+  ServiceDouble service;
+};
+
+// The library makes two levels of folders when it is loaded and one more when it writes; with a file in their
+// place it can make none.
+TEST_F(LogFolder, IsAFile) {
+  LogReader::clear();
+  std::filesystem::remove(folder);
+  std::ofstream(folder) << "a file";
+  expect_calls_to_go_on();
+  EXPECT_EQ(std::filesystem::file_size(folder), 6u);
+  std::filesystem::remove(folder);
+}
+
+TEST_F(LogFolder, GoesMissingAfterTheLoad) {
+  const LoadedLibrary library;
+  const auto random = library.function<decltype(SOF_GenRandom)>("SOF_GenRandom");
+  LogReader::clear();
+  std::filesystem::remove(folder);
+  EXPECT_EQ(random(1, nullptr), SOR_NULLPOINTERERR);
+  EXPECT_FALSE(std::filesystem::exists(folder));
+  std::filesystem::create_directory(folder);
+  EXPECT_EQ(random(1, nullptr), SOR_NULLPOINTERERR);
+  EXPECT_THAT(LogReader::errors(), testing::ElementsAre("pRandomData is null!"));
+}
+
+TEST_F(LogFolder, HoldsAFileThatAnotherKeepsToItself) {
+  const std::wstring file = a_log_file();
+  const HANDLE held = CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
+  ASSERT_NE(held, INVALID_HANDLE_VALUE);
+  expect_calls_to_go_on();
+  CloseHandle(held);
+  EXPECT_EQ(LogReader::lines().size(), 1u);
+}
+
+TEST_F(LogFolder, HoldsAReadOnlyFile) {
+  const std::wstring file = a_log_file();
+  ASSERT_TRUE(SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY));
+  const bool is_protected = !can_be_written(file);
+  if (is_protected) {
+    expect_calls_to_go_on();
+    EXPECT_EQ(LogReader::lines().size(), 1u);
+  }
+  SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_NORMAL);
+  if (!is_protected) GTEST_SKIP() << "this user may write read-only files";
+}
+
+// Run by staged_log.sh, which has put a fault of the system in place of the folder or the file.
+TEST_F(LogFolder, IsStaged) {
+  const char* file = std::getenv("VELM_STAGED_LOG");
+  if (!file) GTEST_SKIP() << "no fault is staged";
+  ASSERT_FALSE(can_be_written(file)) << "the staged fault is none";
+  expect_calls_to_go_on();
+}
+
+}  // namespace
