@@ -81,6 +81,11 @@ uninstall_silently() {
 
 use_and_try_to_remove() {
   local folder=$1 status=0
+  "$run_wine" "$folder/bin/sof.exe" doctor | tr -d '\r' | tee doctor.txt
+  grep -qF ' C:\Program Files\velm_sof_client\bin\velm_sof_client.dll' doctor.txt ||
+    fail "the doctor found another library"
+  grep -q '^ok .* service: version .* answers' doctor.txt || fail "the doctor found no service"
+
   "$run_wine" "$folder/uninstall.exe" /S '_?=C:\Program' 'Files\velm_sof_client' || status=$?
   [ $status -eq 2 ] || fail "removing what is in use ended with $status"
   echo "not removed while the software token runs"
