@@ -12,7 +12,7 @@ from pathlib import Path
 
 HEADER = "inc/velm_sof_client.h"
 TEXTS = "src/velm_sof_client/error_texts.h"
-PROVIDER_RESULTS = "src/sof_impl.cpp"
+PROVIDER_RESULTS = "modules/provider_codes.h"
 LIBRARY = "src"
 
 BEGIN, END = "<!-- made by result_codes.py -->\n", "<!-- end -->\n"
@@ -60,9 +60,8 @@ def own_codes(root, constants, provider_results):
             continue
         code = re.sub(r"//.*|[!=]= SOR_\w+", "", path.read_text(encoding="utf-8"))
         codes.update(by_name[name] for name in re.findall(r"\bSOR_\w+", code))
-        if path != Path(root, PROVIDER_RESULTS):
-            results = (int(text, 16) for text in re.findall(r"0x0200\w{4}", code))
-            codes.update(by_result.get(result, UNKNOWN) for result in results)
+        results = (int(text, 16) for text in re.findall(r"0x0200\w{4}", code))
+        codes.update(by_result.get(result, UNKNOWN) for result in results)
     return codes
 
 
