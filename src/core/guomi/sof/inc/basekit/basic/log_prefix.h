@@ -79,11 +79,12 @@ inline const char* after_last_backslash(const char* path) {
   return last ? last + 1 : path;
 }
 
+inline constexpr const char* kLevelTags[] = {"[VER", "[IFO", "[WAR", "[ERR"};
+
 // Writes the prefix of one line, "] " included.
 inline void format_prefix(char* area, size_t capacity, uint32_t level, uint32_t mask, const PrefixValues& values) {
-  static constexpr const char* kTags[] = {"[VER", "[IFO", "[WAR", "[ERR"};
   PrefixArea prefix(area, capacity);
-  if (mask & kLevelTag) prefix.append("%s", kTags[level & 3u]);
+  if (mask & kLevelTag) prefix.append("%s", kLevelTags[level & 3u]);
   if (mask & kTimeMilliseconds) {
     prefix.append_time("%H:%M:%S.", values.local_time);
     prefix.append("%03d", values.milliseconds);
