@@ -28,7 +28,7 @@ struct Export {
     std::string text = "-----BEGIN CERTIFICATE-----\n";
     const std::string base64 = base64_of(certificate);
     for (size_t at = 0; at < base64.size(); at += 64) text += base64.substr(at, 64) + "\n";
-    return report.deliver(bytes_of(text + "-----END CERTIFICATE-----"), output, DataForm::text);
+    return report.deliver(bytes_of(text + "-----END CERTIFICATE-----\n"), output, DataForm::text);
   }
 };
 

@@ -38,6 +38,9 @@ void run_command(Needs needs, bool as_json, const std::function<Report()>& run) 
     fail(failure, as_json);
   } catch (const std::filesystem::filesystem_error& error) {
     fail(file_failure(text_of_path(error.path1()), "cannot be used"), as_json);
+  } catch (const std::bad_alloc&) {
+    const std::string message = "memory ran out";
+    fail({ExitStatus::call_failed, message, {{"message", message}}}, as_json);
   }
 }
 

@@ -19,7 +19,7 @@ bool load_library(uint32_t& error);
 
 /**
  * Adds a sub-command. `Command` holds its arguments: `add_options(CLI::App&)` declares them, `run()` does the
- * work and reports.
+ * work and reports. One that prints as it goes has `run(bool as_json)`.
  */
 template <class Command>
 CLI::App& add_command(CLI::App& parent, const char* name, const char* description,
@@ -29,7 +29,15 @@ CLI::App& add_command(CLI::App& parent, const char* name, const char* descriptio
   const auto as_json = std::make_shared<bool>(false);
   command->add_options(*app);
   app->add_flag("--json", *as_json, "print one JSON object");
-  app->callback([=] { run_command(needs, *as_json, [&] { return command->run(); }); });
+  app->callback([=] {
+    run_command(needs, *as_json, [&] {
+      if constexpr (requires { command->run(true); }) {
+        return command->run(*as_json);
+      } else {
+        return command->run();
+      }
+    });
+  });
   return *app;
 }
 

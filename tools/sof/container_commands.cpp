@@ -9,7 +9,8 @@
 
 namespace {
 
-struct Login {
+/** What a command that needs a PIN takes. */
+struct ContainerWithPin {
   std::string name;
   PinSource pins;
 
@@ -17,6 +18,9 @@ struct Login {
     add_container(command, name);
     pins.add_options(command);
   }
+};
+
+struct Login : ContainerWithPin {
   Report run() {
     check("SOF_Login", SOF_Login(name.c_str(), pins.ask("PIN of " + name).text()));
     return Report{{"container", name}, {"logged_in", true}};
@@ -74,14 +78,7 @@ struct PinRetry {
   Report run() const { return Report{{"container", name}, {"tries_left", tries_left(name)}}; }
 };
 
-struct PinChange {
-  std::string name;
-  PinSource pins;
-
-  void add_options(CLI::App& command) {
-    add_container(command, name);
-    pins.add_options(command);
-  }
+struct PinChange : ContainerWithPin {
   Report run() {
     const Secret old_pin = pins.ask("present PIN of " + name);
     const Secret new_pin = pins.ask("new PIN");

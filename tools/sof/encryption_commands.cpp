@@ -22,13 +22,11 @@ struct EncryptData {
   Report run() const {
     const Bytes data = read_all(input, "the data");
     const Bytes certificate = recipient.read();
-    const char* function = "SOF_EncryptData";
-    return Report().deliver(fetch(function,
-                                  [&](uint8_t* out, uint32_t* length) {
-                                    return SOF_EncryptData(certificate.data(), size_of(certificate),
-                                                           data_of(data), size_of(data), out, length);
-                                  }),
-                            output);
+    const auto call = [&](uint8_t* out, uint32_t* length) {
+      return SOF_EncryptData(certificate.data(), size_of(certificate), data_of(data), size_of(data), out,
+                             length);
+    };
+    return Report().deliver(fetch("SOF_EncryptData", call), output);
   }
 };
 
@@ -44,12 +42,10 @@ struct DecryptData {
   }
   Report run() const {
     const Bytes envelope = read_all(input, "the envelope");
-    return Report{{"container", name}}.deliver(fetch("SOF_DecryptData",
-                                                     [&](uint8_t* out, uint32_t* length) {
-                                                       return SOF_DecryptData(name.c_str(), data_of(envelope),
-                                                                              size_of(envelope), out, length);
-                                                     }),
-                                               output);
+    const auto call = [&](uint8_t* out, uint32_t* length) {
+      return SOF_DecryptData(name.c_str(), data_of(envelope), size_of(envelope), out, length);
+    };
+    return Report{{"container", name}}.deliver(fetch("SOF_DecryptData", call), output);
   }
 };
 

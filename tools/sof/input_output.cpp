@@ -47,24 +47,24 @@ void take_standard_input(const std::string& what) {
   taken_for = what;
 }
 
-Bytes read_standard_input(size_t at_most) {
-  Bytes piece(at_most);
+size_t read_standard_input(void* bytes, size_t at_most) {
   DWORD count = 0;
-  if (!ReadFile(handle_of(Stream::input), piece.data(), static_cast<DWORD>(at_most), &count, nullptr)) {
-    if (GetLastError() != ERROR_BROKEN_PIPE) throw file_failure("standard input", "cannot be read");
-    count = 0;
-  }
-  piece.resize(count);
-  return piece;
+  if (ReadFile(handle_of(Stream::input), bytes, static_cast<DWORD>(at_most), &count, nullptr)) return count;
+  if (GetLastError() != ERROR_BROKEN_PIPE) throw file_failure("standard input", "cannot be read");
+  return 0;
 }
 
 Bytes read_all(const std::string& name, const std::string& what) {
   Bytes content;
   if (name == "-") {
     take_standard_input(what);
-    for (Bytes piece; !(piece = read_standard_input(1 << 16)).empty();) {
-      content.insert(content.end(), piece.begin(), piece.end());
-    }
+    constexpr size_t kPiece = 1 << 16;
+    size_t count = 0;
+    do {
+      content.resize(content.size() + kPiece);
+      count = read_standard_input(content.data() + content.size() - kPiece, kPiece);
+      content.resize(content.size() - kPiece + count);
+    } while (count > 0);
   } else {
     std::ifstream file(path_of(name), std::ios::binary);
     if (!file) throw file_failure(name, "cannot be opened for reading");

@@ -19,8 +19,8 @@ bool is_console(Stream stream);
  * @param what What it is to carry, as a message names it.
  */
 void take_standard_input(const std::string& what);
-/** The next bytes of standard input, none at its end. */
-Bytes read_standard_input(size_t at_most);
+/** Reads the next bytes of standard input into `bytes`; how many, and 0 at its end. */
+size_t read_standard_input(void* bytes, size_t at_most);
 
 /**
  * Everything in a file or on standard input.

@@ -85,23 +85,26 @@ struct Log {
         ->check(CLI::IsMember({"auto", "always", "never"}))
         ->capture_default_str();
   }
-  Report run() const {
+  Report run(bool as_json) const {
     if (!verbose.empty()) return set_verbose();
     LogReader reader;
     const std::vector<std::string> lines = reader.new_lines();
     if (!follow) return report_of(reader.path(), lines);
-    print(lines);
+    print(lines, as_json);
     for (;;) {
       Sleep(300);
-      print(reader.new_lines());
+      print(reader.new_lines(), as_json);
     }
   }
 
  private:
   bool is_colored() const { return color == "always" || (color == "auto" && is_console(Stream::output)); }
 
-  void print(const std::vector<std::string>& lines) const {
-    for (const std::string& line : lines) write_standard_output(text_of_line(line, is_colored()));
+  void print(const std::vector<std::string>& lines, bool as_json) const {
+    for (const std::string& line : lines) {
+      write_standard_output(as_json ? json_line(json_of(parse_log_line(line)))
+                                    : text_of_line(line, is_colored()));
+    }
   }
 
   Report report_of(const std::filesystem::path& path, const std::vector<std::string>& lines) const {

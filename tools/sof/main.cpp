@@ -1,5 +1,4 @@
 // sof: the library's calls for people and scripts, a command each.
-#include <windows.h>
 #include <fcntl.h>
 #include <io.h>
 
@@ -9,33 +8,14 @@
 
 #include "command.h"
 #include "commands.h"
+#include "console.h"
 #include "exit_status.h"
-#include "input_output.h"
 #include "text.h"
 
 // Words of the command line are taken as they are: no pattern among them is expanded.
 extern "C" int _CRT_glob = 0;
 
 namespace {
-
-/** A console shows UTF-8 and colours while this lives. */
-class Utf8Console {
- public:
-  Utf8Console() : code_page_(GetConsoleOutputCP()) {
-    HANDLE output = GetStdHandle(STD_OUTPUT_HANDLE);
-    DWORD mode = 0;
-    if (code_page_ != 0) SetConsoleOutputCP(CP_UTF8);
-    if (GetConsoleMode(output, &mode)) SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-  }
-  ~Utf8Console() {
-    if (code_page_ != 0) SetConsoleOutputCP(code_page_);
-  }
-  Utf8Console(const Utf8Console&) = delete;
-  Utf8Console& operator=(const Utf8Console&) = delete;
-
- private:
-  UINT code_page_;
-};
 
 void add_commands(CLI::App& sof) {
   add_container_commands(sof);
@@ -55,7 +35,7 @@ void add_commands(CLI::App& sof) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-  const Utf8Console console;
+  const Console console;
   _setmode(_fileno(stdout), _O_BINARY);
   CLI::App sof{"Certificates, signatures, encryption and what a device keeps, through velm_sof_client.dll"};
   sof.name("sof");

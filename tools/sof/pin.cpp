@@ -3,56 +3,59 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <array>
 
+#include "console.h"
 #include "failure.h"
 #include "input_output.h"
 
 namespace {
 
-// What is typed is not shown while this lives.
-class NoEcho {
- public:
-  NoEcho() : input_(GetStdHandle(STD_INPUT_HANDLE)) {
-    GetConsoleMode(input_, &mode_);
-    SetConsoleMode(input_, (mode_ | ENABLE_LINE_INPUT | ENABLE_PROCESSED_INPUT) & ~DWORD{ENABLE_ECHO_INPUT});
-  }
-  ~NoEcho() {
-    SetConsoleMode(input_, mode_);
-    write_standard_error("\n");
-  }
-  NoEcho(const NoEcho&) = delete;
-  NoEcho& operator=(const NoEcho&) = delete;
+/** A line as it was typed into the console. */
+struct TypedLine {
+  std::array<wchar_t, 256> text{};
+  DWORD length = 0;
 
- private:
-  HANDLE input_;
-  DWORD mode_ = 0;
+  ~TypedLine() { SecureZeroMemory(text.data(), sizeof text); }
 };
 
-bool read_typed(char& byte) {
-  wchar_t character = 0;
-  DWORD count = 0;
-  if (!ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), &character, 1, &count, nullptr) || count == 0)
-    return false;
-  byte = character < 0x80 ? static_cast<char>(character) : '\x7F';
-  return true;
-}
+/** Takes a line up, character by character. */
+class LineReader {
+ public:
+  explicit LineReader(const std::string& name) : name_(name) {}
 
-bool read_piped(char& byte) {
-  const Bytes next = read_standard_input(1);
-  if (next.empty()) return false;
-  byte = static_cast<char>(next[0]);
-  return true;
-}
-
-// One line without its end. Byte by byte, so that no buffer keeps a copy of what follows or went before.
-template <class ReadByte>
-Secret read_line(const std::string& name, ReadByte read_byte) {
-  Secret line;
-  for (char byte = 0; read_byte(byte) && byte != '\n';) {
-    if (byte != '\r' && !line.append(byte)) throw usage_failure(name + " is too long");
+  // Whether the line goes on behind this character.
+  bool add(char character) {
+    if (character == '\n') return false;
+    if (character != '\r' && !line_.append(character)) throw usage_failure(name_ + " is too long");
+    return true;
   }
-  if (line.size() == 0) throw usage_failure(name + " is missing: it is empty, or standard input has ended");
-  return line;
+  Secret line() {
+    if (line_.size() == 0)
+      throw usage_failure(name_ + " is missing: it is empty, or standard input has ended");
+    return std::move(line_);
+  }
+
+ private:
+  const std::string& name_;
+  Secret line_;
+};
+
+void read_typed(LineReader& reader) {
+  const NoEcho no_echo;
+  TypedLine typed;
+  const auto size = static_cast<DWORD>(typed.text.size());
+  if (!ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), typed.text.data(), size, &typed.length, nullptr)) return;
+  for (DWORD i = 0; i < typed.length; ++i) {
+    if (typed.text[i] >= 0x80) throw usage_failure("a PIN is typed in ASCII characters");
+    if (!reader.add(static_cast<char>(typed.text[i]))) return;
+  }
+}
+
+// Byte by byte, so that what follows the line stays where it is.
+void read_piped(LineReader& reader) {
+  for (char byte = 0; read_standard_input(&byte, 1) == 1 && reader.add(byte);) {
+  }
 }
 
 }  // namespace
@@ -80,12 +83,14 @@ void PinSource::add_options(CLI::App& command) {
 }
 
 Secret PinSource::ask(const std::string& name) {
+  LineReader reader(name);
   if (is_console(Stream::input) && !from_standard_input_) {
     write_standard_error(name + ": ");
-    const NoEcho no_echo;
-    return read_line(name, read_typed);
+    read_typed(reader);
+  } else {
+    if (!taken_) take_standard_input("the PIN");
+    taken_ = true;
+    read_piped(reader);
   }
-  if (!taken_) take_standard_input("the PIN");
-  taken_ = true;
-  return read_line(name, read_piped);
+  return reader.line();
 }

@@ -13,6 +13,11 @@ std::string value_text(const Json& value) {
   return value.is_string() ? value.get<std::string>() : value.dump();
 }
 
+std::string without_line_end(std::string text) {
+  if (text.ends_with('\n')) text.pop_back();
+  return text;
+}
+
 std::string title_of(std::string name) {
   std::ranges::replace(name, '_', ' ');
   return name;
@@ -68,15 +73,16 @@ Report& Report::end_with(ExitStatus status) {
 Json Report::written_values() const {
   Json values = values_;
   if (!data_) return values;
-  values["size"] = data_->bytes.size();
-  if (data_->output.path != "-") {
-    values["out"] = data_->output.path;
-  } else if (data_->form == DataForm::text) {
-    values["text"] = readable(text_of(data_->bytes));
-  } else if (data_->form == DataForm::hexadecimal) {
-    values["hex"] = hex_of(data_->bytes);
+  const auto& [bytes, output, form] = *data_;
+  values["size"] = bytes.size();
+  if (output.path != "-") {
+    values["out"] = output.path;
+  } else if (form == DataForm::text) {
+    values["text"] = without_line_end(readable(text_of(bytes)));
+  } else if (form == DataForm::hexadecimal) {
+    values["hex"] = hex_of(bytes);
   } else {
-    values["data"] = base64_of(data_->bytes);
+    values["data"] = base64_of(bytes);
   }
   return values;
 }
@@ -89,7 +95,7 @@ void Report::write_data_to_standard_output() const {
   } else if (form == DataForm::hexadecimal) {
     write_standard_output(hex_of(bytes) + "\n");
   } else if (form == DataForm::text) {
-    write_standard_output(readable(text_of(bytes)) + "\n");
+    write_standard_output(without_line_end(readable(text_of(bytes))) + "\n");
   } else {
     write_all("-", bytes);
   }

@@ -18,7 +18,7 @@ struct DataOutput {
 
 enum class DataForm {
   binary,
-  /** Shown as text, which ends a line. */
+  /** Shown as text, with a line end after it; a file holds the very bytes. */
   text,
   /** Shown in hexadecimal unless it goes into a file. */
   hexadecimal,

@@ -90,14 +90,15 @@ struct FilesRead : DeviceFile {
     output.add_options(command);
   }
   Report run() const {
-    const uint32_t wanted = length.value_or(attributes().size - std::min(offset, attributes().size));
-    return done().deliver(fetch_within("SOF_Ext_ReadFile", wanted,
-                                       [&](uint8_t* out, uint32_t* out_length) {
-                                         return SOF_Ext_ReadFile(name.c_str(), file.c_str(), offset, wanted,
-                                                                 out, out_length);
-                                       }),
-                          output);
+    const uint32_t wanted = length ? *length : bytes_after(offset, attributes().size);
+    const auto call = [&](uint8_t* out, uint32_t* out_length) {
+      return SOF_Ext_ReadFile(name.c_str(), file.c_str(), offset, wanted, out, out_length);
+    };
+    return done().deliver(fetch_within("SOF_Ext_ReadFile", wanted, call), output);
   }
+
+ private:
+  static uint32_t bytes_after(uint32_t start, uint32_t size) { return size - std::min(start, size); }
 };
 
 struct FilesWrite : DeviceFile {
@@ -147,13 +148,11 @@ struct Label {
     output.add_options(command);
   }
   Report run() const {
-    return Report{{"label", label}}.deliver(
-        fetch("SOF_Ext_ReadLabel",
-              [&](uint8_t* out, uint32_t* length) {
-                return SOF_Ext_ReadLabel(name.c_str(), label.c_str(), static_cast<uint32_t>(label.size()),
-                                         type, out, length);
-              }),
-        output);
+    const auto call = [&](uint8_t* out, uint32_t* length) {
+      return SOF_Ext_ReadLabel(name.c_str(), label.c_str(), static_cast<uint32_t>(label.size()), type, out,
+                               length);
+    };
+    return Report{{"label", label}}.deliver(fetch("SOF_Ext_ReadLabel", call), output);
   }
 };
 

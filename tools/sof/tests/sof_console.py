@@ -2,6 +2,7 @@
 
 import json
 import os
+import shlex
 import shutil
 import socket
 import subprocess
@@ -31,11 +32,11 @@ class Result:
         return json.loads(self.output)
 
 
-def sof(*arguments, data=b"", folder=FOLDER, cwd=None):
-    """One run of the program; `data` is its standard input."""
-    command = [RUNNER, os.path.join(folder, "sof.exe"), *map(str, arguments)]
-    process = subprocess.run(command, input=data, capture_output=True, cwd=cwd, env=ENVIRONMENT, timeout=120)
-    return Result(process)
+def sof(line, data, folder, program_folder=FOLDER):
+    """One run of the program in `folder`; `line` as a shell takes it, `data` is its standard input."""
+    command = [RUNNER, os.path.join(program_folder, "sof.exe"), *shlex.split(line)]
+    return Result(subprocess.run(command, input=data, capture_output=True, cwd=folder, env=ENVIRONMENT,
+                                 timeout=120))
 
 
 def answers():
@@ -51,7 +52,8 @@ class Service:
         self.store = "Z:" + os.path.join(self.folder, "store.db")
         self.program = os.path.join(FOLDER, "velm_softtoken.exe")
         assert not answers(), "something listens on the service's port already"
-        subprocess.run([RUNNER, self.program, "init", "--demo", "--data", self.store], check=True, env=ENVIRONMENT)
+        command = [RUNNER, self.program, "init", "--demo", "--data", self.store]
+        subprocess.run(command, check=True, env=ENVIRONMENT)
 
     def start(self):
         command = [RUNNER, self.program, "serve", "--data", self.store]
