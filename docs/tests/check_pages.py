@@ -16,7 +16,7 @@ from pathlib import Path
 INSTALLED = re.compile(r"docs/|CHANGELOG\.md$")
 
 # What stands beside the pages only where they are installed.
-MADE_BY_THE_BUILD = {"docs/reference/index.html"}
+MADE_BY_THE_BUILD = {"docs/reference/index.html", "docs/reference_cpp/index.html"}
 
 # Pages without a Chinese counterpart so far. One that has got it must leave the list.
 ENGLISH_ONLY = {"docs/performance.md", "docs/reliability.md", "docs/sof.md"}

@@ -18,6 +18,7 @@ from pathlib import Path
 
 PAGE = "docs/getting_started.md"
 SERVICE = ("127.0.0.1", 55661)
+PIN = "12345678"
 COMPILER = "x86_64-w64-mingw32-gcc"
 VISUAL_STUDIO = ("cl", "lib")
 
@@ -66,7 +67,8 @@ class NewUser:
         elif words[-1] == "serve":
             self.start_service(line)
         else:
-            self.output = self.run(self.windows_command(line))
+            typed = PIN + "\n" if words[0].endswith("sof") and words[1] == "login" else ""
+            self.output = self.run(self.windows_command(line), typed)
         self.tried += 1
 
     def windows_command(self, line):
@@ -75,8 +77,8 @@ class NewUser:
         batch.write_text(f"@set LOCALAPPDATA={windows_path(self.work)}\n@{line}\n", newline="\r\n")
         return [self.wine, "cmd", "/c", windows_path(batch)]
 
-    def run(self, command):
-        done = subprocess.run(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+    def run(self, command, typed=""):
+        done = subprocess.run(command, cwd=self.folder, input=typed, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, encoding="utf-8", timeout=120)
         if done.returncode != 0:
             raise Failure(f"{' '.join(command)} ended with {done.returncode}:\n{done.stdout}")
