@@ -18,6 +18,7 @@ using testing::Contains;
 namespace {
 
 const char kSuccess[] = R"({"ErrorCode":"0"})";
+const char kVersion[] = R"({"ErrorCode":"0","Result":{"Version":"7"}})";
 
 using Clock = std::chrono::steady_clock;
 
@@ -35,15 +36,15 @@ TimedResult timed(Call call) {
 
 class ChannelFaults : public ClientTest {};
 
-// A service that falls silent, before its answer or within the body, is given up after ten seconds of silence;
-// one that goes on sending, however slowly, is not. All at once, since each takes its time. (Silence within the
-// head is left out: after that Wine 8's WinHTTP ends any program that asks it how much data there is.)
+// A service that falls silent, before its answer or within the body, is given up after ten seconds of
+// silence; one that goes on sending, however slowly, is not. All at once, since each takes its time. (Silence
+// within the head is left out: after it Wine 8's WinHTTP ends any program that asks how much data there is.)
 TEST_F(ChannelFaults, SilenceIsGivenUpAfterTenSecondsAndSlownessIsNot) {
   const std::string long_list = R"({"ErrorCode":"0","Result":["a"]})" + std::string(1500, ' ');
   service.responds([&](const Request& request) {
     if (request.body == R"({"funcid":58})") return Answer::nothing(15s);
     if (request.body == R"({"funcid":5,"ReturnMethod":0})") return json(long_list).split(2, 15s);
-    return json(R"({"ErrorCode":"0","Result":{"Version":"7"}})").slowly(90ms);
+    return json(kVersion).slowly(90ms);
   });
   TimedResult silent, in_body, slow;
   char version[128] = "", list[2048];
@@ -117,7 +118,7 @@ TEST_F(ChannelFaults, SixteenThreadsKeepTheirFaultsApart) {
   service.responds([](const Request& request) {
     if (request.body == R"({"funcid":58})") return Answer::nothing();
     if (request.body == R"({"funcid":38})") return json(kSuccess).cut_after(5).reset();
-    if (request.body == R"({"funcid":0})") return json(R"({"ErrorCode":"0","Result":{"Version":"7"}})").chunked(3);
+    if (request.body == R"({"funcid":0})") return json(kVersion).chunked(3);
     return json(R"({"ErrorCode":"B000438"})").status(500);
   });
   std::atomic<int> wrong{0};

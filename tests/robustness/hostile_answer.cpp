@@ -160,7 +160,8 @@ std::string any_document(RandomSource& random, const ServiceFunction&, uint32_t)
 
 // More levels than a reader can go down, some of them closed.
 std::string nested(RandomSource& random, const ServiceFunction& function, uint32_t size) {
-  constexpr const char* kOpenings[] = {"[", R"({"Result":)", R"([{"ErrorCode":)", R"({"ErrorCode":"0","Result":)"};
+  constexpr const char* kOpenings[] = {"[", R"({"Result":)", R"([{"ErrorCode":)",
+                                       R"({"ErrorCode":"0","Result":)"};
   const std::string opening = random.one_of(kOpenings);
   const size_t levels = length_up_to(random, function.capacity.of(size) / opening.size());
   std::string body;
@@ -172,8 +173,9 @@ std::string noise(RandomSource& random, const ServiceFunction& function, uint32_
   return random.bytes(length_up_to(random, 2 * size_t{function.capacity.of(size)}));
 }
 
-constexpr decltype(&noise) kKinds[] = {well_formed, well_formed, well_formed,       cut,    altered, altered,
-                                       filled,      filled,      of_the_other_form, nested, noise,   any_document};
+constexpr decltype(&noise) kKinds[] = {
+    well_formed, well_formed, well_formed,       cut,    altered, altered,
+    filled,      filled,      of_the_other_form, nested, noise,   any_document};
 
 }  // namespace
 

@@ -1,5 +1,5 @@
-// Every function that asks the local service, against answers that no honest service gives. The library stands
-// on the token's provider modules, as it is installed.
+// Every function that asks the local service, against answers that no honest service gives. The library
+// stands on the token's provider modules, as it is installed.
 //
 //   VELM_HOSTILE_EXCHANGES=N  exchanges in memory (100,000 unless told); a fiftieth of them over a connection
 //   VELM_HOSTILE_SEED=N       the seed, which every run prints: the same seed makes the same answers

@@ -17,7 +17,8 @@ WireAnswer in_pieces(RandomSource& random, const std::string& body) {
 }
 
 WireAnswer in_chunks(RandomSource& random, const std::string& body) {
-  return {Answer(body).chunked(1 + random.below(500)).split(1 + random.below(4), pause(random)), Arrival::kWhole};
+  const size_t chunk_bytes = 1 + random.below(500);
+  return {Answer(body).chunked(chunk_bytes).split(1 + random.below(4), pause(random)), Arrival::kWhole};
 }
 
 WireAnswer of_any_status(RandomSource& random, const std::string& body) {
@@ -44,8 +45,10 @@ WireAnswer with_bad_chunks(RandomSource& random, const std::string& body) {
 }
 
 WireAnswer with_strange_headers(RandomSource& random, const std::string& body) {
-  const std::string names[] = {"X-Long", "Content-Encoding", "Transfer-Encoding", "Content-Length", "Set-Cookie"};
-  const std::string values[] = {std::string(60000, 'v'), "gzip", "identity", "-1", "no number", "", "\xFF\xFE"};
+  const std::string names[] = {"X-Long", "Content-Encoding", "Transfer-Encoding", "Content-Length",
+                               "Set-Cookie"};
+  const std::string values[] = {std::string(60000, 'v'), "gzip", "identity", "-1", "no number", "",
+                                "\xFF\xFE"};
   return {Answer(body).header(random.one_of(names), random.one_of(values)), Arrival::kAnything};
 }
 

@@ -73,10 +73,11 @@ TEST_P(LoadUnload, LeavesNothing) {
   EXPECT_EQ(GetModuleHandleW(L"velm_sof_client.dll"), nullptr);
 }
 
-INSTANTIATE_TEST_SUITE_P(Used, LoadUnload,
-                         testing::Values(Row{"OnThisThread", use_on_this_thread, 1000},
-                                         Row{"OnAThreadThatEndsBefore", use_on_a_thread_that_ends_before, 100},
-                                         Row{"OnAThreadThatLivesOn", use_on_a_thread_that_lives_on, 100}),
+constexpr Row kRows[] = {{"OnThisThread", use_on_this_thread, 1000},
+                         {"OnAThreadThatEndsBefore", use_on_a_thread_that_ends_before, 100},
+                         {"OnAThreadThatLivesOn", use_on_a_thread_that_lives_on, 100}};
+
+INSTANTIATE_TEST_SUITE_P(Used, LoadUnload, testing::ValuesIn(kRows),
                          [](const auto& test) { return std::string(test.param.name); });
 
 }  // namespace

@@ -69,7 +69,8 @@ constexpr ServiceFunction kFunctions[] = {
                   }),
     code_only("SOF_VerifySignedData",
               [](const Arguments& a) {
-                return SOF_VerifySignedData(kCertificate, sizeof kCertificate, a.data, a.size, a.data, a.size);
+                return SOF_VerifySignedData(kCertificate, sizeof kCertificate, a.data, a.size, a.data,
+                                            a.size);
               }),
     base64_member("SOF_SignMessage", {8192, 1.6f}, {6144, 1.2f}, "SignData",
                   [](const Arguments& a) {

@@ -12,8 +12,8 @@ enum class AnswerForm { kJson, kFrame, kFrameCode };
 // What a JSON answer of success holds for the function.
 enum class ResultKind { kNone, kText, kBase64, kNumber, kTexts };
 
-// What becomes of the 32-bit output, where there is one: it is written on success, and some functions clear it
-// as soon as they ask the service.
+// What becomes of the 32-bit output, where there is one: it is written on success, and some functions clear
+// it as soon as they ask the service.
 enum class LengthUse { kNone, kWritten, kCleared };
 
 // A count of bytes that may grow with the length of the caller's data.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# staged_log.sh FAULT PROGRAM: runs the program's test of a log that cannot be written, with a fault of the system in
-# place. FAULT: unwritable, a log folder where nobody may make a folder; full, a log file on a disk without room.
+# staged_log.sh FAULT PROGRAM: runs the program's test of a log that cannot be written, with a fault of the
+# system in place. FAULT: unwritable, a log folder where nobody may make a folder; full, a log file on a disk
+# without room.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 fail() { printf 'staged_log.sh: %s\n' "$*" >&2; exit 1; }

@@ -15,8 +15,9 @@ LONG WINAPI end_by_fault(EXCEPTION_POINTERS* fault) {
   const auto* address = static_cast<const char*>(fault->ExceptionRecord->ExceptionAddress);
   HMODULE module = nullptr;
   char path[MAX_PATH] = "no module";
-  if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                         address, &module)) {
+  constexpr DWORD kOfAddress =
+      GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT;
+  if (GetModuleHandleExA(kOfAddress, address, &module)) {
     GetModuleFileNameA(module, path, sizeof path);
   }
   std::fprintf(stderr, "ended by exception 0x%08lX at %p, %s + 0x%llX\n", code,

@@ -2,8 +2,8 @@
 //
 //   velm_soak [--calls N] [--threads N] [--seed N]
 //
-// Prints what it found. Exit code 0: no wrong result, and nothing grew from the first half of the calls to the
-// second; 1: otherwise; 2: it could not run.
+// Prints what it found. Exit code 0: no wrong result, and nothing grew from the first half of the calls to
+// the second; 1: otherwise; 2: it could not run.
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
@@ -116,7 +116,8 @@ void look_around(Turn& turn) {
   const Bytes list = turn.output_of("SOF_GetUserList", [](uint8_t* out, uint32_t* length) {
     return SOF_GetUserList(reinterpret_cast<char*>(out), length);
   });
-  turn.expect(std::string(list.begin(), list.end()).starts_with("SM2_DEMO&&&RSA_2048_DEMO&&&"), "the user list");
+  turn.expect(std::string(list.begin(), list.end()).starts_with("SM2_DEMO&&&RSA_2048_DEMO&&&"),
+              "the user list");
   const Bytes device = turn.output_of("SOF_GetDeviceInfo", [&](uint8_t* out, uint32_t* length) {
     return SOF_GetDeviceInfo(turn.container, 0x203, out, length);
   });
@@ -162,8 +163,8 @@ void sign_data(Turn& turn) {
   });
   const auto verify = [&](uint32_t expected) {
     turn.expect_code("SOF_VerifySignedData",
-                     SOF_VerifySignedData(certificate.data(), size_of(certificate), data.data(), size_of(data),
-                                          signature.data(), size_of(signature)),
+                     SOF_VerifySignedData(certificate.data(), size_of(certificate), data.data(),
+                                          size_of(data), signature.data(), size_of(signature)),
                      expected);
   };
   verify(SOR_OK);
