@@ -345,23 +345,24 @@ VELM_MODULE_API uint32_t SAF_Ext_XMLVerify(
     void* application, uint32_t flags, const uint8_t* xml, uint32_t xml_length);
 
 /**
- * @brief Takes signed XML apart into six items. A null buffer only has its length reported.
+ * @brief Takes signed XML apart into six items. A null buffer only has its length reported; one that is there
+ *   has to hold what was reported, for the lengths that come in are not looked at.
  * @param[in] application Application handle.
  * @param[in] flags 0.
  * @param[in] xml Signed XML.
  * @param[in] xml_length Length of xml.
- * @param[out] item1 First item, or null.
- * @param[out] item1_length Length of the first item.
- * @param[out] item2 Second item, or null.
- * @param[out] item2_length Length of the second item.
- * @param[out] item3 Third item, or null.
- * @param[out] item3_length Length of the third item.
- * @param[out] item4 Fourth item, or null.
- * @param[out] item4_length Length of the fourth item.
- * @param[out] item5 Fifth item, or null.
- * @param[out] item5_length Length of the fifth item.
- * @param[out] item6 Sixth item, or null.
- * @param[out] item6_length Length of the sixth item.
+ * @param[out] item1 What was signed, or null.
+ * @param[out] item1_length Length of what was signed.
+ * @param[out] item2 Digest value, or null.
+ * @param[out] item2_length Length of the digest value.
+ * @param[out] item3 Signature value, or null.
+ * @param[out] item3_length Length of the signature value.
+ * @param[out] item4 The signer's certificate, or null.
+ * @param[out] item4_length Length of the certificate.
+ * @param[out] item5 Digest algorithm, or null.
+ * @param[out] item5_length Length of the digest algorithm.
+ * @param[out] item6 Signature algorithm, or null.
+ * @param[out] item6_length Length of the signature algorithm.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_XMLParse(

@@ -60,7 +60,8 @@ void add_attribute(PKCS7_SIGNER_INFO* signer, int nid, int type, void* value) {
 }
 
 void add_certificate_attribute(PKCS7_SIGNER_INFO* signer, X509* certificate, DigestId digest) {
-  const SigningCertificate name(OSSL_ESS_signing_cert_v2_new_init(digest_of(digest), certificate, nullptr, 0));
+  const SigningCertificate name(
+      OSSL_ESS_signing_cert_v2_new_init(digest_of(digest), certificate, nullptr, 0));
   require(name != nullptr, kUnknownError);
   OctetString sequence = octets(der_of<const ESS_SIGNING_CERT_V2>(i2d_ESS_SIGNING_CERT_V2, name.get()));
   add_attribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE, sequence.release());

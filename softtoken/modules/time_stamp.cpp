@@ -65,8 +65,8 @@ Pkcs7 token_in(ByteView der) {
   return token;
 }
 
-// OpenSSL verifies no stamps with SM2. The signature is that of any message with attributes; the certificate has
-// to be the authority's, in its time and for this use.
+// OpenSSL verifies no stamps with SM2. The signature is that of any message with attributes; the certificate
+// has to be the authority's, in its time and for this use.
 void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trusted) {
   const Bytes message = der_of<const PKCS7>(i2d_PKCS7, token);
   const SignedMessage parsed = parse_signed_message(message);

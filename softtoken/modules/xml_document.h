@@ -22,9 +22,10 @@ class XmlLibraries {
 using XmlDocument = Handle<xmlDoc, xmlFreeDoc>;
 
 /**
- * A document from its bytes, in UTF-8, UTF-16 or ISO 8859-1: at most 32 MiB, 256 elements deep and 10 MB in
- * one text; nothing beside these bytes is read. Throws the code for a bad object for any other document, and
- * for one with a document type, whose entities could grow without bound or name files.
+ * A document from its bytes, in UTF-8 or ISO 8859-1: at most 16 MiB, 256 elements deep, with 256 attributes
+ * in an element, 256 namespaces at one place and 10 MB in one text; nothing beside these bytes is read.
+ * Throws the code for a bad length for a larger document, and the code for a bad object for any other, as for
+ * one with a document type, whose entities could grow without bound or name files.
  */
 XmlDocument parse_xml(ByteView bytes);
 

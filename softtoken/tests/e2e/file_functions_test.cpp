@@ -119,6 +119,25 @@ TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
   }
 }
 
+// As streaming programs write them: the lengths in front are not stated. The library opens them in memory.
+TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
+  const Bytes plain(1000, 'p');
+  write_file(kPlain, plain);
+  SOF_Ext_SetEnvelopType(kByProvider);
+  for (const char* name : {"SM2_DEMO", "RSA_2048_DEMO"}) {
+    ASSERT_EQ(encrypt(name), SOR_OK);
+    Bytes envelope = read_file(kEnvelope);
+    // A sequence with a length of two bytes becomes one that two zeros end.
+    ASSERT_EQ(Bytes(envelope.begin(), envelope.begin() + 2), (Bytes{0x30, 0x82}));
+    envelope.erase(envelope.begin() + 2, envelope.begin() + 4);
+    envelope[1] = 0x80;
+    envelope.insert(envelope.end(), 2, 0);
+    write_file(kEnvelope, envelope);
+    EXPECT_EQ(decrypt(name), SOR_OK) << name;
+    EXPECT_EQ(read_file(kOpened), plain);
+  }
+}
+
 // 300 MiB, through the library, in a fifth of that.
 TEST_F(FileFunctions, ALargeFileTakesLittleMemory) {
   constexpr size_t kMebibyte = 1024 * 1024;

@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "modules/velm_client_saf.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/signed_xml.h"
@@ -136,6 +139,14 @@ TEST(XmlSignature, WhatDoesNotVerifyHasTheCodeForIt) {
   }
 }
 
+TEST(XmlSignature, BytesHaveOneFormInBase64) {
+  std::string document = enveloped_xml(rsa());
+  const size_t padding = document.find("==</SignatureValue>");
+  ASSERT_NE(padding, std::string::npos);
+  ++document[padding - 1];  // in bits that stand for nothing
+  EXPECT_EQ(verify(document), kSafBadObject);
+}
+
 // Documents that hold a good signature, moved to where it says nothing about what the document says.
 TEST(XmlSignature, AMovedSignatureIsRefused) {
   const XmlSigner& by = rsa();
@@ -204,9 +215,6 @@ TEST(XmlSignature, DocumentTypesAreRefused) {
   }
   EXPECT_EQ(verify(laughs + "]>" + replaced(document, "what was signed", "&e19;")), kSafBadObject);
 
-  std::string wide("\xFF\xFE", 2);
-  for (const char c : nothing.substr(0, nothing.find("what"))) wide += {c, '\0'};
-  EXPECT_EQ(verify(wide), kSafBadObject);
   uint32_t code = 0;
   items_of(nothing, code);
   EXPECT_EQ(code, kSafBadObject);
@@ -216,9 +224,27 @@ TEST(XmlSignature, DocumentsAreBounded) {
   std::string deep;
   for (int i = 0; i < 100'000; ++i) deep += "<a>";
   EXPECT_EQ(verify(deep), kSafBadObject);
-  const std::string large(32 * 1024 * 1024, ' ');
+  const std::string large(16 * 1024 * 1024, ' ');
   EXPECT_EQ(verify(large), kSafBadObject);
   EXPECT_EQ(verify(large + " "), kSafBadLength);
+
+  const auto attributes = [](const std::string& prefix, const std::string& equals, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += " " + prefix + std::to_string(i) + equals + "'u'";
+    return all;
+  };
+  for (const char* prefix : {"a", "xmlns:a"}) {
+    EXPECT_EQ(verify("<root" + attributes(prefix, "=", 256) + "/>"), kSafObjectNotFound);
+    for (const char* equals : {"=", " =\n "})
+      EXPECT_EQ(verify("<root" + attributes(prefix, equals, 257) + "/>"), kSafBadObject);
+  }
+  // Every value could seem to end the element.
+  std::string seeming = "<root";
+  for (int i = 0; i < 100'000; ++i) seeming += " a" + std::to_string(i) + "='>'";
+  EXPECT_EQ(verify(seeming + "/>"), kSafBadObject);
+  const std::string inner = "<e" + attributes("xmlns:b", "=", 200) + "></e>";
+  EXPECT_EQ(verify("<root>" + inner + inner + "</root>"), kSafObjectNotFound);
+  EXPECT_EQ(verify("<root" + attributes("xmlns:a", "=", 200) + ">" + inner + "</root>"), kSafBadObject);
 
   std::string references;
   const std::string content = "<root></root>";
@@ -226,6 +252,31 @@ TEST(XmlSignature, DocumentsAreBounded) {
   EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), 0u);
   references += xml_reference(rsa(), "", content, kXmlEnveloped);
   EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), kSafNotSupported);
+}
+
+TEST(XmlSignature, OtherEncodingsAreRefused) {
+  const std::string document = enveloped_xml(rsa());
+  std::string wide("\xFF\xFE", 2);
+  for (const char c : document.substr(0, document.find("what"))) wide += {c, '\0'};
+  EXPECT_EQ(verify(wide + wide), kSafBadObject);
+  EXPECT_EQ(verify("<?xml version=\"1.0\" encoding=\"GBK\"?>" + document), kSafBadObject);
+}
+
+TEST(XmlSignature, CallsAtTheSameTimeHaveTheirOwnResults) {
+  const std::string good = enveloped_xml(rsa());
+  const std::string bad = replaced(good, "what was", "what is");
+  std::atomic<int> failures{0};
+  std::vector<std::thread> callers;
+  for (int caller = 0; caller < 8; ++caller) {
+    callers.emplace_back([&, caller] {
+      for (int turn = 0; turn < 20; ++turn) {
+        const bool expect_good = (caller + turn) % 2 == 0;
+        if (verify(expect_good ? good : bad) != (expect_good ? 0 : kSafHashNotEqual)) ++failures;
+      }
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  EXPECT_EQ(failures, 0);
 }
 
 TEST(XmlSignature, OnlyKnownAlgorithmsAndPlacesAreFollowed) {
