@@ -2,11 +2,14 @@
 
 import json
 import os
+import pty
+import select
 import shlex
 import shutil
 import socket
 import subprocess
 import tempfile
+import termios
 import time
 
 FOLDER = os.environ["SOF_FOLDER"]
@@ -37,6 +40,43 @@ def sof(line, data, folder, program_folder=FOLDER):
     command = [RUNNER, os.path.join(program_folder, "sof.exe"), *shlex.split(line)]
     return Result(subprocess.run(command, input=data, capture_output=True, cwd=folder, env=ENVIRONMENT,
                                  timeout=120))
+
+
+class ConsoleRun:
+    """One run of the program on a console: what it shows, and its exit status at the end."""
+
+    def __init__(self, line, folder):
+        self.terminal, inner = pty.openpty()
+        command = [RUNNER, os.path.join(FOLDER, "sof.exe"), *shlex.split(line)]
+        self.process = subprocess.Popen(command, stdin=inner, stdout=inner, stderr=inner, cwd=folder,
+                                        start_new_session=True, env={**ENVIRONMENT, "TERM": "xterm"})
+        os.close(inner)
+        self.shown = b""
+        self.deadline = time.monotonic() + 120
+
+    def show_more(self):
+        """Waits for output; false at its end."""
+        readable, _, _ = select.select([self.terminal], [], [], 0.1)
+        try:
+            piece = os.read(self.terminal, 65536) if readable else None
+        except OSError:
+            return False
+        assert time.monotonic() < self.deadline, self.shown
+        self.shown += piece or b""
+        return piece != b""
+
+    def type(self, text, after):
+        """Types once the program has shown `after` and the console takes keys one by one."""
+        while after not in self.shown or termios.tcgetattr(self.terminal)[3] & termios.ICANON:
+            assert self.show_more(), self.shown
+        os.write(self.terminal, text)
+
+    def end(self):
+        """The exit status."""
+        while self.show_more():
+            pass
+        os.close(self.terminal)
+        return self.process.wait()
 
 
 def answers():

@@ -8,7 +8,7 @@ import tempfile
 import time
 import unittest
 
-from sof_console import FOLDER, Follower, Service, sof
+from sof_console import FOLDER, ConsoleRun, Follower, Service, sof
 
 PIN = b"12345678\n"
 CHINESE = "演示容器_SM2"
@@ -127,6 +127,19 @@ class WithoutService(SofTest):
             self.assertIn("absent", self.ends(FILE, line, b"abc").errors)
         self.assertEqual(self.json("base64 -i absent", status=FILE)["path"], "absent")
 
+    def test_work_on_a_large_file_is_seen_on_a_console(self):
+        with open(os.path.join(self.folder, "large"), "wb") as file:
+            file.truncate(256 << 20)
+        run = ConsoleRun("hash -i large", self.folder)
+        self.assertEqual(run.end(), DONE, run.shown)
+        self.assertIn(b"256.0 MiB", run.shown)
+
+    def test_a_console_gets_no_bytes(self):
+        self.write("encoded", base64.b64encode(b"\0\1\2"))
+        run = ConsoleRun("base64 -d -i encoded", self.folder)
+        self.assertEqual(run.end(), DONE, run.shown)
+        self.assertIn(base64.b64encode(b"\0\1\2"), run.shown)
+
     def test_signing_xml_is_not_supported(self):
         self.fails(CALL_FAILED, "SOF_SignDataXML", "0x0B000002", "sign xml SM2_DEMO", b"<a/>")
 
@@ -205,6 +218,13 @@ class WithService(SofTest):
         self.done(f"login {name} --pin-stdin", b"12345678\r\n")
         self.assertEqual(self.json(f"pin retry {name}")["tries_left"], 10)
         self.fails(CALL_FAILED, "SOF_Login", "0x0B000425", "login nobody", PIN)
+
+    def test_a_typed_pin_is_not_shown(self):
+        run = ConsoleRun(f"login {CHINESE}", self.folder)
+        run.type(b"12345678\r", f"PIN of {CHINESE}:".encode())
+        self.assertEqual(run.end(), DONE, run.shown)
+        self.assertIn(b"logged in: yes", run.shown)
+        self.assertNotIn(b"1234", run.shown)
 
     def test_a_missing_or_endless_pin_is_not_sent(self):
         for data in (b"", b"\n", b"1" * 300):
@@ -483,6 +503,9 @@ class LogCommand(SofTest):
     def test_colours_are_for_consoles(self):
         self.lines_of(self.FAILING)
         self.assertNotIn(b"\x1b", self.done("log").output)
+        run = ConsoleRun("log", self.folder)
+        self.assertEqual(run.end(), DONE, run.shown)
+        self.assertIn(b"\x1b[31m", run.shown)
         self.assertIn(b"\x1b[31m[ERR|", self.done("log --color always").output)
 
     def test_verbose_logging_is_switched(self):
