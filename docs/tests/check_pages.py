@@ -1,9 +1,9 @@
-"""Holds the Markdown pages to each other: links lead somewhere, and both languages have the same pages and parts.
+"""Holds the Markdown pages to each other: links lead somewhere, and both languages have the same parts.
 
 usage: check_pages.py ROOT
 
-Prints one line per fault and exits with 1; prints a summary and exits with 0 when there is none. Links to other
-sites are not followed.
+Prints one line per fault and exits with 1; prints a summary and exits with 0 when there is none. Links to
+other sites are not followed.
 """
 
 import re
@@ -11,8 +11,8 @@ import sys
 from dataclasses import dataclass, field
 from pathlib import Path
 
-# Pages that are read in an installation too, where docs/ has another name and nothing of the tree stands around
-# it: they link among themselves only.
+# Pages that are read in an installation too, where docs/ has another name and nothing of the tree stands
+# around it: they link among themselves only.
 INSTALLED = re.compile(r"docs/|CHANGELOG\.md$")
 
 # What stands beside the pages only where they are installed.
@@ -31,7 +31,7 @@ class Page:
     anchors: set = field(default_factory=set)
     heading_levels: list = field(default_factory=list)
     table_rows: list = field(default_factory=list)  # number of cells in each
-    blocks: list = field(default_factory=list)  # the fenced blocks that name a language, without sh's comments
+    blocks: list = field(default_factory=list)  # fenced blocks that name a language, without sh's comments
 
 
 def anchor_of(heading):

@@ -101,7 +101,8 @@ class Pages(unittest.TestCase):
                     readme=("docs/first.md#the-rest-of-it", "../../x.md"))
 
     def test_the_reference_stands_there_once_it_is_made(self):
-        self.assertEqual(check({**tree(), "docs/first.md": ENGLISH + "[calls](reference/index.html)\n"})[0], 0)
+        files = {**tree(), "docs/first.md": ENGLISH + "[calls](reference/index.html)\n"}
+        self.assertEqual(check(files)[0], 0)
 
     def test_a_page_in_one_language_only(self):
         files = tree()

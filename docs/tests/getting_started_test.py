@@ -2,7 +2,8 @@
 
 usage: getting_started_test.py SOURCE_ROOT BUILD_FOLDER
 
-Windows commands run under Wine, mingw's compiler runs here. Visual Studio's commands are not tried; they are named.
+Windows commands run under Wine, mingw's compiler runs here. Visual Studio's commands are not tried; they are
+named.
 The page has the same commands in both languages, which check_pages.py holds it to.
 """
 
@@ -88,8 +89,9 @@ class NewUser:
         if service_answers():
             raise Failure("something listens on the service's port already")
         with open(self.work / "service.log", "w", encoding="utf-8") as log:
-            self.service = subprocess.Popen(self.windows_command(line), cwd=self.folder, stdin=subprocess.DEVNULL,
-                                            stdout=log, stderr=log, start_new_session=True)
+            command = self.windows_command(line)
+            self.service = subprocess.Popen(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=log,
+                                            stderr=log, start_new_session=True)
         deadline = time.monotonic() + 60
         while not service_answers():
             if self.service.poll() is not None or time.monotonic() > deadline:

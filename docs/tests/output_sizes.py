@@ -24,13 +24,13 @@ def words_of(text):
 
 
 def size_rows(page):
-    """Functions, and the numbers and arguments named beside them, of every row that begins with a function."""
+    """Of every row that begins with a function: its functions, and the numbers and arguments beside them."""
     for line in page.splitlines():
         cells = line.split(" | ")
-        functions = re.findall(r"`(SOF_\w+)`", cells[0]) if line.startswith("| `SOF_") and len(cells) == 3 else []
-        if functions:
-            sizes = words_of(" ".join(cells[1:]))
-            yield functions, {word for word in sizes if re.fullmatch(r"u\w*Len|ul\w*Len|lFlag|\d[\d.]*", word)}
+        if line.startswith("| `SOF_") and len(cells) == 3:
+            words = words_of(" ".join(cells[1:]))
+            sizes = {word for word in words if re.fullmatch(r"u\w*Len|lFlag|\d[\d.]*", word)}
+            yield re.findall(r"`(SOF_\w+)`", cells[0]), sizes
 
 
 def check(header, name, page):

@@ -32,10 +32,12 @@ class OutputSizes(unittest.TestCase):
         self.expect()
 
     def test_another_number(self):
-        self.expect("page: 2048 does not stand in the description of SOF_Sign", page=PAGE.replace("1,024", "2,048"))
+        self.expect("page: 2048 does not stand in the description of SOF_Sign",
+                    page=PAGE.replace("1,024", "2,048"))
         self.expect("page: 1536 does not stand in the description of SOF_Sign",
                     header=HEADER.replace("1,536", "3,072"))
-        self.expect("page: 1.2 does not stand in the description of SOF_Sign", header=HEADER.replace("1.2", "1.5"))
+        self.expect("page: 1.2 does not stand in the description of SOF_Sign",
+                    header=HEADER.replace("1.2", "1.5"))
 
     def test_another_argument(self):
         self.expect("page: uOutLen does not stand in the description of SOF_Sign",

@@ -48,16 +48,16 @@ class Reference(unittest.TestCase):
         self.assertEqual(set(names) - titles, set())
 
     def test_an_undocumented_parameter_is_refused(self):
-        self.expect_refusal(without(self.header, " * @param[out] puRemainCount Attempts left; 0 when the service"
-                                                 " succeeds without naming a number.\n"),
-                            "parameter 'puRemainCount'")
+        line = " * @param[in] szOldPassWord PIN in force, not empty.\n"
+        self.expect_refusal(without(self.header, line), "parameter 'szOldPassWord'")
 
     def test_a_parameter_that_does_not_exist_is_refused(self):
         self.expect_refusal(self.header.replace("@param[out] pszVersion", "@param[out] pszVersoin", 1),
                             "pszVersoin")
 
     def test_an_undocumented_result_is_refused(self):
-        start = self.header.index(" * @retval", self.header.index("@brief Stores the process's envelope type"))
+        function = self.header.index("@brief Stores the process's envelope type")
+        start = self.header.index(" * @retval", function)
         end = self.header.index(" * @par", start)
         self.expect_refusal(self.header[:start] + self.header[end:], "SOF_Ext_SetEnvelopType")
 

@@ -1,5 +1,5 @@
-"""The tables of the result code pages, made from the sources: the constants and their meanings from the public
-header, the texts from the library's table, and what the provider's results become.
+"""The tables of the result code pages, made from the sources: the constants and their meanings from the
+public header, the texts from the library's table, and what the provider's results become.
 
 usage: result_codes.py ROOT [--write]
 
@@ -51,7 +51,7 @@ def read_provider_results(source):
 
 
 def own_codes(root, constants, provider_results):
-    """What the library's own code answers with: constants by name, and provider's results that it puts in itself."""
+    """What the library's own code answers with: constants, and provider's results that it puts in itself."""
     by_name = {name: code for code, (name, _) in constants.items()}
     by_result = {result: code for code, results in provider_results.items() for result in results}
     codes = set()

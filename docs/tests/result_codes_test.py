@@ -72,13 +72,16 @@ class ResultCodes(unittest.TestCase):
             self.expect_fault(page, "`0x02000319`", "`0x02000318`", f"{page}: the table is not what")
 
     def test_a_changed_meaning(self):
-        self.expect_fault("inc/velm_sof_client.h", "Unknown.", "Not known.", "docs/result_codes.md: the table")
+        self.expect_fault("inc/velm_sof_client.h", "Unknown.", "Not known.",
+                          "docs/result_codes.md: the table")
 
     def test_a_changed_text(self):
-        self.expect_fault("src/velm_sof_client/error_texts.h", "成功", "完成", "docs/zh/result_codes.md: the table")
+        self.expect_fault("src/velm_sof_client/error_texts.h", "成功", "完成",
+                          "docs/zh/result_codes.md: the table")
 
     def test_a_changed_provider_result(self):
-        self.expect_fault("modules/provider_codes.h", "0x02000319", "0x02000318", "docs/result_codes.md: the table")
+        self.expect_fault("modules/provider_codes.h", "0x02000319", "0x02000318",
+                          "docs/result_codes.md: the table")
 
     def test_a_code_that_the_library_no_longer_gives(self):
         self.expect_fault("src/sof_impl.cpp", "return SOR_OK", "return", "docs/result_codes.md: the table")
