@@ -19,7 +19,7 @@ INSTALLED = re.compile(r"docs/|CHANGELOG\.md$")
 MADE_BY_THE_BUILD = {"docs/reference/index.html", "docs/reference_cpp/index.html"}
 
 # Pages without a Chinese counterpart so far. One that has got it must leave the list.
-ENGLISH_ONLY = {"docs/performance.md", "docs/reliability.md", "docs/sof.md"}
+ENGLISH_ONLY = {"docs/performance.md", "docs/reliability.md"}
 
 SKIPPED_FOLDERS = {"build", ".deps", ".git"}
 

@@ -5,6 +5,7 @@ import io
 import tempfile
 import unittest
 from pathlib import Path
+from unittest import mock
 
 import check_pages
 
@@ -115,14 +116,15 @@ class Pages(unittest.TestCase):
         files["README.md"] = "# Read me\n"
         self.expect("README.md: has no Chinese counterpart", files=files)
 
+    @mock.patch.object(check_pages, "ENGLISH_ONLY", {"docs/new.md"})
     def test_a_page_that_is_said_to_be_in_one_language_only(self):
         files = tree()
-        files["docs/sof.md"] = "# sof\n[中文](zh/sof.md)\n"
-        files["docs/zh/sof.md"] = "# sof\n[English](../sof.md)\n"
-        self.expect("docs/sof.md: is said to have no Chinese counterpart, but has one", files=files)
-        del files["docs/zh/sof.md"]
-        files["docs/sof.md"] = "# sof\n"
-        self.assertEqual(check(files), (0, ["6 pages, 8 links; English only: docs/sof.md"]))
+        files["docs/new.md"] = "# New\n[中文](zh/new.md)\n"
+        files["docs/zh/new.md"] = "# 新\n[English](../new.md)\n"
+        self.expect("docs/new.md: is said to have no Chinese counterpart, but has one", files=files)
+        del files["docs/zh/new.md"]
+        files["docs/new.md"] = "# New\n"
+        self.assertEqual(check(files), (0, ["6 pages, 8 links; English only: docs/new.md"]))
 
     def test_a_heading_more_in_one_language(self):
         self.expect("docs/first.md and docs/zh/first.md differ from heading 3 on",
