@@ -139,6 +139,11 @@ inline bool is_ascii(const char* text) {
   return std::all_of(text, text + std::strlen(text), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
+// Asking costs less than setting, and the locale is hardly ever another one.
+inline void enter_c_locale() {
+  if (std::strcmp(std::setlocale(LC_ALL, nullptr), "C") != 0) std::setlocale(LC_ALL, "C");
+}
+
 // A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or cannot be
 // converted. The process's C locale is the "C" locale afterwards.
 template <size_t limit>
@@ -150,7 +155,7 @@ class Widened {
     const size_t length = std::mbstowcs(nullptr, text, limit);
     fits_ = length <= limit;
     if (fits_) std::mbstowcs(area_.data(), text, limit);
-    std::setlocale(LC_ALL, "C");
+    enter_c_locale();
   }
 
   bool fits() const { return fits_; }
