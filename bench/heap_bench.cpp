@@ -28,7 +28,7 @@ double heap_per_byte(const ClientLibrary& library, size_t answer_buffer,
   return static_cast<double>(memory.peak_bytes() - answer_buffer) / kDataBytes;
 }
 
-bool measure() {
+void measure() {
   Standins standins;
   ServiceDouble service;
   ClientLibrary library;
@@ -51,9 +51,8 @@ bool measure() {
   });
   require(signature_length == 9 && envelope_length == kDataBytes, "the answers do not arrive");
 
-  const bool json_holds = report("json_heap_per_byte", as_json, 1.5);
-  const bool frame_holds = report("frame_heap_per_byte", as_frame, 1.1);
-  return json_holds && frame_holds;
+  report("json_heap_per_byte", as_json);
+  report("frame_heap_per_byte", as_frame);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Runs the measuring programs one after the other, prints their values and keeps them in build/bench/results.json.
-# A program that finds a value out of its bounds fails, and so does this script, after the others have run.
+# Runs the measuring programs one after the other, and makes build/bench/results.json and the tables of
+# docs/performance.md of their values. It fails, after all have run, when a program fails or a figure is
+# beyond its limit.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mkdir -p build/bench
@@ -8,7 +9,7 @@ values=build/bench/values.txt
 : >"$values"
 failed=()
 
-# measure NAME COMMAND...: its lines "name value" are results, whatever else it prints is for the reader.
+# measure NAME COMMAND...: its lines "name value" are figures, whatever else it prints is for the reader.
 measure() {
   local name=$1
   shift
@@ -16,16 +17,15 @@ measure() {
   "$@" | tee -a "$values" || failed+=("$name")
 }
 
-for program in small_call_bench heap_bench; do
-  measure "$program" cmake/run-under-wine "build/windows/bench/bin/$program.exe"
+installed=build/windows/softtoken/e2e
+for program in build/windows/bench/bin/{small_call_bench,heap_bench} "$installed/library_bench"; do
+  measure "${program##*/}" cmake/run-under-wine "$program.exe"
 done
+measure file_bench python3 bench/files.py "$installed/file_bench.exe"
 measure token_sign python3 softtoken/bench/run.py \
   build/native/stage/bin/velm_softtoken build/native-release/softtoken/bench/token_sign_bench
 
-python3 - "$values" >build/bench/results.json <<'PY'
-import json, re, sys
-rows = (re.fullmatch(r"([a-z][a-z0-9_]*) ([-+0-9.e]+)", line.strip()) for line in open(sys.argv[1]))
-print(json.dumps({row[1]: float(row[2]) for row in rows if row}, indent=2))
-PY
-printf '\nkept in build/bench/results.json\n'
-[ ${#failed[@]} -eq 0 ] || { echo "out of bounds: ${failed[*]}"; exit 1; }
+printf '\n-- report\n'
+python3 bench/report.py "$values" build/bench/results.json docs/performance.md || failed+=(report)
+echo "kept in build/bench/results.json, and as tables in docs/performance.md"
+[ ${#failed[@]} -eq 0 ] || { echo "failed: ${failed[*]}"; exit 1; }

@@ -4,7 +4,6 @@
 #include <winhttp.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 #include <vector>
 
@@ -59,13 +58,9 @@ void exchange_with_winhttp() {
           "the answer is another one");
 }
 
-using Clock = std::chrono::steady_clock;
-
 template <class Work>
 double microseconds(const Work& work) {
-  const auto start = Clock::now();
-  work();
-  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+  return seconds(work) * 1e6;
 }
 
 double median(std::vector<double> values) {
@@ -74,7 +69,7 @@ double median(std::vector<double> values) {
   return *middle;
 }
 
-bool measure() {
+void measure() {
   Standins standins;
   ServiceDouble service;
   ClientLibrary library;
@@ -100,7 +95,7 @@ bool measure() {
   const double bare_median = median(bare), library_median = median(with_library);
   report("small_call_bare_microseconds", bare_median);
   report("small_call_library_microseconds", library_median);
-  return report("small_call_ratio", library_median / bare_median, 1.05);
+  report("small_call_ratio", library_median / bare_median);
 }
 
 }  // namespace

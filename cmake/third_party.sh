@@ -40,6 +40,7 @@ fetch_source() {
   rm -rf "$download"
 }
 
+benchmark_version=1.9.1
 cjson_version=1.7.18
 httplib_version=0.18.7
 libxml2_version=2.9.14
@@ -163,6 +164,7 @@ build_xmlsec1() {
 
 build_third_party() {
   mkdir -p "$deps/work"
+  fetch_source benchmark "$benchmark_version"
   fetch_source cjson "$cjson_version"
   fetch_source cpp-httplib "$httplib_version"
   build_sqlite native ''
@@ -174,6 +176,6 @@ build_third_party() {
   build_libxml2 windows --host=x86_64-w64-mingw32 CPPFLAGS=-DLIBXML_STATIC
   build_xmlsec1 native
   build_xmlsec1 windows --host=x86_64-w64-mingw32 "CPPFLAGS='-DLIBXML_STATIC -DXMLSEC_STATIC'"
-  echo "ready: cjson $cjson_version, cpp-httplib $httplib_version, libxml2 $libxml2_version, openssl $openssl_version," \
-    "sqlite $sqlite_version, xmlsec1 $xmlsec1_version"
+  echo "ready: benchmark $benchmark_version, cjson $cjson_version, cpp-httplib $httplib_version," \
+    "libxml2 $libxml2_version, openssl $openssl_version, sqlite $sqlite_version, xmlsec1 $xmlsec1_version"
 }

@@ -9,8 +9,6 @@
 namespace velm::test {
 namespace {
 
-constexpr wchar_t kMarkerPath[] = L"c:\\velm_log";
-
 // Beside the test program, unless the environment names a folder there with another build.
 std::wstring library_path() {
   const wchar_t* build = _wgetenv(L"VELM_TEST_LIBRARY");
@@ -28,15 +26,6 @@ HMODULE load() {
 }
 
 }  // namespace
-
-MarkerPath::MarkerPath(Marker marker) {
-  RemoveDirectoryW(kMarkerPath);
-  if (marker == Marker::kPresent && !CreateDirectoryW(kMarkerPath, nullptr)) {
-    throw std::runtime_error("the marker path cannot be made");
-  }
-}
-
-MarkerPath::~MarkerPath() { RemoveDirectoryW(kMarkerPath); }
 
 ClientLibrary::ClientLibrary(Marker marker) : marker_(marker), module_(load()) {}
 

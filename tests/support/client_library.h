@@ -12,20 +12,9 @@
 #include <gtest/gtest.h>
 
 #include "inc/velm_sof_client.h"
+#include "support/marker_path.h"
 
 namespace velm::test {
-
-// Whether the path c:\velm_log exists when the library is loaded; it lowers the log threshold to 0.
-enum class Marker { kAbsent, kPresent };
-
-// Makes c:\velm_log exist, or not, as long as it lives; afterwards the path does not exist.
-class MarkerPath {
- public:
-  explicit MarkerPath(Marker marker);
-  ~MarkerPath();
-  MarkerPath(const MarkerPath&) = delete;
-  MarkerPath& operator=(const MarkerPath&) = delete;
-};
 
 // An exported function. Calling one that the library does not export fails the test and gives a zero result.
 template <class Signature>

@@ -17,8 +17,8 @@ using namespace std::chrono_literals;
 
 constexpr auto kPatience = 5s;
 
-// Wine loses the word of a new client when another one is being accepted meanwhile, and gives none from then on:
-// so the listener is also looked at without it.
+// Wine loses the word of a new client when another one is being accepted meanwhile, and gives none from then
+// on: so the listener is also looked at without it.
 constexpr DWORD kUnannouncedMilliseconds = 20;
 
 [[noreturn]] void fail(const char* what) {

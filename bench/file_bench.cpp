@@ -1,0 +1,87 @@
+// Files through the library, on the token's modules and its service, for files.py, which says on standard
+// input what to do and measures others beside it. Each line of input is answered with a line "answer NUMBER",
+// among what the service prints:
+//   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT, hash INPUT    the seconds that the call took
+//   peak                                                             the most memory it has had, in MiB
+#include <windows.h>
+#include <psapi.h>
+
+#include <iostream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "bench/measurement.h"
+#include "softtoken/tests/e2e/service_process.h"
+#include "velm_sof_client.h"
+
+using velm::bench::require;
+
+namespace {
+
+constexpr const char* kContainer = "RSA_2048_SCAN_CONTAINER_DEMO";
+constexpr const char* kPin = "12345678";
+constexpr uint32_t kByProvider = 1;  // the envelope type that leaves a file to the provider module
+constexpr uintptr_t kSm3 = 1;
+
+class Files {
+ public:
+  Files() {
+    require(SOF_Login(kContainer, kPin) == SOR_OK, "the container cannot be used");
+    auto length = static_cast<uint32_t>(certificate_.size());
+    require(SOF_ExportUserCert(kContainer, certificate_.data(), &length) == SOR_OK, "no certificate");
+    certificate_.resize(length);
+    SOF_Ext_SetEnvelopType(kByProvider);
+  }
+
+  // Does what a line says; the answer to it.
+  double obey(std::istringstream line) const {
+    std::string command, input, output;
+    uint32_t method = 0;
+    line >> command;
+    if (command == "encrypt") line >> method;
+    line >> input >> output;
+    uint32_t result = SOR_OK;
+    const double taken = velm::bench::seconds([&] {
+      if (command == "encrypt") result = encrypt(method, input, output);
+      if (command == "decrypt") result = SOF_DecryptFile(kContainer, input.c_str(), output.c_str());
+      if (command == "hash") result = hash(input);
+    });
+    require(result == SOR_OK, "the call fails");
+    return command == "peak" ? peak_mebibytes() : taken;
+  }
+
+ private:
+  uint32_t encrypt(uint32_t method, const std::string& input, const std::string& output) const {
+    SOF_SetEncryptMethod(static_cast<int32_t>(method));
+    return SOF_EncryptFile(certificate_.data(), static_cast<uint32_t>(certificate_.size()), input.c_str(),
+                           output.c_str());
+  }
+
+  static uint32_t hash(const std::string& input) {
+    uint8_t value[32];
+    uint32_t length = sizeof value;
+    return SOF_Ext_HashFile(reinterpret_cast<const void*>(kSm3), nullptr, nullptr, nullptr, 0, input.c_str(),
+                            value, &length);
+  }
+
+  static double peak_mebibytes() {
+    PROCESS_MEMORY_COUNTERS counters{};
+    GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
+    return static_cast<double>(counters.PeakWorkingSetSize) / (1 << 20);
+  }
+
+  std::vector<uint8_t> certificate_ = std::vector<uint8_t>(4096);
+};
+
+void serve() {
+  const ServiceProcess service;
+  const Files files;
+  for (std::string line; std::getline(std::cin, line);) {
+    std::cout << "answer " << files.obey(std::istringstream(line)) << std::endl;
+  }
+}
+
+}  // namespace
+
+int main() { return velm::bench::run(serve); }

@@ -1,0 +1,123 @@
+#!/usr/bin/env python3
+"""files.py FILE_BENCH: a 300 MiB file through the library under Wine, and through the openssl program.
+
+FILE_BENCH is the built file_bench.exe. Both work in one folder of this tree, in turns, on a file that the page
+cache holds; each does what the other does: the same cipher, an RSA key of 2048 bits, an envelope opened whose
+lengths stand in front. Each figure is a median, printed as "name value".
+"""
+
+import filecmp
+import os
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+MEBIBYTE = 1 << 20
+FILE_MEBIBYTES = 300
+ROUNDS = 3
+# Figure, algorithm identifier of GM/T 0006, name for openssl.
+CIPHERS = (("envelope_300mib", 0x402, "-sm4-cbc"), ("envelope_300mib_aes", 0x4002, "-aes-128-cbc"))
+
+
+class Library:
+    """The measuring program, which does one line of input at a time."""
+
+    def __init__(self, program):
+        command = [os.path.join(ROOT, "cmake", "run-under-wine"), program]
+        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.process.stdin.close()
+        self.process.wait(timeout=60)
+
+    def ask(self, *words):
+        """The number with which the program answers, once it has done what the words say."""
+        print(*words, file=self.process.stdin, flush=True)
+        for line in self.process.stdout:
+            if line.startswith("answer "):
+                return float(line.split()[1])
+        sys.exit(f"file_bench fails at: {' '.join(map(str, words))}")
+
+    def envelope(self, method):
+        return (self.ask("encrypt", method, "plain", "library.p7m") +
+                self.ask("decrypt", "library.p7m", "library.out"))
+
+    def hash(self):
+        return self.ask("hash", "plain")
+
+
+class OpenSsl:
+    """The machine's openssl program, with a key of its own."""
+
+    def __init__(self):
+        run_openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=bench",
+                    "-keyout", "key.pem", "-out", "certificate.pem")
+
+    def envelope(self, cipher):
+        # Each in the form in which the program is quicker: what it makes in a stream takes it longer to open.
+        made = f"openssl{cipher}.p7m"
+        encrypt = ("cms", "-encrypt", "-binary", "-outform", "DER", cipher, "-in", "plain", "-out")
+        if not os.path.exists(made):
+            run_openssl(*encrypt, made, "certificate.pem")
+        return (run_openssl(*encrypt, "openssl.p7m", "-stream", "certificate.pem") +
+                run_openssl("cms", "-decrypt", "-binary", "-inform", "DER", "-in", made,
+                            "-out", "openssl.out", "-recip", "certificate.pem", "-inkey", "key.pem"))
+
+    def hash(self):
+        return run_openssl("dgst", "-sm3", "plain")
+
+
+def run_openssl(*arguments):
+    """Seconds that the program took."""
+    start = time.perf_counter()
+    subprocess.run(["openssl", *arguments], check=True, capture_output=True)
+    return time.perf_counter() - start
+
+
+def report(name, value):
+    print(f"{name} {value:.4f}", flush=True)
+
+
+def compare(figure, ours, theirs):
+    """Both in turns."""
+    times = [(ours(), theirs()) for _ in range(ROUNDS)]
+    our_median, their_median = (statistics.median(side) for side in zip(*times))
+    report(f"{figure}_ratio", our_median / their_median)
+    report(f"{figure}_seconds", our_median)
+    report(f"{figure}_openssl_seconds", their_median)
+
+
+def measure(library, openssl):
+    for figure, method, cipher in CIPHERS:
+        compare(figure, lambda: library.envelope(method), lambda: openssl.envelope(cipher))
+        for output in ("library.out", "openssl.out"):
+            if not filecmp.cmp("plain", output, shallow=False):
+                sys.exit(f"{output} is not what went in")
+    compare("hash_file", library.hash, openssl.hash)
+    report("file_peak_mib", library.ask("peak"))
+
+
+def main():
+    program = os.path.abspath(sys.argv[1])
+    folder = tempfile.mkdtemp(prefix="files-", dir=os.path.join(ROOT, "build", "bench"))
+    try:
+        os.chdir(folder)
+        with open("plain", "wb") as plain:
+            for _ in range(FILE_MEBIBYTES):
+                plain.write(os.urandom(MEBIBYTE))
+        with Library(program) as library:
+            measure(library, OpenSsl())
+    finally:
+        os.chdir(ROOT)
+        shutil.rmtree(folder)
+
+
+if __name__ == "__main__":
+    main()
