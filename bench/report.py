@@ -97,8 +97,9 @@ def this_machine():
     system = first_match("/etc/os-release", r'^PRETTY_NAME="(.*)"$')
     wine = output_of(os.path.join(FOLDER, "..", "cmake", "run-under-wine"), "--version")
     openssl = " ".join(output_of("openssl", "version").split()[:2])
-    return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, {memory:.0f} GiB of memory,\n"
-            f"{system}, Linux {os.uname().release}, {wine}; the machine's {openssl} for comparison.")
+    load = os.getloadavg()[1]
+    return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, {memory:.0f} GiB of memory, "
+            f"load average {load:.1f};\n{system}, {wine}, {openssl} for comparison.")
 
 
 def main():
