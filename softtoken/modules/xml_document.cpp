@@ -1,6 +1,10 @@
 #include "softtoken/modules/xml_document.h"
 
-#include <pthread.h>
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <mutex>
+#endif
 
 #include <algorithm>
 #include <new>
@@ -23,8 +27,19 @@ constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
 constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
-// Needs no code to be ready and none when the module is unloaded, which std::mutex does on Windows.
-constinit pthread_mutex_t g_libraries = PTHREAD_MUTEX_INITIALIZER;
+// One call at a time holds the libraries. A mutex of the C++ library would, on Windows, keep memory when the
+// module is unloaded.
+#ifdef _WIN32
+constinit SRWLOCK g_libraries = SRWLOCK_INIT;
+
+void take_libraries() { AcquireSRWLockExclusive(&g_libraries); }
+void release_libraries() { ReleaseSRWLockExclusive(&g_libraries); }
+#else
+constinit std::mutex g_libraries;
+
+void take_libraries() { g_libraries.lock(); }
+void release_libraries() { g_libraries.unlock(); }
+#endif
 
 const xmlChar* xml_text(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 
@@ -37,7 +52,7 @@ std::string taken_text(xmlChar* text) {
 void close_libraries() {
   xmlSecTransformIdsShutdown();
   xmlCleanupParser();
-  pthread_mutex_unlock(&g_libraries);
+  release_libraries();
 }
 
 void refuse(xmlParserCtxt* parser) {
@@ -80,7 +95,7 @@ void forget_message(void*, const char*, ...) {}
 }  // namespace
 
 XmlLibraries::XmlLibraries() {
-  pthread_mutex_lock(&g_libraries);
+  take_libraries();
   xmlInitParser();
   xmlSetGenericErrorFunc(nullptr, forget_message);
   xmlSecErrorsSetCallback(nullptr);
