@@ -94,7 +94,11 @@ TEST(XmlFunctions, AlteredDocumentsAreRefused) {
     for (size_t i = 0; i < text.find("<KeyInfo>"); i += 3)
       EXPECT_NE(verify(altered_at(document, i)), SOR_OK) << i;
     EXPECT_EQ(verify(altered_at(document, text.find("number=\"7") + 8)), SOR_HASHNOTEQUALERR);
-    EXPECT_EQ(verify(altered_at(document, text.find("<SignatureValue>") + 30)), SOR_HASHNOTEQUALERR);
+    // Another digit of base64, so that it is another signature and not none.
+    Bytes of_another_signature = document;
+    uint8_t& digit = of_another_signature.at(text.find("<SignatureValue>") + 30);
+    digit = digit == 'A' ? 'B' : 'A';
+    EXPECT_EQ(verify(of_another_signature), SOR_HASHNOTEQUALERR);
     EXPECT_EQ(verify(bytes_of("<!DOCTYPE order>" + text)), SOR_OBJERR);
     EXPECT_EQ(verify(bytes_of("<all>" + text + text + "</all>")), SOR_OBJERR);
     EXPECT_EQ(verify(bytes_of(kOriginal)), SOR_NOTEXPORTERR);
