@@ -98,8 +98,8 @@ def this_machine():
     wine = output_of(os.path.join(FOLDER, "..", "cmake", "run-under-wine"), "--version")
     openssl = " ".join(output_of("openssl", "version").split()[:2])
     load = os.getloadavg()[1]
-    return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, {memory:.0f} GiB of memory, "
-            f"load average {load:.1f};\n{system}, {wine}, {openssl} for comparison.")
+    return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, "
+            f"{memory:.0f} GiB of memory, load average {load:.1f};\n{system}, {wine}, {openssl} for comparison.")
 
 
 def main():
