@@ -48,8 +48,7 @@ std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
     return copy_of(view_of(contents->d.data));
   }
   // The other types of PKCS#7 have places of their own, with structures that are no data.
-  require(is_object(contents->type, kGmTypes.data) || is_object(contents->type, kTimeStampTypes.data),
-          kPkcs7Format);
+  require(PKCS7_type_is_other(contents) == 1, kPkcs7Format);
   if (contents->d.other == nullptr) return std::nullopt;
   require(ASN1_TYPE_get(contents->d.other) == V_ASN1_OCTET_STRING, kPkcs7Format);
   return copy_of(view_of(contents->d.other->value.octet_string));

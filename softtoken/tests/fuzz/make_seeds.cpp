@@ -13,10 +13,10 @@
 #include "softtoken/core/token.h"
 #include "softtoken/modules/envelope_stream.h"
 #include "softtoken/modules/message_identifiers.h"
-#include "softtoken/modules/signed_message_encoder.h"
 #include "softtoken/modules/time_stamp.h"
 #include "softtoken/tests/core/temporary_store.h"
 #include "softtoken/tests/modules/samples.h"
+#include "softtoken/tests/modules/signed_xml.h"
 
 using namespace velm::token;
 
@@ -54,15 +54,15 @@ Credential credential(const std::string& name, KeyKind kind) {
           parse_certificate(base64_decode(certificate).value())};
 }
 
-Bytes with_attributes(const Credential& signer, bool attached) {
+Bytes with_attributes(const Credential& signer, bool detached) {
   const DigestId digest = digest_for(signer.key.get());
-  const ByteView content = as_bytes(kText);
   const SignedMessageOrder order{.signer = signer.certificate.get(),
                                  .digest = digest,
-                                 .content = attached ? std::optional<ByteView>(content) : std::nullopt,
-                                 .content_hash = hash(digest, content)};
-  return encode_signed_message(order, {},
-                               [&](ByteView value) { return sign_hash(signer.key.get(), digest, value); });
+                                 .content = as_bytes(kText),
+                                 .detached = detached,
+                                 .attributes = true};
+  return encode_signed_message(order,
+                               [&](ByteView data) { return sign_data(signer.key.get(), digest, data); });
 }
 
 std::string frame(uint8_t number, std::initializer_list<std::variant<uint32_t, std::string>> fields) {
@@ -87,8 +87,8 @@ void put_messages(const std::string& name, const Credential& signer) {
   };
   put("signed_message", name + "_attached", message(false));
   put("signed_message", name + "_detached", message(true));
-  put("signed_message", name + "_attributes", with_attributes(signer, true));
-  put("signed_message", name + "_attributes_detached", with_attributes(signer, false));
+  put("signed_message", name + "_attributes", with_attributes(signer, false));
+  put("signed_message", name + "_attributes_detached", with_attributes(signer, true));
   put("service_frame", name + "_message_item", as_bytes(frame(25, {as_text(message(false)), 3u})));
   put("service_json", name + "_verify_message",
       as_bytes(R"({"funcid":24,"MessageData":")" + base64_encode(message(true)) + R"(","InData":")" +
@@ -151,6 +151,15 @@ void put_time_stamps() {
   put("time_stamp", "refusal", answer_time_stamp_query(store, as_bytes("no query")));
 }
 
+void put_signed_xml() {
+  for (const XmlSigner& by : xml_signers()) {
+    const std::string name = std::to_string(static_cast<uint32_t>(by.digest));
+    put("xml_signature", "enveloped_" + name, as_bytes(enveloped_xml(by)));
+    put("xml_signature", "enveloping_" + name, as_bytes(enveloping_xml(by)));
+    put("xml_signature", "detached_" + name, as_bytes(detached_xml(by)));
+  }
+}
+
 }  // namespace
 
 int main(int argument_count, char** arguments) {
@@ -170,4 +179,5 @@ int main(int argument_count, char** arguments) {
   put("service_frame", "read_file", as_bytes(frame(28, {std::string("OWN") + '\0', 1u, 1u, 0u, 100u})));
   put("service_frame", "configure", as_bytes(frame(43, {1u, std::string("\x1E\0\0\0", 4)})));
   put_time_stamps();
+  put_signed_xml();
 }

@@ -14,12 +14,26 @@ using velm::fuzz::expect;
 
 namespace {
 
+using Request = Handle<TS_REQ, TS_REQ_free>;
+
 // The authority reads the query that stands in front, as this does.
-Bytes imprint_of(ByteView query) {
+Request request_in(ByteView query) {
   const uint8_t* at = query.data();
-  const Handle<TS_REQ, TS_REQ_free> request(d2i_TS_REQ(nullptr, &at, static_cast<long>(query.size())));
+  Request request(d2i_TS_REQ(nullptr, &at, static_cast<long>(query.size())));
   expect(request != nullptr, "what was granted was a query");
-  return copy_of(view_of(TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(request.get()))));
+  return request;
+}
+
+Bytes imprint_of(const TS_REQ* request) {
+  return copy_of(view_of(TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(const_cast<TS_REQ*>(request)))));
+}
+
+// What is hashed with SM3 is signed with SM2.
+const char* authority_label(const TS_REQ* request) {
+  const ASN1_OBJECT* algorithm = nullptr;
+  X509_ALGOR_get0(&algorithm, nullptr, nullptr,
+                  TS_MSG_IMPRINT_get_algo(TS_REQ_get_msg_imprint(const_cast<TS_REQ*>(request))));
+  return OBJ_obj2nid(algorithm) == NID_sm3 ? kSm2StampAuthorityLabel : kStampAuthorityLabel;
 }
 
 bool is_granted(ByteView answer) {
@@ -37,11 +51,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Answer answer = answer_time_stamp(token.service(), query);
   expect(answer.status == 200, "every query has an answer");
   if (!is_granted(as_bytes(answer.body))) return 0;
+  const Request request = request_in(as_bytes(query));
   const TimeStamp stamp(as_bytes(answer.body));
-  const Certificate authority = parse_certificate(label(store, kStampAuthorityLabel, kCertificateLabelType));
+  const Certificate authority =
+      parse_certificate(label(store, authority_label(request.get()), kCertificateLabelType));
   expect(stamp.time().size() == sizeof "20260131235959Z" - 1, "a stamp has a time");
   try {
-    stamp.verify(authority.get(), [&](DigestId) { return imprint_of(as_bytes(query)); });
+    stamp.verify(authority.get(), [&](DigestId) { return imprint_of(request.get()); });
   } catch (const TokenError& error) {
     // The authority stamps digests that the module does not compute.
     expect(error.code() == kAlgorithmUnsupported, "a stamp verifies under its authority");
