@@ -1,0 +1,62 @@
+// Signed XML. Nobody here has the keys that signed the seeds, so whatever verifies says what one of them
+// says.
+#include "softtoken/modules/xml_signature.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "modules/velm_client_saf.h"
+#include "softtoken/modules/saf_call.h"
+#include "softtoken/tests/modules/samples.h"
+#include "tests/fuzz/fuzz_target.h"
+
+using namespace velm::token;
+using velm::fuzz::expect;
+
+namespace {
+
+std::vector<Bytes> signed_contents() {
+  std::vector<Bytes> contents;
+  for (const auto& seed : std::filesystem::directory_iterator(VELM_FUZZ_SIGNED_XML)) {
+    const Bytes document = file_bytes(seed.path().string());
+    if (saf_call([&] { verify_xml_signature(document); }) == kSafSuccess)
+      contents.push_back(read_xml_signature(document).original);
+  }
+  expect(!contents.empty(), "there are signed seeds");
+  return contents;
+}
+
+// The exported parser, with outputs of exactly the sizes that it asks for.
+void check_parser(ByteView document) {
+  uint32_t sizes[6] = {};
+  const auto parse = [&](const std::array<uint8_t*, 6>& outputs) {
+    return SAF_Ext_XMLParse(nullptr, 0, document.data(), static_cast<uint32_t>(document.size()), outputs[0],
+                            &sizes[0], outputs[1], &sizes[1], outputs[2], &sizes[2], outputs[3], &sizes[3],
+                            outputs[4], &sizes[4], outputs[5], &sizes[5]);
+  };
+  const uint32_t code = parse({});
+  expect(code != kSafUnknownError, "a known result code");
+  if (code != kSafSuccess) return;
+  Bytes items[6];
+  std::array<uint8_t*, 6> outputs;
+  for (size_t i = 0; i < outputs.size(); ++i) {
+    items[i].resize(sizes[i]);
+    outputs[i] = items[i].data();
+  }
+  expect(parse(outputs) == kSafSuccess, "outputs of the asked size are enough");
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  static const std::vector<Bytes> contents = signed_contents();
+  const ByteView document(data, size);
+  check_parser(document);
+  const uint32_t code = saf_call([&] { verify_xml_signature(document); });
+  expect(code != kSafUnknownError, "a known result code");
+  if (code != kSafSuccess) return 0;
+  const XmlSignatureItems items = read_xml_signature(document);
+  expect(std::ranges::find(contents, items.original) != contents.end(), "only what was signed verifies");
+  return 0;
+}
