@@ -5,6 +5,9 @@
 
 namespace velm::token {
 
+/** The largest request, and the largest answer that is taken, in bytes; the service's own limit is below. */
+constexpr size_t kMaxHttpBody = size_t{128} * 1024 * 1024;
+
 /** One request and where it goes. */
 struct HttpPost {
   Endpoint endpoint;
@@ -15,7 +18,10 @@ struct HttpPost {
   std::chrono::milliseconds answer_timeout;
 };
 
-/** The body of an answer of status 200. Throws the codes for a failed request and for a timeout. */
+/**
+ * The body of an answer of status 200. Throws the codes for a bad length, for a failed request and for a
+ * timeout.
+ */
 Bytes http_post(const HttpPost& post);
 
 }  // namespace velm::token

@@ -39,6 +39,7 @@ Bytes body_of(HINTERNET request) {
   Bytes body;
   while (true) {
     const size_t before = body.size();
+    require_saf(before <= kMaxHttpBody, kSafHttpFailed);
     body.resize(before + 64 * 1024);
     DWORD count = 0;
     require_http(

@@ -90,6 +90,7 @@ uint32_t number_member(const Json& object, const char* name) {
 
 Bytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* content_type,
                         ByteView body) const {
+  require_saf(body.size() <= kMaxHttpBody, kSafBadLength);
   return http_post(
       {endpoint, path, content_type, body, configuration_.connect_timeout, configuration_.answer_timeout});
 }
