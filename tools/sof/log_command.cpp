@@ -1,8 +1,8 @@
 // Today's log, as it stands or as it grows, and the switch for verbose logging.
 #include <windows.h>
 
+#include <algorithm>
 #include <fstream>
-#include <map>
 
 #include "command.h"
 #include "commands.h"
@@ -59,6 +59,9 @@ class LogReader {
     for (std::string line; std::getline(file, line) && !file.eof();) {
       position_ += static_cast<std::streamoff>(line.size()) + 1;
       if (line.ends_with('\r')) line.pop_back();
+      // What a line quotes may come from anywhere, and must not steer the console.
+      std::ranges::replace_if(
+          line, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
       lines.push_back(readable(line));
     }
     return lines;

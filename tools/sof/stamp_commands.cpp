@@ -51,26 +51,38 @@ struct StampCheck {
   Report run() const {
     const Bytes token = read_all(stamp, "the time stamp");
     const Bytes data = read_all(input, "the data");
-    const Bytes certificate = authority.is_given() ? authority.read() : certificate_on_device();
     const char* function = "SOF_Ext_GM_Tsp_VerifyTimeStamp";
     Bytes time(256);
-    uint32_t length = size_of(time);
-    check_verdict(function, SOF_Ext_GM_Tsp_VerifyTimeStamp(data_of(data), size_of(data), data_of(token),
-                                                           size_of(token), certificate.data(),
-                                                           size_of(certificate), time.data(), &length));
+    uint32_t length = 0;
+    uint32_t code = SOR_CERTNOTFOUNDERR;
+    for (const Bytes& certificate : authorities()) {
+      length = size_of(time);
+      code = SOF_Ext_GM_Tsp_VerifyTimeStamp(data_of(data), size_of(data), data_of(token), size_of(token),
+                                            certificate.data(), size_of(certificate), time.data(), &length);
+      if (code == SOR_OK) break;
+    }
+    check_verdict(function, code);
     if (length == time.size()) provider_not_opened(function);
     time.resize(length);
     return Report{{"valid", true}, {"time", readable(text_of(time))}};
   }
 
  private:
-  static Bytes certificate_on_device() {
-    constexpr uint32_t kCertificateLabel = 7;
-    const std::string label = "TIME_STAMP_AUTHORITY";
-    return fetch("SOF_Ext_ReadLabel", [&](uint8_t* out, uint32_t* length) {
-      return SOF_Ext_ReadLabel("", label.c_str(), static_cast<uint32_t>(label.size()), kCertificateLabel, out,
-                               length);
-    });
+  // Those that the device names, when none is given; a device need not have both.
+  std::vector<Bytes> authorities() const {
+    if (authority.is_given()) return {authority.read()};
+    std::vector<Bytes> found;
+    for (const std::string label : {"TIME_STAMP_AUTHORITY_SM2", "TIME_STAMP_AUTHORITY"}) {
+      constexpr uint32_t kCertificateLabel = 7;
+      const auto call = [&](uint8_t* out, uint32_t* length) {
+        return SOF_Ext_ReadLabel("", label.c_str(), static_cast<uint32_t>(label.size()), kCertificateLabel,
+                                 out, length);
+      };
+      uint32_t length = 0;
+      if (call(nullptr, &length) == SOR_LABELNOTFOUNDERR) continue;
+      found.push_back(fetch("SOF_Ext_ReadLabel", call));
+    }
+    return found;
   }
 };
 
@@ -81,5 +93,5 @@ void add_stamp_commands(CLI::App& sof) {
   add_command<StampGet>(group, "get", "fetch a time stamp");
   add_command<StampCheck>(
       group, "check",
-      "verify a time stamp; without a certificate, against the authority that the device names");
+      "verify a time stamp; without a certificate, against the authorities that the device names");
 }
