@@ -13,6 +13,9 @@ from sof_console import FOLDER, ConsoleRun, Follower, Service, sof
 PIN = b"12345678\n"
 CHINESE = "演示容器_SM2"
 SCAN_CONTAINERS = ("SM2_SCAN_CONTAINER_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO")
+# Documents with signatures of every form, by keys that nobody else has.
+SIGNED_XML = os.path.join(os.path.dirname(__file__), "..", "..", "..", "softtoken", "tests", "fuzz", "seeds",
+                          "xml_signature")
 BINARY = bytes(range(256)) * 3 + b"\r\n\x1a\n"
 
 DONE, CALL_FAILED, USAGE, FILE, REFUSED, NO_SERVICE, NO_ACCESS, PROBLEMS, NO_LIBRARY = range(9)
@@ -332,6 +335,17 @@ class WithService(SofTest):
         digest = hashlib.sha256(BINARY).digest()
         self.assertGreater(len(self.json_data(f"sign pkcs7 {SCAN_CONTAINERS[1]} --hash", digest)), 256)
         self.fails(CALL_FAILED, "SOF_Ext_PKCS7_SignFile", "0x0B000310", "sign pkcs7 SM2_DEMO -i 内容")
+
+    def test_signed_xml(self):
+        for name in sorted(os.listdir(SIGNED_XML)):
+            with open(os.path.join(SIGNED_XML, name), "rb") as file:
+                document = file.read()
+            self.write("signed.xml", document)
+            self.verifies("xml -i signed.xml")
+            altered = document.replace(b"what was signed", b"what was sighed").replace(b">one<", b">two<")
+            self.assertNotEqual(altered, document)
+            self.write("signed.xml", altered)
+            self.refuses("SOF_VerifySignedDataXML", "0x0B000308", "xml -i signed.xml")
 
     def test_what_is_no_signed_xml_does_not_verify(self):
         errors = self.ends(CALL_FAILED, "verify xml", b"no XML").errors
