@@ -44,7 +44,7 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   }
   EXPECT_EQ(handle, nullptr);
   write_file("saf_test.dat",
-             as_bytes("# a remark\r\n\n  connect_timeout_ms=5 \r\nservice_address = 127.0.0.1:1\n"));
+             as_bytes("# a remark\r\n\n  connect_timeout_ms=5000 \r\nservice_address = 127.0.0.1:1\n"));
   EXPECT_EQ(SAF_Initialize(&handle, "saf_test.dat"), 0u);
   EXPECT_NE(handle, nullptr);
   uint32_t length = 0;
