@@ -3,19 +3,23 @@
 usage: analyse.py [--root ROOT] [--jobs N] [--only clang-tidy|cppcheck] [PART...]
 
 Both read the compilation databases of build/native and build/windows; a source that both trees compile is
-looked at natively. .clang-tidy says what clang-tidy looks for, cmake/cppcheck_suppressions.txt what cppcheck
-may say in vain. With PARTs only files are looked at whose path contains one of them.
+looked at natively. clang-tidy gets those of a folder together. .clang-tidy says what clang-tidy looks for,
+cmake/cppcheck_suppressions.txt what cppcheck may say in vain. With PARTs only files are looked at whose path
+contains one of them.
 """
 
 import argparse
 import json
+import shlex
 import subprocess
 import sys
+import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
 # The first release whose clang has what <source_location> of the compiler's own library needs.
 CLANG_TIDY = "clang-tidy-16"
+CLANG = "clang++-16"
 TARGET = "x86_64-w64-mingw32"
 TREES = ("native", "windows")
 
@@ -49,7 +53,7 @@ def windows_headers():
     listed = report.split("search starts here:\n")[-1].split("End of search list")[0]
     folders = [str(Path(line.strip()).resolve()) for line in listed.splitlines()]
     # Those of the compiler itself, intrinsics for example, clang has in a form of its own.
-    return [f"--extra-arg=-isystem{folder}" for folder in folders
+    return [f"-isystem{folder}" for folder in folders
             if "/c++" in folder or f"/{TARGET}/include" in folder]
 
 
@@ -60,27 +64,60 @@ def is_tidied(root, path):
                                         and "/support_" not in relative)
 
 
-def run_clang_tidy(root, tree, path, options):
-    command = [CLANG_TIDY, "--quiet", "-p", f"build/{tree}", f"--header-filter=^{root}/",
-               "--extra-arg=-Wno-unknown-warning-option", *options, str(path)]
-    return subprocess.run(command, cwd=root, capture_output=True, text=True)
+def options_of(entry):
+    """A source's compile options without its own name, and without what clang cannot do or need not know."""
+    words = shlex.split(entry["command"])[1:]
+    named = {"-o", "-c", words[words.index("-o") + 1], words[words.index("-c") + 1]}
+    return tuple(word for word in words if word not in named
+                 and not word.startswith("-fexec-charset") and not word.endswith("_EXPORTS"))
+
+
+def groups(root, tree, chosen):
+    """The sources that can be looked at together: those of one folder that have the same options."""
+    found = {}
+    for path, entry in sorted(chosen.items()):
+        if is_tidied(root, path):
+            found.setdefault((tree, path.parent, options_of(entry)), []).append(path)
+    return found
+
+
+def run_clang_tidy(root, group, paths, extra):
+    """Looks at sources as one, for the system's headers take nearly all of the time; says what it finds.
+
+    Where names of two sources clash, each half is looked at by itself.
+    """
+    tree, folder, options = group
+    started = time.monotonic()
+    joined = root / "build" / "analyse" / tree / folder.relative_to(root) / f"joined_{paths[0].stem}.cpp"
+    joined.parent.mkdir(parents=True, exist_ok=True)
+    joined.write_text("".join(f'#include "{path}"\n' for path in paths))
+
+    def run(*command):
+        return subprocess.run(command, cwd=root / "build" / tree, capture_output=True, text=True)
+
+    words = [*extra, *options, "-Wno-unknown-warning-option"]
+    if len(paths) > 1 and run(CLANG, *words, "-fsyntax-only", "-Wno-everything", joined).returncode != 0:
+        half = len(paths) // 2
+        return (run_clang_tidy(root, group, paths[:half], extra)
+                + run_clang_tidy(root, group, paths[half:], extra))
+    result = run(CLANG_TIDY, "--quiet", f"--header-filter=^{root}/", "--checks=-bugprone-suspicious-include",
+                 joined, "--", *words)
+    names = " ".join(path.name for path in paths)
+    print(f"  {folder.relative_to(root)}: {names} ({time.monotonic() - started:.0f} s)", flush=True)
+    if result.returncode == 0:
+        return []
+    found = result.stdout.strip() or result.stderr.strip()
+    print(found, flush=True)
+    return [found]
 
 
 def tidy_findings(root, chosen, jobs):
     # Of gcc's attributes and warnings clang does not know every one.
-    options = {"native": [], "windows": [f"--extra-arg-before=--target={TARGET}", *windows_headers(),
-                                         "--extra-arg=-Wno-ignored-attributes"]}
-    work = [(tree, path) for tree in TREES for path in sorted(chosen[tree]) if is_tidied(root, path)]
-    findings = {}
+    extra = {"native": [], "windows": [f"--target={TARGET}", *windows_headers(), "-Wno-ignored-attributes"]}
+    work = {group: paths for tree in TREES for group, paths in groups(root, tree, chosen[tree]).items()}
     with ThreadPoolExecutor(jobs) as pool:
-        results = pool.map(lambda job: run_clang_tidy(root, *job, options[job[0]]), work)
-        for (_, path), result in zip(work, results):
-            if result.returncode != 0:
-                # A finding in a header comes with every source that includes it.
-                text = result.stdout.strip() or result.stderr.strip()
-                findings.setdefault(text, path)
-            print(f"  {'  ' if result.returncode == 0 else '! '}{path.relative_to(root)}", flush=True)
-    return len(work), list(findings)
+        findings = pool.map(lambda job: run_clang_tidy(root, *job, extra[job[0][0]]), work.items())
+        return sum(len(paths) for paths in work.values()), sum(findings, [])
 
 
 def cppcheck_findings(root, chosen, jobs):
@@ -98,7 +135,9 @@ def cppcheck_findings(root, chosen, jobs):
         result = subprocess.run(command, cwd=root, capture_output=True, text=True)
         if result.returncode != 0:
             raise RuntimeError(f"cppcheck failed: {result.stdout}{result.stderr}")
-        findings += sorted(set(result.stderr.splitlines()))
+        found = sorted(set(result.stderr.splitlines()))
+        print("\n".join(found), end="\n" if found else "", flush=True)
+        findings += found
     return sum(len(chosen[tree]) for tree in TREES), findings
 
 
@@ -116,8 +155,6 @@ def main():
         if arguments.only not in (None, name):
             continue
         count, findings = findings_of(arguments.root, chosen, arguments.jobs)
-        for finding in findings:
-            print(finding)
         print(f"{name}: {count} files, {len(findings)} findings", flush=True)
         failed = failed or count == 0 or bool(findings)
     return 1 if failed else 0

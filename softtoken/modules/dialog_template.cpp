@@ -1,5 +1,7 @@
 #include "softtoken/modules/dialog_template.h"
 
+#include <cstddef>
+
 namespace velm::token {
 namespace {
 

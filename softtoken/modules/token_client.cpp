@@ -95,7 +95,7 @@ Bytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* 
       {endpoint, path, content_type, body, configuration_.connect_timeout, configuration_.answer_timeout});
 }
 
-Json TokenClient::call(const char* path, Json request) const {
+Json TokenClient::call(const char* path, const Json& request) const {
   const std::string text = request.dump();
   const Bytes body = post(configuration_.service, path, kJsonType, as_bytes(text));
   Json answer = Json::parse(body.begin(), body.end(), nullptr, false);
@@ -141,7 +141,7 @@ SecretBytes TokenClient::open_envelope(const std::string& container, ByteView en
 
 Json TokenClient::module_function(ModuleFunction function, Json arguments) const {
   arguments["funcid"] = static_cast<uint32_t>(function);
-  return call("/token", std::move(arguments));
+  return call("/token", arguments);
 }
 
 Bytes TokenClient::time_stamp(ByteView query) const {

@@ -35,7 +35,7 @@ class TokenClient {
   Bytes time_stamp(ByteView query) const;
 
  private:
-  nlohmann::json call(const char* path, nlohmann::json request) const;
+  nlohmann::json call(const char* path, const nlohmann::json& request) const;
   SecretBytes frame_call(ByteView frame) const;
   Bytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 

@@ -20,7 +20,7 @@ class WipeTextsAtEnd {
  public:
   explicit WipeTextsAtEnd(nlohmann::json& request) : request_(request) {}
   WipeTextsAtEnd(const WipeTextsAtEnd&) = delete;
-  ~WipeTextsAtEnd();
+  ~WipeTextsAtEnd();  // NOLINT(bugprone-exception-escape)
 
  private:
   nlohmann::json& request_;

@@ -144,7 +144,8 @@ void add_trace(CLI::App& app, Line& line) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+// Outside the try only a wrong definition of a command throws.
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   CLI::App app{"Software token: a local certificate service for development and tests"};
   app.require_subcommand(1);
   Line line;
