@@ -78,7 +78,7 @@ void repeat(State& state, const Call& call) {
 
 void load(State& state) {
   const MarkerPath no_marker(Marker::kAbsent);
-  for (auto _ : state) {
+  for ([[maybe_unused]] auto _ : state) {
     HMODULE module = nullptr;
     state.SetIterationTime(seconds([&] { module = LoadLibraryW(kLibrary); }));
     require(module && FreeLibrary(module), "the library cannot be loaded");
@@ -178,8 +178,7 @@ void sign_data(State& state, const char* figure, uint32_t size) {
 void encrypt_data(State& state, const char* figure, uint32_t size) {
   const std::vector<uint8_t> data(size, 'd'), certificate(1024, 'c');
   std::vector<uint8_t> envelope(size + 1024);
-  const Answer answer = frame(0, std::string(size, 'e'));
-  scene->service.responds([&](const Request&) { return answer; });
+  scene->service.responds([answer = frame(0, std::string(size, 'e'))](const Request&) { return answer; });
   repeat(state, [&] {
     uint32_t length = 0;
     return scene->library.SOF_EncryptData(certificate.data(), 1024, data.data(), size, envelope.data(),

@@ -58,10 +58,11 @@ def windows_headers():
 
 
 def is_tidied(root, path):
-    """Tests are left to cppcheck, but for those that bring in the library's computed headers."""
+    """Tests are left to cppcheck, but for what they all stand on and for those of the library's headers."""
     relative = path.relative_to(root).as_posix()
-    return "tests/" not in relative or (relative.startswith("tests/unit/") and "/windows/" not in relative
-                                        and "/support_" not in relative)
+    return ("tests/" not in relative or relative.startswith("tests/support/")
+            or (relative.startswith("tests/unit/") and "/windows/" not in relative
+                and "/support_" not in relative))
 
 
 def options_of(entry):

@@ -83,9 +83,9 @@ int main(int argc, char** argv) {
   std::atomic<long> calls{0};
   std::atomic<bool> failed{false};
   const auto started = std::chrono::steady_clock::now();
-  std::vector<std::thread> clients;
-  for (int client = 0; client < std::atoi(argv[3]); ++client) {
-    clients.emplace_back([&] {
+  std::vector<std::thread> clients(static_cast<size_t>(std::atoi(argv[3])));
+  for (std::thread& client : clients) {
+    client = std::thread([&] {
       Client service(port);
       while (!failed && std::chrono::steady_clock::now() - started < span) {
         if (service.ask(request)) ++calls;

@@ -64,6 +64,7 @@ class ClientLibrary {
   // Unloads the library now; its functions must not be called afterwards.
   void unload();
 
+// NOLINTNEXTLINE(bugprone-macro-parentheses): a name is declared.
 #define VELM_FUNCTION(name) const ClientFunction<decltype(::name)> name{module_, #name};
 #include "client_functions.inc"
 #undef VELM_FUNCTION

@@ -14,17 +14,17 @@ int32_t plain_encoder(const uint8_t* data, uint32_t length, uint8_t* text, uint3
   return 0;
 }
 
-Encoder encoder_that(int32_t result, const char* written, uint32_t claimed) {
-  return [=](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
-    std::strcpy(reinterpret_cast<char*>(text), written);
-    *text_length = claimed;
+Encoder encoder_that(int32_t result, const char* text, uint32_t claimed) {
+  return [=](const uint8_t*, uint32_t, uint8_t* output, uint32_t* output_length) {
+    std::strcpy(reinterpret_cast<char*>(output), text);
+    *output_length = claimed;
     return result;
   };
 }
 
 }  // namespace velm::test
 
-extern "C" int32_t VELM_Openssl_Base64Encode(const uint8_t* data, uint32_t length, uint8_t* text,
-                                             uint32_t* text_length) {
-  return velm::test::encoder(data, length, text, text_length);
+extern "C" int32_t VELM_Openssl_Base64Encode(const uint8_t* input, uint32_t length, uint8_t* output,
+                                             uint32_t* output_length) {
+  return velm::test::encoder(input, length, output, output_length);
 }

@@ -8,7 +8,10 @@ void login_chapter(Narrator& narrator) {
   const uint32_t listed = with_size_query(users, [](uint8_t* list, uint32_t* length) {
     return SOF_GetUserList(reinterpret_cast<char*>(list), length);
   });
-  if (narrator.call("Ask for the containers", listed)) narrator.detail(from_gbk(text_of(users).c_str()));
+  if (narrator.call("Ask for the containers", listed)) {
+    const std::string list = text_of(users);
+    narrator.detail(from_gbk(list.substr(0, list.find('\0'))));
+  }
 
   const char* name = kDemoContainers[0];
   Bytes signature(1024);

@@ -5,7 +5,8 @@
 #include "chapters.h"
 #include "velm_sof_client.h"
 
-int main() {
+// Where memory runs out the tour ends.
+int main() {  // NOLINT(bugprone-exception-escape)
   SetConsoleOutputCP(CP_UTF8);
   Narrator narrator;
 
