@@ -86,7 +86,7 @@ std::string Answer::head() const {
   if (framing_ == Framing::kRaw) return "";
   std::string text = continue_ ? "HTTP/1.1 100 Continue\r\n\r\n" : "";
   text += "HTTP/1.1 " + std::to_string(status_) + " " + reason_ + "\r\n";
-  for (const auto& [name, value] : headers_) text += name + ": " + value + "\r\n";
+  for (const auto& [name, value] : headers_) text.append(name).append(": ").append(value).append("\r\n");
   if (framing_ == Framing::kLength) {
     text += "Content-Length: " + std::to_string(announced_.value_or(body_.size())) + "\r\n";
   } else {

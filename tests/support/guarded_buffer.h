@@ -31,7 +31,7 @@ class GuardedBuffer {
 
  private:
   size_t size_;
-  unsigned char* pages_;
+  unsigned char* pages_ = nullptr;
   size_t accessible_;
   unsigned char* data_;
 };

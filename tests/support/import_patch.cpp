@@ -38,7 +38,7 @@ void write(void** entry, void* value) {
 }  // namespace
 
 ImportPatch::ImportPatch(HMODULE module, const char* dll, const char* function, void* replacement)
-    : entry_(find_entry(module, dll, function)), original_(nullptr) {
+    : entry_(find_entry(module, dll, function)) {
   if (!entry_) throw std::runtime_error(std::string("the module does not import ") + dll + " " + function);
   original_ = *entry_;
   write(entry_, replacement);

@@ -31,7 +31,7 @@ class ImportPatch {
 
  private:
   void** entry_;
-  void* original_;
+  void* original_ = nullptr;
 };
 
 }  // namespace velm::test

@@ -53,7 +53,7 @@ constexpr auto kUnscripted = unscripted_entries(std::make_index_sequence<kMostFu
 
 int32_t encode(const uint8_t* input, uint32_t length, uint8_t* output, uint32_t* output_length) {
   const std::string content = base64(bytes(input, length));
-  if (output) std::memcpy(output, content.data(), content.size());
+  if (output) content.copy(reinterpret_cast<char*>(output), content.size());
   *output_length = static_cast<uint32_t>(content.size());
   return 0;
 }
@@ -61,7 +61,7 @@ int32_t encode(const uint8_t* input, uint32_t length, uint8_t* output, uint32_t*
 int32_t decode(const uint8_t* input, uint32_t length, uint8_t* output, uint32_t* output_length) {
   const std::optional<std::string> content = from_base64(bytes(input, length));
   if (!content) return -1;
-  if (output) std::memcpy(output, content->data(), content->size());
+  if (output) content->copy(reinterpret_cast<char*>(output), content->size());
   *output_length = static_cast<uint32_t>(content->size());
   return 0;
 }

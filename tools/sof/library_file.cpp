@@ -22,7 +22,7 @@ std::string library_name(const fs::path& path) {
   if (is_ascii(wide)) return utf8_of(wide);
   const std::wstring shorter = short_name(wide);
   if (!shorter.empty() && is_ascii(shorter)) return utf8_of(shorter);
-  const std::string local = in_code_page(wide);
+  std::string local = in_code_page(wide);
   if (local.empty() || GetACP() == CP_UTF8) {
     throw file_failure(text_of_path(path),
                        "the library cannot be given this name; use one of ASCII characters");

@@ -56,7 +56,7 @@ struct SealGet {
 
   void add_options(CLI::App& command) {
     std::vector<std::string> names;
-    for (const SealItem& known : kSealItems) names.push_back(known.name);
+    for (const SealItem& known : kSealItems) names.emplace_back(known.name);
     add_container(command, name);
     command.add_option("index", index, "the seal's number, from 0")->required();
     command.add_option("item", item, "what to fetch")->required()->check(CLI::IsMember(names));
