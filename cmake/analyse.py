@@ -89,8 +89,10 @@ def run_clang_tidy(root, group, paths, extra):
     """
     tree, folder, options = group
     started = time.monotonic()
-    joined = root / "build" / "analyse" / tree / folder.relative_to(root) / f"joined_{paths[0].stem}.cpp"
-    joined.parent.mkdir(parents=True, exist_ok=True)
+    place = root / "build" / "analyse" / tree / folder.relative_to(root)
+    place.mkdir(parents=True, exist_ok=True)
+    # clang's path analysis looks into what a source includes only where the source has such a name.
+    joined = place / f"UnifiedSource-{paths[0].stem}.cpp"
     joined.write_text("".join(f'#include "{path}"\n' for path in paths))
 
     def run(*command):
