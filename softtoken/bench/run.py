@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """run.py SERVICE CLIENT: signatures a second through the service, against those of the openssl program.
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio and
-its target; ends with 1 when a target is missed. Each ratio is printed once more as "name value".
-VELM_BENCH_SECONDS is the time of each. openssl counts the time that passes, as the client does.
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio,
+which is printed once more as "name value". VELM_BENCH_SECONDS is the time of each. openssl counts the time that
+passes, as the client does.
 """
 
 import os
@@ -11,7 +11,6 @@ import re
 import sqlite3
 import subprocess
 import sys
-import tempfile
 
 os.environ["VELM_SOFTTOKEN"] = sys.argv[1]
 CLIENT = sys.argv[2]
@@ -19,14 +18,12 @@ SECONDS = float(os.environ.get("VELM_BENCH_SECONDS", "5"))
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "service"))
 from token_service import Service  # noqa: E402
 
-TWO_CLIENT_TARGET = 1.6
 MANY_CONTAINERS = 10000
-MANY_CONTAINERS_TARGET = 0.90
 
-# Container, algorithm, where openssl prints its signatures a second, and what one client has to reach of them.
-KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$", 0.80),
-        ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$", 0.80),
-        ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$", 0.60))
+# Container, algorithm, and where openssl prints its signatures a second.
+KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"),
+        ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$"),
+        ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$"))
 
 
 def openssl_rate(algorithm, pattern):
@@ -43,48 +40,36 @@ def service_rate(service, name, clients):
 def add_ballast(store):
     """Copies of a container under other names; no key of theirs is ever opened."""
     database = sqlite3.connect(store)
-    row = database.execute("SELECT tries_left, salt, signing_key, exchange_key, signing_certificate, exchange_certificate"
-                           " FROM container WHERE name = 'SM2_DEMO'").fetchone()
-    database.executemany("INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
-                         " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?)",
+    columns = "tries_left, salt, signing_key, exchange_key, signing_certificate, exchange_certificate"
+    row = database.execute(f"SELECT {columns} FROM container WHERE name = 'SM2_DEMO'").fetchone()
+    database.executemany(f"INSERT INTO container(name, {columns}) VALUES(?, ?, ?, ?, ?, ?, ?)",
                          ((f"BALLAST_{number}", *row) for number in range(MANY_CONTAINERS)))
     database.commit()
     database.close()
 
 
-class Report:
-    def __init__(self):
-        self.missed = 0
-
-    def line(self, key, what, rate, ratio, target):
-        """A line for the reader, then the ratio as "key value" for whoever collects it."""
-        met = ratio >= target
-        self.missed += not met
-        verdict = "met" if met else "MISSED"
-        print(f"{what:44s} {rate:9.1f}/s  ratio {ratio:5.2f}  target {target:4.2f}  {verdict}", flush=True)
-        print(f"{key} {ratio:.4f}", flush=True)
+def tell(key, what, rate, ratio):
+    """A line for the reader, then the ratio as "key value" for whoever collects it."""
+    print(f"{what:44s} {rate:9.1f}/s  ratio {ratio:5.2f}", flush=True)
+    print(f"{key} {ratio:.4f}", flush=True)
 
 
 def main():
-    report = Report()
     with Service() as service:
-        for name, algorithm, pattern, target in KEYS:
+        for name, algorithm, pattern in KEYS:
             assert service.login(name) == 0
             peer = openssl_rate(algorithm, pattern)
             print(f"{'openssl speed ' + algorithm:44s} {peer:9.1f}/s", flush=True)
             one = service_rate(service, name, 1)
-            report.line(f"token_sign_{algorithm}_ratio", f"{name}, one client, to openssl", one, one / peer,
-                        target)
+            tell(f"token_sign_{algorithm}_ratio", f"{name}, one client, to openssl", one, one / peer)
             two = service_rate(service, name, 2)
-            report.line(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one,
-                        TWO_CLIENT_TARGET)
+            tell(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one)
         few = service_rate(service, "SM2_DEMO", 1)
         add_ballast(service.store)
         many = service_rate(service, "SM2_DEMO", 1)
-        report.line("token_sign_many_containers", f"SM2_DEMO, {MANY_CONTAINERS} containers, to few", many,
-                    many / few, MANY_CONTAINERS_TARGET)
-    return 1 if report.missed else 0
+        tell("token_sign_many_containers", f"SM2_DEMO, {MANY_CONTAINERS} containers, to few", many,
+             many / few)
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    main()
