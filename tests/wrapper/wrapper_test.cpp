@@ -176,7 +176,7 @@ TEST(SignedFiles, NothingIsNoSignature) {
 TEST(TimeStamps, TellWhenTheDataWasThere) {
   constexpr uint32_t kCertificateLabel = 7;
   const sof::Bytes authority =
-      sof::Container("SM2_DEMO").label("TIME_STAMP_AUTHORITY", kCertificateLabel);
+      sof::Container("SM2_DEMO").label("TIME_STAMP_AUTHORITY_SM2", kCertificateLabel);
   const sof::Bytes stamp = sof::time_stamp("some data");
   EXPECT_EQ(sof::verify_time_stamp("some data", stamp, authority).size(), 15u);
   EXPECT_NE(code_of([&] { sof::verify_time_stamp("other data", stamp, authority); }), SOR_OK);
