@@ -32,8 +32,8 @@ def openssl_rate(algorithm, pattern):
     return float(re.search(pattern, out, re.MULTILINE | re.IGNORECASE).group(1))
 
 
-def service_rate(service, name, clients):
-    command = [CLIENT, str(service.port), name, str(clients), str(SECONDS)]
+def service_rate(service, name, clients, *options):
+    command = [CLIENT, str(service.port), name, str(clients), str(SECONDS), *options]
     return float(subprocess.run(command, capture_output=True, text=True, check=True).stdout)
 
 
@@ -60,8 +60,9 @@ def main():
             assert service.login(name) == 0
             peer = openssl_rate(algorithm, pattern)
             print(f"{'openssl speed ' + algorithm:44s} {peer:9.1f}/s", flush=True)
+            alone = service_rate(service, name, 1, "sleepless")
+            tell(f"token_sign_{algorithm}_ratio", f"{name}, one sleepless client, to openssl", alone, alone / peer)
             one = service_rate(service, name, 1)
-            tell(f"token_sign_{algorithm}_ratio", f"{name}, one client, to openssl", one, one / peer)
             two = service_rate(service, name, 2)
             tell(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one)
         few = service_rate(service, "SM2_DEMO", 1)
