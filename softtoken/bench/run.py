@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """run.py SERVICE CLIENT: signatures a second through the service, against those of the openssl program.
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its ratio,
-which is printed once more as "name value". VELM_BENCH_SECONDS is the time of each. openssl counts the time that
-passes, as the client does.
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. One line a measurement, with its
+ratio, which is printed once more as "name value". VELM_BENCH_SECONDS is the time of each. openssl counts the
+time that passes, as the client does.
 """
 
 import os
@@ -61,7 +61,8 @@ def main():
             peer = openssl_rate(algorithm, pattern)
             print(f"{'openssl speed ' + algorithm:44s} {peer:9.1f}/s", flush=True)
             alone = service_rate(service, name, 1, "sleepless")
-            tell(f"token_sign_{algorithm}_ratio", f"{name}, one sleepless client, to openssl", alone, alone / peer)
+            tell(f"token_sign_{algorithm}_ratio", f"{name}, one sleepless client, to openssl", alone,
+                 alone / peer)
             one = service_rate(service, name, 1)
             two = service_rate(service, name, 2)
             tell(f"token_sign_{algorithm}_two_clients", f"{name}, two clients, to one", two, two / one)

@@ -1,6 +1,7 @@
-// sign_bench PORT CONTAINER CLIENTS SECONDS [sleepless]: signatures a second through the service, by clients that
-// ask one call after the other, each on a connection of its own for as long as the service keeps it open. Those
-// that do not sleep while they wait show the service alone, and not how soon the system wakes a client.
+// sign_bench PORT CONTAINER CLIENTS SECONDS [sleepless]: signatures a second through the service, by clients
+// that ask one call after the other, each on a connection of its own for as long as the service keeps it
+// open. Those that do not sleep while they wait show the service alone, and not how soon the system wakes a
+// client.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
@@ -35,7 +36,8 @@ class Client {
 
   bool ask(const std::string& request) {
     if (connection_ < 0 && !connect_to_service()) return false;
-    if (send(connection_, request.data(), request.size(), 0) != static_cast<ssize_t>(request.size())) return false;
+    const ssize_t sent = send(connection_, request.data(), request.size(), 0);
+    if (sent != static_cast<ssize_t>(request.size())) return false;
     std::string answer;
     char part[4096];
     while (!is_whole(answer)) {
