@@ -8,7 +8,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <cstring>
 
 namespace __gnu_cxx {
 
@@ -25,52 +24,51 @@ namespace {
 struct Variable {
   size_t size;
   size_t alignment;
-  std::atomic<size_t> number;  // its place in a thread's storage, counted from 1; 0: none yet
-  const void* initial_value;   // null: zeros
+  std::atomic<size_t> end;    // where it ends in each thread's storage; 0: it has no place yet
+  const void* initial_value;  // null: zeros
 };
 
-constexpr size_t kMostVariables = 16;
+// A thread's storage is one block of zeros that holds all variables, so that a thread which has it will never
+// lack memory for one of them.
+constexpr size_t kStorageBytes = 128;
+constexpr size_t kAlignment = 16;
 
-struct ThreadStorage {
-  void* values[kMostVariables];
-};
-
-constinit std::atomic<size_t> variables = 0;
 constinit DWORD slot = FLS_OUT_OF_INDEXES;
+constinit SRWLOCK placing = SRWLOCK_INIT;
+constinit size_t placed_bytes = 0;
 
-void WINAPI release(void* storage) {
-  for (void* value : static_cast<ThreadStorage*>(storage)->values) std::free(value);
-  std::free(storage);
-}
+void WINAPI release(void* storage) { std::free(storage); }
 
-// A program cannot go on without its thread-local variables.
-void* required(void* memory) {
-  if (!memory) std::abort();
-  return memory;
-}
-
-ThreadStorage& storage_of_this_thread() {
+// Null when memory runs out.
+void* storage_of_this_thread() {
   void* storage = FlsGetValue(slot);
-  if (!storage) {
-    storage = required(std::calloc(1, sizeof(ThreadStorage)));
-    FlsSetValue(slot, storage);
+  if (storage) return storage;
+  storage = std::calloc(1, kStorageBytes);
+  if (storage && !FlsSetValue(slot, storage)) {
+    std::free(storage);
+    return nullptr;
   }
-  return *static_cast<ThreadStorage*>(storage);
+  return storage;
 }
 
-size_t number_of(Variable& variable) {
-  size_t number = variable.number.load();
-  if (number != 0) return number;
-  const size_t next = variables.fetch_add(1) + 1;
-  if (next > kMostVariables) std::abort();
-  return variable.number.compare_exchange_strong(number, next) ? next : number;
+// Gives the variable its place. The few of the C++ runtime, which are zeros at first, have room; a DLL with
+// others does not get past its first use of them.
+size_t place(Variable& variable, size_t room) {
+  AcquireSRWLockExclusive(&placing);
+  size_t end = variable.end.load();
+  if (end == 0) {
+    end = placed_bytes += room;
+    if (variable.initial_value || variable.alignment > kAlignment || end > kStorageBytes) std::abort();
+    variable.end.store(end);
+  }
+  ReleaseSRWLockExclusive(&placing);
+  return end;
 }
 
-void* value_of(Variable& variable) {
-  if (variable.alignment > __BIGGEST_ALIGNMENT__) std::abort();
-  void* value = required(std::calloc(1, variable.size));
-  if (variable.initial_value) std::memcpy(value, variable.initial_value, variable.size);
-  return value;
+size_t offset_of(Variable& variable) {
+  const size_t room = (variable.size + kAlignment - 1) / kAlignment * kAlignment;
+  const size_t end = variable.end.load();
+  return (end != 0 ? end : place(variable, room)) - room;
 }
 
 }  // namespace
@@ -80,6 +78,8 @@ bool open_module_runtime() {
   return slot != FLS_OUT_OF_INDEXES;
 }
 
+bool prepare_thread() { return storage_of_this_thread() != nullptr; }
+
 void close_module_runtime() {
   FlsFree(slot);
   __gnu_cxx::__freeres();
@@ -88,7 +88,7 @@ void close_module_runtime() {
 }  // namespace velm
 
 extern "C" void* __emutls_get_address(velm::Variable* variable) {
-  void*& value = velm::storage_of_this_thread().values[velm::number_of(*variable) - 1];
-  if (!value) value = velm::value_of(*variable);
-  return value;
+  void* storage = velm::storage_of_this_thread();
+  if (!storage) std::abort();
+  return static_cast<char*>(storage) + velm::offset_of(*variable);
 }

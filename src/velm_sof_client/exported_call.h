@@ -8,6 +8,7 @@
 #include <type_traits>
 
 #include "basekit/basic/log.h"
+#include "runtime/module_runtime.h"
 #include "velm_sof_client.h"
 
 namespace velm {
@@ -29,6 +30,7 @@ struct CallFailure {
 // with which it failed.
 template <std::invocable Body>
 uint32_t exported_call(Body&& body) noexcept {
+  if (!prepare_thread()) return SOR_MEMORYERR;
   try {
     if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
       body();

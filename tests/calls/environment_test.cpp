@@ -211,6 +211,44 @@ TEST_F(Environment, GenRandomsCapacityWrapsAt32BitsAndNeverFallsBelow256) {
   EXPECT_TRUE(buffer.untouched());
 }
 
+// What a thread needs to report a failure, it takes before anything else.
+TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
+  const auto first_call_of_a_thread = [&] {
+    uint32_t code = 0;
+    std::thread([&] { code = library.SOF_GenRandom(1, nullptr); }).join();
+    return code;
+  };
+  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "the first log line takes memory too";
+  AllocationFaults memory(library.module());
+  memory.fail_at(2);
+  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "which takes the exception from the reserve";
+  EXPECT_TRUE(memory.has_failed());
+  for (const auto& [first_failing, expected] : {std::pair{1u, SOR_MEMORYERR}, {2u, SOR_NULLPOINTERERR}}) {
+    memory.restart();
+    memory.fail_from(first_failing);
+    EXPECT_EQ(first_call_of_a_thread(), expected) << first_failing;
+    EXPECT_TRUE(memory.has_failed());
+    EXPECT_EQ(memory.outstanding(), 0u);
+  }
+}
+
+TEST_F(Environment, NoMemoryFromSomePointOnIsReported) {
+  service.responds([](const Request&) { return json(R"({"ErrorCode":"0","Result":{"RandomData":"AAAA"}})"); });
+  library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first call on
+  AllocationFaults memory(library.module());
+  memory.fail_at(1);
+  library.SOF_GenRandom(1, nullptr);  // the reserve for exceptions has a lock, which allocates once a process
+  uint8_t random[3];
+  for (size_t nth = 1;; ++nth) {
+    memory.restart();
+    memory.fail_from(nth);
+    const uint32_t code = library.SOF_GenRandom(3, random);
+    if (!memory.has_failed()) break;
+    EXPECT_TRUE(code == SOR_MEMORYERR || code == SOR_JSONPARSEERR) << nth << std::hex << code;
+    EXPECT_EQ(memory.outstanding(), 0u) << nth;
+  }
+}
+
 TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
   const std::string answer = R"({"ErrorCode":"0","Result":{"Version":"1","RandomData":"AAAA"}})";
   char version[128];
@@ -222,7 +260,7 @@ TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
       [&] { return library.SOF_GenRandom(3, random); },
   };
   service.responds([&](const Request&) { return json(answer); });
-  library.SOF_GenRandom(3, nullptr);  // what the runtime keeps for a thread from its first exception on
+  library.SOF_GenRandom(3, nullptr);  // what the runtime keeps for a thread from its first call on
   AllocationFaults memory(library.module());
   for (const auto& call : calls) {
     memory.restart();

@@ -305,7 +305,7 @@ TEST_P(ServiceFailure, ASuccessWithoutAReadableResultHasNoOutput) {
 TEST_P(ServiceFailure, EachAllocationMayFail) {
   constexpr size_t kReadBuffer = 1'048'576;
   service.responds([](const Request&) { return Answer(success_body(GetParam())); });
-  library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first exception on
+  library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first call on
   AllocationFaults memory(library.module());
   {
     const MadeCall made = make_call();

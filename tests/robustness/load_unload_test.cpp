@@ -6,6 +6,7 @@
 #include <latch>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "inc/velm_sof_client.h"
 #include "robustness/loaded_library.h"
@@ -48,6 +49,20 @@ void use_on_a_thread_that_lives_on() {
   user.join();
 }
 
+// More threads than processors come to their first failure together.
+void use_on_many_threads_at_once() {
+  constexpr int kThreads = 32;
+  const LoadedLibrary library;
+  std::latch together(kThreads);
+  std::vector<std::jthread> users;
+  for (int i = 0; i < kThreads; ++i) {
+    users.emplace_back([&] {
+      together.arrive_and_wait();
+      EXPECT_EQ(failing_call(library), SOR_NULLPOINTERERR);
+    });
+  }
+}
+
 struct Row {
   const char* name;
   void (*use)();
@@ -75,7 +90,8 @@ TEST_P(LoadUnload, LeavesNothing) {
 
 constexpr Row kRows[] = {{"OnThisThread", use_on_this_thread, 1000},
                          {"OnAThreadThatEndsBefore", use_on_a_thread_that_ends_before, 100},
-                         {"OnAThreadThatLivesOn", use_on_a_thread_that_lives_on, 100}};
+                         {"OnAThreadThatLivesOn", use_on_a_thread_that_lives_on, 100},
+                         {"OnManyThreadsAtOnce", use_on_many_threads_at_once, 10}};
 
 INSTANTIATE_TEST_SUITE_P(Used, LoadUnload, testing::ValuesIn(kRows),
                          [](const auto& test) { return std::string(test.param.name); });

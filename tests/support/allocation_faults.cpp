@@ -17,12 +17,14 @@ struct AllocationFaults::Watch {
   size_t peak_bytes = 0;
   size_t fail_countdown = 0;
   bool has_failed = false;
+  bool fails_on = false;  // each allocation after the one that failed fails too
   std::vector<std::unique_ptr<ImportPatch>> patches;
 
-  // Whether this allocation is the one that fails.
+  // Whether this allocation is one that fails.
   bool fails(size_t size) {
     const std::lock_guard lock(mutex);
     sizes.push_back(size);
+    if (has_failed && fails_on) return true;
     if (fail_countdown == 0 || --fail_countdown > 0) return false;
     has_failed = true;
     return true;
@@ -103,10 +105,11 @@ void AllocationFaults::restart() {
   watch_->has_failed = false;
 }
 
-void AllocationFaults::fail_at(size_t nth) {
+void AllocationFaults::fail(size_t nth, bool fails_on) {
   const std::lock_guard lock(watch_->mutex);
   watch_->fail_countdown = nth;
   watch_->has_failed = false;
+  watch_->fails_on = fails_on;
 }
 
 bool AllocationFaults::has_failed() const {

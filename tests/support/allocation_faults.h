@@ -1,4 +1,5 @@
-// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail.
+// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail, or
+// all from one on.
 //
 //   AllocationFaults memory(library.module());
 //   library.SOF_Initialize();
@@ -28,8 +29,10 @@ class AllocationFaults {
   void restart();
 
   // The nth allocation from now, counted from 1, fails; 0: none does.
-  void fail_at(size_t nth);
-  bool has_failed() const;  // since fail_at
+  void fail_at(size_t nth) { fail(nth, false); }
+  // That one fails, and each after it.
+  void fail_from(size_t nth) { fail(nth, true); }
+  bool has_failed() const;  // since then
 
   std::vector<size_t> sizes() const;  // of every allocation since the last restart, in order
   size_t allocations() const { return sizes().size(); }
@@ -40,6 +43,8 @@ class AllocationFaults {
   struct Watch;  // what the replacements of the C runtime's functions share
 
  private:
+  void fail(size_t nth, bool fails_on);
+
   std::unique_ptr<Watch> watch_;
 };
 
