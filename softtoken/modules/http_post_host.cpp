@@ -10,11 +10,21 @@ Bytes http_post(const HttpPost& post) {
   client.set_connection_timeout(post.connect_timeout);
   client.set_read_timeout(post.answer_timeout);
   client.set_write_timeout(post.answer_timeout);
-  const auto result = client.Post(
-      post.path, reinterpret_cast<const char*>(post.body.data()), post.body.size(), post.content_type);
+  Bytes answer;
+  httplib::Request request;
+  request.method = "POST";
+  request.path = post.path;
+  request.body.assign(post.body.begin(), post.body.end());
+  request.set_header("Content-Type", post.content_type);
+  request.content_receiver = [&](const char* data, size_t size, uint64_t, uint64_t) {
+    if (size > kMaxHttpBody - answer.size()) return false;
+    answer.insert(answer.end(), data, data + size);
+    return true;
+  };
+  const auto result = client.send(request);
   if (result.error() == httplib::Error::ConnectionTimeout) throw SafError(kSafHttpTimeout);
   require_saf(result && result->status == 200, kSafHttpFailed);
-  return copy_of(as_bytes(result->body));
+  return answer;
 }
 
 }  // namespace velm::token

@@ -39,12 +39,12 @@ Bytes body_of(HINTERNET request) {
   Bytes body;
   while (true) {
     const size_t before = body.size();
-    require_saf(before <= kMaxHttpBody, kSafHttpFailed);
     body.resize(before + 64 * 1024);
     DWORD count = 0;
     require_http(
         WinHttpReadData(request, body.data() + before, static_cast<DWORD>(body.size() - before), &count));
     body.resize(before + count);
+    require_saf(body.size() <= kMaxHttpBody, kSafHttpFailed);
     if (count == 0) return body;
   }
 }
