@@ -1,12 +1,16 @@
 // Files through the library, on the token's modules and its service, for files.py, which says on standard
 // input what to do and measures others beside it. Each line of input is answered with a line "answer NUMBER",
 // among what the service prints:
-//   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT, hash INPUT    the seconds that the call took
-//   peak                                                             the most memory it has had, in MiB
+//   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT    the seconds that the call took
+//   hash INPUT                                           the same, and the value in hexadecimal
+//   peak                                                 the most memory it has had, in MiB
 #include <windows.h>
 #include <psapi.h>
 
+#include <array>
+#include <iomanip>
 #include <iostream>
+#include <span>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -24,6 +28,8 @@ constexpr const char* kPin = "12345678";
 constexpr uint32_t kByProvider = 1;  // the envelope type that leaves a file to the provider module
 constexpr uintptr_t kSm3 = 1;
 
+using HashValue = std::array<uint8_t, 32>;
+
 class Files {
  public:
   Files() {
@@ -35,34 +41,47 @@ class Files {
   }
 
   // Does what a line says; the answer to it.
-  double obey(std::istringstream line) const {
+  std::string obey(std::istringstream line) const {
     std::string command, input, output;
-    uint32_t method = 0;
     line >> command;
+    if (command == "peak") return std::to_string(peak_mebibytes());
+    uint32_t method = 0;
     if (command == "encrypt") line >> method;
     line >> input >> output;
-    uint32_t result = SOR_OK;
-    const double taken = velm::bench::seconds([&] {
-      if (command == "encrypt") result = encrypt(method, input, output);
-      if (command == "decrypt") result = SOF_DecryptFile(kContainer, input.c_str(), output.c_str());
-      if (command == "hash") result = hash(input);
-    });
-    require(result == SOR_OK, "the call fails");
-    return command == "peak" ? peak_mebibytes() : taken;
+    if (command == "encrypt") return seconds_of([&] { return encrypt(method, input, output); });
+    if (command == "decrypt") {
+      return seconds_of([&] { return SOF_DecryptFile(kContainer, input.c_str(), output.c_str()); });
+    }
+    require(command == "hash", "no such command");
+    HashValue value{};
+    return seconds_of([&] { return hash(input, value); }) + " " + hexadecimal(value);
   }
 
  private:
+  template <class Call>
+  static std::string seconds_of(const Call& call) {
+    uint32_t result = SOR_OK;
+    const double taken = velm::bench::seconds([&] { result = call(); });
+    require(result == SOR_OK, "the call fails");
+    return std::to_string(taken);
+  }
+
+  static std::string hexadecimal(std::span<const uint8_t> bytes) {
+    std::ostringstream text;
+    for (const uint8_t byte : bytes) text << std::hex << std::setw(2) << std::setfill('0') << unsigned{byte};
+    return text.str();
+  }
+
   uint32_t encrypt(uint32_t method, const std::string& input, const std::string& output) const {
     SOF_SetEncryptMethod(static_cast<int32_t>(method));
     return SOF_EncryptFile(certificate_.data(), static_cast<uint32_t>(certificate_.size()), input.c_str(),
                            output.c_str());
   }
 
-  static uint32_t hash(const std::string& input) {
-    uint8_t value[32];
-    uint32_t length = sizeof value;
+  static uint32_t hash(const std::string& input, HashValue& value) {
+    auto length = static_cast<uint32_t>(value.size());
     return SOF_Ext_HashFile(reinterpret_cast<const void*>(kSm3), nullptr, nullptr, nullptr, 0, input.c_str(),
-                            value, &length);
+                            value.data(), &length);
   }
 
   static double peak_mebibytes() {

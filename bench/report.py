@@ -97,9 +97,11 @@ def this_machine():
     system = first_match("/etc/os-release", r'^PRETTY_NAME="(.*)"$')
     wine = output_of(os.path.join(FOLDER, "..", "cmake", "run-under-wine"), "--version")
     openssl = " ".join(output_of("openssl", "version").split()[:2])
+    token_openssl = first_match(os.path.join(FOLDER, "..", "cmake", "third_party.sh"), r"^openssl_version=(.*)$")
     load = os.getloadavg()[1]
     return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, "
-            f"{memory:.0f} GiB of memory, load average {load:.1f};\n{system}, {wine}, {openssl} for comparison.")
+            f"{memory:.0f} GiB of memory, load average {load:.1f};\n"
+            f"{system}, {wine}; the token stands on OpenSSL {token_openssl}, and is compared with {openssl}.")
 
 
 def main():
