@@ -10,12 +10,18 @@ apt_private() {
     -o Dir::State::Lists="$state/lists" -o Dir::Cache="$state/cache" -o APT::Sandbox::User=root
 }
 
+# Nothing where apt has no lists yet.
+debian_mirror() {
+  apt-get indextargets --format '$(SITE) $(CODENAME)' 'Created-By: Packages' |
+    awk '$2 == "bookworm" && !found {print $1; found = 1}'
+}
+
 prepare_private_apt() {
   local state=$deps/apt mirror
   [ ! -f "$state/ready" ] || return 0
   mkdir -p "$state/lists/partial" "$state/cache/archives/partial"
-  mirror=$(apt-get indextargets --format '$(SITE) $(CODENAME)' 'Created-By: Packages' |
-    awk '$2 == "bookworm" {print $1; exit}')
+  mirror=$(debian_mirror)
+  [ -n "$mirror" ] || { apt-get update -qq && mirror=$(debian_mirror); }
   [ -n "$mirror" ] || fail "this machine's apt names no mirror of bookworm"
   local keys='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]'
   printf 'deb-src %s %s %s main\n' "$keys" "$mirror" bookworm "$keys" "$mirror" "$source_suite" >"$state/sources.list"
@@ -23,7 +29,14 @@ prepare_private_apt() {
   touch "$state/ready"
 }
 
+# offered_source NAME VERSION: the newest version of the source package that begins so, or nothing.
+offered_source() {
+  apt_private apt-cache showsrc --only-source "$1" | awk -v want="$2" '
+    $1 == "Version:" { v = $2; sub(/^[0-9]+:/, "", v); if (index(v, want) == 1) print $2 }' | sort -V | tail -1
+}
+
 # fetch_source NAME VERSION: unpacks the source package, of that upstream version, into $deps/src/NAME-VERSION.
+# Debian replaces some versions by later ones of the same series; where that has happened, the later one is taken.
 fetch_source() {
   local name=$1 version=$2 target=$deps/src/$1-$2 download=$deps/download/$1-$2
   [ ! -d "$target" ] || return 0
@@ -31,8 +44,15 @@ fetch_source() {
   echo "fetching $name $version"
   rm -rf "$download" && mkdir -p "$download" "$deps/src"
   local full
-  full=$(apt_private apt-cache showsrc --only-source "$name" | awk -v want="$version" '
-    $1 == "Version:" { v = $2; sub(/^[0-9]+:/, "", v); if (index(v, want) == 1) found = $2 } END { print found }')
+  full=$(offered_source "$name" "$version")
+  if [ -z "$full" ]; then
+    apt_private apt-get update -qq
+    full=$(offered_source "$name" "$version")
+  fi
+  if [ -z "$full" ]; then
+    full=$(offered_source "$name" "${version%.*}.")
+    [ -z "$full" ] || echo "$name $version is no longer offered; $full is taken"
+  fi
   [ -n "$full" ] || fail "the source package $name has no version $version"
   (cd "$download" && apt_private apt-get source -qq --download-only "$name=$full" >/dev/null &&
     dpkg-source --no-check -x ./*.dsc unpacked >/dev/null)
