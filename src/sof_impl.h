@@ -24,7 +24,8 @@ struct UserCertTable {
 };
 extern UserCertTable g_userCertTable;
 
-// Opens the application handle unless it is open. 0, or 0x0B000001 with the provider's code logged.
+// Opens the application handle unless it is open. 0, or 0x0B000001 with the provider's code logged. Callers
+// that go on all the same leave it to the provider what becomes of a null handle.
 uint32_t SI_Initialize();
 
 // The library's code for a provider code.

@@ -41,7 +41,7 @@ uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, u
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pSignedDataLen, "pSignedDataLen");
 
-    SI_Initialize();  // where it fails, the provider refuses the null handle
+    SI_Initialize();
 
     const uint32_t digest = digest_of_container(pszContainerName);
     if (digest == kNoDigest) {

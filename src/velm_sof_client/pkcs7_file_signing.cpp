@@ -145,7 +145,7 @@ uint32_t SOF_Ext_PKCS7_SignFile(uint32_t flag, const char* pszContainerName, con
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pOutDataLen, "pOutDataLen");
 
-    SI_Initialize();  // where it fails, the provider refuses the null handle
+    SI_Initialize();
     const FileContent data = data_to_sign(pszInFilePath);
     const auto certificate = signer_certificate(pszContainerName);
     const CertificateRecord record = parse_certificate(kFunction, certificate.content(), 17);

@@ -19,7 +19,7 @@ uint32_t SOF_SignDataXML(const char* pszContainerName, const uint8_t* pInData, u
 uint32_t SOF_VerifySignedDataXML(const uint8_t* pMessageData, uint32_t uMessageDataLen) {
   return exported_call([&] {
     require_pointer(pMessageData, "pMessageData");
-    SI_Initialize();  // where it fails, the provider refuses the null handle
+    SI_Initialize();
     check_provider("SAF_Ext_XMLVerify",
                    SAF_Ext_XMLVerify(g_hAppHandle.load(), 0, pMessageData, uMessageDataLen));
   });
@@ -52,7 +52,7 @@ uint32_t SOF_GetXMLSignatureInfo(const uint8_t* pSignedData, uint32_t uSignedDat
                                  uint8_t* pInfo, uint32_t* pInfoLen) {
   return exported_call([&] {
     require_pointer(pSignedData, "pSignedData");
-    SI_Initialize();  // where it fails, the provider refuses the null handle
+    SI_Initialize();
 
     const ByteView xml{pSignedData, uSignedDataLen};
     XmlItems items;
