@@ -49,14 +49,14 @@ FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) 
   if (std::strstr(container, "SCAN_CONTAINER")) {
     const uint32_t result = SI_ExportCertForScan(container, certificate.bytes, certificate.length);
     if (result != 0) {
-      LOG_FAILURE("SOF_Ext_PKCS7_SignFile, SI_ExportCertForScan, sof_rv = 0x%08X \n", result);
+      LOG_FAILURE("%s, SI_ExportCertForScan, sof_rv = 0x%08X \n", kFunction, result);
       fail(result);
     }
     return certificate;
   }
   const uint32_t result = SI_ExportUserCert(container, certificate.bytes, certificate.length);
   if (result != 0) {
-    LOG_FAILURE("SOF_Ext_PKCS7_SignFile->SI_ExportUserCert\n");
+    LOG_FAILURE("%s->SI_ExportUserCert\n", kFunction);
     fail(result);
   }
   return certificate;
@@ -67,7 +67,7 @@ bool is_windows_without_sha256() {
   OSVERSIONINFOEXW version{};
   version.dwOSVersionInfoSize = sizeof version;
   if (!GetVersionExW(reinterpret_cast<OSVERSIONINFOW*>(&version))) {
-    LOG_FAILURE("SOF_Ext_PKCS7_SignFile, GetVersionEx, 0x%08X \n", static_cast<unsigned>(GetLastError()));
+    LOG_FAILURE("%s, GetVersionEx, 0x%08X \n", kFunction, static_cast<unsigned>(GetLastError()));
     return false;
   }
   return version.dwMajorVersion == 5 && version.dwMinorVersion == 1 && version.wServicePackMajor == 2;
