@@ -1,4 +1,5 @@
 // The user's certificates, and questions about a certificate.
+#include "velm_sof_client/algorithm.h"
 #include "velm_sof_client/provider_call.h"
 #include "velm_sof_client/service_call.h"
 
@@ -95,9 +96,10 @@ uint32_t SOF_GetCertAlg(const uint8_t* pCert, uint32_t uCertLen, uint32_t* pAlgT
     require_pointer(pAlgType, "pAlgType");
     *pAlgType = 0;
 
-    constexpr uint32_t kTypeAndLength = 17, kRsa = 1, kRsa2048KeyBytes = 270;
-    const CertificateRecord record = parse_certificate("SOF_GetCertAlg", {pCert, uCertLen}, kTypeAndLength);
-    if (record.public_key_type != kRsa) {
+    constexpr uint32_t kRsa2048KeyBytes = 270;
+    const CertificateRecord record =
+        parse_certificate("SOF_GetCertAlg", {pCert, uCertLen}, kKeyTypeAndLength);
+    if (record.public_key_type != kRsaKey) {
       *pAlgType = 40;
     } else if (record.public_key_length == kRsa2048KeyBytes) {
       *pAlgType = 10;

@@ -74,7 +74,7 @@ uint32_t SOF_EncryptFile(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, 
 
     const ByteView certificate{pEncryptCert, uEncryptCertLen};
     // The method stays in force for later calls.
-    if (parse_certificate("SOF_EncryptFile", certificate, 1).public_key_type == kSm2Key) {
+    if (parse_certificate("SOF_EncryptFile", certificate, kKeyType).public_key_type == kSm2Key) {
       process_state.encrypt_method = kSm4Cbc;
     }
 

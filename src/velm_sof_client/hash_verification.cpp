@@ -47,7 +47,7 @@ uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLe
     require_pointer(pSignedData, "pSignedData");
 
     const CertificateRecord record =
-        parse_certificate("SOF_Ext_VerifySignedHash", {pSignCert, uSignCertLen}, 1);
+        parse_certificate("SOF_Ext_VerifySignedHash", {pSignCert, uSignCertLen}, kKeyType);
     if (record.public_key_type == kRsaKey) {
       const uint32_t digest = digest_of_hash_length(uiHashedDataLen);
       if (digest == kNoDigest) {

@@ -148,7 +148,7 @@ uint32_t SOF_Ext_PKCS7_SignFile(uint32_t flag, const char* pszContainerName, con
     SI_Initialize();
     const FileContent data = data_to_sign(pszInFilePath);
     const auto certificate = signer_certificate(pszContainerName);
-    const CertificateRecord record = parse_certificate(kFunction, certificate.content(), 17);
+    const CertificateRecord record = parse_certificate(kFunction, certificate.content(), kKeyTypeAndLength);
 
     const Signing signing{
         pszContainerName, certificate.content(), {data.data(), data.length}, pOutData, pOutDataLen};

@@ -60,12 +60,15 @@ inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_
   return {std::move(bytes), granted, uint64_t{granted} + kBytesBeyondCapacity};
 }
 
-// What the crypto module tells of a certificate. `mode`: 1 for the type of the public key, 17 for its length
-// too.
-inline CertificateRecord parse_certificate(const char* function, ByteView certificate, uint32_t mode,
+// What the crypto module is asked about a certificate's public key.
+enum CertificateQuestion : uint32_t { kKeyType = 1, kKeyTypeAndLength = 17 };
+
+inline CertificateRecord parse_certificate(const char* function, ByteView certificate,
+                                           CertificateQuestion question,
                                            CallSite site = CallSite::current()) {
   CertificateRecord record{};
-  const int32_t result = VELM_Openssl_ParseCertInfo(certificate.data, certificate.length, mode, 0, &record);
+  const int32_t result =
+      VELM_Openssl_ParseCertInfo(certificate.data, certificate.length, question, 0, &record);
   if (result != 0) {
     log::write(client_unit, log::kError, line_of(site), "%s, VELM_Openssl_ParseCertInfo goa_rv=%d\n",
                function, result);
