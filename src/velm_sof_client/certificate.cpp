@@ -9,9 +9,11 @@ namespace {
 
 constexpr uint32_t kCertificateSizeAnswer = 2048;
 
-// Fetches a container's certificate into the caller's buffer.
+// Fetches a container's certificate into the caller's buffer, or sizes it when there is none.
 void export_certificate(const char* function, FunctionNumber number, const char* container_name,
                         uint8_t* certificate, uint32_t* certificate_length) {
+  if (!certificate) return store(certificate_length, kCertificateSizeAnswer);
+
   JsonCall call{function, 4096};
   call.post(R"({"funcid":%d,"ContainerName":"%s"})", {number, container_name});
   call.deliver_base64(call.result().member("UserCert"), certificate, certificate_length);
@@ -24,10 +26,6 @@ uint32_t SOF_ExportUserCert(const char* pszContainerName, uint8_t* pCertData, ui
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pCertDataLen, "pCertDataLen");
     LOG_ENTRY("SOF_ExportUserCert [%s]\n", pszContainerName);
-    if (!pCertData) {
-      *pCertDataLen = kCertificateSizeAnswer;
-      return;
-    }
     export_certificate("SOF_ExportUserCert", FunctionNumber::ExportUserCert, pszContainerName,
                        pCertData, pCertDataLen);
   });
@@ -39,10 +37,6 @@ uint32_t SOF_ExportExChangeUserCert(const char* pszContainerName, uint8_t* pCert
     LOG_ENTRY("SOF_ExportExChangeUserCert [%s]\n", or_NULL(pszContainerName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pCertDataLen, "pCertDataLen");
-    if (!pCertData) {
-      *pCertDataLen = kCertificateSizeAnswer;
-      return;
-    }
     export_certificate("SOF_ExportExChangeUserCert", FunctionNumber::ExportExChangeUserCert, pszContainerName,
                        pCertData, pCertDataLen);
   });
