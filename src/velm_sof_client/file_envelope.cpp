@@ -109,6 +109,7 @@ uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath
     uint32_t result = SAF_Ext_DecodeEnvelopedFile(
         g_hAppHandle.load(), pszContainerName, text_length(pszContainerName), 1, 1, input_path.c_str(),
         text_length(input_path.c_str()), output_path.c_str(), text_length(output_path.c_str()));
+    // Whichever of the two calls fails, the line carries the name of the first.
     if (result == kOpenInMemory) result = decrypt_in_memory(pszContainerName, input_path, output_path);
     check_provider("SAF_Ext_DecodeEnvelopedFile", result);
   });
