@@ -131,7 +131,7 @@ TEST_F(FileEnvelopeTest, DecryptNullPointers) {
 TEST_F(FileEnvelopeTest, SetEnvelopeTypeTakesEveryValue) {
   for (const uint32_t type : {0u, 1u, 2u, 3u, 0xFFFFFFFFu}) {
     EXPECT_EQ(library.SOF_Ext_SetEnvelopType(type), SOR_OK);
-    EXPECT_EQ(new_lines(), Lines{print("SOF_Ext_SetEnvelopType lEnvType=%u", type)});
+    EXPECT_EQ(new_lines(), Lines{entry_line(print("SOF_Ext_SetEnvelopType lEnvType=%u", type))});
   }
 }
 
@@ -142,7 +142,8 @@ TEST_F(FileEnvelopeTest, TheCertificateIsParsedForItsKeyType) {
   EXPECT_EQ(encrypt(), 0x0B000443u);
   const auto parsed = STANDIN(VELM_Openssl_ParseCertInfo).calls().at(0);
   EXPECT_EQ(parsed, std::tuple(kCertificate, kCertificateLength, 1u, 0u, std::get<4>(parsed)));
-  EXPECT_EQ(new_lines(), (Lines{encrypt_entry(), "SOF_EncryptFile, VELM_Openssl_ParseCertInfo goa_rv=-3"}));
+  EXPECT_EQ(new_lines(), (Lines{entry_line(encrypt_entry()),
+                                "SOF_EncryptFile, VELM_Openssl_ParseCertInfo goa_rv=-3"}));
 }
 
 TEST_F(FileEnvelopeTest, AnSm2CertificateSetsTheEncryptMethodForGood) {
@@ -191,7 +192,7 @@ TEST_F(FileEnvelopeTest, AnyOtherTypeGoesToTheProvider) {
     const size_t before = STANDIN(SAF_Ext_EncodeEnvelopedFile).count();
     EXPECT_EQ(encrypt(), SOR_OK);  // though there is no such file
     EXPECT_EQ(STANDIN(SAF_Ext_EncodeEnvelopedFile).count(), before + 1);
-    EXPECT_EQ(new_lines(), Lines{encrypt_entry()});
+    EXPECT_EQ(new_lines(), Lines{entry_line(encrypt_entry())});
   };
   for (const uint32_t type : {0u, 1u, 3u, 0xFFFFFFFFu}) expect_provider_call(type, nullptr, 0x2002);
   EXPECT_THAT(standins.call_log("SAF_Initialize"), testing::IsEmpty());
@@ -222,8 +223,9 @@ TEST_F(FileEnvelopeTest, EncryptsInMemoryByDefault) {
     EXPECT_EQ(service.take_request().body, encrypt_request(content));
     EXPECT_EQ(read(out), "envelope");
     EXPECT_EQ(new_lines(),
-              (Lines{encrypt_entry(), print("SOF_EncryptData uEncryptCertLen=11 uPlainDataLen=%u",
-                                            static_cast<uint32_t>(content.size()))}));
+              (Lines{entry_line(encrypt_entry()),
+                     entry_line(print("SOF_EncryptData uEncryptCertLen=11 uPlainDataLen=%u",
+                                      static_cast<uint32_t>(content.size())))}));
   }
   EXPECT_THAT(standins.call_log("SAF_"), testing::IsEmpty());
 }
@@ -284,7 +286,7 @@ TEST_F(FileEnvelopeTest, DecryptsThroughTheProvider) {
           return 0u;
         });
     EXPECT_EQ(decrypt(), SOR_OK);
-    EXPECT_EQ(new_lines(), Lines{decrypt_entry()});
+    EXPECT_EQ(new_lines(), Lines{entry_line(decrypt_entry())});
     EXPECT_THAT(standins.call_log(), testing::ElementsAre("SAF_Ext_DecodeEnvelopedFile"));
     open_handle();
   }
@@ -314,10 +316,9 @@ TEST_F(FileEnvelopeTest, DecryptsInMemoryWhenTheProviderSaysSo) {
       });
   EXPECT_EQ(decrypt(), SOR_OK);
   EXPECT_EQ(read(out), "plain");
-  EXPECT_EQ(new_lines(), (Lines{decrypt_entry(), "out_file_data.length2= 5"}));
+  EXPECT_EQ(new_lines(), (Lines{entry_line(decrypt_entry()), "out_file_data.length2= 5"}));
   EXPECT_THAT(standins.call_log(),
               testing::ElementsAre("SAF_Ext_DecodeEnvelopedFile", "SAF_Ext_CMS_DecodeEnvelopedData"));
-  EXPECT_EQ(log.errors(), Lines{"out_file_data.length2= 5"});
 }
 
 TEST_F(FileEnvelopeTest, AnEnvelopeOfNothingMakesAnEmptyFile) {
@@ -345,7 +346,8 @@ TEST_F(FileEnvelopeTest, AFailingDecodeInMemoryIsLoggedAsTheFirstOne) {
     const size_t before = STANDIN(SAF_Ext_CMS_DecodeEnvelopedData).count();
     EXPECT_EQ(decrypt(), mapped);
     EXPECT_EQ(STANDIN(SAF_Ext_CMS_DecodeEnvelopedData).count(), before + 1);
-    EXPECT_EQ(new_lines(), (Lines{decrypt_entry(), print("\"SAF_Ext_DecodeEnvelopedFile\" 0x%08X ", code)}));
+    EXPECT_EQ(new_lines(), (Lines{entry_line(decrypt_entry()),
+                                  print("\"SAF_Ext_DecodeEnvelopedFile\" 0x%08X ", code)}));
   }
   EXPECT_FALSE(exists(out));
 }
@@ -361,7 +363,7 @@ TEST_F(FileEnvelopeTest, ALengthBeyondTheBufferIsNotBelieved) {
       });
   EXPECT_EQ(decrypt(), SOR_OK);
   EXPECT_TRUE(read(out) == std::string(8 + kMiB, 'p'));
-  EXPECT_EQ(new_lines(), (Lines{decrypt_entry(), "out_file_data.length2= -1"}));
+  EXPECT_EQ(new_lines(), (Lines{entry_line(decrypt_entry()), "out_file_data.length2= -1"}));
 }
 
 // ---- Files that cannot be used: both directions, each with its texts

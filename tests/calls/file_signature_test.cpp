@@ -97,8 +97,9 @@ TEST_F(FileSignature, AContainerWithoutMarkerSignsNothingAndSucceeds) {
   for (const std::string container : {"", "sm2", "RSA_4096", "SCAN", "SM 2", "RSA-1024"}) {
     SCOPED_TRACE(container);
     EXPECT_EQ(balanced([&] { return sign_file(container.c_str()).run(); }), 0u);
-    EXPECT_THAT(new_lines(), ElementsAre("SOF_SignFile [" + container + "] pszInFilePath=[a file]",
-                                         "ContainerName error: sContainerName=" + container));
+    EXPECT_THAT(new_lines(),
+                ElementsAre(entry_line("SOF_SignFile [" + container + "] pszInFilePath=[a file]"),
+                            "ContainerName error: sContainerName=" + container));
   }
   EXPECT_EQ(length, 64u);
   EXPECT_TRUE(output.untouched());

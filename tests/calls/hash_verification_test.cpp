@@ -44,7 +44,8 @@ class VerifySignedMessage : public SigningTest {
   // The lines of the last call behind its entry line.
   Lines failures() {
     Lines lines = new_lines();
-    EXPECT_EQ(lines.at(0), "SOF_Ext_VerifySignedMessage uMessageDataLen=11 uiHashedDataLen=32");
+    EXPECT_EQ(lines.at(0),
+              entry_line("SOF_Ext_VerifySignedMessage uMessageDataLen=11 uiHashedDataLen=32"));
     lines.erase(lines.begin());
     return lines;
   }

@@ -37,6 +37,15 @@ inline uint32_t low_half(const void* pointer) {
 
 inline std::string or_NULL(const char* text) { return text ? text : "NULL"; }
 
+// A logged line as the tests of these calls have it: that of a failure as it stands, every other one marked
+// with its level.
+inline std::string entry_line(const std::string& message) { return "(information) " + message; }
+inline std::string with_level(const LogEntry& entry) {
+  if (entry.level == Level::kError) return entry.message;
+  if (entry.level == Level::kInformation) return entry_line(entry.message);
+  return "(another level) " + entry.message;
+}
+
 // An exported function and one set of arguments that it accepts. `entry` gives its entry line for any
 // arguments, the empty text where it writes none; `checked` names the arguments that it checks for null, null
 // for the others.
@@ -55,7 +64,7 @@ struct Call {
 
   Lines entry_lines(const Values& values) const {
     const std::string line = entry ? std::apply(entry, values) : std::string();
-    return line.empty() ? Lines{} : Lines{line};
+    return line.empty() ? Lines{} : Lines{entry_line(line)};
   }
 };
 
@@ -89,11 +98,11 @@ class ProviderTest : public testing::Test {
 
   ProviderTest() { new_lines(); }
 
-  // The messages since the last time.
+  // The lines since the last time, by with_level().
   Lines new_lines() {
-    Lines all = log.messages();
-    Lines fresh(all.begin() + static_cast<ptrdiff_t>(seen_), all.end());
-    seen_ = all.size();
+    const std::vector<LogEntry> all = log.entries();
+    Lines fresh;
+    for (; seen_ < all.size(); ++seen_) fresh.push_back(with_level(all[seen_]));
     return fresh;
   }
 

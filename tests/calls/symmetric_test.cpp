@@ -45,8 +45,9 @@ class SymmetricTest : public ProviderTest, public testing::WithParamInterface<Di
         {0x402u, 5u, kIv, kKey, 16u, kData, 4u, output.data(), &length});
   }
 
-  std::string entry_line() const {
-    return print("%s uSymmAlg=0x00000402 uPaddingMode=5 uSymmKeyLen=16 uInDataLen=4", GetParam().function);
+  std::string entry() const {
+    return entry_line(print("%s uSymmAlg=0x00000402 uPaddingMode=5 uSymmKeyLen=16 uInDataLen=4",
+                            GetParam().function));
   }
 
   // The module makes a context, and the operation writes "result".
@@ -92,7 +93,7 @@ TEST_P(SymmetricTest, HandsOnEverythingInOrder) {
   EXPECT_EQ(output.bytes(6), "result");
   EXPECT_TRUE(output.untouched(6));
   EXPECT_EQ(length, 6u);
-  EXPECT_EQ(new_lines(), Lines{entry_line()});
+  EXPECT_EQ(new_lines(), Lines{entry()});
 }
 
 TEST_P(SymmetricTest, TheOutputLengthGoesInAsZero) {
@@ -152,9 +153,9 @@ TEST_P(SymmetricTest, NoContext) {
   EXPECT_EQ(call().run(), 0x0B000201u);
   EXPECT_THAT(standins.call_log(), testing::ElementsAre("VELM_Openssl_SymmAcquireContext"));
   EXPECT_EQ(new_lines(),
-            (Lines{entry_line(), print("%s->VELM_Openssl_SymmAcquireContext goa_rv=-7 uSymmAlg=0x00000402 "
-                                       "uPaddingMode=5 pIV=0x%08X uSymmKeyLen=16 uInDataLen=4",
-                                       GetParam().function, low_half(kIv))}));
+            (Lines{entry(), print("%s->VELM_Openssl_SymmAcquireContext goa_rv=-7 uSymmAlg=0x00000402 "
+                                  "uPaddingMode=5 pIV=0x%08X uSymmKeyLen=16 uInDataLen=4",
+                                  GetParam().function, low_half(kIv))}));
   EXPECT_TRUE(output.untouched());
   EXPECT_EQ(length, 0xAAAAAAAA);
   expect_balance(call());
@@ -171,9 +172,9 @@ TEST_P(SymmetricTest, TheOperationFails) {
   EXPECT_EQ(call().run(), 0x0B000001u);
   EXPECT_EQ(STANDIN(VELM_Openssl_SymmReleaseCtx).calls(), std::vector{std::tuple(kContext)});
   EXPECT_EQ(new_lines(),
-            (Lines{entry_line(), print("%s->%s goa_rv=2147483647 uSymmAlg=0x00000402 uPaddingMode=5 "
-                                       "uSymmKeyLen=16 uInDataLen=4",
-                                       GetParam().function, GetParam().operation)}));
+            (Lines{entry(), print("%s->%s goa_rv=2147483647 uSymmAlg=0x00000402 uPaddingMode=5 "
+                                  "uSymmKeyLen=16 uInDataLen=4",
+                                  GetParam().function, GetParam().operation)}));
   EXPECT_EQ(length, 0xAAAAAAAA);
   expect_balance(call());
 }
