@@ -2,6 +2,7 @@
 // checks that hold for every one of them.
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <functional>
@@ -120,8 +121,8 @@ class ProviderTest : public testing::Test {
   }
 
   // Each checked pointer null by itself is refused under its name, without a call of a module; each other
-  // null pointer gets as far as a call with all pointers given. With all of them null, the first checked one
-  // counts.
+  // null pointer gets as far as a call with all pointers given. With all from one on null, the first checked
+  // one among them counts.
   template <class... Arguments>
   void expect_null_checks(const Call<Arguments...>& call) {
     for_each_pointer(call.arguments, [&](auto position) {
@@ -130,13 +131,14 @@ class ProviderTest : public testing::Test {
       std::get<position>(values) = nullptr;
       expect_refused_at(call, values, call.checked[position]);
     });
-    auto values = call.arguments;
-    for_each_pointer(call.arguments, [&](auto position) { std::get<position>(values) = nullptr; });
-    for (const char* name : call.checked) {
-      if (!name) continue;
-      SCOPED_TRACE("all arguments are null");
-      expect_refused_at(call, values, name);
-      break;
+    for (size_t first = 0; first < call.checked.size(); ++first) {
+      SCOPED_TRACE(print("all arguments from %u on are null", static_cast<unsigned>(first)));
+      auto values = call.arguments;
+      for_each_pointer(call.arguments, [&](auto position) {
+        if (position >= first) std::get<position>(values) = nullptr;
+      });
+      const auto checked = std::find_if(call.checked.begin() + first, call.checked.end(), std::identity());
+      expect_refused_at(call, values, checked == call.checked.end() ? nullptr : *checked);
     }
   }
 
