@@ -6,13 +6,9 @@ namespace {
 
 class DeviceStorageTest : public ProviderTest {
  protected:
-  // With the application handle as it is at first, null, and once it is open.
   template <class... Arguments, class Provider, class Handed>
   void expect_call(const Call<Arguments...>& call, Provider& provider, const char* name, Handed handed) {
-    expect_pass_through(call, provider, name, handed);
-    EXPECT_THAT(standins.call_log("SAF_Initialize"), testing::IsEmpty());
-    open_handle();
-    expect_handed(call, provider, handed);
+    expect_pass_through_unopened(call, provider, name, handed);
     EXPECT_TRUE(output.untouched());
     EXPECT_EQ(length, 64u);
   }

@@ -219,6 +219,16 @@ class ProviderTest : public testing::Test {
     provider.returns(0);
   }
 
+  // The same for a call that leaves the application handle as it is: null at first, and then open.
+  template <class... Arguments, class Provider, class Handed>
+  void expect_pass_through_unopened(const Call<Arguments...>& call, Provider& provider,
+                                    const char* logged_name, Handed handed) {
+    expect_pass_through(call, provider, logged_name, handed);
+    EXPECT_THAT(standins.call_log("SAF_Initialize"), testing::IsEmpty());
+    open_handle();
+    expect_handed(call, provider, handed);
+  }
+
   Standins standins;
   ClientLibrary library{Marker::kPresent};
   LogReader log;

@@ -18,7 +18,7 @@ class TimeStampTest : public ProviderTest {
 constexpr auto kNoEntry = nullptr;
 
 TEST_F(TimeStampTest, GetTime) {
-  expect_pass_through(
+  expect_pass_through_unopened(
       call_of(library.SOF_Ext_TspGetTime, kNoEntry, {nullptr, "pulTimeLen"}, {output.data(), &length}),
       STANDIN(SAF_Ext_TspGetTime), "SAF_Ext_TspGetTime",
       [](uint8_t* time, uint32_t* time_length) { return std::tuple(time, time_length); });
@@ -34,9 +34,7 @@ TEST_F(TimeStampTest, GetStamp) {
                              uint32_t* stamp_length) {
     return std::tuple(handle, name, 1u, data, data_length, stamp, stamp_length);
   };
-  expect_pass_through(call, STANDIN(SAF_Ext_TspGetStamp), "SAF_Ext_TspGetStamp", handed);
-  open_handle();
-  expect_handed(call, STANDIN(SAF_Ext_TspGetStamp), handed);
+  expect_pass_through_unopened(call, STANDIN(SAF_Ext_TspGetStamp), "SAF_Ext_TspGetStamp", handed);
 }
 
 TEST_F(TimeStampTest, GetFileStamp) {
@@ -47,9 +45,7 @@ TEST_F(TimeStampTest, GetFileStamp) {
                              uint32_t* stamp_length) {
     return std::tuple(handle, name, 9u, file, file_length, stamp, stamp_length);
   };
-  expect_pass_through(call, STANDIN(SAF_Ext_TspGetFileStamp), "SAF_Ext_TspGetFileStamp", handed);
-  open_handle();
-  expect_handed(call, STANDIN(SAF_Ext_TspGetFileStamp), handed);
+  expect_pass_through_unopened(call, STANDIN(SAF_Ext_TspGetFileStamp), "SAF_Ext_TspGetFileStamp", handed);
 }
 
 // The application handle never goes along, open or not.
@@ -65,9 +61,7 @@ TEST_F(TimeStampTest, VerifyStamp) {
       call_of(library.SOF_Ext_TspVerifyStamp, kNoEntry,
               {"pucInData", nullptr, "pucStamp", nullptr, "pucTsaCert", nullptr, nullptr, "pulTimeInfoLen"},
               {kData, 4u, kStamp, 5u, kCertificate, 11u, output.data(), &length});
-  expect_pass_through(call, STANDIN(SAF_Ext_TspVerifyStamp), "SAF_Ext_TspVerifyStamp", kUnchanged);
-  open_handle();
-  expect_handed(call, STANDIN(SAF_Ext_TspVerifyStamp), kUnchanged);
+  expect_pass_through_unopened(call, STANDIN(SAF_Ext_TspVerifyStamp), "SAF_Ext_TspVerifyStamp", kUnchanged);
 }
 
 TEST_F(TimeStampTest, VerifyFileStamp) {
@@ -75,9 +69,8 @@ TEST_F(TimeStampTest, VerifyFileStamp) {
       call_of(library.SOF_Ext_TspVerifyFileStamp, kNoEntry,
               {"pucInFile", nullptr, "pucStamp", nullptr, "pucTsaCert", nullptr, nullptr, "pulTimeInfoLen"},
               {kData, 4u, kStamp, 5u, kCertificate, 11u, output.data(), &length});
-  expect_pass_through(call, STANDIN(SAF_Ext_TspVerifyFileStamp), "SAF_Ext_TspVerifyFileStamp", kUnchanged);
-  open_handle();
-  expect_handed(call, STANDIN(SAF_Ext_TspVerifyFileStamp), kUnchanged);
+  expect_pass_through_unopened(call, STANDIN(SAF_Ext_TspVerifyFileStamp), "SAF_Ext_TspVerifyFileStamp",
+                               kUnchanged);
 }
 
 TEST_F(TimeStampTest, OutputsComeStraightFromTheProvider) {
