@@ -98,8 +98,7 @@ class OpeningTimeStampTest : public TimeStampTest {
                            Handed handed) {
     expect_success_while_closed(call, provider);
     expect_null_checks_come_first(call);
-
-    open_handle();
+    expect_opening(call, provider, provider_name);
     expect_pass_through(call, provider, provider_name, handed);
     EXPECT_EQ(STANDIN(SAF_Initialize).count(), 0u);
   }
@@ -131,19 +130,23 @@ class OpeningTimeStampTest : public TimeStampTest {
     EXPECT_EQ(STANDIN(SAF_Initialize).count(), 0u);
     new_lines();
   }
-};
 
-TEST_F(OpeningTimeStampTest, OpensTheHandleOnce) {
-  STANDIN(SAF_Initialize).plays([](void** application, const char* path) {
-    EXPECT_EQ(text(path), "saf_config.dat");
-    *application = open_application();
-    return 0u;
-  });
-  for (int i = 0; i < 3; ++i) EXPECT_EQ(library.SOF_Ext_GM_Tsp_GetTime(output.data(), &length), SOR_OK);
-  EXPECT_THAT(standins.call_log(), testing::ElementsAre("SAF_Initialize", "SAF_Ext_GM_Tsp_GetTime",
-                                                        "SAF_Ext_GM_Tsp_GetTime", "SAF_Ext_GM_Tsp_GetTime"));
-  EXPECT_EQ(new_lines(), Lines{});
-}
+  // The handle that the call opens goes along in it.
+  template <class... Arguments, class Provider>
+  void expect_opening(const Call<Arguments...>& call, Provider& provider, const char* provider_name) {
+    STANDIN(SAF_Initialize).plays([](void** application, const char* path) {
+      EXPECT_EQ(text(path), "saf_config.dat");
+      *application = open_application();
+      return 0u;
+    });
+    EXPECT_EQ(call.run(), SOR_OK);
+    EXPECT_THAT(standins.call_log(), testing::ElementsAre("SAF_Initialize", provider_name));
+    EXPECT_EQ(std::get<0>(provider.calls().at(0)), open_application());
+    EXPECT_EQ(new_lines(), Lines{});
+    handle = open_application();
+    standins.reset();
+  }
+};
 
 TEST_F(OpeningTimeStampTest, GetTime) {
   expect_opening_call(
