@@ -377,6 +377,15 @@ class DetachedSigning : public Pkcs7FileSigning {
     file.write("dGhlIGNvbnRlbnQ=");
     new_lines();
   }
+
+  // Whether what is signed is what the file's text encodes, rather than the text.
+  bool decodes() {
+    encoded.clear();
+    EXPECT_EQ(sign(0), 0u);
+    const std::string data = encoded.empty() ? "nothing" : encoded.back().data;
+    EXPECT_THAT(data, testing::AnyOf("dGhlIGNvbnRlbnQ=", "the content"));
+    return data == "the content";
+  }
 };
 
 TEST_F(DetachedSigning, TheFileIsDecodedFirst) {
@@ -393,19 +402,42 @@ TEST_F(DetachedSigning, TheFileIsDecodedFirst) {
 }
 
 TEST_F(DetachedSigning, AnotherSignMethodTakesTheFileAsItIs) {
-  library.SOF_SetSignMethod(0);
-  EXPECT_EQ(sign(0), 0u);
-  EXPECT_EQ(encoded.at(0).data, "dGhlIGNvbnRlbnQ=");
-  EXPECT_EQ(STANDIN(SAF_Base64_Decode).count(), 0u);
+  for (const int32_t method : {0, 1, 0x11, 0x110, -1}) {
+    SCOPED_TRACE(print("0x%X", static_cast<unsigned>(method)));
+    library.SOF_SetSignMethod(16);
+    EXPECT_TRUE(decodes());
+    library.SOF_SetSignMethod(method);
+    EXPECT_FALSE(decodes());
+  }
 }
 
 TEST_F(DetachedSigning, TheEncryptMethodsBitCountsToo) {
-  library.SOF_SetEncryptMethod(0x2002);
-  EXPECT_EQ(sign(0), 0u);
-  EXPECT_EQ(encoded.back().data, "dGhlIGNvbnRlbnQ=");
-  library.SOF_SetEncryptMethod(0x2012);
-  EXPECT_EQ(sign(0), 0u);
-  EXPECT_EQ(encoded.back().data, "the content");
+  for (const int32_t method : {0x10, 0x11, 0x2012, -1}) {
+    SCOPED_TRACE(print("0x%X", static_cast<unsigned>(method)));
+    library.SOF_SetSignMethod(0);
+    EXPECT_FALSE(decodes());
+    library.SOF_SetEncryptMethod(method);
+    EXPECT_TRUE(decodes());
+  }
+  for (const int32_t method : {0, 1, 0x402, 0x2002, ~0x10}) {
+    SCOPED_TRACE(print("0x%X", static_cast<unsigned>(method)));
+    library.SOF_SetSignMethod(16);
+    library.SOF_SetEncryptMethod(method);
+    EXPECT_FALSE(decodes());
+  }
+}
+
+// The method that an SM2 certificate enforces is without the bit, which counts only when the caller sets it.
+TEST_F(DetachedSigning, AFileForAnSm2CertificateChangesNothing) {
+  library.SOF_Ext_SetEnvelopType(1);
+  STANDIN(VELM_Openssl_ParseCertInfo).plays([](auto, auto, auto, auto, void* record) {
+    static_cast<CertificateRecord*>(record)->public_key_type = 2;
+    return 0;
+  });
+  EXPECT_EQ(library.SOF_EncryptFile(GuardedBytes{"certificate"}.data(), 11, kPath, "out"), 0u);
+  EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x402u);
+  play_key(1, 270);
+  EXPECT_TRUE(decodes());
 }
 
 TEST_F(DetachedSigning, AHashValueIsDecodedToo) {
