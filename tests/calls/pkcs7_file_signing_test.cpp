@@ -368,6 +368,21 @@ TEST_F(Pkcs7FileSigning, NobodyElseAsksForTheWindowsVersion) {
   EXPECT_EQ(version_record_size, 0u);
 }
 
+TEST_F(Pkcs7FileSigning, TheFlagIsJudgedLast) {
+  expect_refused(0x0B01000E, "SOF_Ext_PKCS7_SignFile->xfile_get_size [there is no such file] -23", 3,
+                 kScanContainer, "there is no such file");
+  expect_refused(0x0B000310, "SOF_Ext_PKCS7_SignFile->SI_ExportUserCert", 3, "SM2");
+
+  const ImportPatch patch(library.module(), "kernel32.dll", "GetVersionExW", &play_version);
+  windows_version = {5, 1, 2, false};
+  EXPECT_EQ(sign(3, "PFX_SCAN_CONTAINER"), 0x0B000002u);
+  EXPECT_THAT(new_lines(), ElementsAre("SOF_Ext_PKCS7_SignFile, GetVersionEx, 0x0000007A ",
+                                       "not support flag 3 "));
+
+  STANDIN(VELM_Openssl_ParseCertInfo).returns(-3);
+  expect_refused(0x0B000443, "SOF_Ext_PKCS7_SignFile, VELM_Openssl_ParseCertInfo goa_rv=-3", 3);
+}
+
 // While signatures are detached, the file is base64 text.
 
 class DetachedSigning : public Pkcs7FileSigning {
