@@ -122,6 +122,17 @@ TEST_F(XmlSignature, EachTypeGivesItsItem) {
   EXPECT_THAT(new_lines(), IsEmpty());
 }
 
+TEST_F(XmlSignature, ReadingWithoutHandleGoesOn) {
+  STANDIN(SAF_Initialize).returns(0x02000005);
+  GuardedBuffer info{5};
+  uint32_t length = 0;
+  EXPECT_EQ(get_info(1, info.data(), &length), 0u);
+  EXPECT_EQ(info.bytes(length), "first");
+  EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Ext_XMLParse", "SAF_Ext_XMLParse"));
+  for (const auto& given : STANDIN(SAF_Ext_XMLParse).calls()) EXPECT_EQ(std::get<0>(given), nullptr);
+  EXPECT_THAT(new_lines(), ElementsAre("SI_Initialize -> SAF_Initialize, saf_rv = 0x02000005 "));
+}
+
 TEST_F(XmlSignature, TheSizeQueryParsesOnce) {
   for (uint32_t type = 1; type <= kItems; ++type) {
     uint32_t length = 0xAAAAAAAA;
