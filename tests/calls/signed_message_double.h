@@ -1,5 +1,5 @@
 // A signed message as the provider's decoders play it: sizes without buffers, contents with them. What was
-// asked of the decoders is kept, pass by pass.
+// asked of the decoders is kept, pass by pass. Whatever the provider is to write finds zeros in its place.
 #pragma once
 
 #include <cstdint>
@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "support/standins.h"
 
@@ -49,6 +51,10 @@ struct SignedMessageDouble {
         .plays([this](void*, const uint8_t*, uint32_t, uint32_t* flag, uint32_t* algorithm, uint8_t* encoding,
                       uint32_t* encoding_length, uint8_t* hash, uint32_t* hash_length) {
           attribute_capacities = {*encoding_length, *hash_length};
+          EXPECT_EQ(*flag, 0u);
+          EXPECT_EQ(*algorithm, 0u);
+          EXPECT_EQ(bytes(encoding, 4096), std::string(4096, '\0'));
+          EXPECT_EQ(bytes(hash, 128), std::string(128, '\0'));
           *flag = attribute_flag;
           *algorithm = attribute_digest;
           put(attributes, encoding, encoding_length, attributes_overstatement);
@@ -79,6 +85,12 @@ struct SignedMessageDouble {
                   const uint8_t* message, uint32_t message_length, uint8_t* certificate_out,
                   uint32_t* certificate_length, uint32_t* digest_out, uint8_t* content_out,
                   uint32_t* content_length, uint8_t* signature_out, uint32_t* signature_length) {
+    if (passes.empty()) {
+      EXPECT_EQ(*certificate_length, 0u);
+      EXPECT_EQ(*digest_out, 0u);
+      EXPECT_EQ(*content_length, 0u);
+      EXPECT_EQ(*signature_length, 0u);
+    }
     passes.push_back({decoder, application, bytes(message, message_length), certificate_out != nullptr,
                       content_out != nullptr, signature_out != nullptr, *certificate_length, *content_length,
                       *signature_length});

@@ -139,6 +139,7 @@ TEST_F(XmlSignature, TheSizeQueryParsesOnce) {
     EXPECT_EQ(get_info(type, nullptr, &length), 0u);
     EXPECT_EQ(length, items[type - 1].size());
     EXPECT_EQ(STANDIN(SAF_Ext_XMLParse).count(), type);
+    EXPECT_THAT(lengths_in, ElementsAre(0, 0, 0, 0, 0, 0));
     EXPECT_THAT(allocated, IsEmpty());
   }
 }
