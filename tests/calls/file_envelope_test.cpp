@@ -593,6 +593,8 @@ TEST_P(FileFailureTest, APathThatIsTooLongToConvert) {
     expect_refused(path, out, path);
     expect_refused(in, path, path);
   }
+  const std::string bad_input(8192, 'i'), bad_output(8192, 'o');
+  expect_refused(bad_input, bad_output, bad_input);
   EXPECT_THAT(standins.call_log("SAF_"), testing::IsEmpty());
 }
 
