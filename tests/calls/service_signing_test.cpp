@@ -54,9 +54,9 @@ Call verify_message(const std::string* data) {
   };
 }
 
-Call information(const std::string* message) {
+Call information(const std::string* message, uint32_t size = 64) {
   return [=](const ClientLibrary& library, uint8_t* output, uint32_t* length) {
-    return library.SOF_GetInfoFromSignedMessage(bytes_of(message), 64, -2, output, length);
+    return library.SOF_GetInfoFromSignedMessage(bytes_of(message), size, -2, output, length);
   };
 }
 
@@ -245,6 +245,21 @@ TEST_F(ServiceSigning, TheAnswerToASignedMessageGrowsWithItsData) {
     EXPECT_EQ(refused.result, SOR_JSONPARSEERR);
     EXPECT_TRUE(refused.outputs_untouched());
   }
+}
+
+// No answer fits in less than a frame needs.
+TEST_F(ServiceSigning, InformationOfATinyMessageIsRefused) {
+  for (uint32_t size = 0; size < 8; ++size) {
+    LogReader::clear();
+    service.answers(frame(0, ""));
+    const MadeCall made(library, information(&kMessage, size), 0);
+    EXPECT_EQ(made.result, SOR_UNKNOWNERR) << size;
+    EXPECT_TRUE(made.outputs_untouched());
+    EXPECT_EQ(service.take_request().body, information_request(kMessage.substr(0, size)));
+    EXPECT_THAT(log.errors(), testing::ElementsAre("SOF_GetInfoFromSignedMessage->response frame [8]"));
+  }
+  service.answers(frame(0, ""));
+  EXPECT_EQ(MadeCall(library, information(&kMessage, 8), 0).result, SOR_OK);
 }
 
 TEST_F(ServiceSigning, AnAnswerThat32BitsCannotSizeIsNotAskedFor) {
