@@ -3,9 +3,16 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
+#include <numeric>
+#include <set>
 #include <sstream>
 #include <thread>
+
+#include "support/fresh_process.h"
+#include "support/import_patch.h"
+#include "unit/windows/eight_hours_east.h"
 
 using namespace velm;
 using testing::AllOf;
@@ -98,6 +105,65 @@ TEST_F(Log, TheFieldsAreThoseOfThisProcess) {
   EXPECT_EQ(wow64_state, kNative);
 }
 
+DWORD WINAPI no_base_name(HANDLE, HMODULE, LPSTR, DWORD) { return 0; }
+HANDLE WINAPI no_process(DWORD, BOOL, DWORD) { return nullptr; }
+
+template <class Function>
+test::ImportPatch patch(const char* dll, const char* name, Function* replacement) {
+  return test::ImportPatch(GetModuleHandleW(nullptr), dll, name, replacement);
+}
+
+void log_name_only(const char* message) {
+  log::write(unit, log::kError | 1u << 20 | (log::kLevelTag | log::kProcessName) << 21, 1, "%s\n", message);
+}
+
+// Writes a line while this system call fails, and one afterwards, into the file named.
+CHILD_PROCESS(logs_without_its_name) {
+  arguments[1].copy(log::configuration.file_path, log::kPathCharacters - 1);
+  {
+    const auto guard = arguments[0] == "OpenProcess"
+                           ? patch("KERNEL32.dll", "OpenProcess", no_process)
+                           : patch("KERNEL32.dll", "K32GetModuleBaseNameA", no_base_name);
+    log_name_only("first");
+  }
+  log_name_only("second");
+  return 0;
+}
+
+TEST_F(Log, AProcessNameThatCannotBeFoundIsLeftOutUntilItCan) {
+  for (const char* failing : {"OpenProcess", "K32GetModuleBaseNameA"}) {
+    SCOPED_TRACE(failing);
+    std::remove(path_.c_str());
+    EXPECT_EQ(test::run_child("logs_without_its_name", {failing, path_}).exit_code, 0u);
+    EXPECT_EQ(content(), "[ERR] first\r\n[ERR|log_test|64] second\r\n");
+  }
+}
+
+// The local time of now, as a line shows it.
+std::string clock_text() {
+  FILETIME now;
+  GetSystemTimeAsFileTime(&now);
+  ULARGE_INTEGER ticks{{now.dwLowDateTime, now.dwHighDateTime}};
+  ticks.QuadPart += uint64_t{test::EightHoursEast::kSeconds} * 10'000'000;
+  now = {ticks.LowPart, ticks.HighPart};
+  SYSTEMTIME time;
+  FileTimeToSystemTime(&now, &time);
+  char text[64];
+  std::snprintf(text, sizeof text, "|%04u-%02u-%02u %02u:%02u:%02u.%03u] x\r\n", time.wYear, time.wMonth,
+                time.wDay, time.wHour, time.wMinute, time.wSecond, time.wMilliseconds);
+  return text;
+}
+
+TEST_F(Log, TheTimeIsTheLocalClocks) {
+  const test::EightHoursEast zone;
+  log::configuration.field_mask = log::kDateTimeMilliseconds;
+  const std::string before = clock_text();
+  log::write(unit, log::kError, 1, "x\n");
+  const std::string after = clock_text();
+  EXPECT_GE(content(), before);
+  EXPECT_LE(content(), after);
+}
+
 TEST_F(Log, AMessageIsCutAt4095Characters) {
   log::configuration.field_mask = 0;
   log::write(unit, log::kError, 1, "%s\n", std::string(5000, 'x').c_str());
@@ -144,9 +210,13 @@ TEST_F(Log, TwoMissingDirectoriesLoseTheLineSilently) {
 }
 
 TEST_F(Log, AFileThatCannotBeWrittenLosesTheLine) {
+  log::configuration.field_mask = 0;
   use_path(folder_);
-  log::write(unit, log::kError, 1, "x\n");
-  SUCCEED();
+  log::write(unit, log::kError, 1, "lost\n");
+  EXPECT_EQ(GetFileAttributesA(folder_.c_str()), DWORD{FILE_ATTRIBUTE_DIRECTORY});
+  use_path(path_);
+  log::write(unit, log::kError, 1, "kept\n");
+  EXPECT_EQ(content(), "] kept\r\n");
 }
 
 TEST_F(Log, ALogAboveItsSizeLimitBecomesTheHistory) {
@@ -203,30 +273,59 @@ TEST_F(Log, TheDumpFollowsTheSizeRule) {
   EXPECT_EQ(content(history()), "pSetVal = 01 [1]\r\n");
 }
 
-TEST_F(Log, WithTheLockSwitchEveryLineOfManyThreadsIsWhole) {
-  log::configuration.lock = 1;
-  log::configuration.field_mask = 0;
+constexpr int kThreads = 4;
+constexpr int kLinesOfAThread = 25;
+
+// Lines that differ, in length too.
+std::string message_of(int thread, int n) {
+  return std::to_string(thread) + "." + std::to_string(n) + std::string(size_t(n % 5) * 1000, 'x');
+}
+
+void write_from_many_threads() {
   std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
-      for (int n = 0; n < 25; ++n) log::write(unit, log::kError, 1, "line\n");
+  for (int thread = 0; thread < kThreads; ++thread) {
+    threads.emplace_back([thread] {
+      for (int n = 0; n < kLinesOfAThread; ++n) {
+        log::write(unit, log::kError, 1, "%s\n", message_of(thread, n).c_str());
+      }
     });
   }
   for (auto& thread : threads) thread.join();
-  std::string text = content();
-  for (size_t at = 0; (at = text.find("] line\r\n", at)) != std::string::npos;) text.erase(at, 8);
-  EXPECT_THAT(text, IsEmpty());
+}
+
+TEST_F(Log, WithTheLockSwitchEveryLineOfManyThreadsIsThereOnceAndWhole) {
+  log::configuration.lock = 1;
+  log::configuration.field_mask = 0;
+  static void(WINAPI * release)(PSRWLOCK);
+  static std::vector<ptrdiff_t> lines_at_release;
+  lines_at_release.clear();
+  {
+    const auto guard = patch("KERNEL32.dll", "ReleaseSRWLockExclusive", +[](PSRWLOCK lock) {
+      if (lock == &log::write_lock) {
+        const std::string text = content(log::configuration.file_path);
+        lines_at_release.push_back(std::count(text.begin(), text.end(), '\n'));
+      }
+      release(lock);
+    });
+    release = guard.original<void(WINAPI*)(PSRWLOCK)>();
+    write_from_many_threads();
+  }
+  std::vector<ptrdiff_t> one_more_each_time(kThreads * kLinesOfAThread);
+  std::iota(one_more_each_time.begin(), one_more_each_time.end(), 1);
+  EXPECT_EQ(lines_at_release, one_more_each_time);
+
+  std::multiset<std::string> written, expected;
+  std::istringstream text(content());
+  for (std::string line; std::getline(text, line);) written.insert(line);
+  for (int thread = 0; thread < kThreads; ++thread) {
+    for (int n = 0; n < kLinesOfAThread; ++n) expected.insert("] " + message_of(thread, n) + '\r');
+  }
+  EXPECT_TRUE(written == expected) << written.size() << " lines of " << expected.size();
 }
 
 TEST_F(Log, WithoutTheLockManyThreadsNeitherFailNorBlock) {
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 4; ++i) {
-    threads.emplace_back([] {
-      for (int n = 0; n < 25; ++n) log::write(unit, log::kError, 1, "line\n");
-    });
-  }
-  for (auto& thread : threads) thread.join();
-  EXPECT_THAT(content(), HasSubstr("line"));
+  write_from_many_threads();
+  EXPECT_THAT(content(), HasSubstr("] 0.0"));
 }
 
 TEST_F(Log, TheExpandedPathIsKeptByEachUnit) {
@@ -235,6 +334,32 @@ TEST_F(Log, TheExpandedPathIsKeptByEachUnit) {
   const std::string first = kept.file_path().data();
   EXPECT_THAT(first, MatchesRegex(".:.ProgramData.VELM.log.\\d+.velm_client_sof.log"));
   EXPECT_EQ(kept.file_path().data(), first);
+}
+
+std::string special_folder;  // empty: there is none
+
+BOOL WINAPI give_special_folder(HWND, LPSTR folder, int, BOOL) {
+  folder[special_folder.copy(folder, MAX_PATH - 1)] = '\0';
+  return !special_folder.empty();
+}
+
+TEST_F(Log, APathThatCannotBeExpandedLosesTheLineAndIsTriedAgain) {
+  log::Unit homeless{"homeless"};
+  const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", give_special_folder);
+  log::configuration.field_mask = 0;
+  log::configuration.file_path[0] = '\0';
+
+  special_folder.clear();
+  log::write(homeless, log::kError, 1, "lost\n");
+  EXPECT_STREQ(homeless.file_path().data(), "");
+
+  special_folder = folder_;
+  log::create_directories();
+  const std::string path = homeless.file_path().data();
+  EXPECT_THAT(path, StartsWith(folder_ + "\\VELM\\log\\"));
+  std::remove(path.c_str());
+  log::write(homeless, log::kError, 1, "kept\n");
+  EXPECT_EQ(content(path), "] kept\r\n");
 }
 
 }  // namespace

@@ -206,6 +206,7 @@ void append_to_log(const FixedPath::Text& path, Put put) {
     if (!file) return;
     const WriteLock lock;
     put(file.get());
+    std::fflush(file.get());  // while the lock is held: closing the file comes after it
   }
   rotate(path.data());
 }
