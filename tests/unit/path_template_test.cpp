@@ -6,6 +6,7 @@
 
 using namespace velm::path;
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 namespace {
 
@@ -76,6 +77,18 @@ TEST(PathTemplate, LeavesUnknownNamesAndOpenBraces) {
   EXPECT_EQ(values.expand(""), "");
 }
 
+TEST(PathTemplate, AnUnknownNameInAPlaceholdersSlotAsksForItsValueAndStays) {
+  Values values;
+  values.known[Placeholder::date] = Value::of("20240506");
+  EXPECT_EQ(values.expand("{Z}"), "{Z}");
+  EXPECT_THAT(values.asked, ElementsAre(Placeholder::date));
+
+  values.known[Placeholder::userdir] = Value::missing();
+  std::string result = "untouched";
+  EXPECT_EQ(expand("{b}", result, values.source()), -21);
+  EXPECT_EQ(result, "untouched");
+}
+
 TEST(PathTemplate, LeavesAPlaceholderWithoutAValueHere) {
   Values values;
   EXPECT_EQ(values.expand("{sys64}{pf64}"), "{sys64}{pf64}");
@@ -108,6 +121,17 @@ TEST(PathTemplate, RandomCharactersComeFromLettersAndDigits) {
 TEST(PathTemplate, OnlyTheFirstRandomNameIsRemembered) {
   Values values;
   EXPECT_EQ(values.expand("{rand2}-{rand3}-{rand2}"), "01-{rand3}-01");
+}
+
+// "rand3" lies in the slot of "clock", "rand2" in none that has a placeholder.
+TEST(PathTemplate, AllRandomNamesButTheFirstMarkTheirSlots) {
+  Values values;
+  values.expand("{rand3}{rand2}");
+  EXPECT_THAT(values.asked, IsEmpty());
+  values.expand("{rand2}{rand3}");
+  EXPECT_THAT(values.asked, ElementsAre(Placeholder::clock));
+  values.expand("{rand3}{rand3}");
+  EXPECT_THAT(values.asked, ElementsAre(Placeholder::clock, Placeholder::clock));
 }
 
 TEST(PathTemplate, ARandomNumberThatCannotBeReadGivesNone) {

@@ -7,6 +7,7 @@
 
 #include "basekit/basic/wow64.h"
 #include "support/import_patch.h"
+#include "unit/windows/eight_hours_east.h"
 
 using namespace velm;
 using path::expand_on_this_machine;
@@ -42,15 +43,20 @@ TEST(PathValues, FoldersOfTheSystem) {
 TEST(PathValues, FoldersOfTheUser) {
   EXPECT_EQ(expanded("{userdir}"), variable("SystemDrive") + "\\Users\\" + variable("USERNAME"));
   EXPECT_EQ(expanded("{apptmp}"), variable("TEMP"));
-  EXPECT_FALSE(expanded("{tmp}").ends_with('\\'));
+  char temporary[MAX_PATH];
+  GetTempPathA(sizeof temporary, temporary);
+  EXPECT_EQ(expanded("{tmp}") + "\\", temporary);
   EXPECT_THAT(expanded("{locallow}"), EndsWith("\\LocalLow"));
 }
 
-TEST(PathValues, TimeAndClock) {
-  EXPECT_THAT(expanded("{date}"), MatchesRegex("\\d\\d\\d\\d\\d\\d\\d\\d"));
-  const std::string time = expanded("{time}");
-  EXPECT_GE(time.size(), 5u);
-  EXPECT_LE(time.size(), 6u);
+TEST(PathValues, ARandomTextHasItsLengthAndAlphabet) {
+  const std::string text = expanded("{rand8}");
+  EXPECT_EQ(text.size(), 8u);
+  EXPECT_EQ(text.find_first_not_of("0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"),
+            std::string::npos);
+}
+
+TEST(PathValues, TheClockRuns) {
   const auto before = static_cast<unsigned long>(std::clock());
   EXPECT_GE(std::stoul(expanded("{clock}")), before);
 }
@@ -64,8 +70,10 @@ TEST(PathValues, AMissingUserVariableFails) {
   std::string result = "untouched";
   for (const char* name : {"USERNAME", "TEMP"}) {
     const std::string kept = variable(name);
-    SetEnvironmentVariableA(name, nullptr);
-    EXPECT_EQ(expand_on_this_machine(name == std::string("TEMP") ? "{apptmp}" : "{userdir}", result), -21);
+    for (const char* value : {static_cast<const char*>(nullptr), ""}) {
+      SetEnvironmentVariableA(name, value);
+      EXPECT_EQ(expand_on_this_machine(name == std::string("TEMP") ? "{apptmp}" : "{userdir}", result), -21);
+    }
     SetEnvironmentVariableA(name, kept.c_str());
   }
   EXPECT_EQ(result, "untouched");
@@ -81,15 +89,21 @@ TEST(PathValues, AMissingSystemVariableLeavesThatPartEmpty) {
   SetEnvironmentVariableA("SystemDrive", drive.c_str());
 }
 
-void WINAPI report_32_bit_system(LPSYSTEM_INFO info) {
+WORD architecture = PROCESSOR_ARCHITECTURE_INTEL;
+
+void WINAPI report_architecture(LPSYSTEM_INFO info) {
   *info = {};
-  info->wProcessorArchitecture = PROCESSOR_ARCHITECTURE_INTEL;
+  info->wProcessorArchitecture = architecture;
 }
 
 DWORD WINAPI no_temporary_path(DWORD, LPSTR) { return 0; }
 BOOL WINAPI no_special_folder(HWND, LPSTR, int, BOOL) { return FALSE; }
 BOOL WINAPI folder_without_local(HWND, LPSTR folder, int, BOOL) {
   std::strcpy(folder, "C:\\Users\\u\\Data");
+  return TRUE;
+}
+BOOL WINAPI folder_with_two_locals(HWND, LPSTR folder, int, BOOL) {
+  std::strcpy(folder, "C:\\LocalA\\Local\\x");
   return TRUE;
 }
 
@@ -99,11 +113,35 @@ test::ImportPatch patch(const char* dll, const char* name, Function* replacement
   return test::ImportPatch(GetModuleHandleW(nullptr), dll, name, reinterpret_cast<void*>(replacement));
 }
 
+// An instant that is on the next day here already.
+__time64_t __cdecl fixed_time(__time64_t* result) {
+  constexpr __time64_t kThen = 1714930245;  // 2024-05-05 17:30:45 UTC
+  if (result) *result = kThen;
+  return kThen;
+}
+
+TEST(PathValues, DateAndTimeAreTheLocalClocks) {
+  const test::EightHoursEast zone;
+  const auto guard = patch("msvcrt.dll", "_time64", fixed_time);
+  EXPECT_EQ(expanded("{date}"), "20240506");
+  EXPECT_EQ(expanded("{time}"), "13045");
+}
+
 TEST(PathValues, On32BitTheSixtyFourBitFoldersStayUnexpanded) {
-  const auto guard = patch("KERNEL32.dll", "GetNativeSystemInfo", report_32_bit_system);
-  EXPECT_EQ(expanded("{sys64}{pf64}"), "{sys64}{pf64}");
-  EXPECT_EQ(expanded("{sys32}"), variable("SystemRoot") + "\\System32\\");
-  EXPECT_EQ(expanded("{pf32}"), variable("SystemDrive") + "\\Program Files\\");
+  const auto guard = patch("KERNEL32.dll", "GetNativeSystemInfo", report_architecture);
+  for (const auto reported : {WORD{PROCESSOR_ARCHITECTURE_INTEL}, WORD{PROCESSOR_ARCHITECTURE_ARM64}}) {
+    architecture = reported;
+    EXPECT_EQ(expanded("{sys64}{pf64}"), "{sys64}{pf64}");
+    EXPECT_EQ(expanded("{sys32}"), variable("SystemRoot") + "\\System32\\");
+    EXPECT_EQ(expanded("{pf32}"), variable("SystemDrive") + "\\Program Files\\");
+  }
+}
+
+TEST(PathValues, ItaniumCountsAs64Bit) {
+  const auto guard = patch("KERNEL32.dll", "GetNativeSystemInfo", report_architecture);
+  architecture = PROCESSOR_ARCHITECTURE_IA64;
+  EXPECT_EQ(expanded("{sys64}"), variable("SystemRoot") + "\\sysnative\\");
+  EXPECT_EQ(expanded("{pf32}"), variable("SystemDrive") + "\\Program Files (x86)\\");
 }
 
 TEST(PathValues, AFailingSystemCallFails) {
@@ -121,6 +159,11 @@ TEST(PathValues, AFailingSystemCallFails) {
 TEST(PathValues, AFolderWithoutLocalLeavesLocalLow) {
   const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", folder_without_local);
   EXPECT_EQ(expanded("{locallow}"), "{locallow}");
+}
+
+TEST(PathValues, LocalLowReplacesTheFirstLocalAndAllBehindIt) {
+  const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", folder_with_two_locals);
+  EXPECT_EQ(expanded("{locallow}"), "C:\\LocalLow");
 }
 
 TEST(Wow64, ThisProcessIsNative) {
@@ -148,6 +191,11 @@ BOOL WINAPI says_wow64(HANDLE, BOOL* is_wow64) {
   *is_wow64 = TRUE;
   return TRUE;
 }
+BOOL WINAPI says_native(HANDLE, BOOL* is_wow64) {
+  *is_wow64 = FALSE;
+  return TRUE;
+}
+BOOL WINAPI says_nothing(HANDLE, BOOL*) { return FALSE; }
 BOOL WINAPI says_32_bit_process(HANDLE, USHORT* process, USHORT* native) {
   *process = IMAGE_FILE_MACHINE_I386;
   *native = IMAGE_FILE_MACHINE_AMD64;
@@ -157,19 +205,38 @@ template <class Function>
 FARPROC as_procedure(Function* function) {
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
 }
+// A system that has the older function only, with this answer.
+template <BOOL(WINAPI* kAnswer)(HANDLE, BOOL*)>
 FARPROC WINAPI only_the_older_function(HMODULE, LPCSTR name) {
-  return std::strcmp(name, "IsWow64Process") == 0 ? as_procedure(says_wow64) : nullptr;
+  return std::strcmp(name, "IsWow64Process") == 0 ? as_procedure(kAnswer) : nullptr;
 }
 FARPROC WINAPI the_newer_function(HMODULE, LPCSTR name) {
   return std::strcmp(name, "IsWow64Process2") == 0 ? as_procedure(says_32_bit_process) : nullptr;
 }
 
 TEST(Wow64, EitherFunctionTellsA32BitProcess) {
-  for (auto* lookup : {only_the_older_function, the_newer_function}) {
+  for (auto* lookup : {only_the_older_function<says_wow64>, the_newer_function}) {
     wow64_state = kWow64Unknown;
     const auto guard = patch("KERNEL32.dll", "GetProcAddress", lookup);
     EXPECT_EQ(determine_wow64_state(nullptr), 0);
     EXPECT_EQ(wow64_state, kWow64);
+  }
+  wow64_state = kWow64Unknown;
+}
+
+TEST(Wow64, TheOlderFunctionTellsANativeProcessToo) {
+  wow64_state = kWow64Unknown;
+  const auto guard = patch("KERNEL32.dll", "GetProcAddress", only_the_older_function<says_native>);
+  EXPECT_EQ(determine_wow64_state(nullptr), 0);
+  EXPECT_EQ(wow64_state, kNative);
+}
+
+TEST(Wow64, AFailureOfTheOlderFunctionLeavesTheState) {
+  const auto guard = patch("KERNEL32.dll", "GetProcAddress", only_the_older_function<says_nothing>);
+  for (const Wow64State before : {kWow64Unknown, kWow64}) {
+    wow64_state = before;
+    EXPECT_EQ(determine_wow64_state(nullptr), -1);
+    EXPECT_EQ(wow64_state, before);
   }
   wow64_state = kWow64Unknown;
 }
