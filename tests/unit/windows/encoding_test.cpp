@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "support/import_patch.h"
+
 using namespace velm;
 
 namespace {
@@ -107,6 +109,34 @@ TEST(Encoding, GivesAString) {
   EXPECT_EQ(xencoding_utf8_to_gbk_string(nullptr), "");
   const std::string long_text(100'000, 'x');
   EXPECT_EQ(xencoding_utf8_to_gbk_string(long_text.c_str()), long_text);
+}
+
+int conversions = 0;
+int failing_conversion = 0;
+decltype(&WideCharToMultiByte) convert_text = nullptr;
+
+int WINAPI fail_one_conversion(UINT page, DWORD flags, LPCWCH text, int length, LPSTR result, int capacity,
+                               LPCCH substitute, LPBOOL substituted) {
+  if (++conversions == failing_conversion) return 0;
+  return convert_text(page, flags, text, length, result, capacity, substitute, substituted);
+}
+
+TEST(Encoding, GivesNoStringWhenAConversionFails) {
+  const auto convert = [](int failing) {
+    conversions = 0;
+    failing_conversion = failing;
+    const test::ImportPatch guard(GetModuleHandleW(nullptr), "KERNEL32.dll", "WideCharToMultiByte",
+                                  fail_one_conversion);
+    convert_text = guard.original<decltype(&WideCharToMultiByte)>();
+    return xencoding_utf8_to_gbk_string(kChinese);
+  };
+  EXPECT_EQ(convert(0), kChineseInGbk);
+  const int all = conversions;
+  ASSERT_GE(all, 2);
+  for (int failing = 1; failing <= all; ++failing) {
+    EXPECT_EQ(convert(failing), "") << failing;
+    EXPECT_EQ(conversions, failing);
+  }
 }
 
 }  // namespace

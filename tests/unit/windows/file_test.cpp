@@ -5,6 +5,8 @@
 #include <cstring>
 #include <string>
 
+#include "support/import_patch.h"
+
 using namespace velm;
 
 namespace {
@@ -96,6 +98,23 @@ TEST_F(File, ReadsNoMoreThanTheCapacity) {
   EXPECT_EQ(xfile_read_bin(path, bytes, 3, &length), 0);
   EXPECT_EQ(length, 3u);
   EXPECT_EQ(std::string(bytes, 4), "abcx");
+}
+
+bool write_was_refused = false;
+
+size_t __cdecl refuse_write(const void*, size_t, size_t, FILE*) {
+  write_was_refused = true;
+  return 0;
+}
+
+TEST_F(File, AWriteThatFallsShortIsNotNoticed) {
+  write("replaced");
+  {
+    const test::ImportPatch guard(GetModuleHandleW(nullptr), "msvcrt.dll", "fwrite", refuse_write);
+    EXPECT_EQ(xfile_write(path, "abc", 3), 0);
+  }
+  EXPECT_TRUE(write_was_refused);
+  EXPECT_EQ(content(), "");
 }
 
 // Sets the length of a file without writing what lies before its end.
