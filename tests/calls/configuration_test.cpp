@@ -59,4 +59,14 @@ TEST_F(SettingDump, ShowsNothingOtherwise) {
   EXPECT_THAT(dumped_by(Marker::kPresent, nullptr, 7), testing::IsEmpty());
 }
 
+TEST(Setting, IsLoggedThenDumpedThenFails) {
+  const Standins standins;
+  const ClientLibrary library{Marker::kPresent};  // nothing listens
+  EXPECT_EQ(library.SOF_Config(5, bytes_of(kValue), 2), SOR_COMMUNICATIONERR);
+  EXPECT_THAT(LogReader::messages(),
+              testing::ElementsAre("DllMain->Process attach.", "SOF_Config uiSetType=5 uiValLen=2",
+                                   "pSetVal = 01 02 [2]", testing::StartsWith("xhttp_request_w->"),
+                                   "SOF_Config->xhttp::post xrv = -57"));
+}
+
 }  // namespace

@@ -13,6 +13,7 @@ using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::SizeIs;
+using testing::StartsWith;
 
 namespace {
 
@@ -90,6 +91,23 @@ TEST_F(Lifecycle, AProcessThatRunsPastMidnightKeepsItsFile) {
   library.SOF_Initialize();
   EXPECT_EQ(LogReader::files(), files);
   EXPECT_EQ(LogReader::lines().size(), 2 * lines - 1);  // the line of the load comes once
+}
+
+TEST_F(Lifecycle, TheDumpFindsItsFileAtItsOwnFirstLine) {
+  ClientLibrary library{Marker::kPresent};
+  days_from_now = 0;
+  const ImportPatch clock(library.module(), "msvcrt.dll", "_time64", moved_time);
+  library.SOF_Initialize();
+  const size_t files = LogReader::files().size();
+  const size_t lines = LogReader::lines().size();
+  days_from_now = 1;
+  const uint8_t value[] = {1, 2};
+  library.SOF_Config(5, value, sizeof value);
+  EXPECT_EQ(LogReader::files().size(), files + 1);
+  auto messages = LogReader::messages();  // file after file
+  messages.erase(messages.begin(), messages.begin() + static_cast<ptrdiff_t>(lines));
+  EXPECT_THAT(messages, ElementsAre("SOF_Config uiSetType=5 uiValLen=2", StartsWith("xhttp_request_w->"),
+                                    "SOF_Config->xhttp::post xrv = -57", "pSetVal = 01 02 [2]"));
 }
 
 TEST_F(Lifecycle, CJsonIsExportedUnderItsOwnNames) {
