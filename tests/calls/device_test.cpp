@@ -3,6 +3,7 @@
 
 #include "calls/service_case.h"
 #include "support/client_test.h"
+#include "support/import_patch.h"
 
 using namespace velm::test;
 
@@ -177,6 +178,44 @@ TEST_F(UserList, IsNotWrittenWhenTheCallFails) {
   EXPECT_TRUE(users.untouched());
   EXPECT_EQ(length, 0u);
   EXPECT_THAT(log.errors(), testing::Contains("SOF_GetUserList->post_json xrv = -1"));
+}
+
+int WINAPI convert_nothing(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) { return 0; }
+
+TEST_F(UserList, ThatCannotBeConvertedIsNotWritten) {
+  const ImportPatch conversion(library.module(), "KERNEL32.dll", "WideCharToMultiByte", convert_nothing);
+  expect_failure(json(success(R"(["u1","u2"])")), SOR_FILEERR, {});
+}
+
+std::vector<UINT> pages;
+
+// Takes what the page GB18030 allows: no flags and no substitutes. Converts by the page GBK, which has the
+// same two-byte characters and is on every system.
+int WINAPI convert_as_gb18030(UINT page, DWORD flags, LPCWCH text, int length, LPSTR result, int capacity,
+                              LPCCH substitute, LPBOOL substituted) {
+  pages.push_back(page);
+  EXPECT_EQ(flags, 0u);
+  EXPECT_EQ(substitute, nullptr);
+  EXPECT_EQ(substituted, nullptr);
+  return WideCharToMultiByte(936, flags, text, length, result, capacity, substitute, substituted);
+}
+
+BOOL WINAPI every_page_is_valid(UINT) { return TRUE; }
+BOOL WINAPI no_page_is_valid(UINT) { return FALSE; }
+
+TEST_F(UserList, IsInGb18030WhereTheSystemHasItOtherwiseInGbk) {
+  const ImportPatch conversion(library.module(), "KERNEL32.dll", "WideCharToMultiByte", convert_as_gb18030);
+  for (const bool valid : {true, false}) {
+    const ImportPatch validity(library.module(), "KERNEL32.dll", "IsValidCodePage",
+                               valid ? every_page_is_valid : no_page_is_valid);
+    pages.clear();
+    service.answers(json(success("[\"\u5F20\u4E09\"]")));
+    EXPECT_EQ(list(), SOR_OK);
+    EXPECT_STREQ(users.text(), "\xD5\xC5\xC8\xFD");
+    EXPECT_EQ(length, 4u);
+    EXPECT_FALSE(pages.empty());
+    EXPECT_THAT(pages, testing::Each(valid ? 54936u : 936u));
+  }
 }
 
 TEST_F(UserList, TakesAnAnswerOfItsCapacityAndNoByteMore) {

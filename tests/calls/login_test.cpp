@@ -144,11 +144,14 @@ const std::vector<ServiceCase> kVariants{
     {"SOF_Ext_isLogin", Form::kJson, 128, "SOF_Ext_isLogin [(null)] ulLoginType=0",
      state_request("45", "(null)", "0"), "{}", "", kUntouched, is_login(nullptr, 0)},
 
-    // What is no number counts as 0.
+    // What is no number counts as 0, except true, which the JSON reader takes for 1.
     retry_case("C1", R"({"RetryCount":0})", 0),
     retry_case("C1", R"({"RetryCount":-1})", 0xFFFFFFFF),
     retry_case("C1", R"({"RetryCount":1e20})", 0x7FFFFFFF),
     retry_case("C1", R"({"RetryCount":"5"})", 0),
+    retry_case("C1", R"({"RetryCount":true})", 1),
+    retry_case("C1", R"({"RetryCount":false})", 0),
+    retry_case("C1", R"({"RetryCount":{}})", 0),
     retry_case("C1", R"({"retrycount":5})", 5),
     retry_case("C1", "[]", 0),
     retry_case("C1", "null", 0),
