@@ -42,11 +42,14 @@ bool is_utf8(std::string_view text) {
 #ifdef _WIN32
 
 std::optional<std::string> gbk_to_utf8(std::string_view text) {
+  constexpr UINT kGb18030 = 54936;
   constexpr UINT kGbk = 936;
   if (text.empty()) return std::string();
+  const UINT code_page = IsValidCodePage(kGb18030) ? kGb18030 : kGbk;
   const int size = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0');
-  const int length = MultiByteToWideChar(kGbk, MB_ERR_INVALID_CHARS, text.data(), size, wide.data(), size);
+  const int length =
+      MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), size, wide.data(), size);
   if (length <= 0) return std::nullopt;
   std::string utf8(static_cast<size_t>(length) * 3, '\0');
   const int bytes = WideCharToMultiByte(
@@ -59,7 +62,7 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
 #else
 
 std::optional<std::string> gbk_to_utf8(std::string_view text) {
-  const iconv_t converter = iconv_open("UTF-8", "GBK");
+  const iconv_t converter = iconv_open("UTF-8", "GB18030");
   if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
   std::string source(text);
   std::string utf8(text.size() * 2, '\0');

@@ -8,7 +8,10 @@ namespace velm::token {
 
 bool is_utf8(std::string_view text);
 
-/** A GBK text as UTF-8; nothing when it is not GBK. */
+/**
+ * A text in GB18030, which GBK is a part of, as UTF-8; nothing when it is none. On a Windows without GB18030,
+ * the same for GBK.
+ */
 std::optional<std::string> gbk_to_utf8(std::string_view text);
 
 /** A text of a client, which is UTF-8 or GBK, as UTF-8; as it stands when it is neither. */

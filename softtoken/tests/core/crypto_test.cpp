@@ -235,5 +235,11 @@ TEST(TextEncoding, TellsUtf8FromGbk) {
   EXPECT_EQ(utf8_of("容器"), "容器");
 }
 
+#ifndef _WIN32
+TEST(TextEncoding, ReadsTheFourByteCharactersOfGb18030) {
+  EXPECT_EQ(utf8_of("\x81\x39\xEE\x39 \x95\x34\xB2\x35"), "㐀 𠮷");
+}
+#endif
+
 }  // namespace
 }  // namespace velm::token
