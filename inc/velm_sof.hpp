@@ -417,7 +417,7 @@ class Container {
 
   /** @brief Makes a signed message over data; verify_message() verifies. */
   Bytes sign_message(ByteView data, Content content) const {
-    const size_t carried = content == Content::attached ? size_t{data.size()} * 6 / 5 + 1 : 0;
+    const size_t carried = content == Content::attached ? size_t{data.size()} * 5 / 4 : 0;
     return detail::fetch(VELM_SOF_NAMED(SOF_SignMessage), 6144 + carried, static_cast<int32_t>(content),
                          text(), data.data(), data.size());
   }

@@ -753,8 +753,8 @@ VELM_SOF_API uint32_t SOF_VerifySignedData(
  * @brief Makes a signed message (PKCS#7, or the SM2 form of GM/T 0010) with the signing key of a container.
  *
  * Source: GM/T 0020. Size query: a null pSignedMessage stores 8192, plus uInDataLen when lFlag is 0. The
- * length that comes in is not compared. Always enough are 6144 bytes, plus 1.2 times uInDataLen when lFlag is
- * 0; above 10,240 bytes of data that is more than the size query says.
+ * length that comes in is not compared. Always enough are 6144 bytes, plus 1.25 times uInDataLen when lFlag
+ * is 0; above 8,192 bytes of data that is more than the size query says.
  * @param[in] lFlag 0: the message carries the data. The service gives other values their meaning.
  * @param[in] pszContainerName Container name; not checked.
  * @param[in] pInData Data to sign; not checked.

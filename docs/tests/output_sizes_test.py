@@ -13,14 +13,14 @@ VELM_SOF_API uint32_t SOF_Other(
 /**
  * @brief Signs.
  *
- * A null pOut stores 1024 plus uInDataLen: 1,536 bytes, and 1.2 times uInDataLen, are always enough.
+ * A null pOut stores 1024 plus uInDataLen: 1,536 bytes, and 1.25 times uInDataLen, are always enough.
  */
 VELM_SOF_API uint32_t SOF_Sign(
     const uint8_t* pIn, uint32_t uInDataLen);
 """
 PAGE = """| functions | size query | always enough |
 |---|---|---|
-| `SOF_Sign` | 1,024 + `uInDataLen` | 1536 and 1.2 times `uInDataLen` |
+| `SOF_Sign` | 1,024 + `uInDataLen` | 1536 and 1.25 times `uInDataLen` |
 """
 
 
@@ -36,15 +36,15 @@ class OutputSizes(unittest.TestCase):
                     page=PAGE.replace("1,024", "2,048"))
         self.expect("page: 1536 does not stand in the description of SOF_Sign",
                     header=HEADER.replace("1,536", "3,072"))
-        self.expect("page: 1.2 does not stand in the description of SOF_Sign",
-                    header=HEADER.replace("1.2", "1.5"))
+        self.expect("page: 1.25 does not stand in the description of SOF_Sign",
+                    header=HEADER.replace("1.25", "1.5"))
 
     def test_another_argument(self):
         self.expect("page: uOutLen does not stand in the description of SOF_Sign",
                     page=PAGE.replace("`uInDataLen` | 15", "`uOutLen` | 15"))
 
     def test_a_number_that_another_function_has(self):
-        self.expect("page: 1.2 does not stand in the description of SOF_Other",
+        self.expect("page: 1.25 does not stand in the description of SOF_Other",
                     "page: 1024 does not stand in the description of SOF_Other",
                     "page: 1536 does not stand in the description of SOF_Other",
                     "page: uInDataLen does not stand in the description of SOF_Other",

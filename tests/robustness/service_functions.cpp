@@ -72,7 +72,7 @@ constexpr ServiceFunction kFunctions[] = {
                 return SOF_VerifySignedData(kCertificate, sizeof kCertificate, a.data, a.size, a.data,
                                             a.size);
               }),
-    base64_member("SOF_SignMessage", {8192, 1.6f}, {6144, 1.2f}, "SignData",
+    base64_member("SOF_SignMessage", {8192, 1.6f}, {6144, 1.25f}, "SignData",
                   [](const Arguments& a) {
                     return SOF_SignMessage(0, kName, a.data, a.size, a.output, a.length);
                   }),

@@ -51,7 +51,7 @@ struct SignMessage : Signing {
     const auto call = [&](uint8_t* out, uint32_t* length) {
       return SOF_SignMessage(detached ? 1 : 0, name.c_str(), data_of(data), size_of(data), out, length);
     };
-    return deliver(function, fetch(function, call, 6144 + uint64_t{size_of(data)} * 6 / 5));
+    return deliver(function, fetch(function, call, 6144 + uint64_t{size_of(data)} * 5 / 4));
   }
 };
 
