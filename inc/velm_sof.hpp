@@ -98,11 +98,20 @@ class Error : public std::runtime_error {
 namespace detail {
 
 inline std::string utf8_from_gbk(std::string_view text) {
-  constexpr UINT kGbk = 936;
+constexpr UINT kGb18030CodePage = 54936;
+constexpr UINT kGbkCodePage = 936;
+
+// The code page of the user list, chosen as the library chooses it.
+constexpr UINT local_code_page(bool gb18030_is_valid) {
+  return gb18030_is_valid ? kGb18030CodePage : kGbkCodePage;
+}
+
+// Texts in GBK are read by either code page: it is a part of GB18030.
+  const UINT code_page = local_code_page(IsValidCodePage(kGb18030CodePage) != 0);
   const auto length = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0');
   wide.resize(static_cast<size_t>(
-      MultiByteToWideChar(kGbk, 0, text.data(), length, wide.data(), static_cast<int>(wide.size()))));
+      MultiByteToWideChar(code_page, 0, text.data(), length, wide.data(), static_cast<int>(wide.size()))));
   std::string utf8(3 * wide.size(), '\0');
   utf8.resize(static_cast<size_t>(
       WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), utf8.data(),

@@ -30,12 +30,18 @@
  * - Container names are passed on as given, byte by byte, in UTF-8 or GBK as the service and the device know
  *   them.
  * - A file path that the library opens or converts may be in UTF-8 or in the local code page. It is taken as
- *   UTF-8 when it is well formed as such and holds no two-byte sequence, since every two-byte UTF-8 sequence
- *   is also a GBK character. A path that the library only hands on must be in the local code page; the
- *   description says which of the two holds.
- * - The user list and the error texts come back in GBK; other texts of the service come back in UTF-8.
- * - Texts enter JSON requests without escaping: a quotation mark or backslash in a container name, an object
- *   identifier or the PIN of SOF_Ext_WriteUsrDataFile() yields a request that the service cannot read.
+ *   UTF-8 when all its characters have the form of UTF-8 and none has two bytes, since every two-byte UTF-8
+ *   sequence is also a GBK character. A last character that the end cuts off counts as UTF-8, whatever is
+ *   left of it: a path in the local code page that ends in the bytes E7 E5, or in E9, is mistaken for UTF-8,
+ *   and what it is converted to names no file. Three ASCII characters at the end, such as those of an
+ *   extension, leave nothing to cut off. A path that the library only hands on must be in the local code
+ *   page; the description says which of the two holds.
+ * - The user list comes back in GB18030 where the system has that code page (54936), else in GBK (936); the
+ *   error texts come back in GBK, a part of GB18030. Other texts of the service come back in UTF-8.
+ * - Texts enter JSON requests without escaping. A quotation mark or backslash in a container name, an object
+ *   identifier or the PIN of SOF_Ext_WriteUsrDataFile() yields a request that the service cannot read, or one
+ *   that says something else: a name can end its text and go on with members of its own. Hand on no name
+ *   that a stranger chose.
  *
  * @section velm_sof_null Null pointers
  * Pointers that a function checks are answered with #SOR_NULLPOINTERERR. No other null pointer is ever
@@ -441,9 +447,9 @@ VELM_SOF_API uint32_t SOF_GetDeviceInfo(
 /**
  * @brief Lists the names of all key containers.
  *
- * Source: GM/T 0020. The names stand in the service's order, GBK encoded, with three ampersands between
- * neighbours. Size query: a null pUserList stores 2048. The length that comes in is not compared: pUserList
- * always has at least 2048 bytes.
+ * Source: GM/T 0020. The names stand in the service's order, with three ampersands between neighbours, in
+ * GB18030 where the system has that code page (54936), else in GBK (936). Size query: a null pUserList stores
+ * 2048. The length that comes in is not compared: pUserList always has at least 2048 bytes.
  * @param[out] pUserList The list with its terminating zero, at most 2048 bytes; null for the size query. An
  *   empty list of the service leaves it untouched; an answer without a list makes it the empty text.
  * @param[in,out] pUserListLen In: ignored. Out: bytes of the list without its terminating zero; 0 when the

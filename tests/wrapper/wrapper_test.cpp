@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <fstream>
 #include <iterator>
+#include <stdexcept>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -58,9 +59,25 @@ TEST(Environment, VersionRandomAndUsers) {
   EXPECT_THAT(sof::users(), testing::IsSupersetOf({"SM2_DEMO", "RSA_2048_DEMO", "演示容器_SM2"}));
 }
 
+// The library chooses the code page of the user list by what the system has.
+TEST(Environment, TheUserListIsReadInItsCodePage) {
+  EXPECT_EQ(sof::detail::local_code_page(true), 54936u);
+  EXPECT_EQ(sof::detail::local_code_page(false), 936u);
+  EXPECT_EQ(sof::detail::utf8_from_gbk("\xC8\xDD\xC6\xF7"), "容器");
+}
+
+TEST(ByteView, RefusesWhatALengthCannotTell) {
+  const char byte = 0;
+  EXPECT_EQ(sof::ByteView(&byte, UINT32_MAX).size(), UINT32_MAX);
+  EXPECT_THROW(sof::ByteView(&byte, size_t{1} << 32), std::length_error);
+}
+
 TEST(KeylessFunctions, HashAndBase64) {
   EXPECT_EQ(sof::base64_encode("abc"), "YWJj");
   EXPECT_EQ(text_of(sof::base64_decode("YWJj")), "abc");
+  EXPECT_EQ(sof::base64_encode(""), "");
+  EXPECT_EQ(sof::base64_encode(sof::Bytes()), "");
+  EXPECT_EQ(text_of(sof::base64_decode("")), "");
   EXPECT_EQ(sof::hash(sof::Digest::sm3, "abc").size(), 32u);
   EXPECT_EQ(sof::hash(sof::Digest::sha1, "abc").size(), 20u);
   EXPECT_EQ(sof::base64_encode(sof::hash(sof::Digest::sha256, "abc")),

@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr UINT kGb18030 = 54936;
 constexpr UINT kGbk = 936;
 
 std::string error_text(uint32_t code) {
@@ -58,9 +59,10 @@ std::string hex(const std::vector<uint8_t>& bytes, size_t at_most) {
 
 std::string from_gbk(const std::string& text) {
   if (text.empty()) return {};
+  const UINT code_page = IsValidCodePage(kGb18030) ? kGb18030 : kGbk;
   std::wstring wide(text.size(), L'\0');
   const int length = MultiByteToWideChar(
-      kGbk, 0, text.data(), static_cast<int>(text.size()), wide.data(), static_cast<int>(wide.size()));
+      code_page, 0, text.data(), static_cast<int>(text.size()), wide.data(), static_cast<int>(wide.size()));
   std::string utf8(static_cast<size_t>(length) * 3, '\0');
   const int bytes = WideCharToMultiByte(
       CP_UTF8, 0, wide.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);

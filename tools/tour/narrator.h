@@ -23,5 +23,5 @@ class Narrator {
 };
 
 std::string hex(const std::vector<uint8_t>& bytes, size_t at_most = 16);
-/** A text of the library, which is GBK, as UTF-8. */
+/** The library's GBK, which is GB18030 where the system has it, as UTF-8. */
 std::string from_gbk(const std::string& text);
