@@ -3,12 +3,13 @@
  * @brief The functions of velm_sof_client.h for C++17 and later: owners, byte vectors and exceptions.
  *
  * Optional and header-only. Every function either does what it says or throws: Error for a failed call,
- * std::length_error for input above 4 GiB. None returns a result code. Buffers, their sizes and the size
- * queries are taken care of. What is not here (symmetric keys, XML, hash signatures, settings) is called
- * through the C header, which this one includes.
+ * std::length_error for input of 4 GiB or more. None returns a result code. Buffers, their sizes and the size
+ * queries are taken care of. What is not here, for example symmetric keys, XML, hash signatures and settings,
+ * is called through the C header, which this one includes.
  *
  * Container names, certificate items and error texts are UTF-8. File paths are handed on to the C functions,
- * whose descriptions say what they take; a path in the local code page suits them all.
+ * whose descriptions say what they take; a path in the local code page suits them all, unless it can be
+ * mistaken for UTF-8, as the C header tells.
  *
  * @code
  * namespace sof = velm::sof;
@@ -51,7 +52,7 @@ using Bytes = std::vector<uint8_t>;
 class ByteView {
  public:
   ByteView(const void* data, size_t size) : data_(static_cast<const uint8_t*>(data)), size_(size) {
-    if (size > UINT32_MAX) throw std::length_error("more than 4 GiB of bytes");
+    if (size > UINT32_MAX) throw std::length_error("4 GiB of bytes or more");
   }
   ByteView(const Bytes& bytes) : ByteView(bytes.data(), bytes.size()) {}
   ByteView(std::string_view text) : ByteView(text.data(), text.size()) {}
@@ -97,7 +98,6 @@ class Error : public std::runtime_error {
 
 namespace detail {
 
-inline std::string utf8_from_gbk(std::string_view text) {
 constexpr UINT kGb18030CodePage = 54936;
 constexpr UINT kGbkCodePage = 936;
 
@@ -107,6 +107,7 @@ constexpr UINT local_code_page(bool gb18030_is_valid) {
 }
 
 // Texts in GBK are read by either code page: it is a part of GB18030.
+inline std::string utf8_from_gbk(std::string_view text) {
   const UINT code_page = local_code_page(IsValidCodePage(kGb18030CodePage) != 0);
   const auto length = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0');
@@ -295,7 +296,7 @@ class Certificate {
 
   const Bytes& der() const { return der_; }
 
-  /** @brief One item, by its number in GM/T 0006: a text, or DER where the item is none. */
+  /** @brief One item, by the service's number: a text, or DER where the item is none. */
   std::string item(uint32_t number) const {
     return detail::text_of(detail::fetch_any(VELM_SOF_NAMED(SOF_GetCertInfo), view().size(), view().data(),
                                              view().size(), number));
@@ -406,7 +407,7 @@ class Container {
     return Certificate(detail::fetch(VELM_SOF_NAMED(SOF_ExportExChangeUserCert), 3072, text()));
   }
 
-  /** @brief One item about the device, by its number in GM/T 0006. */
+  /** @brief One item about the device, by the service's number. */
   std::string device_item(int32_t number) const {
     uint8_t item[256];
     uint32_t length = sizeof item;

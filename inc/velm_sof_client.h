@@ -51,16 +51,17 @@
  *
  * @section velm_sof_threads Threads
  * Functions may be called from any thread, several at once; each call owns its buffers and its connection.
- * Three values belong to the whole process and are not locked: the sign method, the encrypt method and the
- * envelope type. What one thread sets, later calls of every thread see. The signature provider is opened by
- * the first function that needs it; threads that get there at the same moment may each open it, and the last
- * one wins, so a program that cares makes its first such call before it starts threads.
+ * Four values belong to the whole process and are not locked: the sign method, the encrypt method, the
+ * envelope type, and whether SOF_Ext_PKCS7_SignFile() takes its file as base64 text, which both methods set.
+ * What one thread sets, later calls of every thread see. The signature provider is opened by the first
+ * function that needs it; threads that get there at the same moment may each open it, and the last one wins,
+ * so a program that cares makes its first such call before it starts threads.
  *
  * @section velm_sof_backends Who does the work
- * These functions ask the local service, by HTTP POST to 127.0.0.1, port 55661, with a limit of 10 seconds
- * each for connecting, sending and receiving, and answer #SOR_COMMUNICATIONERR when it cannot be reached:
- * environment, login (but SOF_Ext_Login()), SOF_GetDeviceInfo() and SOF_GetUserList(), certificates (but
- * SOF_GetCertAlg()), service signing, service encryption, user data, seals (but the parsing pair) and
+ * These functions ask the local service, by HTTP POST to 127.0.0.1, port 55661, with a limit of 10 seconds of
+ * silence each while connecting, sending and receiving, and answer #SOR_COMMUNICATIONERR when it cannot be
+ * reached: environment, login (but SOF_Ext_Login()), SOF_GetDeviceInfo() and SOF_GetUserList(), certificates
+ * (but SOF_GetCertAlg()), service signing, service encryption, user data, seals (but the parsing pair) and
  * SOF_Config(). SOF_EncryptFile() asks it too while the envelope type is 2. The methods and the envelope type
  * are only stored.
  *
@@ -457,6 +458,7 @@ VELM_SOF_API uint32_t SOF_GetDeviceInfo(
  * @retval SOR_OK The list was written, the list is empty, or the size query was answered.
  * @retval SOR_NULLPOINTERERR pUserListLen is null.
  * @retval SOR_INDATALENERR The list needs more than 2048 bytes; pUserList is untouched.
+ * @retval SOR_FILEERR The list could not be converted.
  * @retval SOR_COMMUNICATIONERR The local service could not be reached.
  * @retval SOR_JSONPARSEERR The service's answer is not JSON, or longer than the call takes.
  * @retval SOR_UNKNOWNERR The service's answer has no result code.
@@ -918,13 +920,15 @@ VELM_SOF_API uint32_t SOF_VerifySignedFile(
  * @warning A message whose signature is shorter than 128 bytes, thus every SM2 message, answers #SOR_OK
  *   without being verified. Use SOF_Ext_PKCS7_VerifySignedFile() or SOF_VerifySignedMessage() for these.
  *
- * @warning A message with signed attributes answers #SOR_HASHERR: its message digest is held against 128 zero
- *   bytes, not against the caller's hash value.
+ * @warning A message with signed attributes is never verified: its message digest is held against 128 zero
+ *   bytes, not against the caller's hash value. The answer is #SOR_HASHERR, but #SOR_OK if the message digest
+ *   is itself 128 zero bytes. Anybody can make such a message: do not use this function for strangers' ones.
  * @param[in] pMessageData The DER message.
  * @param[in] uMessageDataLen Length of pMessageData in bytes.
  * @param[in] pHashedData Hash value of the content; not checked.
  * @param[in] uiHashedDataLen Length of pHashedData in bytes.
- * @retval SOR_OK The message is valid, or its signature is shorter than 128 bytes.
+ * @retval SOR_OK The message is valid, or was not verified: its signature is shorter than 128 bytes, or its
+ *   signed attributes hold a message digest of 128 zero bytes.
  * @retval SOR_NULLPOINTERERR pMessageData is null.
  * @retval SOR_HASHERR The message has signed attributes.
  * @retval SOR_MEMORYERR Memory ran out.
@@ -1007,7 +1011,7 @@ VELM_SOF_API uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(
  * @retval SOR_OK The message was written.
  * @retval SOR_NULLPOINTERERR pszContainerName, pszInFilePath or pOutDataLen is null.
  * @retval SOR_FILEERR The path could not be converted to the local code page.
- * @retval SOR_FILEOPENERR The file could not be opened.
+ * @retval SOR_FILEOPENERR The file could not be opened, or has 2 GiB or more.
  * @retval SOR_INDATALENERR The file is empty.
  * @retval SOR_CERTNOTFOUNDERR No certificate is known for this container.
  * @retval SOR_CERTPARSEERR The signer certificate could not be parsed.
@@ -1045,7 +1049,7 @@ VELM_SOF_API uint32_t SOF_Ext_PKCS7_SignFile(
  * @retval SOR_OK The message is valid.
  * @retval SOR_NULLPOINTERERR pMessageData or pszInFilePath is null.
  * @retval SOR_FILEERR The path could not be converted to the local code page.
- * @retval SOR_FILEOPENERR The file could not be opened.
+ * @retval SOR_FILEOPENERR The file could not be opened, or has 2 GiB or more.
  * @retval SOR_INDATALENERR The file is empty.
  * @retval SOR_HASHERR The content does not match the message digest of the signed attributes.
  * @retval SOR_MEMORYERR Memory ran out.
@@ -1283,6 +1287,10 @@ VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(
  * SOF_EncryptData(); with any other type the signature provider does it with the encrypt method. Side effect:
  * an SM2 certificate sets the process's encrypt method to 0x00000402 (SM4-CBC), and it stays so, even if the
  * call then fails.
+ *
+ * @warning With envelope type 2 a write that falls short, as on a full disk, is not noticed: the answer is
+ *   #SOR_OK, and the envelope is cut off. Such an envelope cannot be opened; where the disk may be full, open
+ *   it before the original goes.
  * @param[in] pEncryptCert The recipient's DER certificate.
  * @param[in] uEncryptCertLen Length of pEncryptCert in bytes.
  * @param[in] pszInFilePath File to encrypt, in UTF-8 or in the local code page; not empty with envelope type
@@ -1292,7 +1300,8 @@ VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(
  * @retval SOR_NULLPOINTERERR pEncryptCert, pszInFilePath or pszOutFilePath is null.
  * @retval SOR_CERTPARSEERR The certificate could not be parsed.
  * @retval SOR_FILEERR A path could not be converted to the local code page.
- * @retval SOR_FILEOPENERR Envelope type 2: a file could not be opened.
+ * @retval SOR_FILEOPENERR Envelope type 2: a file could not be opened, or the one to encrypt has 2 GiB or
+ *   more.
  * @retval SOR_INDATALENERR Envelope type 2: the file is empty.
  * @retval SOR_MEMORYERR Memory ran out.
  * @retval SOR_COMMUNICATIONERR Envelope type 2: the local service could not be reached.
@@ -1300,7 +1309,8 @@ VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(
  * @retval other Envelope type 2: the service's own code. Otherwise the provider's result as a constant of
  *   this header.
  * @par Thread safety
- * Any thread; the value belongs to the process and is not locked.
+ * Any thread. It reads the envelope type and the encrypt method, and sets the latter for an SM2 certificate;
+ * both belong to the process and are not locked.
  */
 VELM_SOF_API uint32_t SOF_EncryptFile(
     const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, const char* pszInFilePath,
@@ -1311,13 +1321,17 @@ VELM_SOF_API uint32_t SOF_EncryptFile(
  *
  * Source: GM/T 0020. The signature provider opens it file to file; an envelope that it can only open in
  * memory is read whole (up to 2 GiB). The envelope type has no influence.
+ *
+ * @warning When an envelope is opened in memory, a write that falls short, as on a full disk, is not noticed:
+ *   the answer is #SOR_OK, and the file is cut off. Only its content tells; keep the envelope.
  * @param[in] pszContainerName Container name.
  * @param[in] pszInFilePath Envelope file, in UTF-8 or in the local code page; not empty.
  * @param[in] pszOutFilePath File to write, in UTF-8 or in the local code page; an existing one is replaced.
  * @retval SOR_OK The file was written.
  * @retval SOR_NULLPOINTERERR A parameter is null.
  * @retval SOR_FILEERR A path could not be converted to the local code page.
- * @retval SOR_FILEOPENERR A file could not be opened.
+ * @retval SOR_FILEOPENERR A file could not be opened, or an envelope to be opened in memory has 2 GiB or
+ *   more.
  * @retval SOR_INDATALENERR The file is empty.
  * @retval SOR_MEMORYERR Memory ran out.
  * @retval other The signature provider's result as a constant of this header.
@@ -1539,8 +1553,9 @@ VELM_SOF_API uint32_t SOF_Ext_TspVerifyFileStamp(
 /**
  * @brief Asks the time-stamp authority for its time, through the provider's application handle.
  *
- * @warning Answers #SOR_OK also when the provider cannot be opened, and then writes nothing: set *pulTimeLen
- *   to 0 beforehand and look at it afterwards.
+ * @warning Answers #SOR_OK also when the provider cannot be opened, and then writes nothing. Ask for the size
+ *   first, with a null pucTime and *pulTimeLen at 0: a length that is still 0 means that the provider was not
+ *   opened.
  * @param[out] pucTime The time in the provider's form; null for the size query.
  * @param[in,out] pulTimeLen In: size of pucTime in bytes. Out: bytes written, or needed.
  * @retval SOR_OK The time was written, the size query was answered, or the provider could not be opened.
@@ -1810,7 +1825,7 @@ VELM_SOF_API uint32_t SOF_Ext_ReadLabel(
  *
  * There is no size query. The first and the fourth argument are pointer width and handed on as they stand.
  * @param[in,out] pFirst First argument of the provider's function; an integer is passed by a cast.
- * @param[out] pszVersion The version text.
+ * @param[out] pszVersion The version text with its terminating zero.
  * @param[in] uBufferSize Size of pszVersion in bytes, at least 256.
  * @param[in,out] pFourth Fourth argument of the provider's function; an integer is passed by a cast.
  * @retval SOR_OK The version was written.
@@ -2001,7 +2016,7 @@ VELM_SOF_API uint32_t SOF_Base64Decode(
  * @param[in] ulInDataLen Length of pucInData in bytes.
  * @param[out] pucOutData The base64 text; null for the size query.
  * @param[in,out] pulOutDataLen In: size of pucOutData in bytes. Out: bytes written, or needed; untouched on
- *   failure. Must not be null; this is not checked.
+ *   failure. Not checked for null.
  * @retval SOR_OK The text was written, or the size query was answered.
  * @retval SOR_NULLPOINTERERR pucInData is null.
  * @retval other The signature provider's result as a constant of this header.
@@ -2019,7 +2034,7 @@ VELM_SOF_API uint32_t SOF_Ext_Base64Encode(
  * @param[in] ulInDataLen Length of pucInData in bytes.
  * @param[out] pucOutData The decoded bytes; null for the size query.
  * @param[in,out] pulOutDataLen In: size of pucOutData in bytes. Out: bytes written, or needed; untouched on
- *   failure. Must not be null; this is not checked.
+ *   failure. Not checked for null.
  * @retval SOR_OK The bytes were written, or the size query was answered.
  * @retval SOR_NULLPOINTERERR pucInData is null.
  * @retval other The signature provider's result as a constant of this header.

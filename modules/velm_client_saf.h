@@ -688,7 +688,7 @@ VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(
  * @brief Tells the version of the product. The first and the fourth argument are the application's, handed on
  *   as they came.
  * @param[in,out] first Pointer width.
- * @param[out] version The version text.
+ * @param[out] version The version text with its terminating zero.
  * @param[in] version_size Size of version, at least 256.
  * @param[in,out] fourth Pointer width.
  * @return 0 on success, otherwise a result code.
