@@ -331,7 +331,7 @@ VELM_SOF_API uint32_t SOF_Login(
  *
  * Source: GM/T 0020. There is no size query.
  * @param[in] pszContainerName Container name.
- * @param[out] puRemainCount Attempts left; 0 when the service succeeds without naming a number.
+ * @param[out] puRemainCount Attempts left; 0 when the service succeeds without naming it.
  * @retval SOR_OK The count was written.
  * @retval SOR_NULLPOINTERERR pszContainerName or puRemainCount is null.
  * @retval SOR_COMMUNICATIONERR The local service could not be reached.
@@ -1851,7 +1851,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetProductVersion(
  *
  * There is no size query.
  * @param[in] pszContainerName Container name.
- * @param[out] puSealCount Number of seals; 0 when the service succeeds without naming a number.
+ * @param[out] puSealCount Number of seals; 0 when the service succeeds without naming it.
  * @retval SOR_OK The count was written.
  * @retval SOR_NULLPOINTERERR pszContainerName or puSealCount is null.
  * @retval SOR_COMMUNICATIONERR The local service could not be reached.
