@@ -16,12 +16,7 @@ constexpr Field kFields[] = {{"subject", 0x07},
                              {"valid until", 0x36}};
 
 Bytes certificate_of(Narrator& narrator, const char* name) {
-  Bytes certificate;
-  narrator.call(std::string("Export the signing certificate of ") + name,
-                with_size_query(certificate, [&](uint8_t* data, uint32_t* length) {
-                  return SOF_ExportUserCert(name, data, length);
-                }));
-  return certificate;
+  return exported_certificate(narrator, name, KeyUse::signing);
 }
 
 uint32_t validate(const Bytes& certificate) {

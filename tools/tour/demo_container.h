@@ -4,6 +4,9 @@
 #include <string>
 #include <vector>
 
+#include "narrator.h"
+#include "velm_sof_client.h"
+
 /** The containers that the tour visits, and the PIN of all of them. */
 constexpr const char* kDemoContainers[] = {"SM2_DEMO", "RSA_2048_DEMO"};
 constexpr const char* kLockedContainer = "SM2_SCAN_CONTAINER_DEMO";
@@ -29,4 +32,18 @@ uint32_t with_size_query(Bytes& result, Call call) {
   code = call(result.data(), &length);
   result.resize(code == 0 ? length : 0);
   return code;
+}
+
+/** Which of a container's two certificates. */
+enum class KeyUse { signing, exchange };
+
+/** A container's certificate in DER, with a word about its export. */
+inline Bytes exported_certificate(Narrator& narrator, const char* name, KeyUse use) {
+  const bool exchange = use == KeyUse::exchange;
+  Bytes certificate;
+  narrator.call(std::string("Export the ") + (exchange ? "exchange" : "signing") + " certificate of " + name,
+                with_size_query(certificate, [&](uint8_t* out, uint32_t* length) {
+                  return (exchange ? SOF_ExportExChangeUserCert : SOF_ExportUserCert)(name, out, length);
+                }));
+  return certificate;
 }

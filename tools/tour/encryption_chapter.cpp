@@ -6,11 +6,7 @@ void encryption_chapter(Narrator& narrator) {
   narrator.chapter("Encryption");
   const Bytes secret = bytes_of("for one reader only");
   for (const char* name : kDemoContainers) {
-    Bytes certificate;
-    narrator.call(std::string("Export the exchange certificate of ") + name,
-                  with_size_query(certificate, [&](uint8_t* out, uint32_t* length) {
-                    return SOF_ExportExChangeUserCert(name, out, length);
-                  }));
+    const Bytes certificate = exported_certificate(narrator, name, KeyUse::exchange);
     Bytes envelope;
     narrator.call("Encrypt for its holder", with_size_query(envelope, [&](uint8_t* out, uint32_t* length) {
                     return SOF_EncryptData(certificate.data(), length_of(certificate), secret.data(),

@@ -36,18 +36,8 @@ Bytes read_file(const std::string& path) {
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-Bytes export_certificate(Narrator& narrator, const char* name,
-                         uint32_t (*export_from)(const char*, uint8_t*, uint32_t*), const char* what) {
-  Bytes certificate;
-  narrator.call(std::string("Export the ") + what + " certificate of " + name,
-                with_size_query(certificate, [&](uint8_t* out, uint32_t* length) {
-                  return export_from(name, out, length);
-                }));
-  return certificate;
-}
-
 void sign_file(Narrator& narrator, const char* name, const std::string& path) {
-  const Bytes certificate = export_certificate(narrator, name, SOF_ExportUserCert, "signing");
+  const Bytes certificate = exported_certificate(narrator, name, KeyUse::signing);
   Bytes signature;
   const uint32_t signed_code = with_size_query(signature, [&](uint8_t* out, uint32_t* length) {
     return SOF_SignFile(name, path.c_str(), out, length);
@@ -68,7 +58,7 @@ void sign_file(Narrator& narrator, const char* name, const std::string& path) {
 
 void envelope_file(Narrator& narrator, const char* name, const std::string& path, const WorkFolder& folder) {
   constexpr uint32_t kByTheProvider = 1;
-  const Bytes certificate = export_certificate(narrator, name, SOF_ExportExChangeUserCert, "exchange");
+  const Bytes certificate = exported_certificate(narrator, name, KeyUse::exchange);
   const std::string envelope = folder.file("contract.p7m");
   const std::string opened = folder.file("opened.txt");
   narrator.call("Let the provider make envelopes of files", SOF_Ext_SetEnvelopType(kByTheProvider));

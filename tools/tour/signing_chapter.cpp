@@ -5,11 +5,7 @@
 namespace {
 
 void sign_data(Narrator& narrator, const char* name, Bytes data) {
-  Bytes certificate;
-  narrator.call(std::string("Export the signing certificate of ") + name,
-                with_size_query(certificate, [&](uint8_t* out, uint32_t* length) {
-                  return SOF_ExportUserCert(name, out, length);
-                }));
+  const Bytes certificate = exported_certificate(narrator, name, KeyUse::signing);
   Bytes signature;
   const uint32_t signed_code = with_size_query(signature, [&](uint8_t* out, uint32_t* length) {
     return SOF_SignData(name, data.data(), length_of(data), out, length);
