@@ -15,7 +15,15 @@ void fail(const Failure& failure, bool as_json) {
   if (!as_json) return;
   Json object{{"ok", false}};
   object.update(failure.details());
-  write_standard_output(json_line(object));
+  try {
+    write_standard_output(json_line(object));
+  } catch (const Failure&) {
+    // Nobody reads it; standard error and the exit status tell.
+  }
+}
+
+void fail_with(const std::string& message, bool as_json) {
+  fail({ExitStatus::call_failed, message, {{"message", message}}}, as_json);
 }
 
 void require_library() {
@@ -39,8 +47,9 @@ void run_command(Needs needs, bool as_json, const std::function<Report()>& run) 
   } catch (const std::filesystem::filesystem_error& error) {
     fail(file_failure(text_of_path(error.path1()), "cannot be used"), as_json);
   } catch (const std::bad_alloc&) {
-    const std::string message = "memory ran out";
-    fail({ExitStatus::call_failed, message, {{"message", message}}}, as_json);
+    fail_with("memory ran out", as_json);
+  } catch (const std::exception& error) {
+    fail_with(error.what(), as_json);
   }
 }
 

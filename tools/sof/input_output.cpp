@@ -15,6 +15,23 @@ HANDLE handle_of(Stream stream) {
   return GetStdHandle(kHandles[static_cast<int>(stream)]);
 }
 
+constexpr size_t kPiece = 1 << 16;
+
+// All pieces that `read` puts into a buffer and counts, up to one that is empty.
+template <class Read>
+Bytes all_pieces(Read read) {
+  Bytes content;
+  size_t size = 0;
+  size_t count = 0;
+  do {
+    content.resize(size + kPiece);
+    count = read(content.data() + size);
+    size += count;
+  } while (count > 0);
+  content.resize(size);
+  return content;
+}
+
 bool write_handle(HANDLE handle, const char* data, size_t size) {
   while (size > 0) {
     DWORD written = 0;
@@ -58,17 +75,13 @@ Bytes read_all(const std::string& name, const std::string& what) {
   Bytes content;
   if (name == "-") {
     take_standard_input(what);
-    constexpr size_t kPiece = 1 << 16;
-    size_t count = 0;
-    do {
-      content.resize(content.size() + kPiece);
-      count = read_standard_input(content.data() + content.size() - kPiece, kPiece);
-      content.resize(content.size() - kPiece + count);
-    } while (count > 0);
+    content = all_pieces([](uint8_t* piece) { return read_standard_input(piece, kPiece); });
   } else {
     std::ifstream file(path_of(name), std::ios::binary);
     if (!file) throw file_failure(name, "cannot be opened for reading");
-    content.assign(std::istreambuf_iterator<char>(file), {});
+    content = all_pieces([&](uint8_t* piece) {
+      return static_cast<size_t>(file.read(reinterpret_cast<char*>(piece), kPiece).gcount());
+    });
     if (file.bad()) throw file_failure(name, "cannot be read");
   }
   if (content.size() > UINT32_MAX) throw file_failure(name, "is larger than a call can take (4 GiB)");

@@ -2,6 +2,8 @@
 #include <fcntl.h>
 #include <io.h>
 
+#include <iostream>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -10,6 +12,7 @@
 #include "commands.h"
 #include "console.h"
 #include "exit_status.h"
+#include "input_output.h"
 #include "text.h"
 
 // Words of the command line are taken as they are: no pattern among them is expanded.
@@ -32,11 +35,7 @@ void add_commands(CLI::App& sof) {
   add_log_command(sof);
 }
 
-}  // namespace
-
-int wmain(int argc, wchar_t** argv) {
-  const Console console;
-  _setmode(_fileno(stdout), _O_BINARY);
+ExitStatus run(int argc, wchar_t** argv) {
   CLI::App sof{"Certificates, signatures, encryption and what a device keeps, through velm_sof_client.dll"};
   sof.name("sof");
   sof.require_subcommand(1);
@@ -48,10 +47,25 @@ int wmain(int argc, wchar_t** argv) {
   try {
     sof.parse(std::move(words));
   } catch (const CLI::Success& success) {
-    return sof.exit(success);
+    sof.exit(success);
+    return std::cout.flush() ? ExitStatus::done : ExitStatus::file;
   } catch (const CLI::ParseError& error) {
     sof.exit(error);
-    return static_cast<int>(ExitStatus::usage);
+    return ExitStatus::usage;
   }
-  return static_cast<int>(exit_status());
+  return exit_status();
+}
+
+}  // namespace
+
+int wmain(int argc, wchar_t** argv) {
+  const Console console;
+  _setmode(_fileno(stdout), _O_BINARY);
+  ExitStatus status = ExitStatus::call_failed;
+  try {
+    status = run(argc, argv);
+  } catch (const std::exception& error) {
+    write_standard_error(std::string("sof: ") + error.what() + "\n");
+  }
+  return static_cast<int>(status);
 }

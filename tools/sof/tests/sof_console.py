@@ -1,5 +1,7 @@
 """The console program and the token's service as the tests run them: under Wine, in a folder of their own."""
 
+import contextlib
+import http.server
 import json
 import os
 import pty
@@ -10,6 +12,7 @@ import socket
 import subprocess
 import tempfile
 import termios
+import threading
 import time
 
 FOLDER = os.environ["SOF_FOLDER"]
@@ -35,11 +38,32 @@ class Result:
         return json.loads(self.output)
 
 
-def sof(line, data, folder, program_folder=FOLDER):
-    """One run of the program in `folder`; `line` as a shell takes it, `data` is its standard input."""
-    command = [RUNNER, os.path.join(program_folder, "sof.exe"), *shlex.split(line)]
-    return Result(subprocess.run(command, input=data, capture_output=True, cwd=folder, env=ENVIRONMENT,
-                                 timeout=120))
+def command_of(line, program_folder=FOLDER):
+    """`line` as a shell takes it."""
+    return [RUNNER, os.path.join(program_folder, "sof.exe"), *shlex.split(line)]
+
+
+def sof(line, data, folder, program_folder=FOLDER, **settings):
+    """One run of the program in `folder`; `data` is its standard input."""
+    settings = {"stdout": subprocess.PIPE, "timeout": 120, **settings}
+    return Result(subprocess.run(command_of(line, program_folder), input=data, stderr=subprocess.PIPE,
+                                 cwd=folder, env=ENVIRONMENT, **settings))
+
+
+def unread_sof(line, folder):
+    """One run of the program whose standard output nobody reads any more."""
+    reader, writer = os.pipe()
+    os.close(reader)
+    try:
+        return sof(line, b"", folder, stdout=writer)
+    finally:
+        os.close(writer)
+
+
+def started_sof(line, folder):
+    """The running program."""
+    return subprocess.Popen(command_of(line), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
+                            stderr=subprocess.DEVNULL, cwd=folder, env=ENVIRONMENT)
 
 
 class ConsoleRun:
@@ -47,8 +71,7 @@ class ConsoleRun:
 
     def __init__(self, line, folder):
         self.terminal, inner = pty.openpty()
-        command = [RUNNER, os.path.join(FOLDER, "sof.exe"), *shlex.split(line)]
-        self.process = subprocess.Popen(command, stdin=inner, stdout=inner, stderr=inner, cwd=folder,
+        self.process = subprocess.Popen(command_of(line), stdin=inner, stdout=inner, stderr=inner, cwd=folder,
                                         start_new_session=True, env={**ENVIRONMENT, "TERM": "xterm"})
         os.close(inner)
         self.shown = b""
@@ -115,12 +138,42 @@ class Service:
         shutil.rmtree(self.folder)
 
 
+class RefusingHandler(http.server.BaseHTTPRequestHandler):
+    """Tells its version, and refuses everything else as bad data."""
+
+    def do_POST(self):
+        request = self.rfile.read(int(self.headers["Content-Length"]))
+        asks_version = request.startswith(b"{") and json.loads(request)["funcid"] == 0
+        answer = {"ErrorCode": "B000200"}
+        if asks_version:
+            answer = {"ErrorCode": "0", "Result": {"Version": "1.0.0"}}
+        content = json.dumps(answer).encode()
+        self.send_response(200)
+        self.send_header("Content-Type", "application/json")
+        self.send_header("Content-Length", str(len(content)))
+        self.end_headers()
+        self.wfile.write(content)
+
+    def log_message(self, *_):
+        pass
+
+
+@contextlib.contextmanager
+def refusing_service():
+    """A service that does nothing but tell its version."""
+    with http.server.ThreadingHTTPServer(SERVICE_ADDRESS, RefusingHandler) as server:
+        thread = threading.Thread(target=server.serve_forever)
+        thread.start()
+        yield
+        server.shutdown()
+        thread.join()
+
+
 class Follower:
     """A running `sof log --follow`, and what it has shown."""
 
     def __enter__(self):
-        command = [RUNNER, os.path.join(FOLDER, "sof.exe"), "log", "--follow"]
-        self.process = subprocess.Popen(command, stdout=subprocess.PIPE, env=ENVIRONMENT)
+        self.process = subprocess.Popen(command_of("log --follow"), stdout=subprocess.PIPE, env=ENVIRONMENT)
         return self
 
     def __exit__(self, *_):

@@ -1,14 +1,18 @@
 """Every sub-command of sof, as text and as JSON, with the exit status of each way that it can end."""
 
 import base64
+import contextlib
 import hashlib
 import os
+import resource
 import shutil
+import signal
 import tempfile
 import time
 import unittest
 
-from sof_console import FOLDER, ConsoleRun, Follower, Service, sof
+from sof_console import (FOLDER, ConsoleRun, Follower, Service, refusing_service, sof, started_sof,
+                         unread_sof)
 
 PIN = b"12345678\n"
 CHINESE = "演示容器_SM2"
@@ -129,6 +133,19 @@ class WithoutService(SofTest):
                      "verify data --cert absent --signature absent"):
             self.assertIn("absent", self.ends(FILE, line, b"abc").errors)
         self.assertEqual(self.json("base64 -i absent", status=FILE)["path"], "absent")
+
+    def test_a_file_that_fails_while_it_is_read(self):
+        # Linux opens it, and answers the first read with an error.
+        self.assertIn("mem: cannot be read", self.ends(FILE, "base64 -i Z:/proc/self/mem").errors)
+        self.assertEqual(self.json("base64 -i Z:/proc/self/mem", status=FILE)["message"], "cannot be read")
+
+    def test_output_that_nobody_reads(self):
+        for line, status in (("error 0", FILE), ("error 0 --json", FILE), ("doctor", FILE),
+                             ("log --json", FILE), ("--help", FILE),
+                             ("users", NO_SERVICE), ("users --json", NO_SERVICE)):
+            result = unread_sof(line, self.folder)
+            self.assertEqual(result.status, status, (line, result.errors))
+            self.assertNotIn("terminate", result.errors)
 
     def test_work_on_a_large_file_is_seen_on_a_console(self):
         with open(os.path.join(self.folder, "large"), "wb") as file:
