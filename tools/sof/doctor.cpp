@@ -151,7 +151,13 @@ std::optional<std::string> end_of_valid(Findings& findings, const std::string& c
 }
 
 void look_at_containers(Findings& findings) {
-  const std::vector<std::string> names = container_names();
+  std::vector<std::string> names;
+  try {
+    names = container_names();
+  } catch (const Failure& failure) {
+    return findings.add(Grade::problem, "containers", failure.what(),
+                        "look at the service; with very many containers, remove those that are not needed");
+  }
   if (names.empty()) {
     findings.add(Grade::warning, "containers", "there are none", "plug in the device, or make a container");
   }

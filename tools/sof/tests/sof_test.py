@@ -174,6 +174,14 @@ class WithoutService(SofTest):
         self.assertEqual(grades["log folder"], "ok")
         self.assertEqual(grades["service"], "problem")
 
+    def test_doctor_tells_all_where_the_containers_cannot_be_listed(self):
+        with refusing_service():
+            findings = self.json("doctor", status=PROBLEMS)["findings"]
+        found = {finding["subject"]: finding for finding in findings}
+        self.assertEqual(found["service"]["grade"], "ok")
+        self.assertEqual(found["containers"]["grade"], "problem")
+        self.assertRegex(found["containers"]["found"], "^SOF_GetUserList: 0x0B000200 .")
+
     def test_doctor_and_log_run_without_a_module(self):
         folder = self.copy_of_program("incomplete")
         os.remove(os.path.join(folder, "velm_openssl_api.dll"))
