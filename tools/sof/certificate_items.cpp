@@ -4,16 +4,14 @@
 #include "text.h"
 
 std::optional<std::string> certificate_item(const Bytes& certificate, uint32_t item) {
-  Bytes value(certificate.size());
-  uint32_t length = size_of(value);
-  const uint32_t code =
-      SOF_GetCertInfo(certificate.data(), size_of(certificate), item, value.data(), &length);
-  if (code == SOR_OIDNOTFOUNDERR || code == SOR_PARAMETERNOTSUPPORTERR || code == SOR_DNITEMNOTFOUNDERR)
-    return {};
-  check("SOF_GetCertInfo", code);
-  value.resize(std::min<size_t>(length, value.size()));
-  if (value.empty()) return {};
-  return readable(text_of(value));
+  const auto value = fetch_if_any(
+      "SOF_GetCertInfo", certificate.size(),
+      {SOR_OIDNOTFOUNDERR, SOR_PARAMETERNOTSUPPORTERR, SOR_DNITEMNOTFOUNDERR},
+      [&](uint8_t* out, uint32_t* length) {
+        return SOF_GetCertInfo(certificate.data(), size_of(certificate), item, out, length);
+      });
+  if (!value || value->empty()) return {};
+  return readable(text_of(*value));
 }
 
 bool is_text(const Bytes& bytes) {

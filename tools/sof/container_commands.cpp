@@ -134,14 +134,11 @@ struct Device {
     constexpr uint64_t kItemSize = 256;
     Report report;
     for (const NamedNumber& item : kDeviceItems) {
-      Bytes value(kItemSize);
-      uint32_t length = size_of(value);
-      const uint32_t code =
-          SOF_GetDeviceInfo(name.c_str(), static_cast<int32_t>(item.number), value.data(), &length);
-      if (code == SOR_PARAMETERNOTSUPPORTERR) continue;
-      check("SOF_GetDeviceInfo", code);
-      value.resize(length);
-      report.add(item.name, readable(text_of(value)));
+      const auto call = [&](uint8_t* out, uint32_t* length) {
+        return SOF_GetDeviceInfo(name.c_str(), static_cast<int32_t>(item.number), out, length);
+      };
+      const auto value = fetch_if_any("SOF_GetDeviceInfo", kItemSize, {SOR_PARAMETERNOTSUPPORTERR}, call);
+      if (value) report.add(item.name, readable(text_of(*value)));
     }
     return report;
   }

@@ -14,16 +14,19 @@ struct Hash {
   std::string input = "-";
   CertificateSource signer;
   std::string signer_id = "1234567812345678";
+  const CLI::Option* id_option = nullptr;
   DataOutput output;
 
   void add_options(CLI::App& command) {
     add_digest(command, algorithm);
     add_input(command, input, "what to hash");
     signer.add_options(command, true);
-    command.add_option("--id", signer_id, "signer ID that goes with the certificate")->capture_default_str();
+    id_option = command.add_option("--id", signer_id, "signer ID that goes with the certificate")
+                    ->capture_default_str();
     output.add_options(command);
   }
   Report run() const {
+    if (!id_option->empty() && !signer.is_given()) throw usage_failure("--id needs a certificate");
     const Bytes key = signer.is_given() ? signer.read() : Bytes();
     const Bytes id = signer.is_given() ? bytes_of(signer_id) : Bytes();
     return Report().deliver(input == "-" ? of_data(key, id) : of_file(key, id), output,

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <algorithm>
+#include <initializer_list>
+#include <optional>
 #include <string>
 
 #include "bytes.h"
@@ -19,14 +21,26 @@ void check(const char* function, uint32_t code);
 /** The same for a call that judges something: that it does not hold has an exit status of its own. */
 void check_verdict(const char* function, uint32_t code);
 
-/** What a call writes into a buffer of `capacity` bytes; `call` gets the buffer and its length. */
+/**
+ * What a call writes into a buffer of `capacity` bytes; `call` gets the buffer and its length. None when the
+ * code is one of `absent`, by which the call says that there is no such thing.
+ */
 template <class Call>
-Bytes fetch_within(const char* function, uint64_t capacity, Call call) {
+std::optional<Bytes> fetch_if_any(const char* function, uint64_t capacity,
+                                  std::initializer_list<uint32_t> absent, Call call) {
   Bytes output(capacity);
   uint32_t length = size_of(output);
-  check(function, call(output.data(), &length));
+  const uint32_t code = call(output.data(), &length);
+  if (std::ranges::find(absent, code) != absent.end()) return {};
+  check(function, code);
   output.resize(std::min<size_t>(length, output.size()));
   return output;
+}
+
+/** The same for what has to be there. */
+template <class Call>
+Bytes fetch_within(const char* function, uint64_t capacity, Call call) {
+  return *fetch_if_any(function, capacity, {}, call);
 }
 
 /** The same for a call with a size query. `at_least`: the capacity that is enough when the query may say

@@ -1,4 +1,5 @@
 // The service's settings, and what result codes mean.
+#include <charconv>
 #include <map>
 
 #include "arguments.h"
@@ -57,14 +58,12 @@ struct Error {
 
  private:
   uint32_t parsed() const {
-    size_t end = 0;
-    unsigned long number = 0;
-    try {
-      number = std::stoul(code, &end, 16);
-    } catch (const std::exception&) {
-    }
-    if (end == 0 || end != code.size()) throw usage_failure(code + " is no 32-bit hexadecimal number");
-    return static_cast<uint32_t>(number);
+    const bool prefixed = code.starts_with("0x") || code.starts_with("0X");
+    const char* end = code.data() + code.size();
+    uint32_t number = 0;
+    const auto [stop, error] = std::from_chars(code.data() + (prefixed ? 2 : 0), end, number, 16);
+    if (error != std::errc() || stop != end) throw usage_failure(code + " is no 32-bit hexadecimal number");
+    return number;
   }
 };
 

@@ -90,7 +90,8 @@ class WithoutService(SofTest):
         self.assertRegex(self.done("--version").text, r"^\d+\.\d+\.\d+\n$")
 
     def test_a_wrong_command_line_is_told_apart(self):
-        for line in ("", "nonsense", "login", "cert info", "error 12345678x", "hash --algorithm md5",
+        for line in ("", "nonsense", "login", "cert info", "error 12345678x", "error 123456789", "error 0x",
+                     "error +1", "error ' 1'", "error -- -1", "hash --algorithm md5", "hash --id somebody",
                      "sign data SM2_DEMO --pin 12345678"):
             self.assertNotEqual(self.ends(USAGE, line).errors, "")
 
