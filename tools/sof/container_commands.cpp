@@ -51,11 +51,7 @@ struct Users {
   }
   Report run() const {
     const std::vector<std::string> names = container_names();
-    if (!state) {
-      std::string lines;
-      for (const std::string& name : names) lines += name + "\n";
-      return Report{{"users", names}}.say(lines);
-    }
+    if (!state) return Report{{"users", names}}.say(lines_text(names));
     Json rows = Json::array();
     for (const std::string& name : names) {
       rows.push_back({{"name", name}, {"logged_in", is_logged_in(name)}, {"tries_left", tries_left(name)}});

@@ -30,9 +30,9 @@ class Findings {
     Json row{{"grade", name}, {"subject", subject}, {"found", found}};
     if (!advice.empty()) row["advice"] = advice;
     rows_.push_back(row);
-    text_ += std::string(name) + std::string(9 - std::string_view(name).size(), ' ') + subject + ": " +
-             found + "\n";
-    if (!advice.empty()) text_ += "         -> " + advice + "\n";
+    text_ += std::string(name) + std::string(9 - std::string_view(name).size(), ' ') + printable(subject) +
+             ": " + printable(found) + "\n";
+    if (!advice.empty()) text_ += "         -> " + printable(advice) + "\n";
   }
   Report report() const {
     return Report{{"worst", kGradeNames[static_cast<int>(worst_)]}, {"findings", rows_}}.say(text_).end_with(

@@ -1,7 +1,6 @@
 // Today's log, as it stands or as it grows, and the switch for verbose logging.
 #include <windows.h>
 
-#include <algorithm>
 #include <fstream>
 
 #include "command.h"
@@ -49,26 +48,30 @@ std::string text_of_line(const std::string& line, bool colored) {
 class LogReader {
  public:
   std::vector<std::string> new_lines() {
-    if (path_ != todays_log()) {
-      path_ = todays_log();
+    std::vector<std::string> lines;
+    const std::filesystem::path today = todays_log();
+    if (path_ != today) {
+      // What was written between the last look and midnight.
+      if (!path_.empty()) read_on(lines);
+      path_ = today;
       position_ = 0;
     }
-    std::ifstream file(path_, std::ios::binary);
-    file.seekg(position_);
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line) && !file.eof();) {
-      position_ += static_cast<std::streamoff>(line.size()) + 1;
-      if (line.ends_with('\r')) line.pop_back();
-      // What a line quotes may come from anywhere, and must not steer the console.
-      std::ranges::replace_if(
-          line, [](unsigned char byte) { return byte < 0x20 || byte == 0x7F; }, '?');
-      lines.push_back(readable(line));
-    }
+    read_on(lines);
     return lines;
   }
   const std::filesystem::path& path() const { return path_; }
 
  private:
+  void read_on(std::vector<std::string>& lines) {
+    std::ifstream file(path_, std::ios::binary);
+    file.seekg(position_);
+    for (std::string line; std::getline(file, line) && !file.eof();) {
+      position_ += static_cast<std::streamoff>(line.size()) + 1;
+      if (line.ends_with('\r')) line.pop_back();
+      lines.push_back(printable(readable(line)));
+    }
+  }
+
   std::filesystem::path path_;
   std::streamoff position_ = 0;
 };

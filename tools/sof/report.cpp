@@ -10,7 +10,7 @@ namespace {
 
 std::string value_text(const Json& value) {
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  return value.is_string() ? value.get<std::string>() : value.dump();
+  return value.is_string() ? printable(value.get<std::string>()) : value.dump();
 }
 
 std::string without_line_end(std::string text) {
@@ -95,7 +95,8 @@ void Report::write_data_to_standard_output() const {
   } else if (form == DataForm::hexadecimal) {
     write_standard_output(hex_of(bytes) + "\n");
   } else if (form == DataForm::text) {
-    write_standard_output(without_line_end(readable(text_of(bytes))) + "\n");
+    const std::string text = readable(text_of(bytes));
+    write_standard_output(without_line_end(is_console(Stream::output) ? printable(text, "\n") : text) + "\n");
   } else {
     write_all("-", bytes);
   }
@@ -118,6 +119,24 @@ void Report::present(bool as_json) const {
     for (const auto& [name, value] : values.items()) text += member_text(name, value);
   }
   write_standard_output(text);
+}
+
+std::string printable(std::string text, std::string_view kept) {
+  for (char& character : text) {
+    const auto byte = static_cast<unsigned char>(character);
+    if ((byte < 0x20 || byte == 0x7F) && kept.find(character) == std::string_view::npos) character = '?';
+  }
+  // U+0080 to U+009F steer consoles too.
+  for (size_t at = 0; (at = text.find('\xC2', at)) != std::string::npos; ++at) {
+    if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0) text.replace(at, 2, "?");
+  }
+  return text;
+}
+
+std::string lines_text(const std::vector<std::string>& texts) {
+  std::string lines;
+  for (const std::string& text : texts) lines += printable(text) + "\n";
+  return lines;
 }
 
 std::string json_line(const Json& object) {

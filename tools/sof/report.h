@@ -58,6 +58,14 @@ class Report {
   ExitStatus status_ = ExitStatus::done;
 };
 
+/**
+ * A UTF-8 text with a question mark for every control character: what certificates, devices and logs hold may
+ * come from anywhere, and must neither forge lines nor steer the console.
+ * @param kept Characters that stay all the same.
+ */
+std::string printable(std::string text, std::string_view kept = "");
+/** A line for each text. */
+std::string lines_text(const std::vector<std::string>& texts);
 /** One JSON object as a line, whatever bytes its texts hold. */
 std::string json_line(const Json& object);
 /** Rows as columns of text under their members' names. */

@@ -29,9 +29,8 @@ struct FilesList {
     const Bytes list = fetch("SOF_Ext_EnumFile", [&](uint8_t* names, uint32_t* length) {
       return SOF_Ext_EnumFile(name.c_str(), reinterpret_cast<char*>(names), length);
     });
-    std::string lines;
-    for (const std::string& file : names_in(list)) lines += file + "\n";
-    return Report{{"files", names_in(list)}}.say(lines);
+    const std::vector<std::string> names = names_in(list);
+    return Report{{"files", names}}.say(lines_text(names));
   }
 };
 

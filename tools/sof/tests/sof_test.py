@@ -303,6 +303,16 @@ class WithService(SofTest):
         self.write("garbage", b"no certificate")
         self.fails(CALL_FAILED, "SOF_GetCertAlg", "0x0B000443", "cert alg --cert garbage")
 
+    def test_a_certificate_forges_no_lines(self):
+        certificate = self.done("cert export SM2_DEMO").output
+        forging = "A\n\x1b[2Jü".encode()
+        self.assertEqual((certificate.count(b"SM2_DEMO"), len(forging)), (1, len(b"SM2_DEMO")))
+        self.write("forging", certificate.replace(b"SM2_DEMO", forging))
+        self.assertIn("common name: A??[2Jü\n", self.done("cert info --cert forging").text)
+        self.assertEqual(self.json("cert info --cert forging")["common_name"], forging.decode())
+        self.write("forging", certificate.replace(b"SM2_DEMO", "AB\u009b2JDE".encode()))
+        self.assertIn("common name: AB?2JDE\n", self.done("cert info --cert forging").text)
+
     # Signatures
 
     def test_data_signatures(self):
