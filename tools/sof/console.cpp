@@ -3,6 +3,7 @@
 #include <windows.h>
 
 #include "input_output.h"
+#include "temporary_file.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ void restore() {
 
 BOOL WINAPI restore_and_end(DWORD) {
   restore();
+  give_up_temporary_files();
   return FALSE;
 }
 

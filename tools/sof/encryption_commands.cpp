@@ -60,8 +60,9 @@ struct Conversion {
     const InputFile source(input, what);
     OutputFile target(output.path);
     check(function, watched(source.size(), [&] { return call(source.name(), target.name()); }));
-    if (target.is_standard_output() || output.base64) return report.deliver(target.content(), output);
+    if (target.is_standard_output()) return report.deliver(target.content(), output);
     report.add("size", target.size()).add("out", output.path);
+    if (output.base64) target.replace(bytes_of(base64_of(target.content()) + "\n"));
     target.commit();
     return report;
   }

@@ -30,31 +30,20 @@ std::string library_name(const fs::path& path) {
   return local;
 }
 
-std::wstring temporary_name(const wchar_t* purpose) {
-  return L"sof-" + std::to_wstring(GetCurrentProcessId()) + purpose;
-}
-
-void remove_quietly(const fs::path& path) {
-  std::error_code ignored;
-  if (!path.empty()) fs::remove(path, ignored);
-}
-
 }  // namespace
 
 InputFile::InputFile(const std::string& name, const std::string& what) {
   fs::path path = path_of(name);
   if (name == "-") {
     const Bytes content = read_all(name, what);
-    path = spool_ = fs::temp_directory_path() / temporary_name(L".in");
-    write_all(text_of_path(spool_), content);
+    path = spool_.emplace(fs::temp_directory_path(), L".in").path();
+    write_all(text_of_path(path), content);
   }
   std::error_code error;
   size_ = fs::file_size(path, error);
   if (error) throw file_failure(name, "cannot be opened for reading");
   library_name_ = library_name(path);
 }
-
-InputFile::~InputFile() { remove_quietly(spool_); }
 
 OutputFile::OutputFile(const std::string& name) {
   fs::path folder = fs::temp_directory_path();
@@ -64,20 +53,18 @@ OutputFile::OutputFile(const std::string& name) {
     if (!fs::is_directory(folder)) throw file_failure(name, "cannot be written: there is no such folder");
     if (fs::is_directory(target_)) throw file_failure(name, "cannot be written: it is a folder");
   }
-  temporary_ = fs::path(library_name(folder)) / temporary_name(L".out");
-  library_name_ = temporary_.string();
+  library_name_ = temporary_.emplace(library_name(folder), L".out").path().string();
 }
-
-OutputFile::~OutputFile() { remove_quietly(temporary_); }
 
 void OutputFile::commit() {
   if (is_standard_output()) return;
-  if (!MoveFileExW(temporary_.c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) {
+  if (!MoveFileExW(temporary_->path().c_str(), target_.c_str(), MOVEFILE_REPLACE_EXISTING)) {
     throw file_failure(text_of_path(target_), "cannot be written");
   }
-  temporary_.clear();
 }
 
-Bytes OutputFile::content() const { return read_all(text_of_path(temporary_), "the output"); }
+Bytes OutputFile::content() const { return read_all(text_of_path(temporary_->path()), "the output"); }
 
-uint64_t OutputFile::size() const { return fs::file_size(temporary_); }
+void OutputFile::replace(const Bytes& content) { write_all(text_of_path(temporary_->path()), content); }
+
+uint64_t OutputFile::size() const { return fs::file_size(temporary_->path()); }

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include "bytes.h"
+#include "temporary_file.h"
 
 /**
  * Files as the library's calls take them: by a name in the process's code page. Names that it cannot express
@@ -14,16 +16,13 @@ class InputFile {
  public:
   /** @param what What it holds, as a message names it. */
   InputFile(const std::string& name, const std::string& what);
-  ~InputFile();
-  InputFile(const InputFile&) = delete;
-  InputFile& operator=(const InputFile&) = delete;
 
   const char* name() const { return library_name_.c_str(); }
   /** In bytes. */
   uint64_t size() const { return size_; }
 
  private:
-  std::filesystem::path spool_;
+  std::optional<TemporaryFile> spool_;
   std::string library_name_;
   uint64_t size_ = 0;
 };
@@ -32,9 +31,6 @@ class InputFile {
 class OutputFile {
  public:
   explicit OutputFile(const std::string& name);
-  ~OutputFile();
-  OutputFile(const OutputFile&) = delete;
-  OutputFile& operator=(const OutputFile&) = delete;
 
   const char* name() const { return library_name_.c_str(); }
   /** Moves the file to its place; with standard output there is none, and content() is what the file holds.
@@ -42,11 +38,13 @@ class OutputFile {
   void commit();
   bool is_standard_output() const { return target_.empty(); }
   Bytes content() const;
+  /** Puts something else in place of what the call wrote. */
+  void replace(const Bytes& content);
   /** In bytes. */
   uint64_t size() const;
 
  private:
   std::filesystem::path target_;
-  std::filesystem::path temporary_;
+  std::optional<TemporaryFile> temporary_;
   std::string library_name_;
 };
