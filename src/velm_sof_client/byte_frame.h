@@ -64,8 +64,7 @@ class FrameField {
 inline RequestMemory build_frame(FunctionNumber number, std::initializer_list<FrameField> fields) {
   uint64_t room = 2;
   for (const FrameField& field : fields) room += field.room();
-  if (room > UINT32_MAX) throw std::bad_alloc();
-  RequestMemory request(static_cast<size_t>(room));
+  RequestMemory request(room);
   const char opening[2] = {kFrameMark, static_cast<char>(number)};
   request.append(opening, sizeof opening);
   for (const FrameField& field : fields) field.append_to(request);

@@ -17,14 +17,15 @@ namespace velm {
 // Bytes that a request carries as base64 text. A null block counts as no bytes.
 struct Base64 {
   const void* data;
-  uint32_t size;
+  size_t size;
 
-  Base64(const void* block, uint32_t length) : data(block), size(block ? length : 0) {}
-  explicit Base64(const char* text) : Base64(text, text ? static_cast<uint32_t>(std::strlen(text)) : 0) {}
+  Base64(const void* block, size_t length) : data(block), size(block ? length : 0) {}
+  explicit Base64(const char* text) : Base64(text, text ? std::strlen(text) : 0) {}
 };
 
+// A request that has room for the block has 32 bits for its size.
 inline void append_base64(RequestMemory& request, const Base64& block) {
-  request.grow(encode_base64(block.data, block.size, request.end(), request.room()));
+  request.grow(encode_base64(block.data, static_cast<uint32_t>(block.size), request.end()));
 }
 
 // One value of a request, printed by the conversion that stands for it in the format: %d, %u or %s.
@@ -70,7 +71,7 @@ class JsonField {
 inline RequestMemory format_json(std::string_view format, std::initializer_list<JsonField> fields) {
   uint64_t room = format.size();
   for (const JsonField& field : fields) room += field.room();
-  RequestMemory request(static_cast<size_t>(room));
+  RequestMemory request(room);
 
   for (const JsonField& field : fields) {
     const size_t conversion = format.find('%');

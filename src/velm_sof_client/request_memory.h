@@ -17,15 +17,19 @@ inline void wipe(void* memory, size_t size) {
 
 class RequestMemory {
  public:
-  explicit RequestMemory(size_t capacity)
-      : bytes_(std::make_unique_for_overwrite<char[]>(capacity)), capacity_(capacity) {}
+  // The transport takes sizes of 32 bits: a capacity beyond them is memory that is not to be had.
+  explicit RequestMemory(uint64_t capacity) : capacity_(capacity) {
+    if (capacity > UINT32_MAX) throw std::bad_alloc();
+    bytes_ = std::make_unique_for_overwrite<char[]>(capacity);
+  }
   RequestMemory(RequestMemory&& other) noexcept
       : bytes_(std::move(other.bytes_)), capacity_(other.capacity_), size_(other.size_) {
     other.capacity_ = other.size_ = 0;
   }
   RequestMemory& operator=(RequestMemory&&) = delete;
   ~RequestMemory() {
-    if (bytes_) wipe(bytes_.get(), size_);
+    // All of it: what an encoder wrote before it failed lies behind the size.
+    if (bytes_) wipe(bytes_.get(), capacity_);
   }
 
   void append(const void* data, size_t size) {
@@ -34,18 +38,13 @@ class RequestMemory {
     size_ += size;
   }
 
-  // Room that is filled in place: at most room() bytes may be written to end() before grow().
+  // Room that is filled in place: within the capacity, bytes may be written to end() before grow().
   char* end() { return bytes_.get() + size_; }
-  size_t room() const { return capacity_ - size_; }
   void grow(size_t written) { size_ += written; }
 
   const char* data() const { return bytes_.get(); }
 
-  // The size as the transport takes it; a request that 32 bits cannot count is memory that is not to be had.
-  uint32_t length() const {
-    if (size_ > UINT32_MAX) throw std::bad_alloc();
-    return static_cast<uint32_t>(size_);
-  }
+  uint32_t length() const { return static_cast<uint32_t>(size_); }
 
  private:
   std::unique_ptr<char[]> bytes_;

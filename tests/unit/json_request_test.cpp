@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <string>
 
 #include "crypto_module.h"
@@ -44,6 +45,48 @@ TEST_F(JsonRequest, PrintsNullTextAndSendsNullBytesAsNone) {
 TEST_F(JsonRequest, WhatCannotBeEncodedIsTheEmptyText) {
   encoder = encoder_that(-1, "YWJj", 4);
   EXPECT_EQ(text_of(format_json("[%s]", {Base64{"abc", 3}})), "[]");
+}
+
+// Fills all the room that three bytes have, without a terminating zero.
+Encoder encoder_that_claims(size_t claimed) {
+  return [=](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
+    std::memset(text, 'A', base64_room(3));
+    *text_length = static_cast<uint32_t>(claimed);
+    return 0;
+  };
+}
+
+TEST_F(JsonRequest, WhatTheEncoderSaysToBeLongerThanItsRoomIsTheEmptyText) {
+  const std::string room(base64_room(3), 'A'), behind(100, 'b');
+  const auto sent = [&](size_t claimed) {
+    encoder = encoder_that_claims(claimed);
+    return text_of(format_json("[%s][%s]", {Base64{"abc", 3}, behind.c_str()}));
+  };
+  EXPECT_EQ(sent(room.size()), "[" + room + "][" + behind + "]");
+  EXPECT_EQ(sent(room.size() + 1), "[][" + behind + "]");
+  EXPECT_EQ(sent(room.size() + behind.size()), "[][" + behind + "]");
+}
+
+TEST_F(JsonRequest, WhatTheEncoderHasNotWrittenIsNotSent) {
+  encoder = [](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
+    std::memcpy(text, "YWJj", 4);
+    *text_length = 100;
+    return 0;
+  };
+  EXPECT_EQ(text_of(format_json("[%s]", {Base64{"abc", 3}})), "[YWJj]");
+}
+
+TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
+  encoder = [](const uint8_t*, uint32_t, uint8_t*, uint32_t*) {
+    ADD_FAILURE() << "the encoder was called";
+    return 0;
+  };
+  for (const size_t size : {size_t{0xBFFFFFFE}, size_t{0xFFFFFFFF}, size_t{0x100000003}, SIZE_MAX / 4}) {
+    EXPECT_THROW(format_json("[%s]", {Base64{"", size}}), std::bad_alloc) << size;
+  }
+  // Each fits, but not both.
+  EXPECT_THROW(format_json("[%s][%s]", {Base64{"", 0x60000000}, Base64{"", 0x60000000}}), std::bad_alloc);
+  EXPECT_THROW(format_json("[%s]", {std::string_view("", 0xFFFFFFFC)}), std::bad_alloc);
 }
 
 }  // namespace

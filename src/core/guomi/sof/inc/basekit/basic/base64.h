@@ -10,24 +10,32 @@
 
 namespace velm {
 
+// The padded base64 text of `size` bytes, without line breaks.
+constexpr uint64_t base64_length(uint64_t size) { return (size + 2) / 3 * 4; }
+
 // Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and
 // slack.
-constexpr uint64_t base64_room(uint64_t size) { return (size + 2) / 3 * 4 + size / 24 + 1024; }
+constexpr uint64_t base64_room(uint64_t size) { return base64_length(size) + size / 24 + 1024; }
 
-// Encodes into the `room` bytes of `text`, at least base64_room(length), and gives the characters written.
-// What the crypto module cannot encode is the empty text.
-inline size_t encode_base64(const void* data, uint32_t length, char* text, size_t room) {
+// Encodes into the base64_room(length) bytes of `text`, which 32 bits must count, and gives the characters
+// written. What the crypto module cannot encode is the empty text, and so is what it says to be longer.
+inline size_t encode_base64(const void* data, uint32_t length, char* text) {
+  const uint64_t room = base64_room(length);
+  // A length that the module overstates brings out nothing that lay there before.
+  std::memset(text + base64_length(length), 0, room - base64_length(length));
   uint32_t written = 0;
   const int32_t result = VELM_Openssl_Base64Encode(static_cast<const uint8_t*>(data), length,
                                                    reinterpret_cast<uint8_t*>(text), &written);
   return result == 0 && written <= room ? strnlen(text, written) : 0;
 }
 
-// The empty text on any failure.
-inline std::string xbase64_encode_string(const void* data, uint32_t length) {
+// The empty text on any failure; a text that 32 bits cannot count is one.
+inline std::string xbase64_encode_string(const void* data, size_t length) {
+  const size_t size = data ? length : 0;
+  if (base64_room(size) > UINT32_MAX) return {};
   try {
-    std::string text(base64_room(length), '\0');
-    text.resize(encode_base64(data, data ? length : 0, text.data(), text.size()));
+    std::string text(base64_room(size), '\0');
+    text.resize(encode_base64(data, static_cast<uint32_t>(size), text.data()));
     return text;
   } catch (const std::bad_alloc&) {
     return {};
@@ -36,7 +44,7 @@ inline std::string xbase64_encode_string(const void* data, uint32_t length) {
 
 // The text without its terminating zero.
 inline std::string xbase64_encode_text(const char* text) {
-  return xbase64_encode_string(text, text ? static_cast<uint32_t>(std::strlen(text)) : 0);
+  return xbase64_encode_string(text, text ? std::strlen(text) : 0);
 }
 
 }  // namespace velm
