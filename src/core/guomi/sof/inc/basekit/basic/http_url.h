@@ -1,6 +1,7 @@
 // Splitting of a request URL into host, port and path.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -13,18 +14,22 @@ struct UrlParts {
   std::wstring path;
 };
 
-// The decimal number that a text begins with, in 16 bits.
+// The decimal number that a text begins with, blanks and one sign before it allowed, modulo 2^16; 0 where
+// there is none.
 inline uint16_t leading_number(std::wstring_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(L" \t\n\v\f\r"), text.size()));
+  const bool negative = text.starts_with(L'-');
+  if (negative || text.starts_with(L'+')) text.remove_prefix(1);
   uint32_t number = 0;
   for (wchar_t c : text) {
     if (c < L'0' || c > L'9') break;
     number = number * 10 + static_cast<uint32_t>(c - L'0');
   }
-  return static_cast<uint16_t>(number);
+  return static_cast<uint16_t>(negative ? 0 - number : number);
 }
 
 // A scheme that stands anywhere in the URL is skipped by its length, counted from the start. The path is what follows
-// the first "/" behind it, without that "/". Without a number behind ":" the port is 80.
+// the first "/" behind it, without that "/". Without ":" the port is 80.
 inline UrlParts split_url(std::wstring_view url) {
   std::wstring_view rest = url;
   if (url.find(L"http://") != std::wstring_view::npos) {
