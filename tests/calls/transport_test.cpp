@@ -3,9 +3,11 @@
 #include <windows.h>
 #include <winhttp.h>
 
+#include <algorithm>
 #include <clocale>
 #include <cstring>
 #include <thread>
+#include <utility>
 
 #include "support/allocation_faults.h"
 #include "support/client_test.h"
@@ -207,6 +209,9 @@ HINTERNET WINAPI open_request(HINTERNET connection, LPCWSTR verb, LPCWSTR path, 
                               LPCWSTR* types, DWORD flags) {
   EXPECT_STREQ(verb, L"POST");
   EXPECT_STREQ(path, L"");
+  EXPECT_EQ(version, nullptr);
+  EXPECT_EQ(referrer, nullptr);
+  EXPECT_EQ(types, nullptr);
   EXPECT_EQ(flags, 0u);
   if (fails("WinHttpOpenRequest")) return nullptr;
   return opened(WinHttpOpenRequest(connection, verb, path, version, referrer, types, flags));
@@ -315,6 +320,48 @@ TEST_F(PlatformCalls, AFailingReadEndsTheBodyWithoutAnError) {
     EXPECT_THAT(log.errors(), ElementsAre("SOF_Initialize->cJSON_Parse []"));
     EXPECT_EQ(recorded.closed, recorded.opened);
   }
+}
+
+// An answer that the system has in one piece of three chunks.
+constexpr DWORD kChunk = 1 << 20, kPiece = 3 << 20;
+DWORD piece_left = 0;
+
+BOOL WINAPI query_piece(HINTERNET, LPDWORD available) {
+  *available = std::exchange(piece_left, 0);
+  return TRUE;
+}
+BOOL WINAPI read_piece(HINTERNET, LPVOID buffer, DWORD length, LPDWORD received) {
+  EXPECT_EQ(length, kPiece);
+  std::memset(buffer, 'x', length);
+  *received = length;
+  return TRUE;
+}
+
+TEST_F(PlatformCalls, APieceAboveAChunkIsReadAtOnceOrThereIsNoMemoryForIt) {
+  const ImportPatch query_all(module, "winhttp.dll", "WinHttpQueryDataAvailable", query_piece);
+  const ImportPatch read_all(module, "winhttp.dll", "WinHttpReadData", read_piece);
+  service.responds([](const Request&) { return json(kSuccess); });
+  library.SOF_GenRandom(3, nullptr);  // what the runtime keeps for a thread from its first exception on
+  AllocationFaults memory(module);
+  piece_left = kPiece;
+  EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);
+  const std::vector<size_t> sizes = memory.sizes();
+  const auto chunk = std::ranges::find(sizes, size_t{kChunk});
+  const auto piece = std::ranges::find(sizes, size_t{kPiece});
+  ASSERT_LT(chunk, piece);
+  ASSERT_NE(piece, sizes.end());
+  EXPECT_LT(memory.peak_bytes(), size_t{kChunk} + kPiece);
+  EXPECT_EQ(memory.outstanding(), 0u);
+
+  recorded = {};
+  memory.restart();
+  memory.fail_at(static_cast<size_t>(piece - sizes.begin()) + 1);
+  piece_left = kPiece;
+  EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);
+  EXPECT_TRUE(memory.has_failed());
+  EXPECT_EQ(memory.outstanding(), 0u);
+  EXPECT_THAT(recorded.opened, testing::SizeIs(3));
+  EXPECT_EQ(recorded.closed, recorded.opened);
 }
 
 size_t WINAPIV too_long(wchar_t*, const char*, size_t) { return 2000; }

@@ -62,7 +62,7 @@ BOOL WINAPI receive_response(HINTERNET, LPVOID) {
 
 size_t left() { return exchange.body.size() - exchange.read; }
 
-// Says how much there is, and now and then far too much.
+// Says how much there is, and now and then far too much: a larger buffer is asked for, but never filled.
 BOOL WINAPI query_data(HINTERNET, LPDWORD available) {
   if (exchange.fault == HttpFault::kQuery && exchange.random->one_in(2)) return FALSE;
   if (left() == 0 || exchange.random->one_in(3)) {

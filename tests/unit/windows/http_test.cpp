@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include <clocale>
 #include <fstream>
 
 #include "support/import_patch.h"
@@ -134,6 +135,26 @@ TEST_F(Http, TextsAreWidenedUpToTheirLimitsAndNotBeyond) {
   EXPECT_EQ(xhttp::post((longest_url + "u").c_str(), "", 0, "t", nullptr, &length_), -1);
   EXPECT_EQ(xhttp::post("u", "", 0, (longest_type + "t").c_str(), nullptr, &length_), -1);
   EXPECT_EQ(seen.host, L"");
+}
+
+constexpr char kBeyondAscii[] = "http://h\x80/";
+
+TEST_F(Http, ATextBeyondAsciiIsWidenedInTheUsersLocale) {
+  EXPECT_EQ(xhttp::post(kBeyondAscii, "", 0, nullptr, nullptr, &length_), -10);
+  wchar_t host[8] = {};
+  ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, "h\x80", -1, host, 8), 0);
+  EXPECT_EQ(seen.host, host);
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
+}
+
+size_t WINAPIV cannot_widen(wchar_t*, const char*, size_t) { return static_cast<size_t>(-1); }
+
+TEST_F(Http, ATextThatCannotBeWidenedFailsTheCallWithoutALine) {
+  const test::ImportPatch widen(self, "msvcrt.dll", "mbstowcs", cannot_widen);
+  EXPECT_EQ(xhttp::post(kBeyondAscii, "", 0, nullptr, nullptr, &length_), -1);
+  EXPECT_EQ(seen.host, L"");
+  EXPECT_EQ(log_text(), "");
+  EXPECT_STREQ(std::setlocale(LC_ALL, nullptr), "C");
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "basekit/basic/http_url.h"
@@ -139,13 +138,8 @@ inline bool is_ascii(const char* text) {
   return std::all_of(text, text + std::strlen(text), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// Asking costs less than setting, and the locale is hardly ever another one.
-inline void enter_c_locale() {
-  if (std::strcmp(std::setlocale(LC_ALL, nullptr), "C") != 0) std::setlocale(LC_ALL, "C");
-}
-
 // A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or cannot be
-// converted. The process's C locale is the "C" locale afterwards.
+// converted. May leave the process in the user's locale.
 template <size_t limit>
 class Widened {
  public:
@@ -155,7 +149,6 @@ class Widened {
     const size_t length = std::mbstowcs(nullptr, text, limit);
     fits_ = length <= limit;
     if (fits_) std::mbstowcs(area_.data(), text, limit);
-    enter_c_locale();
   }
 
   bool fits() const { return fits_; }
@@ -166,12 +159,14 @@ class Widened {
   bool fits_;
 };
 
-// Widens the texts and posts. `content_type` may be null. Result 0, or a negative value already logged.
+// Widens the texts and posts; the process's C locale is the "C" locale afterwards. `content_type` may be
+// null. Result 0, or a negative value; only that of a text that cannot be widened is not logged yet.
 inline int32_t post(const char* url, const void* data, uint32_t data_length, const char* content_type, void* response,
                     uint32_t* response_length) {
   const Widened<1023> wide_url(url);
   const Widened<127> wide_content_type(content_type ? content_type : "");
   const Widened<15> wide_charset("UTF-8");
+  std::setlocale(LC_ALL, "C");
   if (!wide_url.fits() || !wide_content_type.fits() || !wide_charset.fits()) return kFailed;
   return xhttp_request_w(wide_url.text(), data, data_length, content_type ? wide_content_type.text() : nullptr,
                          nullptr, wide_charset.text(), nullptr, response, response_length);
