@@ -212,6 +212,18 @@ TEST_F(Certificate, AnUndecodableAnswerHasNoLengthWhateverTheDecoderSays) {
   EXPECT_THAT(log.errors(), testing::IsEmpty());
 }
 
+TEST_F(Certificate, ADecoderThatStoresNothingHasWrittenNothing) {
+  STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, uint32_t* length) {
+    EXPECT_EQ(*length, 0u);
+    return 0;
+  });
+  service.answers(json(R"({"ErrorCode":"0","Result":{"UserCert":"MAMCAQA="}})"));
+  const MadeCall made(library, kSigningCall, 0);
+  EXPECT_EQ(made.result, SOR_OK);
+  EXPECT_TRUE(made.output.untouched());
+  EXPECT_EQ(made.length, 0u);
+}
+
 TEST_F(Certificate, OnlyTheLengthOfAnItemIsToldWithoutABuffer) {
   for (const auto& [info, size] : {std::pair(base64(std::string(700, 'n')), 700u),
                                    std::pair(std::string("?"), 0u)}) {

@@ -174,6 +174,17 @@ TEST_F(Environment, GenRandomFillsWhatTheServiceDidNotSendWithZeros) {
   }
 }
 
+TEST_F(Environment, GenRandomOfADecoderThatStoresNothingIsZeros) {
+  STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, uint32_t* length) {
+    EXPECT_EQ(*length, 0u);
+    return 0;
+  });
+  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":"YWJj"}})"));
+  GuardedBuffer buffer(8);
+  EXPECT_EQ(library.SOF_GenRandom(8, buffer.data()), SOR_OK);
+  EXPECT_EQ(buffer.bytes(), std::string(8, '\0'));
+}
+
 TEST_F(Environment, GenRandomTakesNoMoreThanAskedFor) {
   service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(std::string(100, 'r')) + R"("}})"));
   GuardedBuffer buffer(2);

@@ -247,6 +247,13 @@ TEST_F(Pin, IsWipedFromTheRequestBeforeItsMemoryIsFreed) {
   real_free = patch.original<void (*)(void*)>();
   EXPECT_EQ(library.SOF_Login("C1", kPin), SOR_OK);
   EXPECT_EQ(library.SOF_ChangePassWd("C1", "1", kPin), SOR_COMMUNICATIONERR);
+
+  STANDIN(VELM_Openssl_Base64Encode).plays([](auto, auto, uint8_t* text, auto) {
+    std::memcpy(text + 64, kPinInBase64, std::strlen(kPinInBase64));  // beyond the end of the request
+    return -1;
+  });
+  service.answers(kSuccess);
+  EXPECT_EQ(library.SOF_Login("C1", kPin), SOR_OK);
   EXPECT_GT(blocks_freed, 2u);
   EXPECT_FALSE(pin_was_freed);
 }
