@@ -1983,7 +1983,7 @@ VELM_SOF_API uint32_t SOF_Ext_HashFile(
  * @retval SOR_OK The text was written, or the size query was answered.
  * @retval SOR_NULLPOINTERERR pOrignalData or pEncodeDataLen is null.
  * @retval SOR_BASE64ENCODEERR The crypto module could not encode.
- * @retval SOR_MEMORYERR The answer to the size query passes 32 bits.
+ * @retval SOR_MEMORYERR The answer to the size query, or the length of the text, passes 32 bits.
  * @par Thread safety
  * Any thread, several calls at once.
  */
@@ -2019,6 +2019,7 @@ VELM_SOF_API uint32_t SOF_Base64Decode(
  *   failure. Not checked for null.
  * @retval SOR_OK The text was written, or the size query was answered.
  * @retval SOR_NULLPOINTERERR pucInData is null.
+ * @retval SOR_MEMORYERR The length of the text passes 32 bits.
  * @retval other The signature provider's result as a constant of this header.
  * @par Thread safety
  * Any thread, several calls at once.

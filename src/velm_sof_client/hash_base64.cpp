@@ -1,8 +1,17 @@
 // Hash values, by the signature provider, and base64, by the provider and by the crypto module.
-#include "modules/velm_openssl_api.h"
+#include "basekit/basic/base64.h"
 #include "velm_sof_client/provider_call.h"
 
 using namespace velm;
+
+namespace {
+
+// No encoder is asked for a text whose length the caller could not be told.
+void require_countable_text(uint32_t data_length) {
+  if (base64_length(data_length) > UINT32_MAX) fail(SOR_MEMORYERR);
+}
+
+}  // namespace
 
 uint32_t SOF_Ext_HashData(uint32_t uiAlgorithmType, const uint8_t* pucInData, uint32_t ulInDataLen,
                           const uint8_t* pucPublicKey, uint32_t ulPublicKeyLen, const uint8_t* pucID,
@@ -45,6 +54,7 @@ uint32_t SOF_Base64Encode(const uint8_t* pOrignalData, uint32_t uOrignalDataLen,
       return;
     }
 
+    require_countable_text(uOrignalDataLen);
     uint32_t written = 0;
     const int32_t result = VELM_Openssl_Base64Encode(pOrignalData, uOrignalDataLen, pEncodeData, &written);
     if (result != 0) {
@@ -83,6 +93,7 @@ uint32_t SOF_Ext_Base64Encode(const uint8_t* pucInData, uint32_t ulInDataLen, ui
   return exported_call([&] {
     uint32_t length = pulOutDataLen ? *pulOutDataLen : 0;
     require_pointer(pucInData, "pucInData");
+    require_countable_text(ulInDataLen);
     // The failure line names the exported function.
     check_provider("SOF_Ext_Base64Encode", SAF_Base64_Encode(pucInData, ulInDataLen, pucOutData, &length));
     store(pulOutDataLen, length);

@@ -257,6 +257,22 @@ TEST_F(ModuleBase64Test, ASizeBeyond32BitsIsRefused) {
   EXPECT_EQ(length, 64u);
 }
 
+TEST_F(ModuleBase64Test, ATextBeyond32BitsIsNeverAskedFor) {
+  STANDIN(VELM_Openssl_Base64Encode).returns(0);
+  STANDIN(SAF_Base64_Encode).returns(0);
+  for (const uint32_t size : {0xBFFFFFFEu, 0xFFFFFFFFu}) {
+    EXPECT_EQ(library.SOF_Base64Encode(kData, size, output.data(), &length), SOR_MEMORYERR);
+    EXPECT_EQ(library.SOF_Ext_Base64Encode(kData, size, output.data(), &length), SOR_MEMORYERR);
+    EXPECT_EQ(library.SOF_Ext_Base64Encode(kData, size, nullptr, &length), SOR_MEMORYERR);
+  }
+  EXPECT_EQ(length, 64u);
+  EXPECT_EQ(standins.call_log(), Lines{});
+
+  EXPECT_EQ(library.SOF_Ext_Base64Encode(kData, 0xBFFFFFFD, output.data(), &length), SOR_OK);
+  EXPECT_EQ(library.SOF_Base64Encode(kData, 0xBFFFFFFD, output.data(), &length), SOR_OK);
+  EXPECT_EQ(standins.call_log(), (Lines{"SAF_Base64_Encode", "VELM_Openssl_Base64Encode"}));
+}
+
 TEST_F(ModuleBase64Test, ThereAndBack) {
   EXPECT_EQ(library.SOF_Base64Encode(kData, 3, output.data(), &length), SOR_OK);
   EXPECT_EQ(length, 4u);

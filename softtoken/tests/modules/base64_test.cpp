@@ -98,6 +98,11 @@ TEST(Base64, BadArgumentsAreRefusedAndNothingIsWritten) {
     EXPECT_NE(function(input.data(), size_of(input), output, nullptr), 0);
     EXPECT_EQ(length, 2u);
   }
+  uint32_t length = 2;
+  for (const uint32_t size : {0xBFFFFFFEu, UINT32_MAX}) {  // their texts are longer than 32 bits can say
+    EXPECT_NE(VELM_Openssl_Base64Encode(plain.data(), size, output, &length), 0);
+  }
+  EXPECT_EQ(length, 2u);
   EXPECT_EQ(Bytes(output, output + 4), Bytes(4, 9));
 }
 
