@@ -30,9 +30,9 @@ extern "C" {
  * @brief Encodes bytes in base64.
  * @param[in] input Bytes to encode.
  * @param[in] input_length Length of input.
- * @param[out] output The text, without a terminating zero; the caller provides twice input_length bytes, and
- *   never less than 10.
- * @param[out] output_length Length of the text.
+ * @param[out] output The text. The caller provides what the padded text takes, 4 bytes for each 3 bytes of
+ *   input begun, 2 bytes for each 48 bytes of input begun (line breaks), and 1 byte (a terminating zero).
+ * @param[out] output_length Length of the text, without a terminating zero.
  * @return 0 on success.
  */
 VELM_MODULE_API int32_t VELM_Openssl_Base64Encode(
