@@ -2,8 +2,8 @@
 """files.py FILE_BENCH: a 300 MiB file through the library under Wine, and through the openssl program.
 
 FILE_BENCH is the built file_bench.exe. Both work in one folder of this tree, in turns, on a file that the
-page cache holds; each does what the other does: the same cipher, an RSA key of 2048 bits, an envelope opened whose
-lengths stand in front. Each figure is a median, printed as "name value".
+page cache holds; each does what the other does: the same cipher, an RSA key of 2048 bits, an envelope opened
+whose lengths stand in front. Each figure is a median, printed as "name value".
 """
 
 import filecmp

@@ -97,7 +97,8 @@ def this_machine():
     system = first_match("/etc/os-release", r'^PRETTY_NAME="(.*)"$')
     wine = output_of(os.path.join(FOLDER, "..", "cmake", "run-under-wine"), "--version")
     openssl = " ".join(output_of("openssl", "version").split()[:2])
-    token_openssl = first_match(os.path.join(FOLDER, "..", "cmake", "third_party.sh"), r"^openssl_version=(.*)$")
+    third_party = os.path.join(FOLDER, "..", "cmake", "third_party.sh")
+    token_openssl = first_match(third_party, r"^openssl_version=(.*)$")
     load = os.getloadavg()[1]
     return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, "
             f"{memory:.0f} GiB of memory, load average {load:.1f};\n"

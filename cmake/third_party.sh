@@ -24,7 +24,8 @@ prepare_private_apt() {
   [ -n "$mirror" ] || { apt-get update -qq && mirror=$(debian_mirror); }
   [ -n "$mirror" ] || fail "this machine's apt names no mirror of bookworm"
   local keys='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]'
-  printf 'deb-src %s %s %s main\n' "$keys" "$mirror" bookworm "$keys" "$mirror" "$source_suite" >"$state/sources.list"
+  printf 'deb-src %s %s %s main\n' "$keys" "$mirror" bookworm "$keys" "$mirror" "$source_suite" \
+    >"$state/sources.list"
   apt_private apt-get update -qq
   touch "$state/ready"
 }
@@ -32,11 +33,13 @@ prepare_private_apt() {
 # offered_source NAME VERSION: the newest version of the source package that begins so, or nothing.
 offered_source() {
   apt_private apt-cache showsrc --only-source "$1" | awk -v want="$2" '
-    $1 == "Version:" { v = $2; sub(/^[0-9]+:/, "", v); if (index(v, want) == 1) print $2 }' | sort -V | tail -1
+    $1 == "Version:" { v = $2; sub(/^[0-9]+:/, "", v); if (index(v, want) == 1) print $2 }' |
+    sort -V | tail -1
 }
 
-# fetch_source NAME VERSION: unpacks the source package, of that upstream version, into $deps/src/NAME-VERSION.
-# Debian replaces some versions by later ones of the same series; where that has happened, the later one is taken.
+# fetch_source NAME VERSION: unpacks the source package, of that upstream version, into
+# $deps/src/NAME-VERSION. Debian replaces some versions by later ones of the same series; where that has
+# happened, the later one is taken.
 fetch_source() {
   local name=$1 version=$2 target=$deps/src/$1-$2 download=$deps/download/$1-$2
   [ ! -d "$target" ] || return 0
@@ -69,10 +72,11 @@ sqlite_version=3.46.1
 xmlsec1_version=1.2.37
 
 openssl_options='no-shared no-tests no-apps no-docs no-module no-engine no-legacy no-quic'
-# Of these two only what signatures need: trees, their canonical form and references within a document; no network, no
-# external files. The library is used by one thread at a time.
-libxml2_options='--with-minimum --with-c14n --with-output --with-push --with-sax1 --with-tree --with-xpath --with-xptr
-  --without-python --without-zlib --without-lzma --without-iconv --without-http --without-ftp --without-threads'
+# Of these two only what signatures need: trees, their canonical form and references within a document; no
+# network, no external files. The library is used by one thread at a time.
+libxml2_options='--with-minimum --with-c14n --with-output --with-push --with-sax1 --with-tree --with-xpath
+  --with-xptr --without-python --without-zlib --without-lzma --without-iconv --without-http --without-ftp
+  --without-threads'
 xmlsec1_options='--without-libxslt --without-nss --without-gcrypt --without-gnutls --disable-crypto-dl
   --disable-apps-crypto-dl --disable-apps --disable-docs --disable-mans --disable-pkgconfig'
 sqlite_options='-DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED -DSQLITE_THREADSAFE=1'
@@ -89,7 +93,8 @@ with_progress() {
   worker=$!
   while kill -0 "$worker" 2>/dev/null; do
     sleep 1
-    (((SECONDS - started) % 20)) || printf '  %s, %s s: %s lines of log\n' "$label" $((SECONDS - started)) "$(wc -l <"$log")"
+    (((SECONDS - started) % 20)) ||
+      printf '  %s, %s s: %s lines of log\n' "$label" $((SECONDS - started)) "$(wc -l <"$log")"
   done
   wait "$worker" || { tail -n 20 "$log" >&2; fail "$label failed; the whole log: $log"; }
   echo "built $label in $((SECONDS - started)) s"
@@ -144,15 +149,17 @@ build_sqlite() {
   mark_built "sqlite-$target" "$stamp"
 }
 
-# build_configured NAME VERSION TARGET LIBRARY FOLDER OPTION...: a static library made by its package's own configure and
-# make, in $deps/NAME-TARGET; FOLDER is where in the source and in the build it lies. The package's headers are the caller's.
+# build_configured NAME VERSION TARGET LIBRARY FOLDER OPTION...: a static library made by its package's own
+# configure and make, in $deps/NAME-TARGET; FOLDER is where in the source and in the build it lies. The
+# package's headers are the caller's.
 build_configured() {
   local name=$1 version=$2 target=$3 library=$4 folder=$5 work=$deps/work/$1-$3 prefix=$deps/$1-$3
   shift 5
   rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix/lib" "$prefix/include"
   with_progress "$name $version for $target" "$work.log" bash -ec "
     cd '$work'
-    '$deps/src/$name-$version/configure' --disable-shared --disable-dependency-tracking --with-pic CFLAGS=-O2 $*
+    '$deps/src/$name-$version/configure' \\
+      --disable-shared --disable-dependency-tracking --with-pic CFLAGS=-O2 $*
     make -j$jobs -C '$folder' AUTOCONF=: AUTOHEADER=: AUTOMAKE=: ACLOCAL=: '$library.la'
     cp '$folder/.libs/$library.a' '$prefix/lib/'
     cp -r '$deps/src/$name-$version/include'/* '$prefix/include/'
@@ -170,7 +177,8 @@ build_libxml2() {
   mark_built "libxml2-$target" "$stamp"
 }
 
-# build_xmlsec1 TARGET [OPTION...]: the part that knows no cryptography; what is signed is checked by the token's own.
+# build_xmlsec1 TARGET [OPTION...]: the part that knows no cryptography; what is signed is checked by the
+# token's own.
 build_xmlsec1() {
   local target=$1 stamp="$xmlsec1_version $libxml2_version $openssl_version $* $xmlsec1_options"
   shift

@@ -33,8 +33,8 @@ prepare_wine() {
   start_wine
 }
 
-# One server for many programs. It and its services are started apart from any of them: they would keep the output of
-# the program that started them open for as long as they live.
+# One server for many programs. It and its services are started apart from any of them: they would keep the
+# output of the program that started them open for as long as they live.
 start_wine() {
   "$(wine_server)" -k0 2>/dev/null && return
   "$(wine_server)" -p60 </dev/null >/dev/null 2>&1

@@ -1,7 +1,8 @@
 // The compiler reaches thread-local variables, the exception state of the C++ runtime among them, through
-// __emutls_get_address. The compiler's own version is built on its POSIX threads, which keep blocks, handles and
-// a thread slot of the system for ever when a DLL is unloaded. This one lies in a fiber-local slot, whose values
-// the system gives back for every thread that ends and, when the slot is freed, for all threads at once.
+// __emutls_get_address. The compiler's own version is built on its POSIX threads, which keep blocks, handles
+// and a thread slot of the system for ever when a DLL is unloaded. This one lies in a fiber-local slot, whose
+// values the system gives back for every thread that ends and, when the slot is freed, for all threads at
+// once.
 #include "runtime/module_runtime.h"
 
 #include <windows.h>

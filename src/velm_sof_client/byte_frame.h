@@ -80,8 +80,8 @@ struct FrameAnswer {
 
 enum class FrameContent { code_only, code_and_data };
 
-// `stored` are the bytes that were kept, `received` the number that arrived. A frame that says more than it brought, or
-// that did not fit, is refused.
+// `stored` are the bytes that were kept, `received` the number that arrived. A frame that says more than it
+// brought, or that did not fit, is refused.
 inline FrameAnswer read_frame(std::span<const uint8_t> stored, uint64_t received, FrameContent content) {
   constexpr FrameAnswer kRefused{.refused = true};
   if (received > stored.size() || received < kFrameNumberBytes) return kRefused;

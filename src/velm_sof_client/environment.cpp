@@ -33,8 +33,8 @@ uint32_t SOF_GetVersion(char* pszVersion) {
 
 namespace {
 
-// The service's random bytes. Whatever it sends, the buffer holds what the decoder writes and the `count` bytes that are
-// copied out of it.
+// The service's random bytes. Whatever it sends, the buffer holds what the decoder writes and the `count`
+// bytes that are copied out of it.
 std::unique_ptr<uint8_t[]> decode_random(const char* text, uint32_t count) {
   const size_t text_length = std::strlen(text);
   auto bytes = std::make_unique<uint8_t[]>(std::max<size_t>(text_length, count) + 1);

@@ -1,5 +1,5 @@
-// The texts of the result codes. This file is compiled with GBK as its execution character set, so the literals below
-// are GBK bytes in the program.
+// The texts of the result codes. This file is compiled with GBK as its execution character set, so the
+// literals below are GBK bytes in the program.
 #pragma once
 
 #include <algorithm>
@@ -121,8 +121,9 @@ inline constexpr std::array<ErrorText, 102> kErrorTexts{{
 
 // The text of a code, or null for a code that has none.
 constexpr const char* error_text(uint32_t code) {
-  const auto row = std::lower_bound(kErrorTexts.begin(), kErrorTexts.end(), code,
-                                    [](const ErrorText& text, uint32_t wanted) { return text.code < wanted; });
+  const auto row =
+      std::lower_bound(kErrorTexts.begin(), kErrorTexts.end(), code,
+                       [](const ErrorText& text, uint32_t wanted) { return text.code < wanted; });
   return row != kErrorTexts.end() && row->code == code ? row->text : nullptr;
 }
 

@@ -16,7 +16,8 @@ namespace velm {
 // All exported functions log as one source unit.
 inline constinit log::Unit client_unit{R"(..\..\src\velm_sof_client)"};
 
-#define LOG_ENTRY(...) ::velm::log::write(::velm::client_unit, ::velm::log::kInformation, __LINE__, __VA_ARGS__)
+#define LOG_ENTRY(...) \
+  ::velm::log::write(::velm::client_unit, ::velm::log::kInformation, __LINE__, __VA_ARGS__)
 #define LOG_FAILURE(...) ::velm::log::write(::velm::client_unit, ::velm::log::kError, __LINE__, __VA_ARGS__)
 
 // A call that cannot go on. Thrown where the failure is known, after its log line is written.
@@ -26,8 +27,8 @@ struct CallFailure {
 
 [[noreturn]] inline void fail(uint32_t code) { throw CallFailure{code}; }
 
-// Runs the body of an exported call. The result is what the body returns, success when it returns nothing, or the code
-// with which it failed.
+// Runs the body of an exported call. The result is what the body returns, success when it returns nothing, or
+// the code with which it failed.
 template <std::invocable Body>
 uint32_t exported_call(Body&& body) noexcept {
   if (!prepare_thread()) return SOR_MEMORYERR;
@@ -76,12 +77,13 @@ inline void require_text(const char* text, const char* name, CallSite site = Cal
 inline void require_capacity(uint32_t given, uint32_t expected, const char* name,
                              CallSite site = CallSite::current()) {
   if (given >= expected) return;
-  log::write(client_unit, log::kError, line_of(site), "buffer size %s is too small, expect %u but %u was given!\n",
-             name, expected, given);
+  log::write(client_unit, log::kError, line_of(site),
+             "buffer size %s is too small, expect %u but %u was given!\n", name, expected, given);
   fail(SOR_INDATALENERR);
 }
 
-// A sum of caller lengths as a 32-bit length; one that 32 bits cannot hold counts as memory that is not to be had.
+// A sum of caller lengths as a 32-bit length; one that 32 bits cannot hold counts as memory that is not to be
+// had.
 template <std::unsigned_integral... Length>
 uint32_t length_sum(Length... lengths) {
   const uint64_t sum = (uint64_t{0} + ... + lengths);

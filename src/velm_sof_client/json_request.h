@@ -1,5 +1,5 @@
-// The text of a JSON request, formatted from a call's own format. Nothing is escaped; byte data goes into the text as
-// base64 without a copy in between.
+// The text of a JSON request, formatted from a call's own format. Nothing is escaped; byte data goes into the
+// text as base64 without a copy in between.
 #pragma once
 
 #include <charconv>

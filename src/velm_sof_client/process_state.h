@@ -1,5 +1,6 @@
-// The service that the exported calls ask, and what one of them sets for later ones. None of it is locked: a value
-// set on one thread is what later calls of any thread see. The provider context keeps its own state (sof_impl.h).
+// The service that the exported calls ask, and what one of them sets for later ones. None of it is locked: a
+// value set on one thread is what later calls of any thread see. The provider context keeps its own state
+// (sof_impl.h).
 #pragma once
 
 #include <atomic>

@@ -30,10 +30,11 @@ class AnswerValue {
   const cJSON* item_;
 };
 
-// The number that a hexadecimal text begins with, as a 32-bit signed conversion gives it: blanks, sign and 0x prefix are
-// accepted, and what lies outside saturates.
+// The number that a hexadecimal text begins with, as a 32-bit signed conversion gives it: blanks, sign and 0x
+// prefix are accepted, and what lies outside saturates.
 inline uint32_t hexadecimal_code(const char* text) {
-  constexpr long long lowest = std::numeric_limits<int32_t>::min(), highest = std::numeric_limits<int32_t>::max();
+  constexpr long long lowest = std::numeric_limits<int32_t>::min(),
+                      highest = std::numeric_limits<int32_t>::max();
   return static_cast<uint32_t>(std::clamp(std::strtoll(text, nullptr, 16), lowest, highest));
 }
 

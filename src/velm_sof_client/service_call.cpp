@@ -54,8 +54,8 @@ void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fi
   uint32_t received = capacity_;
   {
     const RequestMemory request = build_frame(number, fields);
-    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(), "application/octet-stream",
-                                       response_.get(), &received);
+    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(),
+                                       "application/octet-stream", response_.get(), &received);
     if (result != xhttp::kDone) {
       LOG_FAILURE("%s->xhttp::post xrv = %d\n", log_name_, result);
       fail(SOR_COMMUNICATIONERR);

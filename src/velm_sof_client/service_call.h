@@ -1,5 +1,6 @@
-// One exchange with the local service, in its two forms. Each writes the failure lines under the exported function's
-// name and fails with the code of the exchange; when post() returns, the service has said that the call succeeded.
+// One exchange with the local service, in its two forms. Each writes the failure lines under the exported
+// function's name and fails with the code of the exchange; when post() returns, the service has said that the
+// call succeeded.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +23,8 @@ class JsonCall {
   void post(const char* format, std::initializer_list<JsonField> fields);
   AnswerValue result() const { return answer_->result(); }
 
-  // Decodes a base64 member straight into the caller's buffer, whose size is not known here. The length becomes what
-  // the decoder wrote, or 0 when the text is not base64; null outputs are left out.
+  // Decodes a base64 member straight into the caller's buffer, whose size is not known here. The length
+  // becomes what the decoder wrote, or 0 when the text is not base64; null outputs are left out.
   void deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const;
 
  private:
@@ -35,8 +36,8 @@ class JsonCall {
 
 class FrameCall {
  public:
-  // `log_name`: what the failure lines open with. `capacity`: the bytes of answer that the call takes; `data_capacity`:
-  // the bytes of data in it, where the caller's buffer is smaller still.
+  // `log_name`: what the failure lines open with. `capacity`: the bytes of answer that the call takes;
+  // `data_capacity`: the bytes of data in it, where the caller's buffer is smaller still.
   FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity = UINT32_MAX);
 
   void post(FunctionNumber number, std::initializer_list<FrameField> fields,

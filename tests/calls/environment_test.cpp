@@ -186,7 +186,8 @@ TEST_F(Environment, GenRandomOfADecoderThatStoresNothingIsZeros) {
 }
 
 TEST_F(Environment, GenRandomTakesNoMoreThanAskedFor) {
-  service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(std::string(100, 'r')) + R"("}})"));
+  service.answers(
+      json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(std::string(100, 'r')) + R"("}})"));
   GuardedBuffer buffer(2);
   EXPECT_EQ(library.SOF_GenRandom(2, buffer.data()), SOR_OK);
   EXPECT_EQ(buffer.bytes(), "rr");
@@ -244,7 +245,8 @@ TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
 }
 
 TEST_F(Environment, NoMemoryFromSomePointOnIsReported) {
-  service.responds([](const Request&) { return json(R"({"ErrorCode":"0","Result":{"RandomData":"AAAA"}})"); });
+  service.responds(
+      [](const Request&) { return json(R"({"ErrorCode":"0","Result":{"RandomData":"AAAA"}})"); });
   library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first call on
   AllocationFaults memory(library.module());
   memory.fail_at(1);
@@ -282,8 +284,10 @@ TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
       memory.fail_at(nth);
       const uint32_t code = call();
       if (!memory.has_failed()) break;
-      // cJSON reports memory that is not to be had as text that it cannot read; a log line is lost without a word.
-      EXPECT_TRUE(code == SOR_MEMORYERR || code == SOR_JSONPARSEERR || code == SOR_OK) << nth << std::hex << code;
+      // cJSON reports memory that is not to be had as text that it cannot read; a log line is lost without a
+      // word.
+      EXPECT_TRUE(code == SOR_MEMORYERR || code == SOR_JSONPARSEERR || code == SOR_OK)
+          << nth << std::hex << code;
       EXPECT_EQ(memory.outstanding(), 0u) << nth;
     }
   }

@@ -72,7 +72,8 @@ TEST_F(Transport, AnEmptyBodyIsAnEmptyAnswer) {
 }
 
 TEST_F(Transport, ABodyThatEndsHalfWayIsWhatHasCome) {
-  service.answers(json(kSuccess).cut_after(5), json(std::string(kSuccess) + "    ").cut_after(std::strlen(kSuccess)));
+  service.answers(json(kSuccess).cut_after(5),
+                  json(std::string(kSuccess) + "    ").cut_after(std::strlen(kSuccess)));
   EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);
   EXPECT_THAT(log.errors(), ElementsAre(R"(SOF_Initialize->cJSON_Parse [{"Err])"));
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
@@ -142,7 +143,8 @@ class NothingListening : public testing::Test {
 
 TEST_F(NothingListening, IsReportedWithItsErrorNumber) {
   EXPECT_EQ(library.SOF_Initialize(), 0x0B000445u);
-  EXPECT_THAT(log.errors(), ElementsAre(std::string(kSendLine) + "12029", "SOF_Initialize->post_json xrv = -57"));
+  EXPECT_THAT(log.errors(),
+              ElementsAre(std::string(kSendLine) + "12029", "SOF_Initialize->post_json xrv = -57"));
 }
 
 TEST_F(NothingListening, EachCallHasItsOwnLine) {
@@ -205,8 +207,8 @@ HINTERNET WINAPI connect_to(HINTERNET session, LPCWSTR host, INTERNET_PORT port,
   EXPECT_EQ(port, 55661);
   return fails("WinHttpConnect") ? nullptr : opened(WinHttpConnect(session, host, port, reserved));
 }
-HINTERNET WINAPI open_request(HINTERNET connection, LPCWSTR verb, LPCWSTR path, LPCWSTR version, LPCWSTR referrer,
-                              LPCWSTR* types, DWORD flags) {
+HINTERNET WINAPI open_request(HINTERNET connection, LPCWSTR verb, LPCWSTR path, LPCWSTR version,
+                              LPCWSTR referrer, LPCWSTR* types, DWORD flags) {
   EXPECT_STREQ(verb, L"POST");
   EXPECT_STREQ(path, L"");
   EXPECT_EQ(version, nullptr);
@@ -290,7 +292,8 @@ TEST_F(PlatformCalls, EachThatFailsHasItsLineAndItsResultAndClosesWhatIsOpen) {
     recorded = failing(row.call, row.error);
     LogReader::clear();
     EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR) << row.call;
-    EXPECT_THAT(log.errors(), ElementsAre(row.line, "SOF_Initialize->post_json xrv = " + std::to_string(row.result)));
+    EXPECT_THAT(log.errors(),
+                ElementsAre(row.line, "SOF_Initialize->post_json xrv = " + std::to_string(row.result)));
     EXPECT_EQ(recorded.closed, recorded.opened) << row.call;
   }
 }

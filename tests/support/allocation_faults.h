@@ -1,5 +1,5 @@
-// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail, or
-// all from one on.
+// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail,
+// or all from one on.
 //
 //   AllocationFaults memory(library.module());
 //   library.SOF_Initialize();

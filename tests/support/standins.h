@@ -113,8 +113,8 @@ class Standin<Result(Arguments...), name> {
     });
   }
 
-  // Connected before main() wherever the program names it, so that no call of it goes unseen; and never destroyed:
-  // modules are called until the very end of the process.
+  // Connected before main() wherever the program names it, so that no call of it goes unseen; and never
+  // destroyed: modules are called until the very end of the process.
   static inline Standin& only_ = *new Standin;
 
   static Result entry(Arguments... arguments) { return instance().play(arguments...); }

@@ -12,7 +12,9 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-Bytes bytes_of(const RequestMemory& request) { return Bytes(request.data(), request.data() + request.length()); }
+Bytes bytes_of(const RequestMemory& request) {
+  return Bytes(request.data(), request.data() + request.length());
+}
 
 TEST(RequestFrame, OpensWithMarkAndFunctionNumber) {
   EXPECT_THAT(bytes_of(build_frame(FunctionNumber::Config, {})), ElementsAreArray(Bytes{0x77, 0x2B}));

@@ -24,8 +24,9 @@ TEST(ErrorTexts, KeepTheTextsThatDifferFromTheirNeighbours) {
 }
 
 TEST(ErrorTexts, HaveNoRowInTheGaps) {
-  for (uint32_t code : {0x0B000000u, 0x0B00000Au, 0x0B000013u, 0x0B0000FFu, 0x0B000313u, 0x0B000449u, 0x0B0004FFu,
-                        0x0B000505u, 0x0B010000u, 0x0B010013u, 0x12345678u, 0xFFFFFFFBu, 0xFFFFFFFFu}) {
+  for (uint32_t code :
+       {0x0B000000u, 0x0B00000Au, 0x0B000013u, 0x0B0000FFu, 0x0B000313u, 0x0B000449u, 0x0B0004FFu,
+        0x0B000505u, 0x0B010000u, 0x0B010013u, 0x12345678u, 0xFFFFFFFBu, 0xFFFFFFFFu}) {
     EXPECT_EQ(error_text(code), nullptr) << std::hex << code;
   }
 }

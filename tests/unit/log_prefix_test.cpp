@@ -56,8 +56,9 @@ TEST(LogPrefix, WritesEachFieldInItsPlace) {
   EXPECT_EQ(prefix(kError, kThreadId), "|1234] ");
   EXPECT_EQ(prefix(kError, kSourceFile), "|velm_sof_client] ");
   EXPECT_EQ(prefix(kError, kSourceLine), "|100] ");
-  EXPECT_EQ(prefix(kError, 0x7FF),
-            "[ERR|10:11:12.045|2024-05-06 10:11:12|2024-05-06 10:11:12.045|app|64|4321|1234|velm_sof_client|100] ");
+  EXPECT_EQ(
+      prefix(kError, 0x7FF),
+      "[ERR|10:11:12.045|2024-05-06 10:11:12|2024-05-06 10:11:12.045|app|64|4321|1234|velm_sof_client|100] ");
 }
 
 TEST(LogPrefix, WithoutTheTagStillEndsTheSame) {

@@ -56,8 +56,8 @@ TEST(PathTemplate, ReplacesEveryOccurrence) {
 TEST(PathTemplate, ExpandsInSlotOrderWhateverTheTemplateOrder) {
   Values values;
   values.expand("{commonappdata}{date}{time}{sys64}");
-  EXPECT_THAT(values.asked,
-              ElementsAre(Placeholder::time, Placeholder::sys64, Placeholder::date, Placeholder::commonappdata));
+  EXPECT_THAT(values.asked, ElementsAre(Placeholder::time, Placeholder::sys64, Placeholder::date,
+                                        Placeholder::commonappdata));
 }
 
 TEST(PathTemplate, AValueMayHoldALaterPlaceholderThatTheTemplateMarks) {

@@ -100,10 +100,10 @@ TEST_F(ScriptedService, AStatusOtherThan200IsAFailedRequest) {
 }
 
 TEST_F(ScriptedService, AnAnswerIsAnObjectWithACodeInHexadecimal) {
-  for (const char* text :
-       {"", "null", "[]", "7", R"("0")", "{}", R"({"ErrorCode":0})", R"({"ErrorCode":null})",
-        R"({"ErrorCode":""})", R"({"ErrorCode":"0x0"})", R"({"ErrorCode":"-1"})", R"({"ErrorCode":"100000000"})",
-        R"({"ErrorCode":"0 "})", R"({"ErrorCode":"0")", "{\"ErrorCode\":\"\xff\"}"}) {
+  for (const char* text : {"", "null", "[]", "7", R"("0")", "{}", R"({"ErrorCode":0})",
+                           R"({"ErrorCode":null})", R"({"ErrorCode":""})", R"({"ErrorCode":"0x0"})",
+                           R"({"ErrorCode":"-1"})", R"({"ErrorCode":"100000000"})", R"({"ErrorCode":"0 "})",
+                           R"({"ErrorCode":"0")", "{\"ErrorCode\":\"\xff\"}"}) {
     answer(text);
     EXPECT_EQ(list_devices(), kSafJsonFailed) << text;
   }
@@ -118,7 +118,8 @@ TEST_F(ScriptedService, NamesAreTexts) {
 
 TEST_F(ScriptedService, NumbersHave32Bits) {
   const auto answered_size = [&](const char* size) {
-    answer(std::string(R"({"ErrorCode":"0","Result":{"size":)") + size + R"(,"readRights":2,"writeRights":3}})");
+    answer(std::string(R"({"ErrorCode":"0","Result":{"size":)") + size +
+           R"(,"readRights":2,"writeRights":3}})");
     return file_attributes();
   };
   EXPECT_EQ(answered_size("4294967295"), kSafSuccess);

@@ -88,7 +88,8 @@ class Http : public testing::Test {
 };
 
 TEST_F(Http, WithoutTypeAndCharacterSetThereIsNoHeader) {
-  EXPECT_EQ(xhttp::xhttp_request_w(L"http://h/p", "", 0, nullptr, nullptr, nullptr, nullptr, nullptr, &length_), -10);
+  const auto* none = static_cast<const wchar_t*>(nullptr);
+  EXPECT_EQ(xhttp::xhttp_request_w(L"http://h/p", "", 0, none, none, none, none, nullptr, &length_), -10);
   EXPECT_FALSE(seen.has_headers);
   EXPECT_FALSE(seen.has_proxy);
   EXPECT_EQ(seen.agent, L"");
@@ -106,7 +107,8 @@ TEST_F(Http, EachPartOfTheHeaderStandsAlone) {
 }
 
 TEST_F(Http, APostHasTheCharacterSetAndTheTypeWhenThereIsOne) {
-  EXPECT_EQ(xhttp::post("http://127.0.0.1:55661", "x", 1, "application/octet-stream", nullptr, &length_), -10);
+  EXPECT_EQ(xhttp::post("http://127.0.0.1:55661", "x", 1, "application/octet-stream", nullptr, &length_),
+            -10);
   EXPECT_EQ(seen.headers, L"Content-Type:application/octet-stream;charset=UTF-8;");
   EXPECT_THAT(log_text(), HasSubstr("xhttp_request_w->WinHttpSendRequest wszHeader "
                                     "[Content-Type:application/octet-stream;charset=UTF-8;] req_data_len:[1] "

@@ -53,8 +53,8 @@ inline std::wstring header_text(const wchar_t* content_type, const wchar_t* char
   return text;
 }
 
-// Appends the body to `response` as far as its capacity goes; what lies beyond is read and counted. An error ends the
-// body. Returns the bytes received.
+// Appends the body to `response` as far as its capacity goes; what lies beyond is read and counted. An error
+// ends the body. Returns the bytes received.
 inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) {
   uint64_t total = 0;
   DWORD chunk_size = kChunkBytes;
@@ -77,8 +77,9 @@ inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) 
   return total;
 }
 
-// One exchange. `proxy`, `charset`, `agent` and `content_type` may be null. In: *response_length is the capacity of
-// `response`; out: the number of bytes received, which is above the capacity when the answer did not fit.
+// One exchange. `proxy`, `charset`, `agent` and `content_type` may be null. In: *response_length is the
+// capacity of `response`; out: the number of bytes received, which is above the capacity when the answer did
+// not fit.
 inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t data_length,
                                const wchar_t* content_type, const wchar_t* proxy, const wchar_t* charset,
                                const wchar_t* agent, void* response, uint32_t* response_length) {
@@ -87,7 +88,8 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
                                 WINHTTP_NO_PROXY_BYPASS, 0);
   if (!handles.session) return failed(__LINE__, "WinHttpOpen");
 
-  if (!WinHttpSetTimeouts(handles.session, 0, kTimeoutMilliseconds, kTimeoutMilliseconds, kTimeoutMilliseconds)) {
+  if (!WinHttpSetTimeouts(handles.session, 0, kTimeoutMilliseconds, kTimeoutMilliseconds,
+                          kTimeoutMilliseconds)) {
     return failed(__LINE__, "WinHttpSetTimeouts");
   }
   // The limit must hold for the wait for an answer too; a system that refuses the option keeps its own.
@@ -108,8 +110,8 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
   handles.connection = WinHttpConnect(handles.session, parts.host.c_str(), parts.port, 0);
   if (!handles.connection) return failed(__LINE__, "WinHttpConnect");
 
-  handles.request = WinHttpOpenRequest(handles.connection, L"POST", parts.path.c_str(), nullptr, WINHTTP_NO_REFERER,
-                                       WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
+  handles.request = WinHttpOpenRequest(handles.connection, L"POST", parts.path.c_str(), nullptr,
+                                       WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
   if (!handles.request) {
     log::write_wide(log_unit, log::kError, __LINE__, L"xhttp_request_w->WinHttpOpenRequest %u [%s][%s]\n",
                     static_cast<unsigned>(GetLastError()), parts.path.c_str(), parts.host.c_str());
@@ -118,7 +120,8 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
 
   // WinHTTP takes the body as a pointer to non-const, and only reads it.
   if (!WinHttpSendRequest(handles.request, header.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : header.c_str(),
-                          static_cast<DWORD>(header.size()), const_cast<void*>(data), data_length, data_length, 0)) {
+                          static_cast<DWORD>(header.size()), const_cast<void*>(data), data_length,
+                          data_length, 0)) {
     const DWORD error = GetLastError();
     log::write_wide(log_unit, log::kError, __LINE__,
                     L"xhttp_request_w->WinHttpSendRequest wszHeader [%s] req_data_len:[%u] LastError:%u\n",
@@ -135,16 +138,18 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
 }
 
 inline bool is_ascii(const char* text) {
-  return std::all_of(text, text + std::strlen(text), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+  return std::all_of(text, text + std::strlen(text),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or cannot be
-// converted. May leave the process in the user's locale.
+// A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or
+// cannot be converted. May leave the process in the user's locale.
 template <size_t limit>
 class Widened {
  public:
   explicit Widened(const char* text) {
-    // ASCII widens alike in every locale, and entering the user's costs more than all else that a small call does.
+    // ASCII widens alike in every locale, and entering the user's costs more than all else that a small call
+    // does.
     if (!is_ascii(text)) std::setlocale(LC_ALL, "");
     const size_t length = std::mbstowcs(nullptr, text, limit);
     fits_ = length <= limit;
@@ -161,15 +166,16 @@ class Widened {
 
 // Widens the texts and posts; the process's C locale is the "C" locale afterwards. `content_type` may be
 // null. Result 0, or a negative value; only that of a text that cannot be widened is not logged yet.
-inline int32_t post(const char* url, const void* data, uint32_t data_length, const char* content_type, void* response,
-                    uint32_t* response_length) {
+inline int32_t post(const char* url, const void* data, uint32_t data_length, const char* content_type,
+                    void* response, uint32_t* response_length) {
   const Widened<1023> wide_url(url);
   const Widened<127> wide_content_type(content_type ? content_type : "");
   const Widened<15> wide_charset("UTF-8");
   std::setlocale(LC_ALL, "C");
   if (!wide_url.fits() || !wide_content_type.fits() || !wide_charset.fits()) return kFailed;
-  return xhttp_request_w(wide_url.text(), data, data_length, content_type ? wide_content_type.text() : nullptr,
-                         nullptr, wide_charset.text(), nullptr, response, response_length);
+  return xhttp_request_w(wide_url.text(), data, data_length,
+                         content_type ? wide_content_type.text() : nullptr, nullptr, wide_charset.text(),
+                         nullptr, response, response_length);
 }
 
 }  // namespace velm::xhttp

@@ -28,8 +28,8 @@ inline uint16_t leading_number(std::wstring_view text) {
   return static_cast<uint16_t>(negative ? 0 - number : number);
 }
 
-// A scheme that stands anywhere in the URL is skipped by its length, counted from the start. The path is what follows
-// the first "/" behind it, without that "/". Without ":" the port is 80.
+// A scheme that stands anywhere in the URL is skipped by its length, counted from the start. The path is what
+// follows the first "/" behind it, without that "/". Without ":" the port is 80.
 inline UrlParts split_url(std::wstring_view url) {
   std::wstring_view rest = url;
   if (url.find(L"http://") != std::wstring_view::npos) {
@@ -39,7 +39,8 @@ inline UrlParts split_url(std::wstring_view url) {
   }
   const size_t slash = rest.find(L'/');
   std::wstring_view host = rest.substr(0, slash);
-  const std::wstring_view path = slash == std::wstring_view::npos ? std::wstring_view{} : rest.substr(slash + 1);
+  const std::wstring_view path =
+      slash == std::wstring_view::npos ? std::wstring_view{} : rest.substr(slash + 1);
   uint16_t port = 80;
   if (const size_t colon = host.find(L':'); colon != std::wstring_view::npos) {
     port = leading_number(host.substr(colon + 1));

@@ -1,5 +1,6 @@
-// The log facility: one text line a call, appended to a daily file. Nothing here fails a caller; what goes wrong with
-// the file loses the line. No thread ever waits for another's line, unless the lock switch says so.
+// The log facility: one text line a call, appended to a daily file. Nothing here fails a caller; what goes
+// wrong with the file loses the line. No thread ever waits for another's line, unless the lock switch says
+// so.
 #pragma once
 
 #include <windows.h>
@@ -114,7 +115,8 @@ inline void rotate(const char* path) {
   if (static_cast<uint64_t>(status.st_size) <= configuration.size_limit) return;
   const PathParts parts(path);
   char history[4 * kPathCharacters];
-  std::snprintf(history, sizeof history, "%s%s%s_his%s", parts.drive, parts.directory, parts.name, parts.extension);
+  std::snprintf(history, sizeof history, "%s%s%s_his%s", parts.drive, parts.directory, parts.name,
+                parts.extension);
   if (exists(history)) std::remove(history);
   std::rename(path, history);
 }
@@ -212,14 +214,15 @@ void append_to_log(const FixedPath::Text& path, Put put) {
 }
 
 inline bool is_kept(uint32_t code) {
-  return static_cast<int32_t>(level_of(code)) >= threshold_for(configuration.enabled, configuration.threshold);
+  return static_cast<int32_t>(level_of(code)) >=
+         threshold_for(configuration.enabled, configuration.threshold);
 }
 
 constexpr size_t kPrefixCharacters = 1400;
 
 // Messages are formatted by msvcrt itself, which prints a pointer as sixteen upper-case digits.
-__attribute__((format(ms_printf, 4, 5))) inline void write(Unit& unit, uint32_t code, int line, const char* format,
-                                                           ...) noexcept {
+__attribute__((format(ms_printf, 4, 5))) inline void write(Unit& unit, uint32_t code, int line,
+                                                           const char* format, ...) noexcept {
   if (!is_kept(code)) return;
   char text[kPrefixCharacters + kMessageCharacters];
   format_prefix_now(text, kPrefixCharacters, code, unit.source, line);

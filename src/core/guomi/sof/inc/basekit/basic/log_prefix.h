@@ -1,4 +1,5 @@
-// What a log line opens with: the level tag and the fields that a mask chooses. Computed only; nothing here asks the system.
+// What a log line opens with: the level tag and the fields that a mask chooses. Computed only; nothing here
+// asks the system.
 #pragma once
 
 #include <cstdarg>
@@ -82,7 +83,8 @@ inline const char* after_last_backslash(const char* path) {
 inline constexpr const char* kLevelTags[] = {"[VER", "[IFO", "[WAR", "[ERR"};
 
 // Writes the prefix of one line, "] " included.
-inline void format_prefix(char* area, size_t capacity, uint32_t level, uint32_t mask, const PrefixValues& values) {
+inline void format_prefix(char* area, size_t capacity, uint32_t level, uint32_t mask,
+                          const PrefixValues& values) {
   PrefixArea prefix(area, capacity);
   if (mask & kLevelTag) prefix.append("%s", kLevelTags[level & 3u]);
   if (mask & kTimeMilliseconds) {
@@ -94,7 +96,9 @@ inline void format_prefix(char* area, size_t capacity, uint32_t level, uint32_t 
     prefix.append_time("%Y-%m-%d %H:%M:%S.", values.local_time);
     prefix.append("%03d", values.milliseconds);
   }
-  if ((mask & kProcessName) && values.process_name) prefix.append("|%s|%d", values.process_name, values.bitness);
+  if ((mask & kProcessName) && values.process_name) {
+    prefix.append("|%s|%d", values.process_name, values.bitness);
+  }
   if (mask & kProcessId) prefix.append("|%u", values.process_id);
   if (mask & kThreadId) prefix.append("|%u", values.thread_id);
   if (mask & kSourceFile) prefix.append("|%s", after_last_backslash(values.source_file));

@@ -1,5 +1,5 @@
-// Path templates: placeholders in braces are recognised by a hash and replaced in slot order. Computed only; the values
-// come from a source that the caller gives (the machine's own: windows_path_values.h).
+// Path templates: placeholders in braces are recognised by a hash and replaced in slot order. Computed only;
+// the values come from a source that the caller gives (the machine's own: windows_path_values.h).
 #pragma once
 
 #include <array>
@@ -26,7 +26,9 @@ constexpr uint32_t slot_of(std::string_view name) {
 }
 
 // The placeholders in the order in which they are expanded.
-enum class Placeholder { time, sys64, sys32, tmp, clock, date, apptmp, pf64, pf32, userdir, locallow, commonappdata };
+enum class Placeholder {
+  time, sys64, sys32, tmp, clock, date, apptmp, pf64, pf32, userdir, locallow, commonappdata
+};
 
 struct PlaceholderSlot {
   uint32_t slot;
@@ -63,7 +65,8 @@ struct ValueSource {
   std::function<unsigned()> random;
 };
 
-// What one scan of a template finds: the slots of its placeholders, and the first one whose name holds "rand".
+// What one scan of a template finds: the slots of its placeholders, and the first one whose name holds
+// "rand".
 struct Marks {
   std::bitset<kSlots> slots;
   std::string random_placeholder;
@@ -105,8 +108,8 @@ inline std::string random_text(const std::string& placeholder, const std::functi
   return text;
 }
 
-// Expands `text` into `result`, which is cut at 1,023 bytes. Returns kValueMissing, with `result` untouched, when a
-// value that the template needs does not exist.
+// Expands `text` into `result`, which is cut at 1,023 bytes. Returns kValueMissing, with `result` untouched,
+// when a value that the template needs does not exist.
 inline int expand(std::string_view text, std::string& result, const ValueSource& source) {
   std::string current(text.substr(0, kResultArea - 1));
   const Marks marks = scan(current);

@@ -1,0 +1,35 @@
+"""Fails when a line of the sources is longer than 110 columns.
+
+usage: check_line_lengths.py SOURCE_FOLDER
+"""
+
+import sys
+from pathlib import Path
+
+LONGEST = 110
+ENDINGS = {".cpp", ".h", ".hpp", ".py", ".sh"}
+# What the project makes or fetches.
+MADE = {"build", ".deps"}
+
+
+def sources(folder):
+    for path in sorted(folder.iterdir()):
+        if path.is_dir() and path.name not in MADE and not path.name.startswith("."):
+            yield from sources(path)
+        elif path.suffix in ENDINGS:
+            yield path
+
+
+def main():
+    root = Path(sys.argv[1])
+    files = [root / "dev", *sources(root)]
+    long_lines = [f"{path.relative_to(root)}:{number}: {len(line)} columns"
+                  for path in files
+                  for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1)
+                  if len(line) > LONGEST]
+    print("\n".join(long_lines) or f"{len(files)} files")
+    return 1 if long_lines or len(files) < 100 else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
