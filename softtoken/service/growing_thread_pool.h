@@ -2,10 +2,11 @@
 
 #include <condition_variable>
 #include <deque>
+#include <exception>
+#include <functional>
 #include <mutex>
 #include <thread>
-
-#include <httplib.h>
+#include <vector>
 
 namespace velm::token {
 
@@ -13,12 +14,15 @@ namespace velm::token {
  * The server's threads. One is added whenever a connection finds none waiting, up to a limit: silent
  * connections occupy threads of their own until they time out and never stand in the way of one that speaks.
  */
-class GrowingThreadPool : public httplib::TaskQueue {
+class GrowingThreadPool {
  public:
   explicit GrowingThreadPool(size_t limit) : limit_(limit) {}
+  GrowingThreadPool(const GrowingThreadPool&) = delete;
+  /** Waits until every job has ended. */
+  ~GrowingThreadPool();
 
-  bool enqueue(std::function<void()> job) override;
-  void shutdown() override;
+  /** Runs a job, which throws nothing, soon; false when there is no thread for it and none can be added. */
+  bool enqueue(std::function<void()> job);
 
  private:
   void work();
@@ -32,7 +36,7 @@ class GrowingThreadPool : public httplib::TaskQueue {
   bool ending_ = false;
 };
 
-inline bool GrowingThreadPool::enqueue(std::function<void()> job) {
+inline bool GrowingThreadPool::enqueue(std::function<void()> job) try {
   const std::lock_guard lock(mutex_);
   if (jobs_.size() >= waiting_) {
     if (threads_.size() >= limit_) return false;
@@ -41,9 +45,11 @@ inline bool GrowingThreadPool::enqueue(std::function<void()> job) {
   jobs_.push_back(std::move(job));
   arrived_.notify_one();
   return true;
+} catch (const std::exception&) {
+  return false;  // the system has no thread or no memory left
 }
 
-inline void GrowingThreadPool::shutdown() {
+inline GrowingThreadPool::~GrowingThreadPool() {
   {
     const std::lock_guard lock(mutex_);
     ending_ = true;

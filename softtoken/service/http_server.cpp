@@ -1,7 +1,9 @@
 #include "softtoken/service/http_server.h"
 
+#include <cstdio>
 #include <stdexcept>
 
+#include "softtoken/core/secret.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/growing_thread_pool.h"
 #include "softtoken/service/request_stream.h"
@@ -15,12 +17,19 @@ constexpr const char* kLoopback = "127.0.0.1";
 constexpr const char* kModulePath = "/token";
 constexpr const char* kStampPath = "/tsa";
 constexpr size_t kThreadLimit = 2048;
+// The library matches paths by a function that calls itself for each character, on 448 bytes of stack.
+constexpr size_t kPathLimit = 1024;
 // Requests that one connection may carry, and how long it may stay silent between them. WinHTTP sends headers
 // and body apart, and on a connection in use the body waits for the acknowledgement of the headers: 40 ms,
 // unless the receiver acknowledges at once. Only Linux can be told to; elsewhere each request has a connection
 // of its own.
 constexpr size_t kRequestsPerConnection = RequestStream::kAcknowledgesAtOnce ? 10000 : 1;
 constexpr std::chrono::seconds kSilentTime{5};
+// How long the listener waits before it looks for its own end, and when it cannot take a connection.
+constexpr std::chrono::microseconds kListenSlice = std::chrono::milliseconds(100);
+constexpr std::chrono::milliseconds kAcceptPause{10};
+// What is set aside for a body before any of it has arrived.
+constexpr size_t kFirstBodySpace = 65536;
 // What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection
 // ends.
 constexpr std::chrono::milliseconds kDrainTime{300};
@@ -37,49 +46,80 @@ void own_port(socket_t socket) {
   setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
-bool starts_with(const std::string& text, const char* start) { return text.rfind(start, 0) == 0; }
+// The next connection, whose calls return at once; INVALID_SOCKET when there is none to take.
+socket_t accept_connection(socket_t listener) {
+#ifdef _WIN32
+  const socket_t connection = accept(listener, nullptr, nullptr);
+  if (connection != INVALID_SOCKET) httplib::detail::set_nonblocking(connection, true);
+  return connection;
+#else
+  return accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
+#endif
+}
+
+// A request's body, which may hold a PIN: what it leaves behind as it grows is wiped.
+using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 }  // namespace
 
 class HttpServer::Server : public httplib::Server {
  public:
   Server(Service& service, HttpOptions options) : service_(service), options_(options) {
-    new_task_queue = [] { return new GrowingThreadPool(kThreadLimit); };
     set_socket_options(own_port);
     set_keep_alive_max_count(kRequestsPerConnection);
     set_keep_alive_timeout(kSilentTime.count());
     set_payload_max_length(options_.body_limit);
     set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-      return refuse_foreign(request, response);
+      return refuse(request, response);
     });
     set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response& response) {
-      if (!is_foreign(request)) return 100;
-      return response.status = 403;
+      return refuse(request, response) == HandlerResponse::Handled ? response.status : 100;
     });
     set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
       if (response.status != 200) announce_close(response);
     });
-    Post(".*", [this](const httplib::Request& request, httplib::Response& response,
-                      const httplib::ContentReader& body) { answer(request, response, body); });
+    // Every path, even one with a line end, for which a dot does not stand: the library would read what no
+    // handler takes into memory that it does not wipe.
+    Post("[^]*", [this](const httplib::Request& request, httplib::Response& response,
+                        const httplib::ContentReader& body) { answer(request, response, body); });
     Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
       response.set_content(service_.trace.text(), "text/plain");
     });
   }
 
   uint16_t bind() {
-    const bool bound = options_.port != 0
-                           ? bind_to_port(kLoopback, options_.port)
-                           : (options_.port = static_cast<uint16_t>(bind_to_any_port(kLoopback))) != 0;
-    if (!bound || options_.port == UINT16_MAX) throw std::runtime_error("the port is not free");
+    int port = options_.port;
+    if (port == 0) {
+      port = bind_to_any_port(kLoopback);
+    } else if (!bind_to_port(kLoopback, port)) {
+      port = -1;
+    }
+    if (port < 0) throw std::runtime_error("the port is not free");
+    options_.port = static_cast<uint16_t>(port);
     host_ = std::string(kLoopback) + ":" + std::to_string(options_.port);
     local_host_ = "localhost:" + std::to_string(options_.port);
     return options_.port;
   }
 
-  void end() {
-    ending_ = true;
-    stop();
+  // In place of the library's own loop, which ends at most errors of accept() and which stop() does not reach
+  // before it has begun.
+  void run() {
+    GrowingThreadPool threads(kThreadLimit);
+    httplib::detail::set_nonblocking(svr_sock_, true);
+    while (!ending_) {
+      if (httplib::detail::select_read(svr_sock_, 0, kListenSlice.count()) == 0) continue;
+      const socket_t connection = accept_connection(svr_sock_);
+      if (connection == INVALID_SOCKET) {
+        // The client has gone again, or files or memory are short for a while.
+        std::this_thread::sleep_for(kAcceptPause);
+      } else if (!threads.enqueue([this, connection] { serve(connection); })) {
+        httplib::detail::close_socket(connection);
+      }
+    }
+    httplib::detail::close_socket(svr_sock_.exchange(INVALID_SOCKET));
   }
+
+  void end() { ending_ = true; }
 
  private:
   // A web page of any site can make its browser send requests here. The browser then names the page's origin,
@@ -90,9 +130,17 @@ class HttpServer::Server : public httplib::Server {
            (host != host_ && host != local_host_);
   }
 
-  HandlerResponse refuse_foreign(const httplib::Request& request, httplib::Response& response) const {
-    if (!is_foreign(request)) return HandlerResponse::Unhandled;
-    response.status = 403;
+  // What is refused before its body is read.
+  HandlerResponse refuse(const httplib::Request& request, httplib::Response& response) const {
+    if (is_foreign(request)) {
+      response.status = 403;
+    } else if (request.path.size() > kPathLimit) {
+      response.status = 414;
+    } else if (request.method != "POST" && httplib::detail::expect_content(request)) {
+      response.status = 404;
+    } else {
+      return HandlerResponse::Unhandled;
+    }
     return HandlerResponse::Handled;
   }
 
@@ -104,10 +152,8 @@ class HttpServer::Server : public httplib::Server {
       response.status = 415;
       return;
     }
-    std::string body;
-    const WipeAtEnd wiped(body);
-    // In one piece from the start, so that no copy of a PIN stays behind.
-    body.reserve(std::min<size_t>(options_.body_limit, request.get_header_value_u64("Content-Length")));
+    SecretText body;
+    body.reserve(std::min<size_t>(kFirstBodySpace, request.get_header_value_u64("Content-Length")));
     const bool whole = reader([&](const char* data, size_t size) {
       body.append(data, size);
       return true;
@@ -120,9 +166,9 @@ class HttpServer::Server : public httplib::Server {
   // Who answers a request; nobody for a content type that is not taken there.
   static Answering answering_of(const std::string& path, const std::string& type) {
     if (path == kStampPath)
-      return starts_with(type, "application/timestamp-query") ? answer_time_stamp : nullptr;
-    if (starts_with(type, "application/json")) return path == kModulePath ? answer_module : answer_json;
-    return starts_with(type, "application/octet-stream") ? answer_frame : nullptr;
+      return type.starts_with("application/timestamp-query") ? answer_time_stamp : nullptr;
+    if (type.starts_with("application/json")) return path == kModulePath ? answer_module : answer_json;
+    return type.starts_with("application/octet-stream") ? answer_frame : nullptr;
   }
 
   static void deliver(Answer&& answer, httplib::Response& response) {
@@ -138,7 +184,17 @@ class HttpServer::Server : public httplib::Server {
     response.set_header("Connection", "close");
   }
 
-  bool process_and_close_socket(socket_t socket) override {
+  // One connection to its end. What is thrown there, for want of memory, ends nothing else.
+  void serve(socket_t connection) {
+    try {
+      answer_requests(connection);
+    } catch (const std::exception& error) {
+      std::fprintf(stderr, "velm_softtoken: a connection was given up: %s\n", error.what());
+    }
+    httplib::detail::close_socket(connection);
+  }
+
+  void answer_requests(socket_t socket) {
     RequestStream stream(socket, options_.request_time, ending_);
     bool open = true;
     for (size_t left = kRequestsPerConnection; open && left > 0; --left) {
@@ -150,8 +206,6 @@ class HttpServer::Server : public httplib::Server {
       open = stream.flush() && answered && served && !last;
       if (!served) drain(socket);
     }
-    httplib::detail::close_socket(socket);
-    return open;
   }
 
   // A socket closed with bytes unread resets the connection and takes the answer with it.
@@ -183,7 +237,7 @@ HttpServer::~HttpServer() = default;
 
 uint16_t HttpServer::bind() { return server_->bind(); }
 
-void HttpServer::run() { server_->listen_after_bind(); }
+void HttpServer::run() { server_->run(); }
 
 void HttpServer::stop() { server_->end(); }
 

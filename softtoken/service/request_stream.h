@@ -17,8 +17,9 @@
 namespace velm::token {
 
 /**
- * One connection, as the HTTP server reads and writes it. Each whole request has to arrive before a deadline,
- * however its bytes are spread, and the answer leaves in one piece by flush().
+ * One connection, as the HTTP server reads and writes it, over a socket whose calls return at once. Each
+ * whole request has to arrive before a deadline, however its bytes are spread; the answer leaves in one piece
+ * by flush() and has to be taken in as much time.
  */
 class RequestStream : public httplib::Stream {
  public:
@@ -27,7 +28,7 @@ class RequestStream : public httplib::Stream {
   RequestStream(socket_t socket, Clock::duration limit, const std::atomic<bool>& ending)
       : socket_(socket), limit_(limit), deadline_(Clock::now() + limit), ending_(ending) {}
   RequestStream(const RequestStream&) = delete;
-  ~RequestStream() override { wipe_used(); }
+  ~RequestStream() override { wipe(arrived_to_); }
 
   /** Whether this system lets a receiver acknowledge what arrives at once, and not some 40 ms later. */
 #ifdef TCP_QUICKACK
@@ -59,29 +60,33 @@ class RequestStream : public httplib::Stream {
   // other sends it sooner than a sleeping thread wakes. Whoever else has work is let go first.
   static constexpr std::chrono::microseconds kAttentiveTime{60};
 
-  bool wait_until(Clock::time_point deadline) const;
+  // One of the library's waits for a socket to become readable or writable.
+  using Select = ssize_t (*)(socket_t socket, time_t seconds, time_t microseconds);
+
+  bool wait_until(Clock::time_point deadline, Select select) const;
+  static bool would_block();
   void acknowledge_at_once() const;
-  void wipe_used() { OPENSSL_cleanse(arrived_.data(), arrived_from_); }
+  void wipe(size_t size) { OPENSSL_cleanse(arrived_.data(), size); }
 
   socket_t socket_;
   Clock::duration limit_;
   Clock::time_point deadline_;
   const std::atomic<bool>& ending_;
-  std::array<char, 16384> arrived_; // may hold a PIN, so it is wiped with each request
+  std::array<char, 16384> arrived_; // may hold a PIN, so it is wiped when it was read
   size_t arrived_from_ = 0;
   size_t arrived_to_ = 0;
   std::string answer_;
 };
 
 inline bool RequestStream::await_request(Clock::duration silence) {
-  wipe_used();
+  wipe(arrived_from_);
   const auto answered = Clock::now();
   bool begun = arrived_from_ < arrived_to_;
   while (!begun && Clock::now() - answered < kAttentiveTime) {
     std::this_thread::yield();
     begun = httplib::detail::select_read(socket_, 0, 0) > 0;
   }
-  begun = begun || wait_until(answered + silence);
+  begun = begun || wait_until(answered + silence, httplib::detail::select_read);
   deadline_ = Clock::now() + limit_;
   return begun;
 }
@@ -89,18 +94,26 @@ inline bool RequestStream::await_request(Clock::duration silence) {
 inline bool RequestStream::is_readable() const {
   if (arrived_from_ < arrived_to_) return true;
   acknowledge_at_once();
-  return wait_until(deadline_);
+  return wait_until(deadline_, httplib::detail::select_read);
 }
 
-inline bool RequestStream::wait_until(Clock::time_point deadline) const {
+inline bool RequestStream::wait_until(Clock::time_point deadline, Select select) const {
   while (!ending_) {
     const auto left = std::chrono::duration_cast<std::chrono::microseconds>(deadline - Clock::now());
     if (left.count() <= 0) return false;
     const auto wait = std::min<std::chrono::microseconds>(left, kWaitSlice);
-    const auto ready = httplib::detail::select_read(socket_, 0, static_cast<time_t>(wait.count()));
+    const auto ready = select(socket_, 0, static_cast<time_t>(wait.count()));
     if (ready != 0) return ready > 0;
   }
   return false;
+}
+
+inline bool RequestStream::would_block() {
+#ifdef _WIN32
+  return WSAGetLastError() == WSAEWOULDBLOCK;
+#else
+  return errno == EAGAIN || errno == EWOULDBLOCK;
+#endif
 }
 
 // The system forgets this with each answer, so it is told again whenever a request is not yet whole.
@@ -112,8 +125,11 @@ inline void RequestStream::acknowledge_at_once() const {
 }
 
 inline ssize_t RequestStream::read(char* target, size_t size) {
+  // A client may wait to be told that it is to send the body.
+  if (!answer_.empty() && !flush()) return -1;
   if (!is_readable()) return -1;
   if (arrived_from_ == arrived_to_) {
+    wipe(arrived_to_);
     const ssize_t count = httplib::detail::read_socket(socket_, arrived_.data(), arrived_.size(), 0);
     if (count <= 0) return count;
     arrived_from_ = 0;
@@ -131,11 +147,15 @@ inline ssize_t RequestStream::write(const char* source, size_t size) {
 }
 
 inline bool RequestStream::flush() {
+  const auto deadline = Clock::now() + limit_;
   for (size_t sent = 0; sent < answer_.size();) {
     const ssize_t count = httplib::detail::send_socket(
         socket_, answer_.data() + sent, answer_.size() - sent, CPPHTTPLIB_SEND_FLAGS);
-    if (count <= 0) return false;
-    sent += static_cast<size_t>(count);
+    if (count > 0) {
+      sent += static_cast<size_t>(count);
+    } else if (!would_block() || !wait_until(deadline, httplib::detail::select_write)) {
+      return false;
+    }
   }
   answer_.clear();
   return true;

@@ -10,6 +10,8 @@ import unittest
 from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame
 
 HELLO = b'{"funcid":58}'
+# Its answer has 11 MB, more than the system keeps for a reader that does not read.
+MUCH_RANDOM = b'{"funcid":26,"Len":8388608}'
 
 
 class Http(unittest.TestCase):
@@ -78,6 +80,40 @@ class Http(unittest.TestCase):
         status, _, _ = self.service.post(b" " * (limit + 1 - len(HELLO)) + HELLO, JSON_TYPE)
         self.assertEqual(status, 413)
 
+    def test_a_body_in_chunks_has_the_same_limit(self):
+        head = (f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
+                "Connection: close\r\nTransfer-Encoding: chunked\r\n\r\n").encode()
+        for size, status in ((1024 * 1024, 200), (1024 * 1024 + 1, 413)):
+            body = HELLO.ljust(size)
+            parts = [body[at:at + 100000] for at in range(0, size, 100000)] + [b""]
+            answer = self.raw(head + b"".join(b"%x\r\n%s\r\n" % (len(part), part) for part in parts))
+            self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), answer)
+
+    def test_a_long_path_is_refused(self):
+        for length, status in ((1024, 200), (1025, 414), (8000, 414)):
+            path = b"/".ljust(length, b"a")
+            answer = self.raw(self.head(len(HELLO)).replace(b" / ", b" %s " % path, 1) + HELLO)
+            self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), answer)
+
+    def test_a_body_is_taken_on_any_path_but_for_no_other_method(self):
+        answer = self.raw(self.head(len(HELLO)).replace(b" / ", b" /a%0A%0D/b?c ", 1) + HELLO)
+        self.assertTrue(answer.startswith(b"HTTP/1.1 200 "), answer)
+        for method in (b"PUT", b"DELETE", b"GET", b"OPTIONS"):
+            started = time.monotonic()
+            answer = self.raw(self.head(1000).replace(b"POST", method, 1))
+            self.assertTrue(answer.startswith(b"HTTP/1.1 404 "), answer)
+            self.assertLess(time.monotonic() - started, 1.5, method)
+
+    def test_a_client_that_asks_before_it_sends_its_body_is_told_to(self):
+        with self.connect() as connection:
+            connection.sendall(self.head(len(HELLO), extra="Expect: 100-continue\r\n",
+                                         connection="keep-alive"))
+            self.assertEqual(connection.recv(4096), b"HTTP/1.1 100 Continue\r\n\r\n")
+            connection.sendall(HELLO)
+            self.assertTrue(connection.recv(4096).startswith(b"HTTP/1.1 200 "))
+            connection.sendall(self.head(len(HELLO)) + HELLO)
+            self.assertTrue(connection.recv(4096).startswith(b"HTTP/1.1 200 "), "the connection goes on")
+
     def test_other_content_types_are_refused(self):
         for content_type in ("text/plain", "application/x-www-form-urlencoded", "multipart/form-data; boundary=x"):
             self.assertEqual(self.service.post(HELLO, content_type)[0], 415, content_type)
@@ -113,6 +149,35 @@ class Http(unittest.TestCase):
         finally:
             for connection in silent:
                 connection.close()
+
+    def test_a_slow_reader_runs_out_of_time(self):
+        with self.connect() as connection:
+            connection.sendall(self.head(len(MUCH_RANDOM)) + MUCH_RANDOM)
+            received = len(connection.recv(1000))
+            deadline = time.monotonic() + 4
+            while time.monotonic() < deadline:
+                received += len(connection.recv(1000))
+                time.sleep(0.1)
+            try:
+                while part := connection.recv(65536):
+                    received += len(part)
+            except ConnectionResetError:
+                pass
+        self.assertLess(received, 8388608 * 4 // 3)
+
+    def test_a_slow_reader_does_not_hold_up_the_end(self):
+        with Service("--request-time", "60", demo=False) as service:
+            with socket.create_connection(("127.0.0.1", service.port)) as connection:
+                head = self.head(len(MUCH_RANDOM), f"127.0.0.1:{service.port}")
+                connection.sendall(head + MUCH_RANDOM)
+                connection.recv(1000)
+                service.process.terminate()
+                deadline = time.monotonic() + 20
+                while service.process.poll() is None and time.monotonic() < deadline:
+                    connection.recv(1000)
+                    time.sleep(0.1)
+                self.assertLess(time.monotonic(), deadline)
+                self.assertEqual(service.stop(), 0)
 
     def test_malformed_requests_get_a_code_or_an_error_status(self):
         dice = random.Random(20260101)
