@@ -3,6 +3,10 @@
 #include <cstdio>
 #include <thread>
 
+#ifndef _WIN32
+#include <sys/resource.h>
+#endif
+
 #include "softtoken/service/commands.h"
 #include "softtoken/service/dispatch.h"
 
@@ -12,6 +16,16 @@ namespace {
 std::atomic<bool> g_asked_to_end{false};
 
 void ask_to_end(int) { g_asked_to_end = true; }
+
+// Each connection is an open file, of which a process often has to ask for more than 1,024.
+void allow_many_connections() {
+#ifndef _WIN32
+  rlimit files{};
+  if (getrlimit(RLIMIT_NOFILE, &files) != 0) return;
+  files.rlim_cur = files.rlim_max;
+  setrlimit(RLIMIT_NOFILE, &files);
+#endif
+}
 
 }  // namespace
 
@@ -23,6 +37,7 @@ void serve(const std::filesystem::path& file, const ServeOptions& options) {
   }
   Service service(file);
   service.token.set_idle_limit(std::chrono::minutes(options.idle_logout_minutes));
+  allow_many_connections();
   HttpServer server(service, options.http);
   const uint16_t port = server.bind();
   std::signal(SIGINT, ask_to_end);

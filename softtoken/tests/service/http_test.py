@@ -3,6 +3,7 @@
 import http.client
 import json
 import random
+import resource
 import socket
 import time
 import unittest
@@ -147,6 +148,19 @@ class Http(unittest.TestCase):
             self.assertEqual(self.service.call(58)[0], 0)
             self.assertLess(time.monotonic() - started, 5)
         finally:
+            for connection in silent:
+                connection.close()
+
+    def test_more_connections_are_served_than_files_are_allowed_at_first(self):
+        soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
+        resource.setrlimit(resource.RLIMIT_NOFILE, (64, hard))
+        try:
+            service = Service("--request-time", "60", demo=False)
+        finally:
+            resource.setrlimit(resource.RLIMIT_NOFILE, (soft, hard))
+        with service:
+            silent = [socket.create_connection(("127.0.0.1", service.port)) for _ in range(100)]
+            self.assertEqual(service.call(58)[0], 0)
             for connection in silent:
                 connection.close()
 
