@@ -49,11 +49,30 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
   return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
+// A request is one object of few members, none of which is an array or an object. Other JSON, which could
+// take many times its own size in memory, is given up while it is read.
+nlohmann::json parse_request(std::string_view text) {
+  constexpr size_t kMostMembers = 64;
+  using Event = nlohmann::json::parse_event_t;
+  size_t members = 0;
+  const auto require_flat = [&](int depth, Event event, const nlohmann::json&) {
+    const bool nested = event == Event::array_start || (event == Event::object_start && depth > 0);
+    const bool crowded = event == Event::key && ++members > kMostMembers;
+    if (nested || crowded) throw TokenError(kBadInput);
+    return true;
+  };
+  try {
+    return nlohmann::json::parse(text, require_flat, false);
+  } catch (const TokenError&) {
+    return nullptr;
+  }
+}
+
 Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
   // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
   std::string text = utf8_of(body);
   const WipeAtEnd wiped_text(text);
-  nlohmann::json request = nlohmann::json::parse(text, nullptr, false);
+  nlohmann::json request = parse_request(text);
   const WipeTextsAtEnd wiped_request(request);
   if (!request.is_object() || !request.contains("funcid"))
     return {400, kJsonType, json_answer(kBadInput, nullptr)};

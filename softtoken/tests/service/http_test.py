@@ -221,7 +221,13 @@ class Http(unittest.TestCase):
 
     def test_deep_nesting_ends_in_an_answer(self):
         for body in (b"[" * 100000, b'{"funcid":58,"a":' + b"[" * 100000 + b"]" * 100000 + b"}"):
-            self.assertIn(self.service.post(body, JSON_TYPE)[0], (200, 400))
+            self.assertEqual(self.service.post(body, JSON_TYPE)[0], 400)
+
+    def test_only_one_object_of_few_members_is_a_request(self):
+        members = {str(number): 0 for number in range(63)}
+        for request, status in (({"funcid": 58, **members}, 200), ({"funcid": 58, **members, "63": 0}, 400),
+                                ({"funcid": 58, "a": []}, 400), ({"funcid": 58, "a": {}}, 400), ([], 400)):
+            self.assertEqual(self.service.post(json.dumps(request).encode(), JSON_TYPE)[0], status, request)
 
     def test_one_connection_carries_many_requests(self):
         connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=10)
