@@ -249,10 +249,11 @@ class Http(unittest.TestCase):
         self.assertLess(answers.index(b'{"ErrorCode":"0"}'), answers.index(b"RandomData"))
 
     def test_a_body_that_follows_its_headers_is_not_held_back(self):
-        """Held back means 40 ms, until the system acknowledges the headers of its own accord."""
+        """Held back means 40 ms, until the system acknowledges the headers of its own accord, which it does
+        at once only where a connection begins. One later exchange in time tells, however busy the machine."""
         times = []
         with self.connect() as connection:
-            for _ in range(21):
+            for _ in range(40):
                 started = time.monotonic()
                 connection.send(self.head(len(HELLO), connection="keep-alive"))
                 connection.send(HELLO)
@@ -260,7 +261,7 @@ class Http(unittest.TestCase):
                 while not answer.endswith(b"}"):
                     answer += connection.recv(4096)
                 times.append(time.monotonic() - started)
-        self.assertLess(sorted(times)[len(times) // 2], 0.03)
+        self.assertLess(min(times[-20:]), 0.03)
 
     def test_a_refusal_ends_the_connection(self):
         with self.connect() as connection:
