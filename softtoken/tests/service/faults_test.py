@@ -1,12 +1,14 @@
 """Ends of the service at any moment: what was acknowledged stays, nothing is torn, no PIN try comes back."""
 
+import http.client
 import random
 import sqlite3
+import subprocess
 import threading
 import time
 import unittest
 
-from token_service import PIN, Service, b64, run_token
+from token_service import PIN, PROGRAM, Service, b64, run_token
 
 WRITES = 500
 FILE_SIZE = 4096
@@ -23,6 +25,8 @@ class Writer:
         self.containers = set()
         self.acknowledged = 0
         self.next = 0
+        self.killed = False
+        self.failure = None
 
     def write_file(self, number):
         index = number % 20
@@ -47,7 +51,7 @@ class Writer:
         self.containers.add(name)
 
     def run(self):
-        """Until the connection breaks."""
+        """Until the kill breaks the connection; whatever else ends it is a failure."""
         try:
             while self.acknowledged < WRITES:
                 number = self.next
@@ -56,8 +60,9 @@ class Writer:
                         self.add_container if number % 50 == 7 else self.write_file)
                 step(number)
                 self.acknowledged += 1
-        except (OSError, EOFError, ValueError, __import__("http").client.HTTPException):
-            pass
+        except Exception as error:
+            if not (self.killed and isinstance(error, (OSError, http.client.HTTPException))):
+                self.failure = error
 
 
 class Killed(unittest.TestCase):
@@ -84,16 +89,34 @@ class Killed(unittest.TestCase):
             writer = Writer(service)
             kills = 0
             while writer.acknowledged < WRITES:
+                writer.killed = False
                 worker = threading.Thread(target=writer.run)
                 worker.start()
                 worker.join(dice.uniform(0.2, 3))
+                writer.killed = True
                 service.kill()
                 worker.join()
+                if writer.failure:
+                    raise writer.failure
                 kills += 1
                 service.start()
                 self.check(service, writer)
             print(f"{kills} kills during {writer.acknowledged} acknowledged writes")
             self.assertGreater(kills, 3)
+
+    def test_a_killed_command_adds_a_whole_container_or_none(self):
+        dice = random.Random(8)
+        with Service() as service:
+            for number in range(12):
+                name = f"KILLED_{number}"
+                command = [PROGRAM, "container", "add", name, "--pin", PIN, "--data", service.store]
+                with subprocess.Popen(command, stdout=subprocess.DEVNULL) as process:
+                    time.sleep(dice.uniform(0, 0.5))
+                    process.kill()
+                added = name in service.call(5, ReturnMethod=0)[1]
+                self.assertEqual(service.login(name) == 0, added)
+                if added:
+                    self.assertEqual(service.sign(name, b"data")[0], 0)
 
     def test_a_kill_gives_no_pin_try_back(self):
         with Service() as service:
@@ -114,7 +137,7 @@ class Killed(unittest.TestCase):
     def try_quietly(service):
         try:
             service.login("SM2_DEMO", "wrong")
-        except (OSError, __import__("http").client.HTTPException):
+        except (OSError, http.client.HTTPException):
             pass
 
     @staticmethod
