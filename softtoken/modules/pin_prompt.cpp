@@ -17,6 +17,8 @@ constexpr uint32_t kLoginPrompt = 1;
 
 constexpr size_t kShortestPin = 4;
 constexpr size_t kLongestPin = 31;
+// What the field takes: one more than the longest, so that one too long is seen and not cut.
+constexpr size_t kMostTyped = kLongestPin + 1;
 
 constexpr WORD kPinField = 100;
 constexpr WORD kNoNumber = 0xFFFF;
@@ -56,14 +58,13 @@ class TypedPin {
   }
 
  private:
-  // One more than the longest, so that one too long is seen.
-  std::array<wchar_t, kLongestPin + 2> text_{};
+  std::array<wchar_t, kMostTyped + 1> text_{};
   unsigned length_;
 };
 
 void start(HWND dialog, LPARAM pin) {
   SetWindowLongPtrW(dialog, DWLP_USER, pin);
-  SendDlgItemMessageW(dialog, kPinField, EM_LIMITTEXT, kLongestPin, 0);
+  SendDlgItemMessageW(dialog, kPinField, EM_LIMITTEXT, kMostTyped, 0);
   EnableWindow(GetDlgItem(dialog, IDOK), FALSE);
   SetForegroundWindow(dialog);
   SetFocus(GetDlgItem(dialog, kPinField));
@@ -71,9 +72,9 @@ void start(HWND dialog, LPARAM pin) {
 
 // The field's own memory is overwritten before it is given back.
 void wipe_field(HWND dialog) {
-  const std::array<wchar_t, kLongestPin + 1> stars = [] {
-    std::array<wchar_t, kLongestPin + 1> text{};
-    std::fill_n(text.begin(), kLongestPin, L'*');
+  const std::array<wchar_t, kMostTyped + 1> stars = [] {
+    std::array<wchar_t, kMostTyped + 1> text{};
+    std::fill_n(text.begin(), kMostTyped, L'*');
     return text;
   }();
   SetDlgItemTextW(dialog, kPinField, stars.data());

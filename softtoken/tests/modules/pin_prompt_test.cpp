@@ -96,12 +96,32 @@ TEST(PinPrompt, TakesFourToThirtyOneCharacters) {
     EXPECT_TRUE(IsWindow(window));
     type(window, "4");
     EXPECT_TRUE(accepts(window));
-    type(window, std::string(40, '5'));
+    type(window, std::string(27, '5'));
     EXPECT_TRUE(accepts(window));
     press(window, VK_RETURN);
   });
   EXPECT_EQ(result, 0);
   EXPECT_EQ(std::string(pin), "1234" + std::string(27, '5'));
+}
+
+TEST(PinPrompt, DoesNotCutWhatIsTooLong) {
+  char pin[33] = {};
+  const int32_t result = prompt(pin, [](HWND window) {
+    const HWND field = GetDlgItem(window, kPinField);
+    SendMessageW(field, EM_REPLACESEL, FALSE, reinterpret_cast<LPARAM>(std::wstring(40, L'7').c_str()));
+    EXPECT_FALSE(accepts(window));
+    press(window, VK_RETURN);
+    Sleep(50);
+    EXPECT_TRUE(IsWindow(window));
+    SetWindowTextW(field, L"");
+    type(window, std::string(32, '8'));
+    EXPECT_FALSE(accepts(window));
+    type(window, "\b");
+    EXPECT_TRUE(accepts(window));
+    press(window, VK_RETURN);
+  });
+  EXPECT_EQ(result, 0);
+  EXPECT_EQ(std::string(pin), std::string(31, '8'));
 }
 
 TEST(PinPrompt, MasksTheFieldAndRefusesOtherCharacters) {
