@@ -1,5 +1,8 @@
 #include "softtoken/core/openssl_handles.h"
 
+#include <limits>
+#include <utility>
+
 #include <openssl/err.h>
 
 namespace velm::token {
@@ -15,6 +18,8 @@ ByteView view_of(const ASN1_STRING* string) {
 }
 
 void set_bytes(ASN1_STRING* string, ByteView bytes) {
+  // OpenSSL puts a zero behind, and takes a negative length for that of a text.
+  require(std::cmp_less(bytes.size(), std::numeric_limits<int>::max()), kBadLength);
   require(ASN1_STRING_set(string, bytes.data(), static_cast<int>(bytes.size())) == 1, kUnknownError);
 }
 

@@ -49,7 +49,7 @@ T* require_pointer(T* pointer, ErrorCode code) {
   return pointer;
 }
 
-/** The bytes of an ASN.1 string, as long as it lives; and new ones for it. */
+/** The bytes of an ASN.1 string, as long as it lives; and new ones for it, less than 2 GiB. */
 ByteView view_of(const ASN1_STRING* string);
 void set_bytes(ASN1_STRING* string, ByteView bytes);
 

@@ -208,6 +208,21 @@ TEST_F(SignedMessages, AreRefusedForACutMessageOrASmallBuffer) {
   EXPECT_EQ(digest, 99u);
 }
 
+// A size query does not look at the content, so that none of this length is needed.
+TEST_F(SignedMessages, AreRefusedForContentOfTwoGigabytes) {
+  for (const Container& container : {kContainers[0], kContainers[1]}) {
+    const Bytes certificate = application().signing_certificate(container.name);
+    const auto function = container.sm2 ? SAF_SM2_EncodeSignedData : SAF_Pkcs7_EncodeSignedData;
+    uint32_t length = 0;
+    for (const uint32_t size : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+      EXPECT_EQ(function(application().handle(), container.name, container.length(), kSigningKey,
+                         certificate.data(), size_of(certificate), container.number(),
+                         as_bytes("short").data(), size, nullptr, &length),
+                kSafBadLength);
+    }
+  }
+}
+
 TEST_F(SignedMessages, NeedALoginAndTheFittingKey) {
   uint32_t code = 0;
   application().token().logout("SM2_TEST");
