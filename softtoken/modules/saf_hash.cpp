@@ -6,11 +6,13 @@ using namespace velm::token;
 
 namespace {
 
-// The prefix for an optional public key and ID, which only SM3 takes.
+// The prefix for an optional public key and ID, which only SM3 takes, and only for a key of SM2.
 Bytes hash_prefix(uint32_t algorithm, ByteView public_key, ByteView id) {
   if (public_key.empty()) return {};
   require_saf(static_cast<DigestId>(algorithm) == DigestId::sm3, kSafAlgorithm);
-  return signed_prefix(public_key_from(public_key).get(), id);
+  const Key key = public_key_from(public_key);
+  require_saf(kind_of(key.get()) == KeyKind::sm2, kSafAlgorithm);
+  return signed_prefix(key.get(), id);
 }
 
 // A number that was passed at pointer width.

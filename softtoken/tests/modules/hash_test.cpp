@@ -90,6 +90,12 @@ TEST(Hash, RefusesWhatItCannotDo) {
   EXPECT_EQ(SAF_Hash(kSm3, data.data(), 3, data.data(), 3, nullptr, 0, value, &length), kSafBadInput);
   const Bytes key = public_key_bytes(sm2_signer().key.get());
   EXPECT_EQ(SAF_Hash(kSha256, data.data(), 3, key.data(), 65, nullptr, 0, value, &length), kSafAlgorithm);
+  const Bytes rsa_info = der_of<const EVP_PKEY>(i2d_PUBKEY, rsa_1024_signer().key.get());
+  for (const Bytes& rsa : {rsa_info, rsa_1024_signer().certificate}) {
+    EXPECT_EQ(SAF_Hash(kSm3, data.data(), 3, rsa.data(), size_of(rsa), nullptr, 0, value, &length),
+              kSafAlgorithm);
+    EXPECT_EQ(hash_file(kSm3, rsa, {}, "no such file", value, &length), kSafAlgorithm);
+  }
   EXPECT_EQ(hash_file(kSm3, {}, {}, "no such file", value, &length), kSafFileOpen);
   EXPECT_EQ(hash_file(kSm3, {}, {}, nullptr, value, &length), kSafBadInput);
   EXPECT_EQ(length, sizeof value);
