@@ -75,16 +75,31 @@ void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, con
                         default_count, attributes);
 }
 
+bool is_blank(uint8_t c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 // The parser compares every attribute of an element with every other. Attributes have values in quotes, and
-// no tag holds another '<', whatever is in its values.
+// no tag holds another '<', whatever is in its values: each begins anew, so that nothing in front of a tag
+// hides it.
 bool has_crowded_element(ByteView document) {
+  enum { outside, in_tag, in_value } place = outside;
   size_t count = 0;
-  bool after_equals = false;
+  uint8_t quote = 0;
+  uint8_t before = 0;
   for (const uint8_t c : document) {
-    if (c == ' ' || c == '\t' || c == '\r' || c == '\n') continue;
-    if (c == '<') count = 0;
-    if (after_equals && (c == '"' || c == '\'') && ++count > kMaxAttributes) return true;
-    after_equals = c == '=';
+    if (is_blank(c)) continue;
+    if (c == '<') {
+      place = in_tag;
+      count = 0;
+    } else if (place == in_value) {
+      if (c == quote) place = in_tag;
+    } else if (place == in_tag && before == '=' && (c == '"' || c == '\'')) {
+      if (++count > kMaxAttributes) return true;
+      place = in_value;
+      quote = c;
+    } else if (c == '>' || (before == '<' && (c == '!' || c == '?'))) {
+      place = outside;
+    }
+    before = c;
   }
   return false;
 }

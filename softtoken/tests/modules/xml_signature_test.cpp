@@ -242,6 +242,10 @@ TEST(XmlSignature, DocumentsAreBounded) {
   std::string seeming = "<root";
   for (int i = 0; i < 100'000; ++i) seeming += " a" + std::to_string(i) + "='>'";
   EXPECT_EQ(verify(seeming + "/>"), kSafBadObject);
+  // Nor does what stands in front of an element hide it.
+  const std::string crowded = "<e" + attributes("a", "=", 257) + "/>";
+  for (const char* front : {"<!-- <e a='-->", "<![CDATA[<e a=\"]]>", "<?e a='?>", "<e a='>'/>", "='"})
+    EXPECT_EQ(verify("<root>" + std::string(front) + crowded + "</root>"), kSafBadObject) << front;
   const std::string inner = "<e" + attributes("xmlns:b", "=", 200) + "></e>";
   EXPECT_EQ(verify("<root>" + inner + inner + "</root>"), kSafObjectNotFound);
   EXPECT_EQ(verify("<root" + attributes("xmlns:a", "=", 200) + ">" + inner + "</root>"), kSafBadObject);
@@ -252,6 +256,21 @@ TEST(XmlSignature, DocumentsAreBounded) {
   EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), 0u);
   references += xml_reference(rsa(), "", content, kXmlEnveloped);
   EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), kSafNotSupported);
+}
+
+TEST(XmlSignature, WhatLooksLikeAttributesOutsideATagIsNotCounted) {
+  std::string many;
+  for (int i = 0; i < 300; ++i) many += " a=\"b\"";
+  const auto verify_with = [](const std::string& written, const std::string& covered) {
+    const std::string canonical = "<root>" + covered + "</root>";
+    return verify("<root>" + written +
+                  xml_signature(rsa(), xml_reference(rsa(), "", canonical, kXmlEnveloped)) + "</root>");
+  };
+  EXPECT_EQ(verify_with(many, many), 0u);
+  EXPECT_EQ(verify_with("<e>" + many + "</e>", "<e>" + many + "</e>"), 0u);
+  EXPECT_EQ(verify_with("<![CDATA[" + many + "]]>", many), 0u);
+  EXPECT_EQ(verify_with("<!--" + many + "-->", ""), 0u);
+  EXPECT_EQ(verify_with("<?e" + many + "?>", "<?e" + many + "?>"), 0u);
 }
 
 TEST(XmlSignature, OtherEncodingsAreRefused) {
