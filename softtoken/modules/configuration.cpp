@@ -11,6 +11,9 @@
 namespace velm::token {
 namespace {
 
+constexpr size_t kMaxFile = 64 * 1024;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 std::string trimmed(const std::string& text) {
   const char* blanks = " \t\r";
   const size_t from = text.find_first_not_of(blanks);
@@ -58,7 +61,10 @@ bool is_relative(const std::string& path) {
 std::string file_text(const std::string& path) {
   InputFile file(path);
   std::string text;
-  for (ByteView piece; !(piece = file.read()).empty();) text += as_text(piece);
+  for (ByteView piece; !(piece = file.read()).empty();) {
+    text += as_text(piece);
+    require_saf(text.size() <= kMaxFile, kSafBadInput);
+  }
   return text;
 }
 
@@ -66,7 +72,7 @@ std::string file_text(const std::string& path) {
 
 Configuration parse_configuration(const std::string& text) {
   Configuration configuration;
-  std::istringstream lines(text);
+  std::istringstream lines(text.starts_with(kByteOrderMark) ? text.substr(kByteOrderMark.size()) : text);
   for (std::string line; std::getline(lines, line);) {
     line = trimmed(line);
     if (line.empty() || line[0] == '#') continue;

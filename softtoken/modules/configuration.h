@@ -19,12 +19,15 @@ struct Configuration {
   std::chrono::milliseconds answer_timeout{30000};
 };
 
-/** The configuration in `key = value` lines; throws the code for bad input for any other line or key. */
+/**
+ * The configuration in `key = value` lines, in UTF-8 with a byte order mark or without; throws the code for
+ * bad input for any other line or key.
+ */
 Configuration parse_configuration(const std::string& text);
 
 /**
  * The configuration in a file, looked for as it is named and then, a relative name, in the module's own
- * folder. Throws the code for a file that cannot be opened.
+ * folder. Throws the code for a file that cannot be opened, and the one for bad input when it exceeds 64 KiB.
  */
 Configuration load_configuration(const std::string& path);
 

@@ -31,6 +31,24 @@ class ModulesOnAService : public testing::Test {
   static inline Application* application_ = nullptr;
 };
 
+TEST(Configuration, MayBeginWithAByteOrderMark) {
+  write_file("saf_mark.dat", as_bytes("\xEF\xBB\xBFservice_address = 127.0.0.1:1\n"));
+  void* handle = nullptr;
+  EXPECT_EQ(SAF_Initialize(&handle, "saf_mark.dat"), 0u);
+  EXPECT_EQ(SAF_Finalize(handle), 0u);
+  std::remove("saf_mark.dat");
+}
+
+TEST(Configuration, IsASmallFile) {
+  for (const size_t size : {size_t{65536}, size_t{65537}}) {
+    write_file("saf_large.dat", Bytes(size, '#'));
+    void* handle = nullptr;
+    EXPECT_EQ(SAF_Initialize(&handle, "saf_large.dat"), size == 65536 ? kSafSuccess : kSafBadInput);
+    EXPECT_EQ(SAF_Finalize(handle), size == 65536 ? kSafSuccess : kSafBadObject);
+  }
+  std::remove("saf_large.dat");
+}
+
 TEST(Configuration, OpensFromAFileThatCanBeRead) {
   void* handle = nullptr;
   EXPECT_EQ(SAF_Initialize(&handle, "no such configuration.dat"), kSafFileOpen);
