@@ -34,8 +34,9 @@ bool is_object(const ASN1_OBJECT* object, const char* oid) {
 Bytes wrap_content(const char* type, ByteView content_der) {
   const ContentInfoHandle info(reinterpret_cast<ContentInfo*>(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo))));
   require(info != nullptr, kUnknownError);
+  Object wanted = object_of(type);
   ASN1_OBJECT_free(info->type);
-  info->type = object_of(type).release();
+  info->type = wanted.release();
   ASN1_STRING* sequence = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
   require(sequence != nullptr, kUnknownError);
   ASN1_TYPE_set(info->content, V_ASN1_SEQUENCE, sequence);

@@ -12,6 +12,8 @@ Bytes replace_message_identifiers(IdentifierFamily family, ByteView message) {
   const bool was_pkcs7 = OBJ_obj2nid(contents->type) == NID_pkcs7_data;
   require(was_pkcs7 || is_object(contents->type, kGmTypes.data), kPkcs7Format);
 
+  Object type = object_of(wanted.data);
+
   // The content moves between the place of its own that PKCS#7 data has and the general one.
   const bool to_pkcs7 = family == IdentifierFamily::international;
   if (was_pkcs7 && !to_pkcs7 && contents->d.data != nullptr) {
@@ -28,7 +30,7 @@ Bytes replace_message_identifiers(IdentifierFamily family, ByteView message) {
     ASN1_TYPE_free(general);
   }
   ASN1_OBJECT_free(contents->type);
-  contents->type = object_of(wanted.data).release();
+  contents->type = type.release();
   return wrap_content(wanted.signed_data, der_of<const PKCS7_SIGNED>(i2d_PKCS7_SIGNED, parsed.get()));
 }
 
