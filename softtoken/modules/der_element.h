@@ -28,7 +28,7 @@ Bytes der_header(DerHeader header);
 
 /**
  * The next header, from bytes that `next` gives one at a time (nothing at the end). Nothing when the bytes
- * are no DER header of a one-byte tag and a stated length.
+ * are no header of a one-byte tag and a stated length; as in BER, that may take more bytes than it needs.
  */
 std::optional<DerHeader> read_der_header(const std::function<std::optional<uint8_t>()>& next);
 

@@ -239,7 +239,7 @@ void decode_envelope(const std::string& envelope_path, const ContentKeyFinder& f
   expect_object(reader, kPkcs7Types.data, kGmTypes.data);
   const Bytes algorithm = reader.whole(kDerSequence);
   uint64_t left = reader.header(kDerContext0).length;
-  require_saf(left + behind_encrypted == reader.left(), kSafDamaged);
+  require_saf(left <= reader.left() && reader.left() - left == behind_encrypted, kSafDamaged);
 
   std::vector<EnvelopeRecipient> recipients;
   for (int i = 0; i < sk_PKCS7_RECIP_INFO_num(set.get()); ++i) {
