@@ -1,6 +1,6 @@
 #pragma once
 
-#include "softtoken/core/bytes.h"
+#include "softtoken/core/secret.h"
 #include "softtoken/modules/configuration.h"
 
 namespace velm::token {
@@ -22,6 +22,6 @@ struct HttpPost {
  * The body of an answer of status 200. Throws the codes for a bad length, for a failed request and for a
  * timeout.
  */
-Bytes http_post(const HttpPost& post);
+SecretBytes http_post(const HttpPost& post);
 
 }  // namespace velm::token

@@ -5,12 +5,12 @@
 
 namespace velm::token {
 
-Bytes http_post(const HttpPost& post) {
+SecretBytes http_post(const HttpPost& post) {
   httplib::Client client(post.endpoint.host, post.endpoint.port);
   client.set_connection_timeout(post.connect_timeout);
   client.set_read_timeout(post.answer_timeout);
   client.set_write_timeout(post.answer_timeout);
-  Bytes answer;
+  SecretBytes answer;
   httplib::Request request;
   request.method = "POST";
   request.path = post.path;
@@ -21,8 +21,12 @@ Bytes http_post(const HttpPost& post) {
     answer.insert(answer.end(), data, data + size);
     return true;
   };
+  const auto start = std::chrono::steady_clock::now();
   const auto result = client.send(request);
-  if (result.error() == httplib::Error::ConnectionTimeout) throw SafError(kSafHttpTimeout);
+  // The client has no error of its own for an answer that does not come in time.
+  const bool answer_late = result.error() == httplib::Error::Read &&
+                           std::chrono::steady_clock::now() - start >= post.answer_timeout;
+  if (answer_late || result.error() == httplib::Error::ConnectionTimeout) throw SafError(kSafHttpTimeout);
   require_saf(result && result->status == 200, kSafHttpFailed);
   return answer;
 }

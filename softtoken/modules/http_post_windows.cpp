@@ -16,7 +16,10 @@ using InternetHandle = std::unique_ptr<void, InternetCloser>;
 
 void require_http(bool done) {
   if (done) return;
-  throw SafError(GetLastError() == ERROR_WINHTTP_TIMEOUT ? kSafHttpTimeout : kSafHttpFailed);
+  const DWORD error = GetLastError();
+  // Some systems hand on the socket's own error.
+  const bool late = error == ERROR_WINHTTP_TIMEOUT || error == WSAETIMEDOUT;
+  throw SafError(late ? kSafHttpTimeout : kSafHttpFailed);
 }
 
 InternetHandle require_handle(HINTERNET handle) {
@@ -35,8 +38,8 @@ DWORD status_of(HINTERNET request) {
   return status;
 }
 
-Bytes body_of(HINTERNET request) {
-  Bytes body;
+SecretBytes body_of(HINTERNET request) {
+  SecretBytes body;
   while (true) {
     const size_t before = body.size();
     body.resize(before + 64 * 1024);
@@ -51,7 +54,7 @@ Bytes body_of(HINTERNET request) {
 
 }  // namespace
 
-Bytes http_post(const HttpPost& post) {
+SecretBytes http_post(const HttpPost& post) {
   const InternetHandle session = require_handle(WinHttpOpen(
       L"velm_client_saf", WINHTTP_ACCESS_TYPE_NO_PROXY, WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS, 0));
   const auto connect_timeout = static_cast<int>(post.connect_timeout.count());

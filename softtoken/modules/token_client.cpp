@@ -88,8 +88,8 @@ uint32_t number_member(const Json& object, const char* name) {
   return static_cast<uint32_t>(number);
 }
 
-Bytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* content_type,
-                        ByteView body) const {
+SecretBytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* content_type,
+                              ByteView body) const {
   require_saf(body.size() <= kMaxHttpBody, kSafBadLength);
   return http_post(
       {endpoint, path, content_type, body, configuration_.connect_timeout, configuration_.answer_timeout});
@@ -97,7 +97,7 @@ Bytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* 
 
 Json TokenClient::call(const char* path, const Json& request) const {
   const std::string text = request.dump();
-  const Bytes body = post(configuration_.service, path, kJsonType, as_bytes(text));
+  const SecretBytes body = post(configuration_.service, path, kJsonType, as_bytes(text));
   Json answer = Json::parse(body.begin(), body.end(), nullptr, false);
   require_saf(answer.is_object(), kSafJsonFailed);
   require_success(error_code_of(answer));
@@ -105,8 +105,7 @@ Json TokenClient::call(const char* path, const Json& request) const {
 }
 
 SecretBytes TokenClient::frame_call(ByteView frame) const {
-  Bytes answer = post(configuration_.service, "/", kFrameType, frame);
-  const WipeAtEnd wiped(answer);
+  const SecretBytes answer = post(configuration_.service, "/", kFrameType, frame);
   require_success(number_at(answer, 0));
   const uint32_t length = number_at(answer, 4);
   require_saf(answer.size() == size_t{length} + 8, kSafServerFailed);
@@ -145,7 +144,7 @@ Json TokenClient::module_function(ModuleFunction function, Json arguments) const
 }
 
 Bytes TokenClient::time_stamp(ByteView query) const {
-  return post(configuration_.time_stamp, "/tsa", kStampQueryType, query);
+  return copy_of(post(configuration_.time_stamp, "/tsa", kStampQueryType, query));
 }
 
 }  // namespace velm::token

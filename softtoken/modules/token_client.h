@@ -37,7 +37,7 @@ class TokenClient {
  private:
   nlohmann::json call(const char* path, const nlohmann::json& request) const;
   SecretBytes frame_call(ByteView frame) const;
-  Bytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
+  SecretBytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 
   Configuration configuration_;
 };
