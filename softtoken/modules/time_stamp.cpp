@@ -41,11 +41,14 @@ Imprint make_imprint(DigestId digest, ByteView hash) {
   return imprint;
 }
 
-Response read_response(ByteView der) {
+// An OpenSSL object from exactly these bytes, by its d2i function; null when they are not one.
+template <typename H, typename Decoder>
+H read(Decoder decode, ByteView der) {
   const uint8_t* at = der.data();
-  Response response(d2i_TS_RESP(nullptr, &at, static_cast<long>(der.size())));
+  H object(decode(nullptr, &at, static_cast<long>(der.size())));
   ERR_clear_error();
-  return response;
+  if (at != der.data() + der.size()) object.reset();
+  return object;
 }
 
 bool is_granted(const TS_RESP* response) {
@@ -55,13 +58,12 @@ bool is_granted(const TS_RESP* response) {
 }
 
 Pkcs7 token_in(ByteView der) {
-  if (const Response response = read_response(der)) {
+  if (const Response response = read<Response>(d2i_TS_RESP, der)) {
     require_saf(is_granted(response.get()) && TS_RESP_get_token(response.get()) != nullptr, kSafStampService);
-    return Pkcs7(PKCS7_dup(TS_RESP_get_token(response.get())));
+    return Pkcs7(require_pointer(PKCS7_dup(TS_RESP_get_token(response.get())), kUnknownError));
   }
-  const uint8_t* at = der.data();
-  Pkcs7 token(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
-  require_openssl(token != nullptr, kSafStampAnswer);
+  Pkcs7 token = read<Pkcs7>(d2i_PKCS7, der);
+  require_saf(token != nullptr, kSafStampAnswer);
   return token;
 }
 
@@ -99,7 +101,7 @@ TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(TS_REQ
 Bytes TimeStampQuery::der() const { return der_of<const TS_REQ>(i2d_TS_REQ, request_.get()); }
 
 void TimeStampQuery::check(ByteView answer) const {
-  const Response response = read_response(answer);
+  const Response response = read<Response>(d2i_TS_RESP, answer);
   require_saf(response != nullptr, kSafStampAnswer);
   require_saf(is_granted(response.get()), kSafStampService);
   const VerifyContext context(TS_REQ_to_TS_VERIFY_CTX(request_.get(), nullptr));
