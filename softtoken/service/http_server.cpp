@@ -21,8 +21,8 @@ constexpr size_t kThreadLimit = 2048;
 constexpr size_t kPathLimit = 1024;
 // Requests that one connection may carry, and how long it may stay silent between them. WinHTTP sends headers
 // and body apart, and on a connection in use the body waits for the acknowledgement of the headers: 40 ms,
-// unless the receiver acknowledges at once. Only Linux can be told to; elsewhere each request has a connection
-// of its own.
+// unless the receiver acknowledges at once. Only Linux can be told to; elsewhere each request has a
+// connection of its own.
 constexpr size_t kRequestsPerConnection = RequestStream::kAcknowledgesAtOnce ? 10000 : 1;
 constexpr std::chrono::seconds kSilentTime{5};
 // How long the listener waits before it looks for its own end, and when it cannot take a connection.
