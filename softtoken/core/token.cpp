@@ -12,6 +12,10 @@ constexpr std::string_view kSigningPurpose = "signing key";
 constexpr std::string_view kExchangePurpose = "exchange key";
 constexpr size_t kMaxNameSize = 200;
 
+// What a client's buffers hold: it is told 2,048 bytes for a certificate and 1,024 for a signature.
+constexpr size_t kMaxCertificate = 2048;
+constexpr unsigned kMaxRsaBits = 4096;
+
 void require_good_pin(ByteView pin) { require(pin.size() >= kMinPin && pin.size() <= kMaxPin, kBadInput); }
 
 // A name goes unescaped into the requests of clients, and into lists that are joined with "&&&".
@@ -98,10 +102,12 @@ int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
 
 int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {
   require(X509_check_private_key(credential.certificate.get(), credential.key.get()) == 1, kKeyMismatch);
-  kind_of(credential.key.get());
+  const EVP_PKEY* imported = credential.key.get();
+  require(kind_of(imported) == KeyKind::sm2 || bits_of(imported) <= kMaxRsaBits, kBadLength);
   ContainerRow row;
   row.name = name;
   row.signing_certificate = row.exchange_certificate = certificate_der(credential.certificate.get());
+  require(row.signing_certificate.size() <= kMaxCertificate, kBadLength);
   const SecretBytes key = private_key_der(credential.key.get());
   return store_container(std::move(row), {key, key}, pin);
 }
