@@ -125,11 +125,14 @@ void Store::give_tries_back(int64_t id) {
   Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", kPinTries, id).run();
 }
 
-void Store::replace_keys(int64_t id, const Bytes& salt, const Bytes& signing_key, const Bytes& exchange_key) {
+bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
+  const std::lock_guard lock(database_.mutex());
   Statement(database_,
-            "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ? WHERE id = ?",
-            salt, signing_key, exchange_key, kPinTries, id)
+            "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ?"
+            " WHERE id = ? AND salt = ?",
+            row.salt, row.signing_key, row.exchange_key, kPinTries, row.id, old_salt)
       .run();
+  return database_.changes() == 1;
 }
 
 Authority Store::authority(KeyKind kind) {

@@ -42,7 +42,11 @@ class Store {
   /** Takes one try away, durably; false when none is left. */
   bool take_try(int64_t id);
   void give_tries_back(int64_t id);
-  void replace_keys(int64_t id, const Bytes& salt, const Bytes& signing_key, const Bytes& exchange_key);
+  /**
+   * Puts the row's salt and keys in the place of those that are there, and gives the tries back; false, and
+   * nothing done, when the salt that is there is no longer the old one.
+   */
+  bool replace_keys(const ContainerRow& row, const Bytes& old_salt);
 
   Authority authority(KeyKind kind);
   std::vector<Certificate> roots();

@@ -25,6 +25,13 @@ void require_good_name(const std::string& name) {
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
 }
 
+// A PIN may come in UTF-8 with one call and in GBK with the next, and opens the same keys.
+SecretBytes key_of_pin(ByteView pin, ByteView salt) {
+  std::string utf8 = utf8_of({reinterpret_cast<const char*>(pin.data()), pin.size()});
+  const WipeAtEnd wiped(utf8);
+  return pin_key(as_bytes(utf8), salt);
+}
+
 Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order,
                               Usage usage) {
   const time_t now = std::time(nullptr);
@@ -51,36 +58,34 @@ int64_t Token::container_id(const std::string& name) {
 }
 
 // The try is gone, durably, before the PIN is tried: ending the service at any moment gives none back.
-Token::PrivateKeys Token::open_keys(int64_t id, ByteView pin) {
-  require(store_.take_try(id), kPinLocked);
-  const ContainerRow row = store_.container(id);
-  const SecretBytes key = pin_key(pin, row.salt);
+Token::PrivateKeys Token::open_keys(const ContainerRow& row, ByteView pin) {
+  require(store_.take_try(row.id), kPinLocked);
+  const SecretBytes key = key_of_pin(pin, row.salt);
   PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
                    unwrap(key, kExchangePurpose, row.exchange_key)};
-  store_.give_tries_back(id);
+  store_.give_tries_back(row.id);
   return keys;
 }
 
 void Token::login(const std::string& name, ByteView pin) {
-  const int64_t id = container_id(name);
-  const PrivateKeys keys = open_keys(id, pin);
-  const ContainerRow row = store_.container(id);
+  const ContainerRow row = container(name);
+  const PrivateKeys keys = open_keys(row, pin);
   auto session = std::make_shared<Session>();
   session->signing_key = private_key_from_der(keys.signing);
   session->exchange_key = private_key_from_der(keys.exchange);
   session->signing_certificate = parse_certificate(row.signing_certificate);
   session->exchange_certificate = parse_certificate(row.exchange_certificate);
-  sessions_.open(id, std::move(session));
+  sessions_.open(row.id, std::move(session));
 }
 
 void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_pin) {
   require_good_pin(new_pin);
-  const int64_t id = container_id(name);
-  const PrivateKeys keys = open_keys(id, old_pin);
-  const Bytes salt = system_random(kSaltSize);
-  const SecretBytes key = pin_key(new_pin, salt);
-  store_.replace_keys(id, salt, wrap(key, kSigningPurpose, keys.signing),
-                      wrap(key, kExchangePurpose, keys.exchange));
+  ContainerRow row = container(name);
+  const PrivateKeys keys = open_keys(row, old_pin);
+  const Bytes old_salt = row.salt;
+  wrap_keys(row, keys, new_pin);
+  // Who changed the PIN first, or deleted the container, has made the old PIN a wrong one.
+  require(store_.replace_keys(row, old_salt), kWrongPin);
 }
 
 int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
@@ -112,14 +117,18 @@ int64_t Token::import_container(const std::string& name, const Credential& crede
   return store_container(std::move(row), {key, key}, pin);
 }
 
+void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin) {
+  row.salt = system_random(kSaltSize);
+  const SecretBytes key = key_of_pin(pin, row.salt);
+  row.signing_key = wrap(key, kSigningPurpose, keys.signing);
+  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+}
+
 int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin) {
   row.name = utf8_of(row.name);
   require_good_name(row.name);
   require_good_pin(pin);
-  row.salt = system_random(kSaltSize);
-  const SecretBytes key = pin_key(pin, row.salt);
-  row.signing_key = wrap(key, kSigningPurpose, keys.signing);
-  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+  wrap_keys(row, keys, pin);
   return store_.add_container(row);
 }
 

@@ -25,7 +25,8 @@ struct Credential {
 };
 
 /**
- * The token: its store, and who is logged in. Container names come as clients send them, in UTF-8 or GBK.
+ * The token: its store, and who is logged in. Container names and PINs come as clients send them, in UTF-8 or
+ * GBK; both forms mean the same.
  * Every function throws TokenError with the code that the client receives; any thread may call it.
  */
 class Token {
@@ -48,7 +49,7 @@ class Token {
   uint32_t tries_left(const std::string& name) { return store_.tries_left(container_id(name)); }
   void change_pin(const std::string& name, ByteView old_pin, ByteView new_pin);
   /** Counts as a try, as a login does. */
-  void check_pin(const std::string& name, ByteView pin) { open_keys(container_id(name), pin); }
+  void check_pin(const std::string& name, ByteView pin) { open_keys(container(name), pin); }
   void unlock(const std::string& name) { store_.give_tries_back(container_id(name)); }
 
   int64_t add_container(const ContainerOrder& order, ByteView pin);
@@ -70,7 +71,9 @@ class Token {
     SecretBytes exchange;
   };
 
-  PrivateKeys open_keys(int64_t id, ByteView pin);
+  PrivateKeys open_keys(const ContainerRow& row, ByteView pin);
+  /** Puts the keys into a row, under a PIN and a fresh salt. */
+  static void wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin);
   int64_t store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin);
 
   Store store_;

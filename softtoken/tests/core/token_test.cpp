@@ -65,6 +65,25 @@ TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
   EXPECT_EQ(public_key_bytes(token.session("A")->signing_key.get()), before);
 }
 
+TEST_F(TokenTest, APinIsTheSameInUtf8AndInGbk) {
+  const std::string_view utf8 = "口令1234", gbk = "\xBF\xDA\xC1\xEE" "1234";
+  token.change_pin("A", kPin, as_bytes(gbk));
+  token.login("A", as_bytes(utf8));
+  token.check_pin("A", as_bytes(gbk));
+  token.change_pin("A", as_bytes(utf8), kPin);
+  token.add_container({.name = "B"}, as_bytes(utf8));
+  token.login("B", as_bytes(gbk));
+}
+
+TEST_F(TokenTest, APinChangedMeanwhileIsNotChangedAgain) {
+  const ContainerRow before = token.container("A");
+  token.change_pin("A", kPin, kWrong);
+  EXPECT_FALSE(token.store().replace_keys(before, before.salt));
+  token.login("A", kWrong);
+  token.delete_container("A");
+  EXPECT_FALSE(token.store().replace_keys(before, before.salt));
+}
+
 TEST_F(TokenTest, PinsHaveFourToThirtyOneCharacters) {
   for (const size_t size : {0, 3, 32}) {
     EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;

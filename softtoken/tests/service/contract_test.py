@@ -108,6 +108,21 @@ class Contract(unittest.TestCase):
         name = "演示容器_SM2".encode("gbk") + b"\0"
         self.assertEqual(self.service.frame(59, name, 2)[0], 0)
 
+    def test_a_pin_in_gbk(self):
+        name, pin = "EXPIRED_RSA_2048_DEMO", "口令1234"
+        def call(funcid, encoding, **fields):
+            body = json.dumps({"funcid": funcid, **fields}, ensure_ascii=False).encode(encoding)
+            return json.loads(self.service.post(body, JSON_TYPE)[2])["ErrorCode"]
+        def change(old, new):
+            return call(9, "gbk", ContainerName=name, OldPassWd=b64(old), NewPassWd=b64(new))
+        self.assertEqual(change(PIN.encode(), pin.encode("gbk")), "0")
+        for encoding in ("gbk", "utf-8"):
+            self.assertEqual(call(7, encoding, UserName=name, PassWd=b64(pin.encode(encoding))), "0")
+            self.assertEqual(call(29, encoding, ContainerName=name, Pin=pin, FileType=1, FileIndex=9,
+                                  Offset=0, WriteData=b64(b"data")), "0")
+        self.assertEqual(change(pin.encode("gbk"), PIN.encode()), "0")
+        self.assertEqual(self.service.login(name), 0)
+
     def test_certificates(self):
         for name in self.each_logged_in():
             signing, exchange = self.service.certificate(name), self.service.certificate(name, 10)

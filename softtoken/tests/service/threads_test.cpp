@@ -112,6 +112,24 @@ TEST_F(Threads, WrongPinsAtOnceAreAllCounted) {
   EXPECT_EQ(service.token.tries_left(kContainers[0]), kPinTries - kClients);
 }
 
+TEST_F(Threads, OfPinsChangedAtOnceOneIsTheNewOne) {
+  std::atomic<size_t> changed{kClients};
+  run_at_once(
+      [&](size_t number) {
+        const ErrorCode code = code_of([&] {
+          service.token.change_pin(kContainers[0], as_bytes(kPin), as_bytes("new-" + std::to_string(number)));
+        });
+        if (code == kSuccess) {
+          EXPECT_EQ(changed.exchange(number), kClients) << "both were told that theirs is the new one";
+        } else {
+          EXPECT_EQ(code, kWrongPin);
+        }
+      },
+      {});
+  ASSERT_LT(changed, kClients);
+  service.token.login(kContainers[0], as_bytes("new-" + std::to_string(changed)));
+}
+
 TEST_F(Threads, TheTraceIsReadWhileCallsAreMade) {
   const auto read_trace = [&] {
     for (int turn = 0; turn < kTurns; ++turn) service.trace.text();
