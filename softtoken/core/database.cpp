@@ -9,6 +9,8 @@ namespace {
 
 constexpr int kBusyMilliseconds = 10000;
 
+constexpr auto kForItsUser = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+
 [[noreturn]] void fail(sqlite3* handle) {
   throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle));
 }
@@ -21,6 +23,8 @@ void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close_v2(hand
 
 Database::Database(const std::filesystem::path& file, bool create) {
   const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+  const bool made = create && !std::filesystem::exists(file);
+  if (made && file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
   const std::u8string name = file.u8string();
   sqlite3* handle = nullptr;
   const int result = sqlite3_open_v2(reinterpret_cast<const char*>(name.c_str()), &handle, flags, nullptr);
@@ -28,6 +32,8 @@ Database::Database(const std::filesystem::path& file, bool create) {
   if (result != SQLITE_OK) {
     throw std::runtime_error("cannot open the store " + file.string() + ": " + sqlite3_errstr(result));
   }
+  // Before there is anything in it; the files of its log get the same rights.
+  if (made) std::filesystem::permissions(file, kForItsUser);
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
   execute("PRAGMA journal_mode=WAL");
   execute("PRAGMA synchronous=FULL");

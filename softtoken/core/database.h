@@ -16,7 +16,7 @@ namespace velm::token {
 /** One SQLite file. Its calls throw std::runtime_error with SQLite's words when they fail. */
 class Database {
  public:
-  /** Opens the file, or makes it when that is asked for. */
+  /** Opens the file, or makes it and its folder, for its user alone, when that is asked for. */
   Database(const std::filesystem::path& file, bool create);
 
   void execute(const char* sql);

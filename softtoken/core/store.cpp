@@ -45,19 +45,8 @@ Bytes issuer_of(const X509* certificate) {
 
 }  // namespace
 
-void Store::create(const std::filesystem::path& file) {
-  if (std::filesystem::exists(file)) throw std::runtime_error(file.string() + " exists already");
-  if (file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
-  Database database(file, true);
-  Transaction transaction(database);
-  database.execute(kSchema);
-  for (const KeyKind kind : {KeyKind::rsa, KeyKind::sm2}) {
-    const Authority authority = make_authority(kind);
-    Statement(database, "INSERT INTO authority VALUES(?, ?, ?)", static_cast<int>(kind),
-              certificate_der(authority.certificate.get()), ByteView(private_key_der(authority.key.get())))
-        .run();
-  }
-  transaction.commit();
+bool Store::exists(const std::filesystem::path& file) {
+  return std::filesystem::exists(file) && !Store(file, New()).is_empty();
 }
 
 Store::Store(const std::filesystem::path& file) : database_(file, false) {
@@ -65,6 +54,24 @@ Store::Store(const std::filesystem::path& file) : database_(file, false) {
   version.step();
   if (version.number(0) != kFormat)
     throw std::runtime_error(file.string() + " is not a store of this version");
+}
+
+Store::Store(const std::filesystem::path& file, New) : database_(file, true) {}
+
+bool Store::is_empty() { return !Statement(database_, "SELECT 1 FROM sqlite_schema").step(); }
+
+void Store::make(const std::function<void()>& add) {
+  Transaction transaction(database_);
+  if (!is_empty()) throw std::runtime_error("the store exists already");
+  database_.execute(kSchema);
+  for (const KeyKind kind : {KeyKind::rsa, KeyKind::sm2}) {
+    const Authority authority = make_authority(kind);
+    Statement(database_, "INSERT INTO authority VALUES(?, ?, ?)", static_cast<int>(kind),
+              certificate_der(authority.certificate.get()), ByteView(private_key_der(authority.key.get())))
+        .run();
+  }
+  add();
+  transaction.commit();
 }
 
 std::vector<std::string> Store::container_names() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <vector>
 
 #include "softtoken/core/authority.h"
@@ -26,9 +27,18 @@ struct ContainerRow {
 /** The token's file: containers, the demo authority, revocations and settings. Texts are UTF-8. */
 class Store {
  public:
-  /** Makes a new store with a demo authority of its own; the file must not exist. */
-  static void create(const std::filesystem::path& file);
+  /** Whether there is anything in the file; a store that was not made to its end leaves an empty one. */
+  static bool exists(const std::filesystem::path& file);
+  /** Makes a new store and nothing else in it. */
+  static void create(const std::filesystem::path& file) { Store(file, New()).make(); }
+
   explicit Store(const std::filesystem::path& file);
+
+  /** A file without a store in it, made if there is none, that make() is to be called for. */
+  struct New {};
+  Store(const std::filesystem::path& file, New);
+  /** Puts in a demo authority of its own, and what `add` adds, all of it or nothing. */
+  void make(const std::function<void()>& add = [] {});
 
   std::vector<std::string> container_names();
   /** The container's key in the store; throws the code for no such container. */
@@ -56,6 +66,8 @@ class Store {
   Database& database() { return database_; }
 
  private:
+  bool is_empty();
+
   Database database_;
 };
 

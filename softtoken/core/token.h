@@ -32,6 +32,8 @@ struct Credential {
 class Token {
  public:
   explicit Token(const std::filesystem::path& file) : store_(file) {}
+  /** On a file without a store in it yet. */
+  Token(const std::filesystem::path& file, Store::New is_new) : store_(file, is_new) {}
 
   std::vector<std::string> container_names() { return store_.container_names(); }
   /** The container of a name; throws the code for no such container. */

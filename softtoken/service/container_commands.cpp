@@ -1,5 +1,4 @@
 #include <cstdio>
-#include <stdexcept>
 
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/demo.h"
@@ -8,10 +7,10 @@
 namespace velm::token {
 
 void init_store(const std::filesystem::path& file, bool demo) {
-  Store::create(file);
-  if (!demo) return;
-  Token token(file);
-  add_demo_containers(token);
+  Token token(file, Store::New());
+  token.store().make([&] {
+    if (demo) add_demo_containers(token);
+  });
 }
 
 void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,

@@ -196,6 +196,45 @@ TEST_F(TokenTest, AKeyWhoseSignaturesClientsHaveNoRoomForIsNotImported) {
   EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", credential, kPin); }), kBadLength);
 }
 
+TEST(Making, AStoreThatWasNotMadeToItsEndIsNone) {
+  TemporaryStore folder;
+  const std::filesystem::path file = folder.file().replace_filename("other.db");
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_FALSE(std::filesystem::exists(file));
+  {
+    Token token(file, Store::New());
+    EXPECT_THROW(token.store().make([&] {
+      token.add_container({.name = "A"}, kPin);
+      throw std::runtime_error("the end");
+    }),
+                 std::runtime_error);
+  }
+  EXPECT_TRUE(std::filesystem::exists(file));
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_THROW(Token{file}, std::runtime_error);
+  {
+    Token token(file, Store::New());
+    token.store().make([&] { token.add_container({.name = "A"}, kPin); });
+  }
+  EXPECT_TRUE(Store::exists(file));
+  EXPECT_THROW(Store::create(file), std::runtime_error);
+  Token(file).login("A", kPin);
+}
+
+#ifndef _WIN32
+TEST(Making, AStoreIsForItsUserAlone) {
+  TemporaryStore folder;
+  Store store(folder.file());
+  store.give_tries_back(1);
+  for (const char* log : {"", "-wal", "-shm"}) {
+    const std::filesystem::path file = folder.file().concat(log);
+    EXPECT_EQ(std::filesystem::status(file).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+        << file;
+  }
+}
+#endif
+
 TEST(Demo, HoldsTheContainersItPromises) {
   TemporaryStore store;
   Token token(store.file());

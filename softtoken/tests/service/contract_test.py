@@ -1,11 +1,14 @@
 """Every function of the service protocol, as a client sees it: codes, members, sizes."""
 
 import json
+import os
 import struct
 import subprocess
+import tempfile
+import time
 import unittest
 
-from token_service import FRAME_TYPE, JSON_TYPE, PIN, Service, b64, run_token, unb64
+from token_service import FRAME_TYPE, JSON_TYPE, PIN, PROGRAM, Service, b64, run_token, unb64
 
 NOT_SUPPORTED = 0x0B000002
 BAD_INPUT = 0x0B000201
@@ -258,6 +261,25 @@ class Contract(unittest.TestCase):
                 status, _, answer = self.service.post(frame[:end], FRAME_TYPE)
                 self.assertEqual((status, len(answer)), (400 if end < 2 else 200, 4), frame[:end])
                 self.assertNotEqual(answer, b"\0\0\0\0")
+
+
+class FirstStart(unittest.TestCase):
+    def test_a_first_start_that_is_killed_leaves_a_whole_store_or_none(self):
+        with tempfile.TemporaryDirectory(prefix="velm-token-") as folder:
+            store = os.path.join(folder, "new", "store.db")
+            command = [PROGRAM, "serve", "--data", store, "--port", "0"]
+            for seconds in (0.05, 0.2):
+                with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+                    process.stdout.readline()
+                    time.sleep(seconds)
+                    process.kill()
+            with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
+                lines = iter(process.stdout.readline, "")
+                self.assertTrue(any("listening" in line for line in lines))
+                process.terminate()
+            self.assertEqual(len(run_token("container", "list", store=store).splitlines()), 9)
+            with self.assertRaises(subprocess.CalledProcessError):
+                run_token("init", store=store)
 
 
 if __name__ == "__main__":
