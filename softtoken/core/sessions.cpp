@@ -27,6 +27,13 @@ bool Sessions::is_open(int64_t container) {
   return open_.contains(container);
 }
 
+std::vector<int64_t> Sessions::containers() {
+  const std::lock_guard lock(mutex_);
+  std::vector<int64_t> containers;
+  for (const auto& [container, entry] : open_) containers.push_back(container);
+  return containers;
+}
+
 void Sessions::close(int64_t container) {
   const std::lock_guard lock(mutex_);
   open_.erase(container);

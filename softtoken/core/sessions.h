@@ -4,6 +4,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
 #include "softtoken/core/keys.h"
 
@@ -28,7 +29,9 @@ class Sessions {
   void open(int64_t container, std::shared_ptr<const Session> session);
   /** The session, which counts as used now; throws the code for not logged in. */
   std::shared_ptr<const Session> use(int64_t container);
+  /** Does not count as a use. */
   bool is_open(int64_t container);
+  std::vector<int64_t> containers();
   void close(int64_t container);
   void close_idle(Clock::time_point now = Clock::now());
 

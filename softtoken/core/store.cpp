@@ -87,6 +87,10 @@ int64_t Store::container_id(const std::string& name) {
   return row.number(0);
 }
 
+bool Store::has_container(int64_t id) {
+  return Statement(database_, "SELECT 1 FROM container WHERE id = ?", id).step();
+}
+
 ContainerRow Store::container(int64_t id) {
   Statement row(database_,
                 "SELECT id, name, tries_left, salt, signing_key, exchange_key, signing_certificate, "

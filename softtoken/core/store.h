@@ -43,6 +43,7 @@ class Store {
   std::vector<std::string> container_names();
   /** The container's key in the store; throws the code for no such container. */
   int64_t container_id(const std::string& name);
+  bool has_container(int64_t id);
   ContainerRow container(int64_t id);
   /** Throws the code for a container that exists. */
   int64_t add_container(const ContainerRow& row);

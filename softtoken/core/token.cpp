@@ -1,5 +1,7 @@
 #include "softtoken/core/token.h"
 
+#include <stdexcept>
+
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/key_protection.h"
 #include "softtoken/core/system_random.h"
@@ -136,6 +138,16 @@ void Token::delete_container(const std::string& name) {
   const int64_t id = container_id(name);
   sessions_.close(id);
   store_.delete_container(id);
+}
+
+// Another process may have deleted a container.
+void Token::close_idle_sessions(Sessions::Clock::time_point now) try {
+  sessions_.close_idle(now);
+  for (const int64_t id : sessions_.containers()) {
+    if (!store_.has_container(id)) sessions_.close(id);
+  }
+} catch (const std::runtime_error&) {
+  // The store cannot be read for the moment: it is asked again the next time.
 }
 
 void Token::validate(X509* certificate) {

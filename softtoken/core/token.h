@@ -42,8 +42,10 @@ class Token {
 
   void login(const std::string& name, ByteView pin);
   void logout(const std::string& name) { sessions_.close(container_id(name)); }
-  /** Throws the code for not logged in. */
-  void require_login(const std::string& name) { session(name); }
+  /** Throws the code for not logged in. Does not count as a use of the session. */
+  void require_login(const std::string& name) {
+    require(sessions_.is_open(container_id(name)), kNotLoggedIn);
+  }
   std::shared_ptr<const Session> session(const std::string& name) {
     return sessions_.use(container_id(name));
   }
@@ -63,7 +65,8 @@ class Token {
   void validate(X509* certificate);
 
   void set_idle_limit(std::chrono::minutes limit) { sessions_.set_idle_limit(limit); }
-  void close_idle_sessions() { sessions_.close_idle(); }
+  /** Lets go of sessions that nothing has used for too long, and of those whose container is gone. */
+  void close_idle_sessions(Sessions::Clock::time_point now = Sessions::Clock::now());
 
   Store& store() { return store_; }
 

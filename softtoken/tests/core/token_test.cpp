@@ -104,6 +104,30 @@ TEST_F(TokenTest, AnIdleSessionEnds) {
   EXPECT_FALSE(sessions.is_open(1));
 }
 
+TEST_F(TokenTest, AskingWhetherSomebodyIsLoggedInKeepsNoSession) {
+  token.set_idle_limit(std::chrono::minutes(5));
+  token.login("A", kPin);
+  const auto logged_in = Sessions::Clock::now();
+  token.require_login("A");
+  token.close_idle_sessions(logged_in + std::chrono::minutes(5));
+  EXPECT_EQ(code_of([&] { token.require_login("A"); }), kNotLoggedIn);
+  token.login("A", kPin);
+  const auto again = Sessions::Clock::now();
+  token.session("A");
+  token.close_idle_sessions(again + std::chrono::minutes(5) - std::chrono::nanoseconds(1));
+  token.require_login("A");
+}
+
+TEST_F(TokenTest, TheKeysOfAContainerThatAnotherProcessDeletesAreLetGo) {
+  token.login("A", kPin);
+  const std::weak_ptr<const Session> session = token.session("A");
+  token.close_idle_sessions();
+  EXPECT_FALSE(session.expired());
+  Token(store.file()).delete_container("A");
+  token.close_idle_sessions();
+  EXPECT_TRUE(session.expired());
+}
+
 TEST_F(TokenTest, TheLongestIdleLimitKeepsASession) {
   Sessions sessions;
   sessions.set_idle_limit(std::chrono::minutes(UINT32_MAX));
