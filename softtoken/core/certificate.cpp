@@ -9,6 +9,9 @@
 namespace velm::token {
 namespace {
 
+// OpenSSL reads an identifier in a time that grows with the square of its length.
+constexpr size_t kMaxOid = 128;
+
 std::string text_of(BIO* bio) {
   char* data = nullptr;
   const long length = BIO_get_mem_data(bio, &data);
@@ -174,6 +177,7 @@ Bytes certificate_item(const X509* certificate, uint32_t item) {
 }
 
 Bytes certificate_item_by_oid(const X509* certificate, const std::string& oid) {
+  require(oid.size() <= kMaxOid, kBadInput);
   const Object object(OBJ_txt2obj(oid.c_str(), 1));
   require(object != nullptr, kBadInput);
   const X509_NAME* subject = X509_get_subject_name(certificate);

@@ -54,9 +54,10 @@ Json sign_hash(Token& token, const Json& request) {
 }
 
 Bytes get_message_item(Token&, FrameReader& request) {
-  const SignedMessage message = parse_signed_message(request.bytes());
+  const ByteView encoded = request.bytes();
   const uint32_t item = request.number();
   request.expect_end();
+  const SignedMessage message = parse_signed_message(encoded);
   switch (item) {
     case kContentItem:
       if (!message.content) throw TokenError(kObjectNotFound);

@@ -192,6 +192,10 @@ TEST_P(EveryKey, TellsWhatItsCertificateSays) {
   EXPECT_EQ(as_text(certificate_item_by_oid(certificate.get(), "2.5.4.3")), "Somebody 某人");
   EXPECT_EQ(certificate_item_by_oid(certificate.get(), "2.5.29.19"), from_hex("3000"));
   EXPECT_EQ(code_of([&] { certificate_item_by_oid(certificate.get(), "1.2.3.4"); }), kOidNotFound);
+  for (const auto& [length, code] : {std::pair(128u, kOidNotFound), std::pair(129u, kBadInput)}) {
+    const std::string oid = "2.5." + std::string(length - 4, '9');
+    EXPECT_EQ(code_of([&] { certificate_item_by_oid(certificate.get(), oid); }), code) << length;
+  }
   EXPECT_EQ(code_of([&] { certificate_item_by_oid(certificate.get(), "not an oid"); }), kBadInput);
 }
 

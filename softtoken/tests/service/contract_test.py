@@ -136,6 +136,8 @@ class Contract(unittest.TestCase):
             common_name = self.service.call(12, Cert=b64(signing), Oid="2.5.4.3")[1]["Info"]
             self.assertEqual(unb64(common_name), name.encode())
             self.assertEqual(self.service.call(12, Cert=b64(signing), Oid="1.2.3.4")[0], 0x0B000444)
+            long = "2.5.999." + "9" * 100_000
+            self.assertEqual(self.service.call(12, Cert=b64(signing), Oid=long)[0], BAD_INPUT)
         for name, code in (("EXPIRED_RSA_2048_DEMO", 0x0B000407), ("REVOKED_SM2_DEMO", 0x0B000408)):
             self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate(name)))[0], code)
         self.assertEqual(self.service.call(14, Cert=b64(b"no certificate"))[0], 0x0B000405)
@@ -256,6 +258,8 @@ class Contract(unittest.TestCase):
         from token_service import make_frame
         frames = [make_frame(28, "SM2_DEMO", 1, 1, 0, 10), make_frame(59, "SM2_DEMO", 1),
                   make_frame(11, b"certificate", 1), make_frame(61, "SM2_DEMO", 1, b"cipher")]
+        cut = make_frame(25, b"no message", 1)[:-1]
+        self.assertEqual(self.service.post(cut, FRAME_TYPE)[2], struct.pack("<I", BAD_LENGTH))
         for frame in frames:
             for end in range(len(frame)):
                 status, _, answer = self.service.post(frame[:end], FRAME_TYPE)
