@@ -5,19 +5,27 @@
 namespace velm::token {
 namespace {
 
+#ifdef _WIN32
+
+std::filesystem::path user_data() {
+  // Wide: a user's name may have characters that the narrow form of a path does not carry.
+  const wchar_t* data = _wgetenv(L"LOCALAPPDATA");
+  return data != nullptr ? data : L"";
+}
+
+#else
+
 std::filesystem::path environment(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr ? value : "";
 }
 
 std::filesystem::path user_data() {
-#ifdef _WIN32
-  return environment("LOCALAPPDATA");
-#else
   const std::filesystem::path data = environment("XDG_DATA_HOME");
   return data.empty() ? environment("HOME") / ".local" / "share" : data;
-#endif
 }
+
+#endif
 
 }  // namespace
 
