@@ -2,6 +2,8 @@
 
 #ifdef _WIN32
 #include <windows.h>
+
+#include <openssl/crypto.h>
 #else
 #include <iconv.h>
 #endif
@@ -54,6 +56,7 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
   std::string utf8(static_cast<size_t>(length) * 3, '\0');
   const int bytes = WideCharToMultiByte(
       CP_UTF8, 0, wide.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);
+  OPENSSL_cleanse(wide.data(), wide.size() * sizeof(wchar_t));
   if (bytes <= 0) return std::nullopt;
   utf8.resize(static_cast<size_t>(bytes));
   return utf8;
@@ -64,11 +67,11 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
 std::optional<std::string> gbk_to_utf8(std::string_view text) {
   const iconv_t converter = iconv_open("UTF-8", "GB18030");
   if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
-  std::string source(text);
   std::string utf8(text.size() * 2, '\0');
-  char* from = source.data();
+  // Not written to.
+  char* from = const_cast<char*>(text.data());
   char* to = utf8.data();
-  size_t from_left = source.size();
+  size_t from_left = text.size();
   size_t to_left = utf8.size();
   const bool converted = iconv(converter, &from, &from_left, &to, &to_left) != static_cast<size_t>(-1);
   iconv_close(converter);
@@ -81,7 +84,8 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
 
 std::string utf8_of(std::string_view text) {
   if (is_utf8(text)) return std::string(text);
-  return gbk_to_utf8(text).value_or(std::string(text));
+  auto converted = gbk_to_utf8(text);
+  return converted ? *std::move(converted) : std::string(text);
 }
 
 }  // namespace velm::token
