@@ -3,11 +3,13 @@
 #include <openssl/rand.h>
 
 #include "softtoken/core/certificate.h"
+#include "softtoken/core/signing.h"
 
 namespace velm::token {
 namespace {
 
 constexpr size_t kSerialSize = 16;
+constexpr unsigned kRsaBits = 2048;
 
 void add_name(X509_NAME* name, const char* type, const std::string& value) {
   const int added = X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
@@ -35,14 +37,8 @@ void add_extension(X509* certificate, X509* issuer, int nid, const char* value) 
 }
 
 void sign_certificate(X509* certificate, EVP_PKEY* issuer_key) {
-  const bool sm2 = kind_of(issuer_key) == KeyKind::sm2;
-  const DigestContext context(EVP_MD_CTX_new());
-  EVP_PKEY_CTX* key_context = nullptr;
-  const bool ready =
-      EVP_DigestSignInit(context.get(), &key_context, sm2 ? EVP_sm3() : EVP_sha256(), nullptr, issuer_key) ==
-          1 &&
-      (!sm2 || EVP_PKEY_CTX_set1_id(key_context, kDefaultSignerId.data(), kDefaultSignerId.size()) == 1);
-  require(ready && X509_sign_ctx(certificate, context.get()) > 0, kSignFailed);
+  const DigestContext context = start_signing(issuer_key, digest_for(issuer_key));
+  require(X509_sign_ctx(certificate, context.get()) > 0, kSignFailed);
 }
 
 // A certificate with all that certificates of the authority and its own have in common.
@@ -81,7 +77,7 @@ ErrorCode code_of_verification(int error) {
 }  // namespace
 
 Authority make_authority(KeyKind kind) {
-  Key key = kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(2048);
+  Key key = generate_key(kind, kRsaBits);
   const time_t now = std::time(nullptr);
   Certificate certificate = start_certificate(key.get(), now - 10 * kYear, now + 20 * kYear);
   X509* c = certificate.get();

@@ -6,8 +6,6 @@
 namespace velm::token {
 namespace {
 
-constexpr uint32_t kCertificateLabel = 7;
-
 int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) {
   return token.add_container({.name = name, .kind = kind, .rsa_bits = bits}, as_bytes(kDemoPin));
 }
@@ -15,7 +13,7 @@ int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) 
 // A scanned container's certificate is read as a label, under a name made from the container's.
 void add_scan_container(Token& token, const char* name, KeyKind kind) {
   const int64_t id = add(token, name, kind);
-  set_label(token.store(), std::string(name) + "_FromCache", kCertificateLabel,
+  set_label(token.store(), std::string(name) + "_FromCache", kCertificateLabelType,
             token.store().container(id).signing_certificate);
 }
 

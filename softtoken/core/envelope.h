@@ -1,7 +1,5 @@
 #pragma once
 
-#include <functional>
-
 #include "softtoken/core/keys.h"
 #include "softtoken/core/secret.h"
 

@@ -24,7 +24,7 @@ Key sm2_key_from_point(ByteView point) {
   return Key(key);
 }
 
-// The first of the forms that these bytes are, wholly.
+// Nothing when the bytes are not in this form, wholly.
 template <typename Decoder>
 Key try_decode(Decoder decode, ByteView bytes) {
   const uint8_t* at = bytes.data();
@@ -41,6 +41,10 @@ Key generate_sm2_key() {
 
 Key generate_rsa_key(unsigned bits) {
   return Key(require_pointer(EVP_PKEY_Q_keygen(nullptr, nullptr, "RSA", size_t{bits}), kUnknownError));
+}
+
+Key generate_key(KeyKind kind, unsigned rsa_bits) {
+  return kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(rsa_bits);
 }
 
 KeyKind kind_of(const EVP_PKEY* key) {

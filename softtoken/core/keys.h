@@ -14,6 +14,8 @@ constexpr std::string_view kDefaultSignerId = "1234567812345678";
 
 Key generate_sm2_key();
 Key generate_rsa_key(unsigned bits);
+/** A key of one kind; SM2 keys have no choice of length. */
+Key generate_key(KeyKind kind, unsigned rsa_bits);
 
 /** Throws the code for an unsupported algorithm when the key is neither RSA nor SM2. */
 KeyKind kind_of(const EVP_PKEY* key);

@@ -127,13 +127,6 @@ void read_attributes(const PKCS7_SIGNER_INFO* signer, SignedMessage& message) {
   message.attribute_digest = copy_of(view_of(digest));
 }
 
-DigestId digest_id(const EVP_MD* digest) {
-  for (const DigestId id : {DigestId::sm3, DigestId::sha1, DigestId::sha256}) {
-    if (digest != nullptr && EVP_MD_get_type(digest) == EVP_MD_get_type(digest_of(id))) return id;
-  }
-  throw TokenError(kAlgorithmUnsupported);
-}
-
 }  // namespace
 
 Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign) {
@@ -179,7 +172,7 @@ void verify_signed_message(ByteView message, ByteView data) {
     require(data.empty() || std::ranges::equal(data, *parsed.content), kVerifyFailed);
     data = *parsed.content;
   }
-  const DigestId digest = digest_id(parsed.digest);
+  const DigestId digest = digest_id_of(parsed.digest);
   const Key key = key_of(parsed.signer.get());
   if (parsed.signed_attributes.empty()) {
     verify_data(key.get(), digest, data, parsed.signature);

@@ -40,6 +40,13 @@ const EVP_MD* digest_of(DigestId id) {
   throw TokenError(kAlgorithmUnsupported);
 }
 
+DigestId digest_id_of(const EVP_MD* digest) {
+  for (const DigestId id : {DigestId::sm3, DigestId::sha1, DigestId::sha256}) {
+    if (digest != nullptr && EVP_MD_get_type(digest) == EVP_MD_get_type(digest_of(id))) return id;
+  }
+  throw TokenError(kAlgorithmUnsupported);
+}
+
 DigestId digest_for(const EVP_PKEY* key) {
   if (kind_of(key) == KeyKind::sm2) return DigestId::sm3;
   return bits_of(key) <= 1024 ? DigestId::sha1 : DigestId::sha256;
@@ -54,17 +61,23 @@ Bytes hash(DigestId id, ByteView data) {
   return value;
 }
 
-Bytes sign_data(EVP_PKEY* key, DigestId digest, ByteView data) {
+DigestContext start_signing(EVP_PKEY* key, DigestId digest) {
   require_fitting(key, digest);
-  const DigestContext context(EVP_MD_CTX_new());
+  DigestContext context(EVP_MD_CTX_new());
   EVP_PKEY_CTX* key_context = nullptr;
+  const bool ready = context &&
+                     EVP_DigestSignInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
+                     set_signer_id(key, key_context);
+  require(ready, kSignFailed);
+  return context;
+}
+
+Bytes sign_data(EVP_PKEY* key, DigestId digest, ByteView data) {
+  const DigestContext context = start_signing(key, digest);
   Bytes signature(static_cast<size_t>(EVP_PKEY_get_size(key)));
   size_t length = signature.size();
-  const bool done = context &&
-                    EVP_DigestSignInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
-                    set_signer_id(key, key_context) &&
-                    EVP_DigestSign(context.get(), signature.data(), &length, data.data(), data.size()) == 1;
-  require(done, kSignFailed);
+  require(EVP_DigestSign(context.get(), signature.data(), &length, data.data(), data.size()) == 1,
+          kSignFailed);
   signature.resize(length);
   return signature;
 }

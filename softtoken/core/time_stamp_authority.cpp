@@ -8,7 +8,6 @@
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/content_info.h"
 #include "softtoken/core/signed_data.h"
-#include "softtoken/core/storage.h"
 
 namespace velm::token {
 namespace {
@@ -19,7 +18,7 @@ using StampInfo = Handle<TS_TST_INFO, TS_TST_INFO_free>;
 
 // Under the number for examples in documents.
 constexpr const char* kPolicy = "1.3.6.1.4.1.32473.1";
-constexpr unsigned kKeyBits = 2048;
+constexpr unsigned kRsaBits = 2048;
 
 ASN1_INTEGER* random_serial(TS_RESP_CTX*, void*) {
   uint64_t value = 0;
@@ -41,7 +40,7 @@ std::optional<Authority> find_authority(Store& store, KeyKind kind) {
 }
 
 void make_stamp_authority(Store& store, KeyKind kind) {
-  const Key key = kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(kKeyBits);
+  const Key key = generate_key(kind, kRsaBits);
   const time_t now = std::time(nullptr);
   const CertificateOrder order{.common_name = "Demo Time-Stamp Authority",
                                .usage = Usage::time_stamping,

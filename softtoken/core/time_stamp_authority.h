@@ -1,13 +1,12 @@
 #pragma once
 
-#include "softtoken/core/store.h"
+#include "softtoken/core/storage.h"
 
 namespace velm::token {
 
 /** The authority's certificates are kept as labels too, so that whoever verifies a stamp can read them. */
 constexpr const char* kStampAuthorityLabel = "TIME_STAMP_AUTHORITY";
 constexpr const char* kSm2StampAuthorityLabel = "TIME_STAMP_AUTHORITY_SM2";
-constexpr uint32_t kCertificateLabelType = 7;
 
 /** Makes the authority's keys and certificates, RSA and SM2, in a store that has none yet. */
 void prepare_time_stamp_authority(Store& store);

@@ -92,11 +92,8 @@ void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_p
 
 int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
   const Authority authority = store_.authority(order.kind);
-  const auto make_key = [&] {
-    return order.kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(order.rsa_bits);
-  };
-  const Key signing = make_key();
-  const Key exchange = make_key();
+  const Key signing = generate_key(order.kind, order.rsa_bits);
+  const Key exchange = generate_key(order.kind, order.rsa_bits);
   ContainerRow row;
   row.name = order.name;
   row.signing_certificate = certificate_der(

@@ -72,13 +72,6 @@ Bytes signed_prefix(const EVP_PKEY* key, ByteView id) {
   return signer_prefix(key, id.empty() ? as_bytes(kDefaultSignerId) : id);
 }
 
-DigestId digest_id_of(const EVP_MD* digest) {
-  for (const DigestId id : {DigestId::sm3, DigestId::sha1, DigestId::sha256}) {
-    if (digest != nullptr && EVP_MD_get_type(digest) == EVP_MD_get_type(digest_of(id))) return id;
-  }
-  throw TokenError(kAlgorithmUnsupported);
-}
-
 Bytes hash_with_prefix(DigestId digest, ByteView prefix, ByteView data) {
   Hasher hasher(digest);
   hasher.add(prefix);

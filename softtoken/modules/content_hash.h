@@ -14,9 +14,6 @@ Bytes signer_prefix(const EVP_PKEY* key, ByteView id);
  */
 Bytes signed_prefix(const EVP_PKEY* key, ByteView id);
 
-/** The digest among those of DigestId; throws the code for an unsupported algorithm. */
-DigestId digest_id_of(const EVP_MD* digest);
-
 /** The hash value that a signature over data has: for SM2 it covers the signer's key and the default ID. */
 Bytes signed_hash_of(X509* signer, DigestId digest, ByteView data);
 

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -81,9 +82,7 @@ struct Kind {
 
 class EveryKey : public testing::TestWithParam<Kind> {
  protected:
-  static Key make() {
-    return GetParam().kind == KeyKind::sm2 ? generate_sm2_key() : generate_rsa_key(GetParam().bits);
-  }
+  static Key make() { return generate_key(GetParam().kind, GetParam().bits); }
   Certificate certify(EVP_PKEY* subject_key) const {
     const time_t now = std::time(nullptr);
     return issue_certificate(authority, subject_key,
@@ -174,7 +173,13 @@ TEST_P(EveryKey, OpensItsEnvelopesAlone) {
     const Bytes envelope = make_envelope(certificate.get(), plain);
     EXPECT_EQ(as_text(open_envelope(own, envelope)), as_text(plain));
     EXPECT_EQ(code_of([&] { open_envelope(other, envelope); }), kKeyMismatch);
-    EXPECT_EQ(code_of([&] { open_envelope(wrong_key, envelope); }), kEnvelopeOpenFailed);
+    // RSA gives some key to a wrong one too, so that this opens once in a while, to something else.
+    Bytes opened;
+    EXPECT_THAT(code_of([&] { opened = copy_of(open_envelope(wrong_key, envelope)); }),
+                testing::AnyOf(kEnvelopeOpenFailed, kSuccess));
+    if (size > 0) {
+      EXPECT_NE(opened, plain);
+    }
   }
 }
 
