@@ -103,8 +103,9 @@ Bytes make_envelope(X509* recipient, ByteView plain) {
   require(envelope && ASN1_INTEGER_set(envelope->version, version_for(key.get())) == 1, kEncryptFailed);
   add_recipient(envelope.get(), recipient, key.get(), content_key);
   PKCS7_ENC_CONTENT* content = envelope->enc_data;
+  Object data_type = object_of(types.data);
   ASN1_OBJECT_free(content->content_type);
-  content->content_type = object_of(types.data).release();
+  content->content_type = data_type.release();
   set_cipher(content->algorithm, cipher, iv);
   content->enc_data = require_pointer(ASN1_OCTET_STRING_new(), kEncryptFailed);
   set_bytes(content->enc_data, encrypt_content(cipher, content_key, iv, plain));

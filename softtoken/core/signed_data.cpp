@@ -30,8 +30,9 @@ ASN1_OBJECT* digest_object(DigestId digest) { return OBJ_nid2obj(EVP_MD_get_type
 
 // The content of PKCS#7 has a place of its own; that of any other type lies in the general one.
 void set_content(PKCS7* contents, const char* type, const ByteView* content) {
+  Object wanted = object_of(type);
   ASN1_OBJECT_free(contents->type);
-  contents->type = object_of(type).release();
+  contents->type = wanted.release();
   if (content == nullptr) return;
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
     contents->d.data = octets(*content).release();

@@ -15,7 +15,7 @@ DigestId digest_for(const EVP_PKEY* key);
 
 Bytes hash(DigestId id, ByteView data);
 
-/** What OpenSSL signs data with, by a key and the digest that goes with it; SM2 with the default signer ID. */
+/** What OpenSSL signs data with, by a key and the digest that goes with it; SM2 has the default signer ID. */
 DigestContext start_signing(EVP_PKEY* key, DigestId digest);
 
 /** SM2 (DER, GM/T 0009, default signer ID) or RSA PKCS#1 v1.5 over data. */
