@@ -30,6 +30,7 @@ bool Sessions::is_open(int64_t container) {
 std::vector<int64_t> Sessions::containers() {
   const std::lock_guard lock(mutex_);
   std::vector<int64_t> containers;
+  containers.reserve(open_.size());
   for (const auto& [container, entry] : open_) containers.push_back(container);
   return containers;
 }

@@ -213,7 +213,7 @@ TEST_F(Certificate, AnUndecodableAnswerHasNoLengthWhateverTheDecoderSays) {
 }
 
 TEST_F(Certificate, ADecoderThatStoresNothingHasWrittenNothing) {
-  STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, uint32_t* length) {
+  STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, const uint32_t* length) {
     EXPECT_EQ(*length, 0u);
     return 0;
   });

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -70,7 +71,7 @@ TEST_F(JsonRequest, WhatTheEncoderSaysToBeLongerThanItsRoomIsTheEmptyText) {
 
 TEST_F(JsonRequest, WhatTheEncoderHasNotWrittenIsNotSent) {
   encoder = [](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
-    std::memcpy(text, "YWJj", 4);
+    std::copy_n("YWJj", 4, text);
     *text_length = 100;
     return 0;
   };
@@ -87,7 +88,8 @@ TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
   }
   // Each fits, but not both.
   EXPECT_THROW(format_json("[%s][%s]", {Base64{"", 0x60000000}, Base64{"", 0x60000000}}), std::bad_alloc);
-  EXPECT_THROW(format_json("[%s]", {std::string_view("", 0xFFFFFFFC)}), std::bad_alloc);
+  const size_t just_too_long = UINT32_MAX - 3;
+  EXPECT_THROW(format_json("[%s]", {std::string_view("", just_too_long)}), std::bad_alloc);
 }
 
 }  // namespace
