@@ -54,7 +54,8 @@ class Files {
     }
     require(command == "hash", "no such command");
     HashValue value{};
-    return seconds_of([&] { return hash(input, value); }) + " " + hexadecimal(value);
+    const std::string taken = seconds_of([&] { return hash(input, value); });
+    return taken + " " + hexadecimal(value);
   }
 
  private:
