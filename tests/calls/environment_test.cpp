@@ -5,6 +5,7 @@
 #include "support/base64.h"
 #include "support/client_test.h"
 #include "support/guarded_buffer.h"
+#include "support/settled_memory.h"
 
 using namespace velm::test;
 using testing::ElementsAre;
@@ -247,10 +248,8 @@ TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
 TEST_F(Environment, NoMemoryFromSomePointOnIsReported) {
   service.responds(
       [](const Request&) { return json(R"({"ErrorCode":"0","Result":{"RandomData":"AAAA"}})"); });
-  library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first call on
+  settle_memory(library);
   AllocationFaults memory(library.module());
-  memory.fail_at(1);
-  library.SOF_GenRandom(1, nullptr);  // the reserve for exceptions has a lock, which allocates once a process
   uint8_t random[3];
   for (size_t nth = 1;; ++nth) {
     memory.restart();
@@ -273,7 +272,7 @@ TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
       [&] { return library.SOF_GenRandom(3, random); },
   };
   service.responds([&](const Request&) { return json(answer); });
-  library.SOF_GenRandom(3, nullptr);  // what the runtime keeps for a thread from its first call on
+  settle_memory(library);
   AllocationFaults memory(library.module());
   for (const auto& call : calls) {
     memory.restart();

@@ -18,6 +18,7 @@
 #include "support/allocation_faults.h"
 #include "support/client_library.h"
 #include "support/log_reader.h"
+#include "support/settled_memory.h"
 #include "support/standins.h"
 
 namespace velm::test {
@@ -187,6 +188,7 @@ class ProviderTest : public testing::Test {
   // these calls take is that of the failure itself, which has a reserve.
   template <class... Arguments>
   void expect_balance(const Call<Arguments...>& call) {
+    settle_memory(library);
     const uint32_t expected = call.run();
     AllocationFaults memory(library.module());
     EXPECT_EQ(call.run(), expected);
@@ -194,8 +196,6 @@ class ProviderTest : public testing::Test {
     const size_t allocations = memory.allocations();
     for (size_t nth = 1; nth <= allocations; ++nth) {
       SCOPED_TRACE(print("allocation %u fails", static_cast<unsigned>(nth)));
-      memory.fail_at(nth);
-      call.run();  // the reserve takes a lock, which allocates once a process
       memory.restart();
       memory.fail_at(nth);
       EXPECT_EQ(call.run(), expected);

@@ -23,6 +23,7 @@
 #include "support/guarded_buffer.h"
 #include "support/log_reader.h"
 #include "support/service_double.h"
+#include "support/settled_memory.h"
 #include "support/standins.h"
 
 namespace velm::test {
@@ -305,11 +306,8 @@ TEST_P(ServiceFailure, ASuccessWithoutAReadableResultHasNoOutput) {
 TEST_P(ServiceFailure, EachAllocationMayFail) {
   constexpr size_t kReadBuffer = 1'048'576;
   service.responds([](const Request&) { return Answer(success_body(GetParam())); });
-  library.SOF_GenRandom(1, nullptr);  // what the runtime keeps for a thread from its first call on
+  settle_memory(library);
   AllocationFaults memory(library.module());
-  memory.fail_at(1);
-  library.SOF_GenRandom(1, nullptr);  // the reserve for exceptions has a lock, which allocates once a process
-  memory.restart();
   {
     const MadeCall made = make_call();
     ASSERT_EQ(made.result, SOR_OK);

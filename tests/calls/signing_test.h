@@ -13,6 +13,7 @@
 
 #include "calls/provider_calls.h"
 #include "support/guarded_buffer.h"
+#include "support/settled_memory.h"
 
 namespace velm::test {
 
@@ -41,13 +42,8 @@ class TestFile {
 
 class SigningTest : public ProviderTest {
  protected:
-  // What takes memory once and keeps it is over here: the first failure of a thread, the first that has to do
-  // without memory, the first log line.
   SigningTest() {
-    library.SOF_VerifySignedDataXML(nullptr, 0);
-    AllocationFaults memory(library.module());
-    memory.fail_at(1);
-    library.SOF_VerifySignedDataXML(nullptr, 0);
+    settle_memory(library);
     new_lines();
   }
 

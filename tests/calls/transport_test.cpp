@@ -14,6 +14,7 @@
 #include "support/guarded_buffer.h"
 #include "support/handle_count.h"
 #include "support/import_patch.h"
+#include "support/settled_memory.h"
 
 using namespace velm::test;
 using namespace std::chrono_literals;
@@ -344,7 +345,7 @@ TEST_F(PlatformCalls, APieceAboveAChunkIsReadAtOnceOrThereIsNoMemoryForIt) {
   const ImportPatch query_all(module, "winhttp.dll", "WinHttpQueryDataAvailable", query_piece);
   const ImportPatch read_all(module, "winhttp.dll", "WinHttpReadData", read_piece);
   service.responds([](const Request&) { return json(kSuccess); });
-  library.SOF_GenRandom(3, nullptr);  // what the runtime keeps for a thread from its first exception on
+  settle_memory(library);
   AllocationFaults memory(module);
   piece_left = kPiece;
   EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);

@@ -11,6 +11,7 @@
 #include "support/handle_count.h"
 #include "support/import_patch.h"
 #include "support/log_reader.h"
+#include "support/settled_memory.h"
 #include "support/standins.h"
 
 namespace {
@@ -154,7 +155,7 @@ TEST(AllocationFaults, EachAllocationInTurnFailsOnce) {
 TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
   const Standins standins;
   const ClientLibrary library;
-  library.SOF_GenRandom(1, nullptr);  // the runtime keeps memory for a thread from its first exception on
+  settle_memory(library);
   AllocationFaults memory(library.module());
   memory.fail_at(1);
   EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);

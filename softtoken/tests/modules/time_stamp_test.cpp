@@ -3,31 +3,26 @@
 #include <filesystem>
 #include <functional>
 #include <future>
-#include <thread>
-
-#include <gtest/gtest.h>
-#include <httplib.h>
 
 #include <openssl/ts.h>
 
-#include "modules/velm_client_saf.h"
 #include "softtoken/core/signed_data.h"
 #include "softtoken/core/storage.h"
 #include "softtoken/core/time_stamp_authority.h"
-#include "softtoken/modules/saf_codes.h"
-#include "softtoken/tests/modules/samples.h"
+#include "softtoken/tests/modules/scripted_server.h"
 
 namespace velm::token {
 namespace {
 
 constexpr char kStore[] = "time_stamp_test.db";
-constexpr char kConfiguration[] = "time_stamp_test.dat";
 constexpr char kText[] = "stamped";
 constexpr uint32_t kTextLength = sizeof kText - 1;
 
 /** An authority that answers a query as the test says. */
-class ScriptedAuthority : public testing::Test {
+class ScriptedAuthority : public WithScriptedServer {
  protected:
+  ScriptedAuthority() : WithScriptedServer("time_stamp_test.dat") {}
+
   static void SetUpTestSuite() {
     for (const char* part : {"", "-wal", "-shm"}) std::filesystem::remove(std::string(kStore) + part);
     Store::create(kStore);
@@ -36,20 +31,10 @@ class ScriptedAuthority : public testing::Test {
   static void TearDownTestSuite() { delete store_; }
 
   void SetUp() override {
-    server_.Post("/tsa", [this](const httplib::Request& request, httplib::Response& response) {
+    server().Post("/tsa", [this](const httplib::Request& request, httplib::Response& response) {
       response.set_content(as_text(answer_(as_bytes(request.body))), "application/timestamp-reply");
     });
-    const int port = server_.bind_to_any_port("127.0.0.1");
-    ASSERT_GT(port, 0);
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-    server_.wait_until_ready();
-    open("time_stamp_address = 127.0.0.1:" + std::to_string(port) + "\n" + settings());
-  }
-  void TearDown() override {
-    EXPECT_EQ(SAF_Finalize(application_), kSafSuccess);
-    server_.stop();
-    thread_.join();
-    std::remove(kConfiguration);
+    serve("time_stamp_address", settings());
   }
   virtual std::string settings() const { return {}; }
 
@@ -62,7 +47,7 @@ class ScriptedAuthority : public testing::Test {
     Bytes output(16384);
     uint32_t length = size_of(output);
     const uint32_t code =
-        SAF_Ext_GM_Tsp_SealTimeStamp(application_, static_cast<uint32_t>(digest), as_bytes(kText).data(),
+        SAF_Ext_GM_Tsp_SealTimeStamp(application(), static_cast<uint32_t>(digest), as_bytes(kText).data(),
                                      kTextLength, output.data(), &length);
     output.resize(length);
     if (stamp != nullptr) *stamp = std::move(output);
@@ -75,15 +60,7 @@ class ScriptedAuthority : public testing::Test {
   }
 
  private:
-  void open(const std::string& text) {
-    write_file(kConfiguration, as_bytes(text));
-    ASSERT_EQ(SAF_Initialize(&application_, kConfiguration), kSafSuccess);
-  }
-
   static inline Store* store_ = nullptr;
-  httplib::Server server_;
-  std::thread thread_;
-  void* application_ = nullptr;
   std::function<Bytes(ByteView query)> answer_;
 };
 

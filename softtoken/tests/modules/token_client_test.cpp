@@ -1,28 +1,23 @@
 // What the modules make of the service's answers, whatever these are.
 #include <algorithm>
 #include <atomic>
-#include <thread>
 
-#include <gtest/gtest.h>
-#include <httplib.h>
-
-#include "modules/velm_client_saf.h"
 #include "softtoken/modules/http_post.h"
-#include "softtoken/modules/saf_codes.h"
-#include "softtoken/tests/modules/samples.h"
+#include "softtoken/tests/modules/scripted_server.h"
 
 namespace velm::token {
 namespace {
 
-constexpr char kConfiguration[] = "token_client_test.dat";
 constexpr char kContainer[] = "C1";
 constexpr char kUntouched[] = "untouched";
 
 /** A service that gives every request the same answer, which is repeated to a length where one is stated. */
-class ScriptedService : public testing::Test {
+class ScriptedService : public WithScriptedServer {
  protected:
+  ScriptedService() : WithScriptedServer("token_client_test.dat") {}
+
   void SetUp() override {
-    server_.Post(".*", [this](const httplib::Request&, httplib::Response& response) {
+    server().Post(".*", [this](const httplib::Request&, httplib::Response& response) {
       ++requests_;
       response.status = status_;
       if (length_ == 0) {
@@ -35,18 +30,7 @@ class ScriptedService : public testing::Test {
             return sink.write(part.data(), std::min(part.size(), room));
           });
     });
-    const int port = server_.bind_to_any_port("127.0.0.1");
-    ASSERT_GT(port, 0);
-    thread_ = std::thread([this] { server_.listen_after_bind(); });
-    server_.wait_until_ready();
-    write_file(kConfiguration, as_bytes("service_address = 127.0.0.1:" + std::to_string(port) + "\n"));
-    ASSERT_EQ(SAF_Initialize(&application_, kConfiguration), kSafSuccess);
-  }
-  void TearDown() override {
-    EXPECT_EQ(SAF_Finalize(application_), kSafSuccess);
-    server_.stop();
-    thread_.join();
-    std::remove(kConfiguration);
+    serve("service_address");
   }
 
   void answer(std::string text, int status = 200) {
@@ -62,17 +46,17 @@ class ScriptedService : public testing::Test {
 
   uint32_t list_devices() {
     uint32_t length = 0;
-    return SAF_Ext_EnumDevice(application_, nullptr, &length);
+    return SAF_Ext_EnumDevice(application(), nullptr, &length);
   }
   uint32_t file_attributes() {
     size_ = read_rights_ = write_rights_ = 1;
-    return SAF_Ext_GetFileAttribute(application_, kContainer, "file", &size_, &read_rights_, &write_rights_);
+    return SAF_Ext_GetFileAttribute(application(), kContainer, "file", &size_, &read_rights_, &write_rights_);
   }
   uint32_t open_envelope(ByteView envelope) {
     opened_ = kUntouched;
     opened_length_ = static_cast<uint32_t>(opened_.size());
     return SAF_Ext_CMS_DecodeEnvelopedData(
-        application_, kContainer, sizeof kContainer - 1, envelope.data(),
+        application(), kContainer, sizeof kContainer - 1, envelope.data(),
         static_cast<uint32_t>(envelope.size()), reinterpret_cast<uint8_t*>(opened_.data()), &opened_length_);
   }
 
@@ -81,9 +65,6 @@ class ScriptedService : public testing::Test {
   uint32_t opened_length_ = 0;
 
  private:
-  httplib::Server server_;
-  std::thread thread_;
-  void* application_ = nullptr;
   std::string answer_;
   int status_ = 200;
   size_t length_ = 0;
