@@ -21,7 +21,7 @@ prepare_private_apt() {
   [ ! -f "$state/ready" ] || return 0
   mkdir -p "$state/lists/partial" "$state/cache/archives/partial"
   mirror=$(debian_mirror)
-  [ -n "$mirror" ] || { apt-get update -qq && mirror=$(debian_mirror); }
+  [ -n "$mirror" ] || { as_root apt-get update -qq && mirror=$(debian_mirror); }
   [ -n "$mirror" ] || fail "this machine's apt names no mirror of bookworm"
   local keys='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]'
   printf 'deb-src %s %s %s main\n' "$keys" "$mirror" bookworm "$keys" "$mirror" "$source_suite" \
