@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "basekit/basic/log.h"
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "runtime/module_runtime.h"
 #include "sof_impl.h"
 

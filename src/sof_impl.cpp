@@ -6,8 +6,8 @@
 #include <string>
 
 #include "basekit/basic/log.h"
-#include "modules/provider_codes.h"
-#include "modules/velm_client_saf.h"
+#include "provider_abi/provider_codes.h"
+#include "provider_abi/velm_client_saf.h"
 #include "velm_sof_client.h"
 
 namespace velm {

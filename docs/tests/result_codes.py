@@ -12,7 +12,7 @@ from pathlib import Path
 
 HEADER = "inc/velm_sof_client.h"
 TEXTS = "src/velm_sof_client/error_texts.h"
-PROVIDER_RESULTS = "modules/provider_codes.h"
+PROVIDER_RESULTS = "provider_abi/provider_codes.h"
 LIBRARY = "src"
 
 BEGIN, END = "<!-- made by result_codes.py -->\n", "<!-- end -->\n"

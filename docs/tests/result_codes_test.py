@@ -15,7 +15,7 @@ SOURCES = {
                              "#define SOR_PROVIDERMINUS1ERR      0xFFFFFFFFu  /**< -1. */\n",
     "src/velm_sof_client/error_texts.h": '{0x00000000, "成功"},\n{0x0B000001, "异常错误"},\n'
                                          '{0x0B000002, "文件"},\n',
-    "modules/provider_codes.h": "{0x02000001, 0x02000002, 0x0B000001},\n"
+    "provider_abi/provider_codes.h": "{0x02000001, 0x02000002, 0x0B000001},\n"
                                 "{0x02000319, 0x02000319, 0xFFFFFFFF},\n",
     "src/sof_impl.cpp": "if (code == SOR_FILEERR) return SOR_OK;  // never SOR_UNKNOWNERR\n",
     "src/checks.h": "constexpr uint32_t kOther = 0x02000319;\n",
@@ -80,7 +80,7 @@ class ResultCodes(unittest.TestCase):
                           "docs/zh/result_codes.md: the table")
 
     def test_a_changed_provider_result(self):
-        self.expect_fault("modules/provider_codes.h", "0x02000319", "0x02000318",
+        self.expect_fault("provider_abi/provider_codes.h", "0x02000319", "0x02000318",
                           "docs/result_codes.md: the table")
 
     def test_a_code_that_the_library_no_longer_gives(self):
@@ -102,11 +102,11 @@ class ResultCodes(unittest.TestCase):
         self.expect_fault("inc/velm_sof_client.h", "  /**< A file. */", "", "could not be read")
 
     def test_a_provider_result_that_becomes_an_unknown_code(self):
-        self.expect_fault("modules/provider_codes.h", "0x02000002, 0x0B000001", "0x02000003, 0x0B000001",
+        self.expect_fault("provider_abi/provider_codes.h", "0x02000002, 0x0B000001", "0x02000003, 0x0B000001",
                           "does not define")
 
     def test_provider_results_that_cannot_be_read(self):
-        self.expect_fault("modules/provider_codes.h", "{0x", "[0x", "no provider results")
+        self.expect_fault("provider_abi/provider_codes.h", "{0x", "[0x", "no provider results")
 
     def test_a_page_without_a_place_for_the_table(self):
         self.expect_fault("docs/result_codes.md", "<!-- end -->", "", "has no place for the table")

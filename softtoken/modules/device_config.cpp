@@ -1,4 +1,4 @@
-#include "modules/velm_dev_enum.h"
+#include "provider_abi/velm_dev_enum.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include <algorithm>
 
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "softtoken/core/base64.h"
 #include "softtoken/modules/openssl_api_call.h"
 

@@ -1,4 +1,4 @@
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/keys.h"
 #include "softtoken/modules/openssl_api_call.h"

@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <memory>
 
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "softtoken/modules/openssl_api_call.h"
 #include "softtoken/modules/symmetric_cipher.h"
 

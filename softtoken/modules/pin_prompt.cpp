@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "modules/velm_common.h"
+#include "provider_abi/velm_common.h"
 #include "softtoken/modules/dialog_template.h"
 
 using namespace velm::token;

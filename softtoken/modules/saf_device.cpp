@@ -1,6 +1,6 @@
 #include <nlohmann/json.hpp>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/base64.h"
 #include "softtoken/core/text_encoding.h"
 #include "softtoken/modules/application.h"

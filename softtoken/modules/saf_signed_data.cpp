@@ -1,4 +1,4 @@
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/content_info.h"
 #include "softtoken/core/signed_data.h"

@@ -1,4 +1,4 @@
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/signed_data.h"
 #include "softtoken/modules/application.h"

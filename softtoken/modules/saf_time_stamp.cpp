@@ -1,4 +1,4 @@
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/system_random.h"
 #include "softtoken/modules/application.h"

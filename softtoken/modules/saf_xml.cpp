@@ -1,4 +1,4 @@
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/modules/saf_call.h"
 #include "softtoken/modules/xml_signature.h"
 

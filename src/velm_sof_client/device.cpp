@@ -2,7 +2,7 @@
 #include <string>
 
 #include "basekit/basic/encoding.h"
-#include "modules/velm_dev_enum.h"
+#include "provider_abi/velm_dev_enum.h"
 #include "velm_sof_client/service_call.h"
 
 using namespace velm;

@@ -1,5 +1,5 @@
 // Login to a container, its PIN and its login state.
-#include "modules/velm_common.h"
+#include "provider_abi/velm_common.h"
 #include "velm_sof_client/prompt_parent.h"
 #include "velm_sof_client/service_call.h"
 

@@ -6,8 +6,8 @@
 #include <cstring>
 #include <utility>
 
-#include "modules/velm_client_saf.h"
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_client_saf.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "sof_impl.h"
 #include "velm_sof_client/byte_view.h"
 #include "velm_sof_client/exported_call.h"

@@ -1,7 +1,7 @@
 // Encryption with a symmetric key: of data by the crypto module, of files by the signature provider.
 #include <memory>
 
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "velm_sof_client/cipher_numbers.h"
 #include "velm_sof_client/provider_call.h"
 

@@ -20,10 +20,10 @@
 #include <utility>
 #include <vector>
 
-#include "modules/velm_client_saf.h"
-#include "modules/velm_common.h"
-#include "modules/velm_dev_enum.h"
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_client_saf.h"
+#include "provider_abi/velm_common.h"
+#include "provider_abi/velm_dev_enum.h"
+#include "provider_abi/velm_openssl_api.h"
 
 namespace velm::test {
 
@@ -137,5 +137,5 @@ class Standin<Result(Arguments...), name> {
 
 }  // namespace velm::test
 
-// The stand-in of a provider function, typed by its declaration in modules/.
+// The stand-in of a provider function, typed by its declaration in provider_abi/.
 #define STANDIN(function) (::velm::test::Standin<decltype(::function), #function>::instance())

@@ -1,6 +1,6 @@
 #include "library_call.h"
 
-#include "modules/provider_codes.h"
+#include "provider_abi/provider_codes.h"
 #include "text.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // Signed messages: PKCS#7 and GM/T 0010, with and without content and signed attributes.
 #include <algorithm>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/certificate.h"
 #include "softtoken/core/signed_data.h"
 #include "softtoken/modules/message_identifiers.h"

@@ -6,7 +6,7 @@
 #include <array>
 #include <filesystem>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/modules/saf_call.h"
 #include "softtoken/tests/modules/samples.h"
 #include "tests/fuzz/fuzz_target.h"

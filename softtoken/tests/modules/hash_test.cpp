@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/samples.h"
 

@@ -5,8 +5,8 @@
 #include <string>
 #include <thread>
 
-#include "modules/velm_client_saf.h"
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_client_saf.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "support/process_usage.h"
 
 using velm::test::ProcessUsage;

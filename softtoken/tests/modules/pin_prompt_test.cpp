@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "modules/velm_common.h"
+#include "provider_abi/velm_common.h"
 
 namespace {
 

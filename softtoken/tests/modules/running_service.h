@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/core/demo.h"
 #include "softtoken/core/storage.h"
 #include "softtoken/service/dispatch.h"

@@ -7,7 +7,7 @@
 
 #include <openssl/ts.h>
 
-#include "modules/velm_dev_enum.h"
+#include "provider_abi/velm_dev_enum.h"
 #include "softtoken/core/envelope.h"
 #include "softtoken/core/signed_data.h"
 #include "softtoken/core/time_stamp_authority.h"

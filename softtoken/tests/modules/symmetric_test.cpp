@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "modules/velm_client_saf.h"
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_client_saf.h"
+#include "provider_abi/velm_openssl_api.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/samples.h"
 

@@ -4,7 +4,7 @@
 
 #include <openssl/pem.h>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/signed_xml.h"
 

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <thread>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 #include "softtoken/modules/saf_codes.h"
 #include "softtoken/tests/modules/signed_xml.h"
 

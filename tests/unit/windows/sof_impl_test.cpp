@@ -8,7 +8,7 @@
 
 #include <gmock/gmock.h>
 
-#include "modules/velm_client_saf.h"
+#include "provider_abi/velm_client_saf.h"
 
 // The unit takes these from the provider; nothing here comes to them.
 extern "C" uint32_t SAF_Initialize(void**, const char*) { std::abort(); }

@@ -6,7 +6,7 @@
 #include <new>
 #include <string>
 
-#include "modules/velm_openssl_api.h"
+#include "provider_abi/velm_openssl_api.h"
 
 namespace velm {
 
