@@ -6,7 +6,7 @@
 
 #include "basekit/basic/log.h"
 #include "provider_abi/velm_client_saf.h"
-#include "runtime/module_runtime.h"
+#include "mingw_tls/thread_storage.h"
 #include "sof_impl.h"
 
 namespace velm {
@@ -39,12 +39,12 @@ void detach() {
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
-      if (!velm::open_module_runtime()) return FALSE;
+      if (!velm::open_thread_storage()) return FALSE;
       velm::attach(module);
       return TRUE;
     case DLL_PROCESS_DETACH:
       velm::detach();
-      if (!process_ends) velm::close_module_runtime();
+      if (!process_ends) velm::close_thread_storage();
       return TRUE;
     default: return TRUE;
   }

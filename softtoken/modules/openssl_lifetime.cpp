@@ -2,7 +2,7 @@
 
 #include <openssl/crypto.h>
 
-#include "runtime/module_runtime.h"
+#include "mingw_tls/thread_storage.h"
 
 // OpenSSL lies within the module. No configuration file of the machine changes what it does. What it keeps
 // for a thread goes when the thread ends, and all of it when the module is unloaded; at the end of the
@@ -10,7 +10,7 @@
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
-      return velm::open_module_runtime() &&
+      return velm::open_thread_storage() &&
              OPENSSL_init_crypto(OPENSSL_INIT_NO_ATEXIT | OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
     case DLL_THREAD_DETACH:
       OPENSSL_thread_stop();
@@ -18,7 +18,7 @@ BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
     case DLL_PROCESS_DETACH:
       if (process_ends != nullptr) return TRUE;
       OPENSSL_cleanup();
-      velm::close_module_runtime();
+      velm::close_thread_storage();
       return TRUE;
     default:
       return TRUE;

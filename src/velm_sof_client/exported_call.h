@@ -8,7 +8,7 @@
 #include <type_traits>
 
 #include "basekit/basic/log.h"
-#include "runtime/module_runtime.h"
+#include "mingw_tls/thread_storage.h"
 #include "velm_sof_client.h"
 
 namespace velm {

@@ -3,7 +3,7 @@
 // and a thread slot of the system for ever when a DLL is unloaded. This one lies in a fiber-local slot, whose
 // values the system gives back for every thread that ends and, when the slot is freed, for all threads at
 // once.
-#include "runtime/module_runtime.h"
+#include "mingw_tls/thread_storage.h"
 
 #include <windows.h>
 
@@ -74,14 +74,14 @@ size_t offset_of(Variable& variable) {
 
 }  // namespace
 
-bool open_module_runtime() {
+bool open_thread_storage() {
   slot = FlsAlloc(release);
   return slot != FLS_OUT_OF_INDEXES;
 }
 
 bool prepare_thread() { return storage_of_this_thread() != nullptr; }
 
-void close_module_runtime() {
+void close_thread_storage() {
   FlsFree(slot);
   __gnu_cxx::__freeres();
 }

@@ -6,7 +6,7 @@
 namespace velm {
 
 // At process attach. False when the system has no slot left; the DLL cannot be loaded then.
-bool open_module_runtime();
+bool open_thread_storage();
 
 // Gives this thread what it needs to throw, unless it has it. False when memory runs out: a throw would end
 // the process then.
@@ -14,6 +14,6 @@ bool prepare_thread();
 
 // At process detach, and only when the DLL is unloaded: at the end of the process the system takes everything
 // back.
-void close_module_runtime();
+void close_thread_storage();
 
 }  // namespace velm
