@@ -1,5 +1,5 @@
-#include "softtoken/core/base64.h"
-#include "softtoken/core/certificate.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/certificate.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 

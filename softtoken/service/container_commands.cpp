@@ -1,7 +1,7 @@
 #include <cstdio>
 
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/demo.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/store/demo.h"
 #include "softtoken/service/commands.h"
 
 namespace velm::token {

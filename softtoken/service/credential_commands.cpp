@@ -7,8 +7,8 @@
 #include <openssl/pem.h>
 #include <openssl/pkcs12.h>
 
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/token.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/store/token.h"
 #include "softtoken/service/commands.h"
 
 namespace velm::token {

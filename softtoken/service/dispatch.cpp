@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "softtoken/core/text_encoding.h"
-#include "softtoken/core/time_stamp_authority.h"
+#include "softtoken/crypto/text_encoding.h"
+#include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "softtoken/core/token.h"
+#include "softtoken/store/token.h"
 #include "softtoken/service/trace.h"
 
 namespace velm::token {

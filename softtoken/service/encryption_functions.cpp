@@ -1,6 +1,6 @@
-#include "softtoken/core/asymmetric.h"
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/envelope.h"
+#include "softtoken/crypto/asymmetric.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/envelope.h"
 #include "softtoken/service/function_families.h"
 
 namespace velm::token {

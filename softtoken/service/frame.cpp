@@ -1,6 +1,6 @@
 #include "softtoken/service/frame.h"
 
-#include "softtoken/core/token_error.h"
+#include "softtoken/crypto/token_error.h"
 
 namespace velm::token {
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "softtoken/core/bytes.h"
+#include "softtoken/crypto/bytes.h"
 
 namespace velm::token {
 

@@ -2,7 +2,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "softtoken/core/token.h"
+#include "softtoken/store/token.h"
 #include "softtoken/service/frame.h"
 
 namespace velm::token {

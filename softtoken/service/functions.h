@@ -5,7 +5,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "softtoken/core/token.h"
+#include "softtoken/store/token.h"
 
 namespace velm::token {
 

@@ -3,7 +3,7 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "softtoken/core/secret.h"
+#include "softtoken/crypto/secret.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/growing_thread_pool.h"
 #include "softtoken/service/request_stream.h"

@@ -2,8 +2,8 @@
 
 #include <limits>
 
-#include "softtoken/core/base64.h"
-#include "softtoken/core/token_error.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/token_error.h"
 
 namespace velm::token {
 namespace {

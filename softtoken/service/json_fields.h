@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "softtoken/core/secret.h"
+#include "softtoken/crypto/secret.h"
 
 namespace velm::token {
 

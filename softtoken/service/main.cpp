@@ -8,7 +8,7 @@
 #include <shellapi.h>
 #endif
 
-#include "softtoken/core/token_error.h"
+#include "softtoken/crypto/token_error.h"
 #include "softtoken/service/commands.h"
 #include "softtoken/service/default_store.h"
 

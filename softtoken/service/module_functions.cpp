@@ -2,12 +2,12 @@
 
 #include <charconv>
 
-#include "softtoken/core/base64.h"
-#include "softtoken/core/device_files.h"
-#include "softtoken/core/module_function.h"
-#include "softtoken/core/storage.h"
-#include "softtoken/core/text_encoding.h"
-#include "softtoken/core/time_stamp_authority.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/store/device_files.h"
+#include "softtoken/crypto/module_function.h"
+#include "softtoken/store/user_data.h"
+#include "softtoken/crypto/text_encoding.h"
+#include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 

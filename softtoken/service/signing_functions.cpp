@@ -1,7 +1,7 @@
-#include "softtoken/core/base64.h"
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/signed_data.h"
-#include "softtoken/core/signing.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/crypto/signing.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 

@@ -1,8 +1,8 @@
 // Certificates, and the public keys that may stand for them.
-#include "softtoken/core/certificate.h"
+#include "softtoken/crypto/certificate.h"
 
-#include "softtoken/core/authority.h"
-#include "softtoken/tests/core/temporary_store.h"
+#include "softtoken/crypto/authority.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "softtoken/tests/fuzz/credentials.h"
 #include "tests/fuzz/fuzz_target.h"
 

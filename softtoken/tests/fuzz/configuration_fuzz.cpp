@@ -1,7 +1,7 @@
 // The configuration file of the provider module.
-#include "softtoken/modules/configuration.h"
+#include "softtoken/providers/saf/configuration.h"
 
-#include "softtoken/modules/saf_call.h"
+#include "softtoken/providers/saf/saf_call.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

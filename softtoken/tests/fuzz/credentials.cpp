@@ -3,8 +3,8 @@
 #include <fstream>
 #include <stdexcept>
 
-#include "softtoken/core/base64.h"
-#include "softtoken/core/certificate.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/certificate.h"
 
 namespace velm::token::fuzz {
 namespace {

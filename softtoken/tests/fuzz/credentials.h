@@ -1,6 +1,6 @@
 #pragma once
 
-#include "softtoken/core/token.h"
+#include "softtoken/store/token.h"
 
 namespace velm::token::fuzz {
 

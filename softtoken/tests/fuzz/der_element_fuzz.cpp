@@ -1,5 +1,5 @@
 // Headers of DER elements.
-#include "softtoken/modules/der_element.h"
+#include "softtoken/providers/saf/der_element.h"
 
 #include <algorithm>
 

@@ -1,16 +1,16 @@
 // Digital envelopes, opened in memory and from a file: what both open has the same content.
-#include "softtoken/core/envelope.h"
+#include "softtoken/crypto/envelope.h"
 
 #include <filesystem>
 #include <optional>
 
-#include "softtoken/core/asymmetric.h"
-#include "softtoken/core/content_info.h"
-#include "softtoken/modules/envelope_stream.h"
-#include "softtoken/modules/saf_call.h"
-#include "softtoken/tests/core/temporary_store.h"
+#include "softtoken/crypto/asymmetric.h"
+#include "softtoken/crypto/content_info.h"
+#include "softtoken/providers/saf/envelope_stream.h"
+#include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "softtoken/tests/fuzz/credentials.h"
-#include "softtoken/tests/modules/samples.h"
+#include "softtoken/tests/providers/samples.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

@@ -4,19 +4,19 @@
 #include <fstream>
 #include <variant>
 
-#include "softtoken/core/asymmetric.h"
-#include "softtoken/core/base64.h"
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/envelope.h"
-#include "softtoken/core/signed_data.h"
-#include "softtoken/core/time_stamp_authority.h"
-#include "softtoken/core/token.h"
-#include "softtoken/modules/envelope_stream.h"
-#include "softtoken/modules/message_identifiers.h"
-#include "softtoken/modules/time_stamp.h"
-#include "softtoken/tests/core/temporary_store.h"
-#include "softtoken/tests/modules/samples.h"
-#include "softtoken/tests/modules/signed_xml.h"
+#include "softtoken/crypto/asymmetric.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/envelope.h"
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/store/token.h"
+#include "softtoken/providers/saf/envelope_stream.h"
+#include "softtoken/providers/saf/message_identifiers.h"
+#include "softtoken/providers/saf/time_stamp.h"
+#include "softtoken/tests/store/temporary_store.h"
+#include "softtoken/tests/providers/samples.h"
+#include "softtoken/tests/providers/signed_xml.h"
 
 using namespace velm::token;
 

@@ -7,7 +7,7 @@
 // the call before gave. In the members that carry PINs $PIN and $PIN64 stand for the PIN.
 #include <charconv>
 
-#include "softtoken/core/base64.h"
+#include "softtoken/crypto/base64.h"
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -2,10 +2,10 @@
 #include <algorithm>
 
 #include "provider_abi/velm_client_saf.h"
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/signed_data.h"
-#include "softtoken/modules/message_identifiers.h"
-#include "softtoken/tests/core/temporary_store.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/providers/saf/message_identifiers.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

@@ -1,8 +1,8 @@
 // Base64 and the encodings of texts.
 #include <algorithm>
 
-#include "softtoken/core/base64.h"
-#include "softtoken/core/text_encoding.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/crypto/text_encoding.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

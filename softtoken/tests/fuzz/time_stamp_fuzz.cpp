@@ -1,7 +1,7 @@
 // Time stamps as an application has them from anywhere: answers and tokens.
-#include "softtoken/modules/time_stamp.h"
+#include "softtoken/providers/saf/time_stamp.h"
 
-#include "softtoken/modules/saf_call.h"
+#include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/tests/fuzz/credentials.h"
 #include "tests/fuzz/fuzz_target.h"
 

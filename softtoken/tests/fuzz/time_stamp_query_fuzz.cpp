@@ -2,10 +2,10 @@
 // grants covers what the query named.
 #include <openssl/ts.h>
 
-#include "softtoken/core/certificate.h"
-#include "softtoken/core/storage.h"
-#include "softtoken/core/time_stamp_authority.h"
-#include "softtoken/modules/time_stamp.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/store/user_data.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/providers/saf/time_stamp.h"
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -6,10 +6,10 @@
 #include <nlohmann/json.hpp>
 #include <sqlite3.h>
 
-#include "softtoken/core/base64.h"
-#include "softtoken/core/storage.h"
-#include "softtoken/core/time_stamp_authority.h"
-#include "softtoken/tests/core/temporary_store.h"
+#include "softtoken/crypto/base64.h"
+#include "softtoken/store/user_data.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "softtoken/tests/fuzz/credentials.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -1,14 +1,14 @@
 // Signed XML. Nobody here has the keys that signed the seeds, so whatever verifies says what one of them
 // says.
-#include "softtoken/modules/xml_signature.h"
+#include "softtoken/providers/saf/xml_signature.h"
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 
 #include "provider_abi/velm_client_saf.h"
-#include "softtoken/modules/saf_call.h"
-#include "softtoken/tests/modules/samples.h"
+#include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/tests/providers/samples.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

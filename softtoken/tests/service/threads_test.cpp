@@ -9,10 +9,10 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
-#include "softtoken/core/storage.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/http_server.h"
-#include "softtoken/tests/core/temporary_store.h"
+#include "softtoken/tests/store/temporary_store.h"
 
 namespace velm::token {
 namespace {

@@ -1,0 +1,73 @@
+#include "softtoken/crypto/content_info.h"
+
+#include <openssl/asn1t.h>
+
+namespace velm::token {
+namespace {
+
+// The content stays in its encoding: the types of GM/T 0010 are not among those that OpenSSL knows.
+struct ContentInfo {
+  ASN1_OBJECT* type;
+  ASN1_TYPE* content;
+};
+
+ASN1_SEQUENCE(ContentInfo) = {
+    ASN1_SIMPLE(ContentInfo, type, ASN1_OBJECT),
+    ASN1_EXP(ContentInfo, content, ASN1_ANY, 0),
+} static_ASN1_SEQUENCE_END(ContentInfo)
+
+struct ContentInfoFreer {
+  void operator()(ContentInfo* info) const {
+    ASN1_item_free(reinterpret_cast<ASN1_VALUE*>(info), ASN1_ITEM_rptr(ContentInfo));
+  }
+};
+using ContentInfoHandle = std::unique_ptr<ContentInfo, ContentInfoFreer>;
+
+}  // namespace
+
+Object object_of(const char* oid) { return Object(require_pointer(OBJ_txt2obj(oid, 1), kUnknownError)); }
+
+bool is_object(const ASN1_OBJECT* object, const char* oid) {
+  return OBJ_cmp(object, object_of(oid).get()) == 0;
+}
+
+Bytes wrap_content(const char* type, ByteView content_der) {
+  const ContentInfoHandle info(reinterpret_cast<ContentInfo*>(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo))));
+  require(info != nullptr, kUnknownError);
+  Object wanted = object_of(type);
+  ASN1_OBJECT_free(info->type);
+  info->type = wanted.release();
+  ASN1_STRING* sequence = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
+  require(sequence != nullptr, kUnknownError);
+  ASN1_TYPE_set(info->content, V_ASN1_SEQUENCE, sequence);
+  set_bytes(sequence, content_der);
+  return der_of<const ContentInfo>(
+      [](const ContentInfo* value, uint8_t** end) {
+        return ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE*>(value), end, ASN1_ITEM_rptr(ContentInfo));
+      },
+      info.get());
+}
+
+Bytes unwrap_content(ByteView message, const char* pkcs7_type, const char* gm_type) {
+  const auto info = from_der<ContentInfoHandle>(
+      [](ContentInfo**, const uint8_t** at, long size) {
+        return reinterpret_cast<ContentInfo*>(ASN1_item_d2i(nullptr, at, size, ASN1_ITEM_rptr(ContentInfo)));
+      },
+      message, kPkcs7Format);
+  const bool known = is_object(info->type, pkcs7_type) || is_object(info->type, gm_type);
+  require(known && ASN1_TYPE_get(info->content) == V_ASN1_SEQUENCE, kPkcs7Format);
+  return copy_of(view_of(info->content->value.sequence));
+}
+
+bool set_issuer_and_serial(PKCS7_ISSUER_AND_SERIAL* target, const X509* certificate) {
+  ASN1_INTEGER_free(target->serial);
+  target->serial = ASN1_INTEGER_dup(X509_get0_serialNumber(certificate));
+  return target->serial != nullptr && X509_NAME_set(&target->issuer, X509_get_issuer_name(certificate)) == 1;
+}
+
+bool names_certificate(const PKCS7_ISSUER_AND_SERIAL* name, const X509* certificate) {
+  return X509_NAME_cmp(name->issuer, X509_get_issuer_name(certificate)) == 0 &&
+         ASN1_INTEGER_cmp(name->serial, X509_get0_serialNumber(certificate)) == 0;
+}
+
+}  // namespace velm::token

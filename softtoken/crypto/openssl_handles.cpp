@@ -1,0 +1,26 @@
+#include "softtoken/crypto/openssl_handles.h"
+
+#include <limits>
+#include <utility>
+
+#include <openssl/err.h>
+
+namespace velm::token {
+
+void require(bool holds, ErrorCode code) {
+  if (holds) return;
+  ERR_clear_error();
+  throw TokenError(code);
+}
+
+ByteView view_of(const ASN1_STRING* string) {
+  return {ASN1_STRING_get0_data(string), static_cast<size_t>(ASN1_STRING_length(string))};
+}
+
+void set_bytes(ASN1_STRING* string, ByteView bytes) {
+  // OpenSSL puts a zero behind, and takes a negative length for that of a text.
+  require(std::cmp_less(bytes.size(), std::numeric_limits<int>::max()), kBadLength);
+  require(ASN1_STRING_set(string, bytes.data(), static_cast<int>(bytes.size())) == 1, kUnknownError);
+}
+
+}  // namespace velm::token

@@ -1,0 +1,76 @@
+#pragma once
+
+#include <memory>
+
+#include <openssl/bio.h>
+#include <openssl/evp.h>
+#include <openssl/pkcs7.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
+
+#include "softtoken/crypto/bytes.h"
+#include "softtoken/crypto/token_error.h"
+
+namespace velm::token {
+
+template <auto free_function>
+struct Freer {
+  template <typename T>
+  void operator()(T* handle) const {
+    free_function(handle);
+  }
+};
+
+template <typename T, auto free_function>
+using Handle = std::unique_ptr<T, Freer<free_function>>;
+
+using Bio = Handle<BIO, BIO_free_all>;
+using Certificate = Handle<X509, X509_free>;
+using CertificateStore = Handle<X509_STORE, X509_STORE_free>;
+using CertificateStoreContext = Handle<X509_STORE_CTX, X509_STORE_CTX_free>;
+using CipherContext = Handle<EVP_CIPHER_CTX, EVP_CIPHER_CTX_free>;
+using DigestContext = Handle<EVP_MD_CTX, EVP_MD_CTX_free>;
+using Integer = Handle<ASN1_INTEGER, ASN1_INTEGER_free>;
+using Key = Handle<EVP_PKEY, EVP_PKEY_free>;
+using KeyContext = Handle<EVP_PKEY_CTX, EVP_PKEY_CTX_free>;
+using Number = Handle<BIGNUM, BN_free>;
+using Object = Handle<ASN1_OBJECT, ASN1_OBJECT_free>;
+using OctetString = Handle<ASN1_OCTET_STRING, ASN1_OCTET_STRING_free>;
+using Pkcs7 = Handle<PKCS7, PKCS7_free>;
+using Pkcs7Envelope = Handle<PKCS7_ENVELOPE, PKCS7_ENVELOPE_free>;
+using Pkcs7Signed = Handle<PKCS7_SIGNED, PKCS7_SIGNED_free>;
+
+/** Leaves with a result code unless something holds; what OpenSSL noted about a failure is forgotten. */
+void require(bool holds, ErrorCode code);
+
+template <typename T>
+T* require_pointer(T* pointer, ErrorCode code) {
+  require(pointer != nullptr, code);
+  return pointer;
+}
+
+/** The bytes of an ASN.1 string, as long as it lives; and new ones for it, less than 2 GiB. */
+ByteView view_of(const ASN1_STRING* string);
+void set_bytes(ASN1_STRING* string, ByteView bytes);
+
+/** DER of an OpenSSL object, by its i2d function. */
+template <typename T, typename Encoder>
+Bytes der_of(Encoder encode, T* object, ErrorCode code = kUnknownError) {
+  const int length = encode(object, nullptr);
+  require(length > 0, code);
+  Bytes der(static_cast<size_t>(length));
+  uint8_t* end = der.data();
+  encode(object, &end);
+  return der;
+}
+
+/** An OpenSSL object from exactly these bytes, by its d2i function; the code tells that they are not one. */
+template <typename H, typename Decoder>
+H from_der(Decoder decode, ByteView der, ErrorCode code) {
+  const uint8_t* at = der.data();
+  H object(decode(nullptr, &at, static_cast<long>(der.size())));
+  require(object != nullptr && at == der.data() + der.size(), code);
+  return object;
+}
+
+}  // namespace velm::token

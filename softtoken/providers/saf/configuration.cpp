@@ -1,0 +1,95 @@
+#include "softtoken/providers/saf/configuration.h"
+
+#include <charconv>
+#include <limits>
+#include <sstream>
+
+#include "softtoken/providers/saf/file_stream.h"
+#include "softtoken/providers/saf/module_folder.h"
+#include "softtoken/providers/saf/saf_call.h"
+
+namespace velm::token {
+namespace {
+
+constexpr size_t kMaxFile = 64 * 1024;
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
+std::string trimmed(const std::string& text) {
+  const char* blanks = " \t\r";
+  const size_t from = text.find_first_not_of(blanks);
+  if (from == std::string::npos) return {};
+  return text.substr(from, text.find_last_not_of(blanks) - from + 1);
+}
+
+uint32_t number_in(const std::string& text, uint32_t most) {
+  uint32_t number = 0;
+  const char* const end = text.data() + text.size();
+  const auto [at, error] = std::from_chars(text.data(), end, number);
+  require_saf(error == std::errc() && at == end && number > 0 && number <= most, kSafBadInput);
+  return number;
+}
+
+Endpoint endpoint_in(const std::string& text) {
+  const size_t colon = text.rfind(':');
+  require_saf(colon != std::string::npos && colon > 0, kSafBadInput);
+  return {text.substr(0, colon),
+          static_cast<uint16_t>(number_in(text.substr(colon + 1), std::numeric_limits<uint16_t>::max()))};
+}
+
+std::chrono::milliseconds duration_in(const std::string& text) {
+  return std::chrono::milliseconds(number_in(text, std::numeric_limits<int32_t>::max()));
+}
+
+void set_value(Configuration& configuration, const std::string& key, const std::string& value) {
+  if (key == "service_address") {
+    configuration.service = endpoint_in(value);
+  } else if (key == "time_stamp_address") {
+    configuration.time_stamp = endpoint_in(value);
+  } else if (key == "connect_timeout_ms") {
+    configuration.connect_timeout = duration_in(value);
+  } else if (key == "answer_timeout_ms") {
+    configuration.answer_timeout = duration_in(value);
+  } else {
+    throw SafError(kSafBadInput);
+  }
+}
+
+bool is_relative(const std::string& path) {
+  return path.find_first_of("/\\") != 0 && path.find(':') == std::string::npos;
+}
+
+std::string file_text(const std::string& path) {
+  InputFile file(path);
+  std::string text;
+  for (ByteView piece; !(piece = file.read()).empty();) {
+    text += as_text(piece);
+    require_saf(text.size() <= kMaxFile, kSafBadInput);
+  }
+  return text;
+}
+
+}  // namespace
+
+Configuration parse_configuration(const std::string& text) {
+  Configuration configuration;
+  std::istringstream lines(text.starts_with(kByteOrderMark) ? text.substr(kByteOrderMark.size()) : text);
+  for (std::string line; std::getline(lines, line);) {
+    line = trimmed(line);
+    if (line.empty() || line[0] == '#') continue;
+    const size_t equals = line.find('=');
+    require_saf(equals != std::string::npos, kSafBadInput);
+    set_value(configuration, trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
+  }
+  return configuration;
+}
+
+Configuration load_configuration(const std::string& path) {
+  try {
+    return parse_configuration(file_text(path));
+  } catch (const SafError& error) {
+    if (error.code() != kSafFileOpen || !is_relative(path)) throw;
+    return parse_configuration(file_text(module_folder() + path));
+  }
+}
+
+}  // namespace velm::token

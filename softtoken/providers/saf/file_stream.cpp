@@ -1,0 +1,81 @@
+#include "softtoken/providers/saf/file_stream.h"
+
+#include <cstdlib>
+
+#include "softtoken/crypto/system_random.h"
+#include "softtoken/providers/saf/saf_call.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#endif
+
+namespace velm::token {
+namespace {
+
+#ifdef _WIN32
+int seek(std::FILE* file, int64_t offset, int origin) { return _fseeki64(file, offset, origin); }
+int64_t position(std::FILE* file) { return _ftelli64(file); }
+bool replace_file(const char* from, const char* to) {
+  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != FALSE;
+}
+#else
+int seek(std::FILE* file, int64_t offset, int origin) { return fseeko(file, offset, origin); }
+int64_t position(std::FILE* file) { return ftello(file); }
+bool replace_file(const char* from, const char* to) { return std::rename(from, to) == 0; }
+#endif
+
+std::string random_suffix() {
+  std::string suffix = ".";
+  for (const uint8_t byte : system_random(8)) {
+    suffix += "0123456789abcdef"[byte >> 4];
+    suffix += "0123456789abcdef"[byte & 15];
+  }
+  return suffix;
+}
+
+FileHandle open_file(const std::string& path, const char* mode) {
+  FileHandle file(std::fopen(path.c_str(), mode));
+  require_saf(file != nullptr, kSafFileOpen);
+  return file;
+}
+
+}  // namespace
+
+InputFile::InputFile(const std::string& path) : file_(open_file(path, "rb")), buffer_(kFileChunk) {}
+
+ByteView InputFile::read(size_t limit) {
+  const size_t wanted = limit < buffer_.size() ? limit : buffer_.size();
+  const size_t count = std::fread(buffer_.data(), 1, wanted, file_.get());
+  require_saf(count == wanted || std::ferror(file_.get()) == 0, kSafFileRead);
+  return ByteView(buffer_).first(count);
+}
+
+uint64_t InputFile::size() {
+  const int64_t at = position(file_.get());
+  const bool ended = at >= 0 && seek(file_.get(), 0, SEEK_END) == 0;
+  const int64_t end = ended ? position(file_.get()) : -1;
+  require_saf(end >= 0 && seek(file_.get(), at, SEEK_SET) == 0, kSafFileRead);
+  return static_cast<uint64_t>(end);
+}
+
+OutputFile::OutputFile(std::string path)
+    : path_(std::move(path)),
+      unfinished_path_(path_ + random_suffix()),
+      file_(open_file(unfinished_path_, "wb")) {}
+
+OutputFile::~OutputFile() {
+  file_.reset();
+  if (!unfinished_path_.empty()) std::remove(unfinished_path_.c_str());
+}
+
+void OutputFile::write(ByteView bytes) {
+  require_saf(std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) == bytes.size(), kSafFileWrite);
+}
+
+void OutputFile::commit() {
+  require_saf(std::fclose(file_.release()) == 0, kSafFileWrite);
+  require_saf(replace_file(unfinished_path_.c_str(), path_.c_str()), kSafFileWrite);
+  unfinished_path_.clear();
+}
+
+}  // namespace velm::token

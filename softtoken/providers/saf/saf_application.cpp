@@ -1,0 +1,16 @@
+#include "provider_abi/velm_client_saf.h"
+#include "softtoken/providers/saf/application.h"
+#include "softtoken/providers/saf/saf_call.h"
+
+using namespace velm::token;
+
+uint32_t SAF_Initialize(void** application, const char* config_path) {
+  return saf_call([&] {
+    require_saf(application != nullptr, kSafBadInput);
+    *application = open_application(required_text(config_path));
+  });
+}
+
+uint32_t SAF_Finalize(void* application) {
+  return saf_call([&] { close_application(application); });
+}

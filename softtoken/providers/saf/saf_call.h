@@ -1,0 +1,61 @@
+#pragma once
+
+#include <new>
+#include <string>
+
+#include "softtoken/crypto/bytes.h"
+#include "softtoken/crypto/token_error.h"
+#include "softtoken/providers/saf/saf_codes.h"
+
+namespace velm::token {
+
+/** Leaves whatever is under way with a result code of this module. */
+class SafError : public std::exception {
+ public:
+  explicit SafError(uint32_t code) : code_(code) {}
+  uint32_t code() const { return code_; }
+  const char* what() const noexcept override { return "provider error"; }
+
+ private:
+  uint32_t code_;
+};
+
+inline void require_saf(bool holds, uint32_t code) {
+  if (!holds) throw SafError(code);
+}
+
+/** This module's code for one of the token; codes that it has no word for become the unknown error. */
+uint32_t saf_code_of(uint32_t token_code);
+
+/** Runs the body of an exported function and gives its result code; nothing thrown leaves. */
+template <typename Body>
+uint32_t saf_call(Body&& body) noexcept {
+  try {
+    body();
+    return kSafSuccess;
+  } catch (const SafError& error) {
+    return error.code();
+  } catch (const TokenError& error) {
+    return saf_code_of(error.code());
+  } catch (const std::bad_alloc&) {
+    return kSafNoMemory;
+  } catch (...) {
+    return kSafUnknownError;
+  }
+}
+
+/** An argument of pointer and length; a null pointer stands for an empty one only. */
+ByteView input_bytes(const uint8_t* data, uint32_t length);
+/** The same, which must not be empty. */
+ByteView required_bytes(const uint8_t* data, uint32_t length);
+/** A text of a stated length, and one that ends in zero. */
+std::string required_text(const char* text, uint32_t length);
+std::string required_text(const char* text);
+
+/**
+ * Hands a result over: a null output asks for the size. The length goes in as the output's size; one that is
+ * too small is refused, and nothing is written.
+ */
+void deliver(ByteView result, void* output, uint32_t* output_length);
+
+}  // namespace velm::token

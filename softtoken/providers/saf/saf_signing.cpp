@@ -1,0 +1,130 @@
+#include "provider_abi/velm_client_saf.h"
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/providers/saf/application.h"
+#include "softtoken/providers/saf/content_hash.h"
+#include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/providers/saf/token_client.h"
+
+using namespace velm::token;
+
+namespace {
+
+/** Which key of a container signs. */
+constexpr uint32_t kSigningKeyUsage = 2;
+
+/** What an extended encoder is given. */
+enum DataKind : uint32_t { kContent = 1, kHashValue = 2 };
+
+/** What the four encoders have in common. */
+struct SigningCall {
+  void* application;
+  const char* container;
+  uint32_t container_length;
+  uint32_t key_usage;
+  const uint8_t* certificate;
+  uint32_t certificate_length;
+  uint32_t digest;
+  const uint8_t* data;
+  uint32_t data_length;
+  uint8_t* message;
+  uint32_t* message_length;
+};
+
+// Signatures of SM2 differ in length: a size query counts the longest, and signs nothing.
+Bytes longest_signature(const X509* signer) {
+  return Bytes(static_cast<size_t>(EVP_PKEY_get_size(key_of(signer).get())));
+}
+
+enum class Form { attached, detached_with_attributes, detached_of_hash };
+
+void encode(const SigningCall& call, KeyKind kind, Form form) {
+  require_saf(call.key_usage == kSigningKeyUsage, kSafNotSupported);
+  const std::string container = required_text(call.container, call.container_length);
+  const Certificate signer = parse_certificate(required_bytes(call.certificate, call.certificate_length));
+  require_saf(kind_of(key_of(signer.get()).get()) == kind, kSafAlgorithm);
+  const auto digest = static_cast<DigestId>(call.digest);
+  require_saf((kind == KeyKind::sm2) == (digest == DigestId::sm3), kSafAlgorithm);
+  const ByteView data = input_bytes(call.data, call.data_length);
+
+  const DataSigner sign = [&](ByteView signed_data) {
+    if (call.message == nullptr) return longest_signature(signer.get());
+    const Bytes value =
+        form == Form::detached_of_hash ? copy_of(data) : signed_hash_of(signer.get(), digest, signed_data);
+    return TokenClient(configuration_of(call.application)).sign_hash(container, digest, value);
+  };
+  const SignedMessageOrder order{.signer = signer.get(),
+                                 .digest = digest,
+                                 .content = data,
+                                 .detached = form != Form::attached,
+                                 .attributes = form == Form::detached_with_attributes};
+  deliver(encode_signed_message(order, sign), call.message, call.message_length);
+}
+
+Form extended_form(uint32_t data_kind) {
+  if (data_kind == kContent) return Form::detached_with_attributes;
+  require_saf(data_kind == kHashValue, kSafNotSupported);
+  return Form::detached_of_hash;
+}
+
+}  // namespace
+
+uint32_t SAF_Ext_SignFile(
+    void* application, const char* container, uint32_t container_length, uint32_t digest, const uint8_t* id,
+    uint32_t id_length, const char* path, uint8_t* signature, uint32_t* signature_length) {
+  return saf_call([&] {
+    const TokenClient client(configuration_of(application));
+    const std::string name = required_text(container, container_length);
+    const Certificate signer = parse_certificate(client.certificate(name, TokenClient::KeyUse::signing));
+    const Bytes prefix = signed_prefix(key_of(signer.get()).get(), input_bytes(id, id_length));
+    const std::string file = required_text(path);
+    if (signature == nullptr) return deliver(longest_signature(signer.get()), nullptr, signature_length);
+    const Bytes hash = hash_file(static_cast<DigestId>(digest), prefix, file);
+    deliver(client.sign_hash(name, static_cast<DigestId>(digest), hash), signature, signature_length);
+  });
+}
+
+uint32_t SAF_Pkcs7_EncodeSignedData(void* application, const char* container, uint32_t container_length,
+                                    uint32_t key_usage, const uint8_t* certificate,
+                                    uint32_t certificate_length, uint32_t digest, const uint8_t* data,
+                                    uint32_t data_length, uint8_t* message, uint32_t* message_length) {
+  return saf_call([&] {
+    encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
+            data, data_length, message, message_length},
+           KeyKind::rsa, Form::attached);
+  });
+}
+
+uint32_t SAF_SM2_EncodeSignedData(void* application, const char* container, uint32_t container_length,
+                                  uint32_t key_usage, const uint8_t* certificate, uint32_t certificate_length,
+                                  uint32_t digest, const uint8_t* data, uint32_t data_length,
+                                  uint8_t* message, uint32_t* message_length) {
+  return saf_call([&] {
+    encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
+            data, data_length, message, message_length},
+           KeyKind::sm2, Form::attached);
+  });
+}
+
+// A detached message: over content with signed attributes, over a hash value without.
+uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
+    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
+    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void*, uint32_t data_kind,
+    const uint8_t* data, uint32_t data_length, uint8_t* message, uint32_t* message_length) {
+  return saf_call([&] {
+    encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
+            data, data_length, message, message_length},
+           KeyKind::rsa, extended_form(data_kind));
+  });
+}
+
+uint32_t SAF_Ext_SM2_EncodeSignedData(
+    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
+    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void*, uint32_t data_kind,
+    const uint8_t* data, uint32_t data_length, uint8_t* message, uint32_t* message_length) {
+  return saf_call([&] {
+    encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
+            data, data_length, message, message_length},
+           KeyKind::sm2, extended_form(data_kind));
+  });
+}

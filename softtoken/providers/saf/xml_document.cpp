@@ -1,0 +1,164 @@
+#include "softtoken/providers/saf/xml_document.h"
+
+#ifdef _WIN32
+#include <windows.h>
+#else
+#include <mutex>
+#endif
+
+#include <algorithm>
+#include <new>
+
+#include <libxml/SAX2.h>
+#include <libxml/parser.h>
+#include <xmlsec/xmlsec.h>
+#include <xmlsec/errors.h>
+#include <xmlsec/transforms.h>
+
+#include "softtoken/providers/saf/saf_call.h"
+
+namespace velm::token {
+namespace {
+
+using Parser = Handle<xmlParserCtxt, xmlFreeParserCtxt>;
+
+constexpr size_t kMaxDocument = 16 * 1024 * 1024;
+constexpr size_t kMaxAttributes = 256;
+constexpr int kMaxNamespaces = 256;
+constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
+
+// One call at a time holds the libraries. A mutex of the C++ library would, on Windows, keep memory when the
+// module is unloaded.
+#ifdef _WIN32
+constinit SRWLOCK g_libraries = SRWLOCK_INIT;
+
+void take_libraries() { AcquireSRWLockExclusive(&g_libraries); }
+void release_libraries() { ReleaseSRWLockExclusive(&g_libraries); }
+#else
+constinit std::mutex g_libraries;
+
+void take_libraries() { g_libraries.lock(); }
+void release_libraries() { g_libraries.unlock(); }
+#endif
+
+const xmlChar* xml_text(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
+
+std::string taken_text(xmlChar* text) {
+  const Handle<xmlChar, [](xmlChar* memory) { xmlFree(memory); }> owner(text);
+  if (text == nullptr) throw std::bad_alloc();
+  return reinterpret_cast<const char*>(text);
+}
+
+void close_libraries() {
+  xmlSecTransformIdsShutdown();
+  xmlCleanupParser();
+  release_libraries();
+}
+
+void refuse(xmlParserCtxt* parser) {
+  xmlStopParser(parser);
+  parser->wellFormed = 0;
+}
+
+// Takes the place of the handler that begins a document type, and ends the reading there.
+void refuse_document_type(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) {
+  refuse(static_cast<xmlParserCtxt*>(parser));
+}
+
+// The namespaces at a place are looked through for every name; the parser counts two words for each.
+void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, const xmlChar* name_space,
+                   int namespace_count, const xmlChar** namespaces, int attribute_count, int default_count,
+                   const xmlChar** attributes) {
+  auto* context = static_cast<xmlParserCtxt*>(parser);
+  if (context->nsNr > 2 * kMaxNamespaces) return refuse(context);
+  xmlSAX2StartElementNs(parser, name, prefix, name_space, namespace_count, namespaces, attribute_count,
+                        default_count, attributes);
+}
+
+bool is_blank(uint8_t c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+// The parser compares every attribute of an element with every other. Attributes have values in quotes, and
+// no tag holds another '<', whatever is in its values: each begins anew, so that nothing in front of a tag
+// hides it.
+bool has_crowded_element(ByteView document) {
+  enum { outside, in_tag, in_value } place = outside;
+  size_t count = 0;
+  uint8_t quote = 0;
+  uint8_t before = 0;
+  for (const uint8_t c : document) {
+    if (is_blank(c)) continue;
+    if (c == '<') {
+      place = in_tag;
+      count = 0;
+    } else if (place == in_value) {
+      if (c == quote) place = in_tag;
+    } else if (place == in_tag && before == '=' && (c == '"' || c == '\'')) {
+      if (++count > kMaxAttributes) return true;
+      place = in_value;
+      quote = c;
+    } else if (c == '>' || (before == '<' && (c == '!' || c == '?'))) {
+      place = outside;
+    }
+    before = c;
+  }
+  return false;
+}
+
+// A result code says what went wrong; nothing is written to the process's error stream.
+void forget_message(void*, const char*, ...) {}
+
+}  // namespace
+
+XmlLibraries::XmlLibraries() {
+  take_libraries();
+  xmlInitParser();
+  xmlSetGenericErrorFunc(nullptr, forget_message);
+  xmlSecErrorsSetCallback(nullptr);
+  if (xmlSecTransformIdsInit() < 0) {
+    close_libraries();
+    throw std::bad_alloc();
+  }
+}
+
+XmlLibraries::~XmlLibraries() { close_libraries(); }
+
+XmlDocument parse_xml(ByteView bytes) {
+  require_saf(bytes.size() <= kMaxDocument, kSafBadLength);
+  // Only encodings in which '<' is this one byte: those with wider units have zeros.
+  require_saf(std::ranges::find(bytes, 0) == bytes.end() && !has_crowded_element(bytes), kSafBadObject);
+  const Parser parser(xmlNewParserCtxt());
+  if (!parser) throw std::bad_alloc();
+  parser->sax->internalSubset = refuse_document_type;
+  parser->sax->startElementNs = start_element;
+  XmlDocument document(xmlCtxtReadMemory(parser.get(), reinterpret_cast<const char*>(bytes.data()),
+                                         static_cast<int>(bytes.size()), nullptr, nullptr, XML_PARSE_NONET));
+  if (parser->errNo == XML_ERR_NO_MEMORY) throw std::bad_alloc();
+  require_saf(document != nullptr && xmlDocGetRootElement(document.get()) != nullptr, kSafBadObject);
+  return document;
+}
+
+bool is_signature_element(const xmlNode* node, const char* name) {
+  return node != nullptr && node->type == XML_ELEMENT_NODE && node->ns != nullptr &&
+         xmlStrEqual(node->name, xml_text(name)) != 0 &&
+         xmlStrEqual(node->ns->href, xml_text(kSignatureNamespace)) != 0;
+}
+
+xmlNode* next_node(xmlNode* node, const xmlNode* top) {
+  if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
+  while (node != top && node->next == nullptr) node = node->parent;
+  return node == top ? nullptr : node->next;
+}
+
+bool is_within(const xmlNode* node, const xmlNode* top) {
+  while (node != nullptr && node != top) node = node->parent;
+  return node != nullptr;
+}
+
+std::string attribute(xmlNode* element, const char* name) {
+  require_saf(xmlHasNsProp(element, xml_text(name), nullptr) != nullptr, kSafBadObject);
+  return taken_text(xmlGetNoNsProp(element, xml_text(name)));
+}
+
+std::string text_in(xmlNode* element) { return taken_text(xmlNodeGetContent(element)); }
+
+}  // namespace velm::token

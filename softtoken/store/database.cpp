@@ -1,0 +1,126 @@
+#include "softtoken/store/database.h"
+
+#include <sqlite3.h>
+
+#include <stdexcept>
+
+namespace velm::token {
+namespace {
+
+constexpr int kBusyMilliseconds = 10000;
+
+constexpr auto kForItsUser = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+
+[[noreturn]] void fail(sqlite3* handle) {
+  throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle));
+}
+
+}  // namespace
+
+void Database::Finalizer::operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+
+void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close_v2(handle); }
+
+Database::Database(const std::filesystem::path& file, bool create) {
+  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
+  const bool made = create && !std::filesystem::exists(file);
+  if (made && file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
+  const std::u8string name = file.u8string();
+  sqlite3* handle = nullptr;
+  const int result = sqlite3_open_v2(reinterpret_cast<const char*>(name.c_str()), &handle, flags, nullptr);
+  handle_.reset(handle);
+  if (result != SQLITE_OK) {
+    throw std::runtime_error("cannot open the store " + file.string() + ": " + sqlite3_errstr(result));
+  }
+  // Before there is anything in it; the files of its log get the same rights.
+  if (made) std::filesystem::permissions(file, kForItsUser);
+  sqlite3_busy_timeout(handle, kBusyMilliseconds);
+  execute("PRAGMA journal_mode=WAL");
+  execute("PRAGMA synchronous=FULL");
+  execute("PRAGMA foreign_keys=ON");
+  execute("PRAGMA secure_delete=ON");
+}
+
+void Database::execute(const char* sql) {
+  const std::lock_guard lock(mutex_);
+  if (sqlite3_exec(handle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) fail(handle());
+}
+
+int64_t Database::changes() const { return sqlite3_changes64(handle()); }
+
+int64_t Database::last_row() const { return sqlite3_last_insert_rowid(handle()); }
+
+sqlite3_stmt* Database::take_statement(const char* sql) {
+  if (const auto found = free_statements_.find(sql); found != free_statements_.end()) {
+    sqlite3_stmt* statement = found->second.release();
+    free_statements_.erase(found);
+    return statement;
+  }
+  sqlite3_stmt* statement = nullptr;
+  if (sqlite3_prepare_v2(handle(), sql, -1, &statement, nullptr) != SQLITE_OK) fail(handle());
+  return statement;
+}
+
+void Database::give_back(const char* sql, sqlite3_stmt* statement) {
+  sqlite3_reset(statement);
+  sqlite3_clear_bindings(statement);
+  free_statements_.emplace(sql, statement);
+}
+
+Statement::Statement(Database& database, const char* sql, Prepared)
+    : lock_(database.mutex()), database_(database), sql_(sql), statement_(database.take_statement(sql)) {}
+
+Statement::~Statement() { database_.give_back(sql_, statement_); }
+
+bool Statement::step() {
+  const int result = sqlite3_step(statement_);
+  if (result != SQLITE_ROW && result != SQLITE_DONE) fail(database_.handle());
+  return result == SQLITE_ROW;
+}
+
+void Statement::run() {
+  while (step()) {
+  }
+}
+
+int64_t Statement::number(int column) const { return sqlite3_column_int64(statement_, column); }
+
+std::string Statement::text(int column) const { return as_text(bytes(column)); }
+
+Bytes Statement::bytes(int column) const {
+  const auto* data = static_cast<const uint8_t*>(sqlite3_column_blob(statement_, column));
+  return {data, data + sqlite3_column_bytes(statement_, column)};
+}
+
+void Statement::bind(int position, int64_t value) {
+  if (sqlite3_bind_int64(statement_, position, value) != SQLITE_OK) fail(database_.handle());
+}
+
+void Statement::bind(int position, const std::string& value) {
+  const int result = sqlite3_bind_text64(
+      statement_, position, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  if (result != SQLITE_OK) fail(database_.handle());
+}
+
+void Statement::bind(int position, ByteView value) {
+  // A null pointer would bind NULL instead of no bytes.
+  const void* data = value.empty() ? static_cast<const void*>("") : value.data();
+  if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK)
+    fail(database_.handle());
+}
+
+// Takes the write lock at once, so that what is read inside is what is changed.
+Transaction::Transaction(Database& database) : lock_(database.mutex()), database_(database) {
+  database_.execute("BEGIN IMMEDIATE");
+}
+
+Transaction::~Transaction() {
+  if (open_) sqlite3_exec(database_.handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+}
+
+void Transaction::commit() {
+  database_.execute("COMMIT");
+  open_ = false;
+}
+
+}  // namespace velm::token

@@ -1,0 +1,52 @@
+#include "softtoken/store/sessions.h"
+
+namespace velm::token {
+
+void Sessions::set_idle_limit(std::chrono::minutes limit) {
+  const std::lock_guard lock(mutex_);
+  idle_limit_ = limit;
+}
+
+void Sessions::open(int64_t container, std::shared_ptr<const Session> session) {
+  const std::lock_guard lock(mutex_);
+  open_[container] = {std::move(session), Clock::now()};
+}
+
+std::shared_ptr<const Session> Sessions::use(int64_t container) {
+  close_idle();
+  const std::lock_guard lock(mutex_);
+  const auto found = open_.find(container);
+  require(found != open_.end(), kNotLoggedIn);
+  found->second.used = Clock::now();
+  return found->second.session;
+}
+
+bool Sessions::is_open(int64_t container) {
+  close_idle();
+  const std::lock_guard lock(mutex_);
+  return open_.contains(container);
+}
+
+std::vector<int64_t> Sessions::containers() {
+  const std::lock_guard lock(mutex_);
+  std::vector<int64_t> containers;
+  containers.reserve(open_.size());
+  for (const auto& [container, entry] : open_) containers.push_back(container);
+  return containers;
+}
+
+void Sessions::close(int64_t container) {
+  const std::lock_guard lock(mutex_);
+  open_.erase(container);
+}
+
+void Sessions::close_idle(Clock::time_point now) {
+  const std::lock_guard lock(mutex_);
+  if (idle_limit_.count() == 0) return;
+  // In whole minutes: as many minutes as a client can name are too long to count in the clock's ticks.
+  std::erase_if(open_, [&](const auto& entry) {
+    return std::chrono::duration_cast<std::chrono::minutes>(now - entry.second.used) >= idle_limit_;
+  });
+}
+
+}  // namespace velm::token

@@ -1,0 +1,155 @@
+#include "softtoken/store/token.h"
+
+#include <stdexcept>
+
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/key_protection.h"
+#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/text_encoding.h"
+
+namespace velm::token {
+namespace {
+
+constexpr std::string_view kSigningPurpose = "signing key";
+constexpr std::string_view kExchangePurpose = "exchange key";
+constexpr size_t kMaxNameSize = 200;
+
+// What a client's buffers hold: it is told 2,048 bytes for a certificate and 1,024 for a signature.
+constexpr size_t kMaxCertificate = 2048;
+constexpr unsigned kMaxRsaBits = 4096;
+
+void require_good_pin(ByteView pin) { require(pin.size() >= kMinPin && pin.size() <= kMaxPin, kBadInput); }
+
+// A name goes unescaped into the requests of clients, and into lists that are joined with "&&&".
+void require_good_name(const std::string& name) {
+  const bool plain = name.find_first_of("\"\\") == std::string::npos && name.find("&&&") == std::string::npos;
+  require(!name.empty() && name.size() <= kMaxNameSize && is_utf8(name) && plain, kBadInput);
+  for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
+}
+
+// A PIN may come in UTF-8 with one call and in GBK with the next, and opens the same keys.
+SecretBytes key_of_pin(ByteView pin, ByteView salt) {
+  std::string utf8 = utf8_of({reinterpret_cast<const char*>(pin.data()), pin.size()});
+  const WipeAtEnd wiped(utf8);
+  return pin_key(as_bytes(utf8), salt);
+}
+
+Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order,
+                              Usage usage) {
+  const time_t now = std::time(nullptr);
+  const bool usual = order.not_before == 0 && order.not_after == 0;
+  return issue_certificate(authority, key,
+                           {.common_name = order.name,
+                            .usage = usage,
+                            .not_before = usual ? now - kDay : order.not_before,
+                            .not_after = usual ? now + 10 * kYear : order.not_after});
+}
+
+}  // namespace
+
+int64_t Token::container_id(const std::string& name) {
+  const std::string utf8 = utf8_of(name);
+  try {
+    return store_.container_id(utf8);
+  } catch (const TokenError&) {
+    // Some names in GBK look like UTF-8.
+    const auto converted = gbk_to_utf8(name);
+    if (!converted || *converted == utf8) throw;
+    return store_.container_id(*converted);
+  }
+}
+
+// The try is gone, durably, before the PIN is tried: ending the service at any moment gives none back.
+Token::PrivateKeys Token::open_keys(const ContainerRow& row, ByteView pin) {
+  require(store_.take_try(row.id), kPinLocked);
+  const SecretBytes key = key_of_pin(pin, row.salt);
+  PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
+                   unwrap(key, kExchangePurpose, row.exchange_key)};
+  store_.give_tries_back(row.id);
+  return keys;
+}
+
+void Token::login(const std::string& name, ByteView pin) {
+  const ContainerRow row = container(name);
+  const PrivateKeys keys = open_keys(row, pin);
+  auto session = std::make_shared<Session>();
+  session->signing_key = private_key_from_der(keys.signing);
+  session->exchange_key = private_key_from_der(keys.exchange);
+  session->signing_certificate = parse_certificate(row.signing_certificate);
+  session->exchange_certificate = parse_certificate(row.exchange_certificate);
+  sessions_.open(row.id, std::move(session));
+}
+
+void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_pin) {
+  require_good_pin(new_pin);
+  ContainerRow row = container(name);
+  const PrivateKeys keys = open_keys(row, old_pin);
+  const Bytes old_salt = row.salt;
+  wrap_keys(row, keys, new_pin);
+  // Who changed the PIN first, or deleted the container, has made the old PIN a wrong one.
+  require(store_.replace_keys(row, old_salt), kWrongPin);
+}
+
+int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
+  const Authority authority = store_.authority(order.kind);
+  const Key signing = generate_key(order.kind, order.rsa_bits);
+  const Key exchange = generate_key(order.kind, order.rsa_bits);
+  ContainerRow row;
+  row.name = order.name;
+  row.signing_certificate = certificate_der(
+      order_certificate(authority, signing.get(), order, Usage::signing).get());
+  row.exchange_certificate = certificate_der(
+      order_certificate(authority, exchange.get(), order, Usage::exchange).get());
+  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())},
+                         pin);
+}
+
+int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {
+  require(X509_check_private_key(credential.certificate.get(), credential.key.get()) == 1, kKeyMismatch);
+  const EVP_PKEY* imported = credential.key.get();
+  require(kind_of(imported) == KeyKind::sm2 || bits_of(imported) <= kMaxRsaBits, kBadLength);
+  ContainerRow row;
+  row.name = name;
+  row.signing_certificate = row.exchange_certificate = certificate_der(credential.certificate.get());
+  require(row.signing_certificate.size() <= kMaxCertificate, kBadLength);
+  const SecretBytes key = private_key_der(credential.key.get());
+  return store_container(std::move(row), {key, key}, pin);
+}
+
+void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin) {
+  row.salt = system_random(kSaltSize);
+  const SecretBytes key = key_of_pin(pin, row.salt);
+  row.signing_key = wrap(key, kSigningPurpose, keys.signing);
+  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+}
+
+int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin) {
+  row.name = utf8_of(row.name);
+  require_good_name(row.name);
+  require_good_pin(pin);
+  wrap_keys(row, keys, pin);
+  return store_.add_container(row);
+}
+
+void Token::delete_container(const std::string& name) {
+  const int64_t id = container_id(name);
+  sessions_.close(id);
+  store_.delete_container(id);
+}
+
+// Another process may have deleted a container.
+void Token::close_idle_sessions(Sessions::Clock::time_point now) try {
+  sessions_.close_idle(now);
+  for (const int64_t id : sessions_.containers()) {
+    if (!store_.has_container(id)) sessions_.close(id);
+  }
+} catch (const std::runtime_error&) {
+  // The store cannot be read for the moment: it is asked again the next time.
+}
+
+void Token::validate(X509* certificate) {
+  validate_chain(certificate, store_.roots());
+  require(!store_.is_revoked(certificate), kCertificateRevoked);
+}
+
+}  // namespace velm::token

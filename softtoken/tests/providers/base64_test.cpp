@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include "provider_abi/velm_client_saf.h"
+#include "provider_abi/velm_openssl_api.h"
+#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/samples.h"
+
+namespace velm::token {
+namespace {
+
+// The test vectors of RFC 4648.
+constexpr std::pair<const char*, const char*> kVectors[] = {
+    {"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},           {"foo", "Zm9v"},
+    {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"},
+};
+
+constexpr const char* kNotBase64[] = {"Zg=", "Zg", "Z===", "Zm9v!", "Zg==Zg==", "Zm 9v", "Zm9v\xE6"};
+
+using SafFunction = decltype(&SAF_Base64_Encode);
+using ApiFunction = decltype(&VELM_Openssl_Base64Encode);
+
+std::string saf_result(SafFunction function, std::string_view input, uint32_t& code) {
+  const ByteView bytes = as_bytes(input);
+  return as_text(sized_output(
+      [&](uint8_t* output, uint32_t* length) {
+        return function(bytes.data(), size_of(bytes), output, length);
+      },
+      code));
+}
+
+// This module takes no size of the output, which has to be large enough.
+std::string api_result(ApiFunction function, std::string_view input, int32_t& code) {
+  const ByteView bytes = as_bytes(input);
+  Bytes output(2 * input.size() + 16);
+  uint32_t length = 0;
+  code = function(bytes.data(), size_of(bytes), output.data(), &length);
+  output.resize(length);
+  return as_text(output);
+}
+
+TEST(Base64, OfBothModulesGivesThePublishedValues) {
+  for (const auto& [plain, text] : kVectors) {
+    uint32_t code = 1;
+    EXPECT_EQ(saf_result(SAF_Base64_Encode, plain, code), text);
+    EXPECT_EQ(code, 0u);
+    EXPECT_EQ(saf_result(SAF_Base64_Decode, text, code), plain);
+    EXPECT_EQ(code, 0u);
+    int32_t api_code = 1;
+    EXPECT_EQ(api_result(VELM_Openssl_Base64Encode, plain, api_code), text);
+    EXPECT_EQ(api_code, 0);
+    EXPECT_EQ(api_result(VELM_Openssl_Base64Decode, text, api_code), plain);
+    EXPECT_EQ(api_code, 0);
+  }
+}
+
+TEST(Base64, EveryByteGoesThereAndBack) {
+  std::string plain;
+  for (int i = 0; i < 1000; ++i) plain += static_cast<char>(i);
+  uint32_t code = 1;
+  const std::string text = saf_result(SAF_Base64_Encode, plain, code);
+  EXPECT_EQ(text.size(), 1336u);
+  EXPECT_EQ(text.find_first_of("\r\n"), std::string::npos);
+  EXPECT_EQ(saf_result(SAF_Base64_Decode, text, code), plain);
+  int32_t api_code = 1;
+  EXPECT_EQ(api_result(VELM_Openssl_Base64Encode, plain, api_code), text);
+  EXPECT_EQ(api_result(VELM_Openssl_Base64Decode, text, api_code), plain);
+}
+
+TEST(Base64, LineBreaksAreSkippedAndOtherTextsRefused) {
+  uint32_t code = 1;
+  int32_t api_code = 1;
+  EXPECT_EQ(saf_result(SAF_Base64_Decode, "Zm9v\r\nYmFy\n", code), "foobar");
+  EXPECT_EQ(api_result(VELM_Openssl_Base64Decode, "Zm9v\r\nYmFy\n", api_code), "foobar");
+  for (const char* text : kNotBase64) {
+    EXPECT_EQ(saf_result(SAF_Base64_Decode, text, code), "") << text;
+    EXPECT_EQ(code, kSafBadInput) << text;
+    EXPECT_EQ(api_result(VELM_Openssl_Base64Decode, text, api_code), "") << text;
+    EXPECT_NE(api_code, 0) << text;
+  }
+}
+
+TEST(Base64, BadArgumentsAreRefusedAndNothingIsWritten) {
+  const ByteView plain = as_bytes("foo");
+  const ByteView text = as_bytes("Zm9v");
+  uint8_t output[4] = {9, 9, 9, 9};
+  for (const auto& [function, input] : {std::pair(&SAF_Base64_Encode, plain), {&SAF_Base64_Decode, text}}) {
+    uint32_t length = 2;
+    EXPECT_EQ(function(input.data(), size_of(input), output, &length), kSafBadLength);
+    EXPECT_EQ(length, 2u);
+    EXPECT_EQ(function(nullptr, 3, output, &length), kSafBadInput);
+    EXPECT_EQ(function(input.data(), size_of(input), output, nullptr), kSafBadInput);
+  }
+  for (const auto& [function, input] :
+       {std::pair(&VELM_Openssl_Base64Encode, plain), {&VELM_Openssl_Base64Decode, text}}) {
+    uint32_t length = 2;
+    EXPECT_NE(function(nullptr, 3, output, &length), 0);
+    EXPECT_NE(function(input.data(), size_of(input), nullptr, &length), 0);
+    EXPECT_NE(function(input.data(), size_of(input), output, nullptr), 0);
+    EXPECT_EQ(length, 2u);
+  }
+  uint32_t length = 2;
+  for (const uint32_t size : {0xBFFFFFFEu, UINT32_MAX}) {  // their texts are longer than 32 bits can say
+    EXPECT_NE(VELM_Openssl_Base64Encode(plain.data(), size, output, &length), 0);
+  }
+  EXPECT_EQ(length, 2u);
+  EXPECT_EQ(Bytes(output, output + 4), Bytes(4, 9));
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,288 @@
+#include <gtest/gtest.h>
+
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/running_service.h"
+
+namespace velm::token {
+namespace {
+
+constexpr uint32_t kSigningKey = 2;
+constexpr uint32_t kOfContent = 1;
+constexpr uint32_t kOfHash = 2;
+
+const Bytes kText = copy_of(as_bytes("what is to be signed"));
+
+struct Container {
+  const char* name;
+  DigestId digest;
+  bool sm2;
+
+  uint32_t length() const { return static_cast<uint32_t>(std::string_view(name).size()); }
+  uint32_t number() const { return static_cast<uint32_t>(digest); }
+};
+constexpr Container kContainers[] = {{"SM2_TEST", DigestId::sm3, true},
+                                     {"RSA_2048_TEST", DigestId::sha256, false},
+                                     {"RSA_1024_TEST", DigestId::sha1, false}};
+
+struct Decoded {
+  uint32_t code = 0;
+  Bytes certificate;
+  Bytes data;
+  Bytes signature;
+  uint32_t digest = 0;
+};
+
+using Decode = decltype(&SAF_Pkcs7_DecodeSignedData);
+
+Decoded decode(Decode function, ByteView message) {
+  Decoded out;
+  uint32_t certificate_length = 0;
+  uint32_t data_length = 0;
+  uint32_t signature_length = 0;
+  const auto call = [&](uint8_t* certificate, uint8_t* data, uint8_t* signature) {
+    return function(nullptr, message.data(), size_of(message), certificate, &certificate_length, &out.digest,
+                    data, &data_length, signature, &signature_length);
+  };
+  out.code = call(nullptr, nullptr, nullptr);
+  if (out.code != 0) return out;
+  out.certificate.resize(certificate_length);
+  out.data.resize(data_length);
+  out.signature.resize(signature_length);
+  out.code = call(out.certificate.data(), out.data.empty() ? nullptr : out.data.data(), out.signature.data());
+  return out;
+}
+
+class SignedMessages : public testing::Test {
+ protected:
+  static void SetUpTestSuite() { application_ = new Application("signed_message_test"); }
+  static void TearDownTestSuite() { delete application_; }
+  void SetUp() override { ASSERT_EQ(application_->opened(), 0u); }
+
+  static Application& application() { return *application_; }
+
+  static Bytes encode(const Container& container, uint32_t& code) {
+    const Bytes certificate = application().signing_certificate(container.name);
+    const auto function = container.sm2 ? SAF_SM2_EncodeSignedData : SAF_Pkcs7_EncodeSignedData;
+    return sized_output(
+        [&](uint8_t* message, uint32_t* length) {
+          return function(application().handle(), container.name, container.length(), kSigningKey,
+                          certificate.data(), size_of(certificate), container.number(), kText.data(),
+                          size_of(kText), message, length);
+        },
+        code);
+  }
+
+  static Bytes encode_extended(const Container& container, uint32_t kind, ByteView data, uint32_t& code) {
+    const Bytes certificate = application().signing_certificate(container.name);
+    const auto function = container.sm2 ? SAF_Ext_SM2_EncodeSignedData : SAF_Ext_Pkcs7_EncodeSignedData;
+    return sized_output(
+        [&](uint8_t* message, uint32_t* length) {
+          return function(application().handle(), container.name, container.length(), kSigningKey,
+                          certificate.data(), size_of(certificate), container.number(), nullptr, kind,
+                          data.data(), size_of(data), message, length);
+        },
+        code);
+  }
+
+ private:
+  static inline Application* application_ = nullptr;
+};
+
+TEST_F(SignedMessages, CarryTheContentAndVerify) {
+  for (const Container& container : kContainers) {
+    uint32_t code = 0;
+    const Bytes message = encode(container, code);
+    ASSERT_EQ(code, 0u) << container.name;
+    EXPECT_NO_THROW(verify_signed_message(message, {}));
+    const Decoded decoded =
+        decode(container.sm2 ? SAF_SM2_DecodeSignedData : SAF_Pkcs7_DecodeSignedData, message);
+    ASSERT_EQ(decoded.code, 0u);
+    EXPECT_EQ(decoded.certificate, application().signing_certificate(container.name));
+    EXPECT_EQ(decoded.data, kText);
+    EXPECT_EQ(decoded.digest, container.number());
+    EXPECT_EQ(SAF_VerifySignByCert(decoded.digest, decoded.certificate.data(), size_of(decoded.certificate),
+                                   kText.data(), size_of(kText), decoded.signature.data(),
+                                   size_of(decoded.signature)),
+              0u);
+  }
+}
+
+TEST_F(SignedMessages, DetachedOnesHaveSignedAttributes) {
+  for (const Container& container : kContainers) {
+    uint32_t code = 0;
+    const Bytes message = encode_extended(container, kOfContent, kText, code);
+    ASSERT_EQ(code, 0u) << container.name;
+    EXPECT_NO_THROW(verify_signed_message(message, kText));
+    EXPECT_THROW(verify_signed_message(message, as_bytes("another text")), TokenError);
+
+    Bytes attributes(4096);
+    Bytes value(128);
+    uint32_t has_attributes = 0;
+    uint32_t digest = 0;
+    uint32_t attributes_length = size_of(attributes);
+    uint32_t value_length = size_of(value);
+    ASSERT_EQ(
+        SAF_Ext_Pkcs7_ReadContentData(nullptr, message.data(), size_of(message), &has_attributes, &digest,
+                                      attributes.data(), &attributes_length, value.data(), &value_length),
+        0u);
+    attributes.resize(attributes_length);
+    value.resize(value_length);
+    EXPECT_EQ(has_attributes, 1u);
+    EXPECT_EQ(digest, container.number());
+    EXPECT_EQ(value, hash(container.digest, kText));
+    const Decoded decoded =
+        decode(container.sm2 ? SAF_SM2_DecodeSignedData : SAF_Pkcs7_DecodeSignedData, message);
+    EXPECT_TRUE(decoded.data.empty());
+    EXPECT_EQ(SAF_VerifySignByCert(digest, decoded.certificate.data(), size_of(decoded.certificate),
+                                   attributes.data(), size_of(attributes), decoded.signature.data(),
+                                   size_of(decoded.signature)),
+              0u);
+  }
+}
+
+// With SM2 a signature covers the signer too.
+Bytes signed_hash_of_text(const Container& container, ByteView certificate) {
+  const ByteView signer = container.sm2 ? certificate : ByteView();
+  uint32_t code = 0;
+  const Bytes value = sized_output(
+      [&](uint8_t* output, uint32_t* length) {
+        return SAF_Hash(container.number(), kText.data(), size_of(kText), signer.data(), size_of(signer),
+                        nullptr, 0, output, length);
+      },
+      code);
+  EXPECT_EQ(code, 0u);
+  return value;
+}
+
+TEST_F(SignedMessages, OverAHashVerifyOverItsContent) {
+  for (const Container& container : kContainers) {
+    uint32_t code = 0;
+    const Bytes value = signed_hash_of_text(container, application().signing_certificate(container.name));
+    const Bytes message = encode_extended(container, kOfHash, value, code);
+    ASSERT_EQ(code, 0u);
+    EXPECT_NO_THROW(verify_signed_message(message, kText));
+    uint32_t has_attributes = 7;
+    uint32_t digest = 0;
+    uint32_t none = 0;
+    EXPECT_EQ(SAF_Ext_Pkcs7_ReadContentData(nullptr, message.data(), size_of(message), &has_attributes,
+                                            &digest, nullptr, &none, nullptr, &none),
+              0u);
+    EXPECT_EQ(has_attributes, 0u);
+    EXPECT_EQ(none, 0u);
+    encode_extended(container, kOfHash, ByteView(value).first(5), code);
+    EXPECT_EQ(code, kSafBadLength);
+  }
+}
+
+TEST_F(SignedMessages, ChangeTheirIdentifiersBothWays) {
+  uint32_t code = 0;
+  for (const Bytes& message :
+       {encode(kContainers[0], code), encode_extended(kContainers[0], kOfContent, kText, code)}) {
+    const auto replace = [&](uint32_t mode, ByteView input) {
+      return sized_output(
+          [&](uint8_t* output, uint32_t* length) {
+            return SAF_Ext_ReplaceSM2Pkcs7SignedOID(mode, input.data(), size_of(input), output, length);
+          },
+          code);
+    };
+    EXPECT_NE(decode(SAF_Pkcs7_DecodeSignedData, message).code, 0u);
+    const Bytes international = replace(1, message);
+    ASSERT_EQ(code, 0u);
+    EXPECT_EQ(decode(SAF_Pkcs7_DecodeSignedData, international).code, 0u);
+    const Decoded decoded = decode(SAF_SM2_DecodeSignedData, international);
+    EXPECT_EQ(decoded.data, decode(SAF_SM2_DecodeSignedData, message).data);
+    EXPECT_EQ(replace(0, international), message);
+    EXPECT_EQ(replace(1, international), international);
+    replace(2, message);
+    EXPECT_EQ(code, kSafNotSupported);
+    replace(1, kText);
+    EXPECT_EQ(code, kSafBadObject);
+  }
+}
+
+TEST_F(SignedMessages, AreRefusedForACutMessageOrASmallBuffer) {
+  uint32_t code = 0;
+  const Bytes message = encode(kContainers[1], code);
+  for (size_t length = 0; length < message.size(); ++length) {
+    EXPECT_NE(decode(SAF_Pkcs7_DecodeSignedData, ByteView(message).first(length)).code, 0u);
+  }
+  EXPECT_NE(decode(SAF_SM2_DecodeSignedData, message).code, 0u);
+  uint8_t certificate[10] = {};
+  uint32_t certificate_length = sizeof certificate;
+  uint32_t digest = 99;
+  uint32_t data_length = 0;
+  uint32_t signature_length = 0;
+  EXPECT_EQ(
+      SAF_Pkcs7_DecodeSignedData(nullptr, message.data(), size_of(message), certificate, &certificate_length,
+                                 &digest, nullptr, &data_length, nullptr, &signature_length),
+      kSafBadLength);
+  EXPECT_EQ(certificate[0], 0);
+  EXPECT_EQ(digest, 99u);
+}
+
+// A size query does not look at the content, so that none of this length is needed.
+TEST_F(SignedMessages, AreRefusedForContentOfTwoGigabytes) {
+  for (const Container& container : {kContainers[0], kContainers[1]}) {
+    const Bytes certificate = application().signing_certificate(container.name);
+    const auto function = container.sm2 ? SAF_SM2_EncodeSignedData : SAF_Pkcs7_EncodeSignedData;
+    uint32_t length = 0;
+    for (const uint32_t size : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+      EXPECT_EQ(function(application().handle(), container.name, container.length(), kSigningKey,
+                         certificate.data(), size_of(certificate), container.number(),
+                         as_bytes("short").data(), size, nullptr, &length),
+                kSafBadLength);
+    }
+  }
+}
+
+TEST_F(SignedMessages, NeedALoginAndTheFittingKey) {
+  uint32_t code = 0;
+  application().token().logout("SM2_TEST");
+  encode(kContainers[0], code);
+  EXPECT_EQ(code, kSafNotLoggedIn);
+  application().token().login("SM2_TEST", as_bytes(kDemoPin));
+  Container mixed = kContainers[0];
+  mixed.sm2 = false;
+  encode(mixed, code);
+  EXPECT_EQ(code, kSafAlgorithm);
+  Container unknown = kContainers[0];
+  const Bytes certificate = application().signing_certificate(unknown.name);
+  Bytes output(4096);
+  uint32_t length = size_of(output);
+  EXPECT_EQ(
+      SAF_SM2_EncodeSignedData(application().handle(), "NOBODY", 6, kSigningKey, certificate.data(),
+                               size_of(certificate), 1, kText.data(), size_of(kText), output.data(), &length),
+      kSafNoSuchContainer);
+  EXPECT_EQ(
+      SAF_SM2_EncodeSignedData(application().handle(), "SM2_TEST", 8, 1, certificate.data(),
+                               size_of(certificate), 1, kText.data(), size_of(kText), output.data(), &length),
+      kSafNotSupported);
+}
+
+TEST_F(SignedMessages, FilesAreSignedAsTheirContent) {
+  const Bytes content(100000, 9);
+  write_file("signed_message_test.bin", content);
+  for (const Container& container : kContainers) {
+    const Bytes certificate = application().signing_certificate(container.name);
+    uint32_t code = 0;
+    const Bytes signature = sized_output(
+        [&](uint8_t* output, uint32_t* length) {
+          return SAF_Ext_SignFile(application().handle(), container.name, container.length(),
+                                  container.number(), nullptr, 0, "signed_message_test.bin", output, length);
+        },
+        code);
+    ASSERT_EQ(code, 0u);
+    EXPECT_EQ(
+        SAF_Ext_VerifySignFileByCert(container.number(), certificate.data(), size_of(certificate), nullptr, 0,
+                                     "signed_message_test.bin", signature.data(), size_of(signature)),
+        0u);
+    EXPECT_EQ(SAF_VerifySignByCert(container.number(), certificate.data(), size_of(certificate),
+                                   content.data(), size_of(content), signature.data(), size_of(signature)),
+              0u);
+  }
+  std::remove("signed_message_test.bin");
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,175 @@
+// What the modules make of a time-stamp authority's answers, whatever these are.
+#include <algorithm>
+#include <filesystem>
+#include <functional>
+#include <future>
+
+#include <openssl/ts.h>
+
+#include "softtoken/crypto/signed_data.h"
+#include "softtoken/store/user_data.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/tests/providers/scripted_server.h"
+
+namespace velm::token {
+namespace {
+
+constexpr char kStore[] = "time_stamp_test.db";
+constexpr char kText[] = "stamped";
+constexpr uint32_t kTextLength = sizeof kText - 1;
+
+/** An authority that answers a query as the test says. */
+class ScriptedAuthority : public WithScriptedServer {
+ protected:
+  ScriptedAuthority() : WithScriptedServer("time_stamp_test.dat") {}
+
+  static void SetUpTestSuite() {
+    for (const char* part : {"", "-wal", "-shm"}) std::filesystem::remove(std::string(kStore) + part);
+    Store::create(kStore);
+    store_ = new Store(kStore);
+  }
+  static void TearDownTestSuite() { delete store_; }
+
+  void SetUp() override {
+    server().Post("/tsa", [this](const httplib::Request& request, httplib::Response& response) {
+      response.set_content(as_text(answer_(as_bytes(request.body))), "application/timestamp-reply");
+    });
+    serve("time_stamp_address", settings());
+  }
+  virtual std::string settings() const { return {}; }
+
+  static Store& store() { return *store_; }
+  static Bytes granted(ByteView query) { return answer_time_stamp_query(store(), query); }
+  void answer(std::function<Bytes(ByteView query)> answer) { answer_ = std::move(answer); }
+
+  /** A stamp over the text, and the code that came with it. */
+  uint32_t fetch(DigestId digest, Bytes* stamp = nullptr) {
+    Bytes output(16384);
+    uint32_t length = size_of(output);
+    const uint32_t code =
+        SAF_Ext_GM_Tsp_SealTimeStamp(application(), static_cast<uint32_t>(digest), as_bytes(kText).data(),
+                                     kTextLength, output.data(), &length);
+    output.resize(length);
+    if (stamp != nullptr) *stamp = std::move(output);
+    return code;
+  }
+  static uint32_t verify(ByteView stamp, ByteView authority) {
+    uint32_t length = 0;
+    return SAF_Ext_TspVerifyStamp(as_bytes(kText).data(), kTextLength, stamp.data(), size_of(stamp),
+                                  authority.data(), size_of(authority), nullptr, &length);
+  }
+
+ private:
+  static inline Store* store_ = nullptr;
+  std::function<Bytes(ByteView query)> answer_;
+};
+
+constexpr std::pair<DigestId, const char*> kKinds[] = {{DigestId::sm3, kSm2StampAuthorityLabel},
+                                                       {DigestId::sha256, kStampAuthorityLabel}};
+
+TEST_F(ScriptedAuthority, OnlyTheAnswerToThisQueryIsTaken) {
+  for (const auto& [digest, authority] : kKinds) {
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    EXPECT_EQ(verify(stamp, label(store(), authority, kCertificateLabelType)), kSafSuccess);
+
+    answer([&](ByteView) { return stamp; });
+    EXPECT_EQ(fetch(digest), kSafStampAnswer) << "the nonce is another query's";
+
+    const Bytes asked = hash(digest, as_bytes(kText));
+    bool altered = false;
+    answer([&](ByteView query) {
+      Bytes other = copy_of(query);
+      const auto place = std::ranges::search(other, asked);
+      altered = !place.empty();
+      if (altered) place.front() ^= 1;
+      return granted(other);
+    });
+    EXPECT_EQ(fetch(digest), kSafStampAnswer) << "the hash is another text's";
+    EXPECT_TRUE(altered);
+  }
+}
+
+TEST_F(ScriptedAuthority, ARefusalIsToldFromAnAnswerThatCannotBeRead) {
+  const Bytes refusal = granted(as_bytes("no query"));
+  const Bytes authority = sm2_signer().certificate;
+  answer([&](ByteView) { return refusal; });
+  EXPECT_EQ(fetch(DigestId::sm3), kSafStampService);
+  EXPECT_EQ(verify(refusal, authority), kSafStampService);
+  for (const Bytes& unreadable : {Bytes(), Bytes(10, 'x'), refusal}) {
+    Bytes longer = unreadable;
+    longer.push_back(0);
+    answer([&](ByteView) { return longer; });
+    EXPECT_EQ(fetch(DigestId::sm3), kSafStampAnswer);
+    EXPECT_EQ(verify(longer, authority), kSafStampAnswer);
+  }
+}
+
+TEST_F(ScriptedAuthority, NothingStandsBehindAStamp) {
+  for (const auto& [digest, label_name] : kKinds) {
+    const Bytes authority = label(store(), label_name, kCertificateLabelType);
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
+    Bytes token = der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get()));
+    for (Bytes* form : {&stamp, &token}) {
+      EXPECT_EQ(verify(*form, authority), kSafSuccess);
+      form->push_back(0);
+      EXPECT_EQ(verify(*form, authority), kSafStampAnswer);
+    }
+    answer([](ByteView query) {
+      Bytes longer = granted(query);
+      longer.push_back(0);
+      return longer;
+    });
+    EXPECT_EQ(fetch(digest), kSafStampAnswer);
+  }
+}
+
+TEST_F(ScriptedAuthority, AnSm2StampNeedsACertificateForStampsInItsTime) {
+  Bytes stamp;
+  answer(granted);
+  ASSERT_EQ(fetch(DigestId::sm3, &stamp), kSafSuccess);
+  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
+  const Bytes content =
+      *parse_signed_message(der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get()))).content;
+
+  const Authority root = make_authority(KeyKind::sm2);
+  const Key key = generate_sm2_key();
+  const time_t now = std::time(nullptr);
+  const auto verify_signed_by = [&](Usage usage, time_t from, time_t until) {
+    const Certificate certificate = issue_certificate(
+        root, key.get(), {.common_name = "Sample", .usage = usage, .not_before = from, .not_after = until});
+    const Bytes token = encode_signed_message(
+        {.signer = certificate.get(),
+         .digest = DigestId::sm3,
+         .content = content,
+         .attributes = true,
+         .time_stamp = true},
+        [&](ByteView data) { return sign_data(key.get(), DigestId::sm3, data); });
+    return verify(token, certificate_der(certificate.get()));
+  };
+  EXPECT_EQ(verify_signed_by(Usage::time_stamping, now - kDay, now + kDay), kSafSuccess);
+  EXPECT_EQ(verify_signed_by(Usage::signing, now - kDay, now + kDay), kSafHashNotEqual);
+  EXPECT_EQ(verify_signed_by(Usage::time_stamping, now - 2 * kDay, now - kDay), kSafHashNotEqual);
+  EXPECT_EQ(verify_signed_by(Usage::time_stamping, now + kDay, now + 2 * kDay), kSafHashNotEqual);
+}
+
+class ImpatientApplication : public ScriptedAuthority {
+  std::string settings() const override { return "answer_timeout_ms = 200\n"; }
+};
+
+TEST_F(ImpatientApplication, DoesNotWaitForASilentAuthority) {
+  std::promise<void> end;
+  answer([ended = end.get_future().share()](ByteView) {
+    ended.wait();
+    return Bytes();
+  });
+  EXPECT_EQ(fetch(DigestId::sm3), kSafHttpTimeout);
+  end.set_value();
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,151 @@
+// What the modules make of the service's answers, whatever these are.
+#include <algorithm>
+#include <atomic>
+
+#include "softtoken/providers/saf/http_post.h"
+#include "softtoken/tests/providers/scripted_server.h"
+
+namespace velm::token {
+namespace {
+
+constexpr char kContainer[] = "C1";
+constexpr char kUntouched[] = "untouched";
+
+/** A service that gives every request the same answer, which is repeated to a length where one is stated. */
+class ScriptedService : public WithScriptedServer {
+ protected:
+  ScriptedService() : WithScriptedServer("token_client_test.dat") {}
+
+  void SetUp() override {
+    server().Post(".*", [this](const httplib::Request&, httplib::Response& response) {
+      ++requests_;
+      response.status = status_;
+      if (length_ == 0) {
+        response.set_content(answer_, "application/json");
+        return;
+      }
+      response.set_content_provider(
+          length_, "application/json", [this](size_t offset, size_t room, httplib::DataSink& sink) {
+            const std::string_view part = std::string_view(answer_).substr(offset % answer_.size());
+            return sink.write(part.data(), std::min(part.size(), room));
+          });
+    });
+    serve("service_address");
+  }
+
+  void answer(std::string text, int status = 200) {
+    answer_ = std::move(text);
+    status_ = status;
+    length_ = 0;
+  }
+  void answer_of_length(size_t length) {
+    answer(std::string(1 << 16, ' '));
+    length_ = length;
+  }
+  int requests() const { return requests_; }
+
+  uint32_t list_devices() {
+    uint32_t length = 0;
+    return SAF_Ext_EnumDevice(application(), nullptr, &length);
+  }
+  uint32_t file_attributes() {
+    size_ = read_rights_ = write_rights_ = 1;
+    return SAF_Ext_GetFileAttribute(application(), kContainer, "file", &size_, &read_rights_, &write_rights_);
+  }
+  uint32_t open_envelope(ByteView envelope) {
+    opened_ = kUntouched;
+    opened_length_ = static_cast<uint32_t>(opened_.size());
+    return SAF_Ext_CMS_DecodeEnvelopedData(
+        application(), kContainer, sizeof kContainer - 1, envelope.data(),
+        static_cast<uint32_t>(envelope.size()), reinterpret_cast<uint8_t*>(opened_.data()), &opened_length_);
+  }
+
+  uint32_t size_ = 0, read_rights_ = 0, write_rights_ = 0;
+  std::string opened_;
+  uint32_t opened_length_ = 0;
+
+ private:
+  std::string answer_;
+  int status_ = 200;
+  size_t length_ = 0;
+  std::atomic<int> requests_ = 0;
+};
+
+TEST_F(ScriptedService, AStatusOtherThan200IsAFailedRequest) {
+  for (const int status : {201, 404, 500}) {
+    answer(R"({"ErrorCode":"0","Result":[]})", status);
+    EXPECT_EQ(list_devices(), kSafHttpFailed) << status;
+  }
+  answer(R"({"ErrorCode":"0","Result":[]})");
+  EXPECT_EQ(list_devices(), kSafSuccess);
+}
+
+TEST_F(ScriptedService, AnAnswerIsAnObjectWithACodeInHexadecimal) {
+  for (const char* text : {"", "null", "[]", "7", R"("0")", "{}", R"({"ErrorCode":0})",
+                           R"({"ErrorCode":null})", R"({"ErrorCode":""})", R"({"ErrorCode":"0x0"})",
+                           R"({"ErrorCode":"-1"})", R"({"ErrorCode":"100000000"})", R"({"ErrorCode":"0 "})",
+                           R"({"ErrorCode":"0")", "{\"ErrorCode\":\"\xff\"}"}) {
+    answer(text);
+    EXPECT_EQ(list_devices(), kSafJsonFailed) << text;
+  }
+}
+
+TEST_F(ScriptedService, NamesAreTexts) {
+  for (const char* result : {"[1]", "[null]", R"(["a",{}])", "7", R"({"a":1})"}) {
+    answer(std::string(R"({"ErrorCode":"0","Result":)") + result + "}");
+    EXPECT_EQ(list_devices(), kSafJsonFailed) << result;
+  }
+}
+
+TEST_F(ScriptedService, NumbersHave32Bits) {
+  const auto answered_size = [&](const char* size) {
+    answer(std::string(R"({"ErrorCode":"0","Result":{"size":)") + size +
+           R"(,"readRights":2,"writeRights":3}})");
+    return file_attributes();
+  };
+  EXPECT_EQ(answered_size("4294967295"), kSafSuccess);
+  EXPECT_EQ(size_, UINT32_MAX);
+  EXPECT_EQ(read_rights_, 2u);
+  EXPECT_EQ(write_rights_, 3u);
+  for (const char* size :
+       {"4294967296", "18446744073709551616", "-1", "1.5", "1e3", R"("1")", "true", "null", "[1]"}) {
+    EXPECT_EQ(answered_size(size), kSafJsonFailed) << size;
+    EXPECT_EQ(size_, 1u) << size;
+    EXPECT_EQ(read_rights_, 1u) << size;
+  }
+  answer(R"({"ErrorCode":"0","Result":{"size":1,"readRights":2}})");
+  EXPECT_EQ(file_attributes(), kSafJsonFailed);
+  answer(R"({"ErrorCode":"0"})");
+  EXPECT_EQ(file_attributes(), kSafJsonFailed);
+}
+
+TEST_F(ScriptedService, AFrameIsAsLongAsItSays) {
+  using namespace std::string_literals;
+  const Bytes envelope(10, 'e');
+  answer("\0\0\0\0\4\0\0\0data"s);
+  EXPECT_EQ(open_envelope(envelope), kSafSuccess);
+  EXPECT_EQ(opened_.substr(0, opened_length_), "data");
+  for (const std::string& frame :
+       {""s, "\0\0\0"s, "\0\0\0\0"s, "\0\0\0\0\4\0\0"s, "\0\0\0\0\4\0\0\0dat"s, "\0\0\0\0\4\0\0\0data!"s,
+        "\0\0\0\0\xff\xff\xff\xff""data"s, "\0\0\0\0\xf8\xff\xff\xff"s}) {
+    answer(frame);
+    EXPECT_EQ(open_envelope(envelope), kSafServerFailed) << frame.size();
+    EXPECT_EQ(opened_, kUntouched) << frame.size();
+  }
+}
+
+TEST_F(ScriptedService, AnAnswerAboveTheBoundIsAFailedRequest) {
+  answer_of_length(kMaxHttpBody);
+  EXPECT_EQ(list_devices(), kSafJsonFailed) << "blanks are no answer, but they are taken";
+  answer_of_length(kMaxHttpBody + 1);
+  EXPECT_EQ(list_devices(), kSafHttpFailed);
+}
+
+TEST_F(ScriptedService, ARequestAboveTheBoundIsNotSent) {
+  const Bytes envelope(kMaxHttpBody + 1, 'e');
+  EXPECT_EQ(open_envelope(envelope), kSafBadLength);
+  EXPECT_EQ(requests(), 0);
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,368 @@
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "provider_abi/velm_client_saf.h"
+#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/signed_xml.h"
+
+namespace velm::token {
+namespace {
+
+constexpr size_t kItems = 6;
+
+uint32_t verify(std::string_view document) {
+  return SAF_Ext_XMLVerify(nullptr, 0, as_bytes(document).data(), static_cast<uint32_t>(document.size()));
+}
+
+uint32_t parse(std::string_view document, uint8_t* (&buffers)[kItems], uint32_t (&lengths)[kItems]) {
+  return SAF_Ext_XMLParse(nullptr, 0, as_bytes(document).data(), static_cast<uint32_t>(document.size()),
+                          buffers[0], &lengths[0], buffers[1], &lengths[1], buffers[2], &lengths[2],
+                          buffers[3], &lengths[3], buffers[4], &lengths[4], buffers[5], &lengths[5]);
+}
+
+// The items by the two passes of the library: a size query, and buffers with lengths that come in as 0.
+std::vector<Bytes> items_of(std::string_view document, uint32_t& code) {
+  uint8_t* buffers[kItems] = {};
+  uint32_t lengths[kItems] = {};
+  code = parse(document, buffers, lengths);
+  if (code != 0) return {};
+  std::vector<Bytes> items;
+  for (const uint32_t length : lengths) items.emplace_back(length);
+  for (size_t i = 0; i < kItems; ++i) {
+    buffers[i] = items[i].data();
+    lengths[i] = 0;
+  }
+  code = parse(document, buffers, lengths);
+  for (size_t i = 0; i < kItems; ++i) EXPECT_EQ(lengths[i], items[i].size());
+  return items;
+}
+
+std::string replaced(std::string text, std::string_view what, std::string_view with) {
+  const size_t at = text.find(what);
+  EXPECT_NE(at, std::string::npos) << what;
+  if (at != std::string::npos) text.replace(at, what.size(), with);
+  return text;
+}
+
+const XmlSigner& rsa() {
+  static const XmlSigner signer = xml_signers()[1];
+  return signer;
+}
+
+TEST(XmlSignature, EveryFormVerifiesWithEveryKey) {
+  for (const XmlSigner& by : xml_signers()) {
+    SCOPED_TRACE(by.signature_uri);
+    EXPECT_EQ(verify(enveloped_xml(by)), 0u);
+    EXPECT_EQ(verify(enveloping_xml(by)), 0u);
+    EXPECT_EQ(verify(detached_xml(by)), 0u);
+  }
+}
+
+TEST(XmlSignature, TheRootMayBeNamedByItsIdentifier) {
+  const std::string start = "<root Id=\"all\"><text>signed</text>";
+  EXPECT_EQ(verify(start +
+                   xml_signature(rsa(), xml_reference(rsa(), "#all", start + "</root>", kXmlEnveloped)) +
+                   "</root>"),
+            0u);
+}
+
+TEST(XmlSignature, WhatIsNoPartOfTheCanonicalFormMayDiffer) {
+  const std::string document = enveloped_xml(rsa());
+  EXPECT_EQ(verify("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- a remark -->" + document + "\n"), 0u);
+  EXPECT_EQ(verify(replaced(document, "<root a=\"1\" b=\"2\">", "<root  b='2'\n a='1' >")), 0u);
+  EXPECT_EQ(verify(replaced(document, "<SignatureValue>", "<SignatureValue>\r\n  ")), 0u);
+  EXPECT_EQ(verify(replaced(document, "<text>what", "<text><!-- a remark --><![CDATA[what]]>")), 0u);
+}
+
+TEST(XmlSignature, HasSixItems) {
+  for (const XmlSigner& by : xml_signers()) {
+    const std::string document = enveloped_xml(by);
+    uint32_t code = 1;
+    const std::vector<Bytes> items = items_of(document, code);
+    ASSERT_EQ(code, 0u);
+    const std::string original = "<root a=\"1\" b=\"2\"><text>what was signed, \xE6\x96\x87</text></root>";
+    EXPECT_EQ(as_text(items[0]), original);
+    EXPECT_EQ(items[1], hash(by.digest, as_bytes(original)));
+    EXPECT_NE(document.find(xml_element("SignatureValue", base64_encode(items[2]))), std::string::npos);
+    EXPECT_EQ(items[3], by.signer.certificate);
+    EXPECT_EQ(as_text(items[4]), by.digest_uri);
+    EXPECT_EQ(as_text(items[5]), by.signature_uri);
+  }
+}
+
+TEST(XmlSignature, ItemsAreReadWithoutVerifying) {
+  const std::string altered = replaced(enveloped_xml(rsa()), "what was signed", "what was changed");
+  uint32_t code = 1;
+  EXPECT_NE(as_text(items_of(altered, code)[0]).find("what was changed"), std::string::npos);
+  EXPECT_EQ(code, 0u);
+  EXPECT_EQ(verify(altered), kSafHashNotEqual);
+}
+
+// Nobody vouches for the certificate, as with every other verification of this module: a byte altered where
+// its key is not names another signer, which the certificate item shows.
+TEST(XmlSignature, OneAlteredByteAnywhereIsRefused) {
+  for (const XmlSigner& by : xml_signers()) {
+    for (const std::string& document : {enveloped_xml(by), enveloping_xml(by), detached_xml(by)}) {
+      const size_t certificate = document.find("<X509Certificate>") + 17;
+      const size_t certificate_end = document.find("</X509Certificate>");
+      for (size_t i = 0; i < document.size(); ++i) {
+        std::string altered = document;
+        altered[i] = static_cast<char>(altered[i] ^ 1);
+        if (verify(altered) != 0) continue;
+        ASSERT_TRUE(i >= certificate && i < certificate_end) << i << altered;
+        uint32_t code = 1;
+        ASSERT_NE(items_of(altered, code)[3], by.signer.certificate) << i;
+      }
+    }
+  }
+}
+
+TEST(XmlSignature, WhatDoesNotVerifyHasTheCodeForIt) {
+  for (const XmlSigner& by : xml_signers()) {
+    const std::string document = enveloped_xml(by);
+    EXPECT_EQ(verify(replaced(document, "what was", "what is")), kSafHashNotEqual);
+    EXPECT_EQ(verify(replaced(document, "a=\"1\"", "a=\"2\"")), kSafHashNotEqual);
+    const size_t value = document.find("<SignatureValue>") + 16;
+    std::string altered = document;
+    altered[value + 20] = altered[value + 20] == 'A' ? 'B' : 'A';
+    EXPECT_EQ(verify(altered), kSafHashNotEqual);
+    EXPECT_EQ(verify(replaced(document, "<DigestValue>", "<DigestValue>AAAA")), kSafHashNotEqual);
+    EXPECT_EQ(verify(replaced(document, base64_encode(by.signer.certificate),
+                              base64_encode(Signer(kind_of(by.signer.key.get()),
+                                                   kind_of(by.signer.key.get()) == KeyKind::sm2
+                                                       ? generate_sm2_key()
+                                                       : generate_rsa_key(1024))
+                                                .certificate))),
+              kSafHashNotEqual);
+  }
+}
+
+TEST(XmlSignature, BytesHaveOneFormInBase64) {
+  std::string document = enveloped_xml(rsa());
+  const size_t padding = document.find("==</SignatureValue>");
+  ASSERT_NE(padding, std::string::npos);
+  ++document[padding - 1];  // in bits that stand for nothing
+  EXPECT_EQ(verify(document), kSafBadObject);
+}
+
+// Documents that hold a good signature, moved to where it says nothing about what the document says.
+TEST(XmlSignature, AMovedSignatureIsRefused) {
+  const XmlSigner& by = rsa();
+  const std::string part = "<part Id=\"part\">signed</part>";
+  const std::string evil = "<part Id=\"evil\">not signed</part>";
+  const std::string signature = xml_signature(by, xml_reference(by, "#part", part));
+  ASSERT_EQ(verify("<all>" + part + signature + "</all>"), 0u);
+  for (const std::string& document : {
+           "<all>" + evil + part + signature + "</all>",
+           "<all>" + evil + signature + "<hidden>" + part + "</hidden></all>",
+           "<all>" + evil + "<hidden>" + part + signature + "</hidden></all>",
+           "<all>" + part + signature + "</all><?other processing?>",
+           "<?other processing?><all>" + part + signature + "</all>",
+           "<all>" + part + "more text" + signature + "</all>",
+           "<all>" + part + signature + "<![CDATA[more text]]></all>",
+           "<all>" + part + signature + "<?other processing?></all>",
+           "<all more=\"1\">" + part + signature + "</all>",
+           "<all>" + signature + "</all>",
+           "<all>" + part + part + signature + "</all>",
+           "<all>" + part + replaced(evil, "Id=\"evil\"", "ID=\"part\"") + signature + "</all>",
+           "<all>" + part + replaced(evil, "Id=\"evil\"", "xml:id=\"part\"") + signature + "</all>",
+           "<all>" + part + signature + signature + "</all>",
+           "<all><hidden>" + part + "</hidden>" + signature + "</all>",
+           replaced(signature, "</Signature>", "<Object>" + part + "</Object></Signature>"),
+       }) {
+    EXPECT_NE(verify(document), 0u) << document;
+  }
+
+  const std::string enveloping = enveloping_xml(by);
+  for (const char* more : {"<Object>not signed</Object></Signature>", "text</Signature>",
+                           "<other xmlns=\"\"></other></Signature>"}) {
+    EXPECT_EQ(verify(replaced(enveloping, "</Signature>", more)), kSafBadObject) << more;
+  }
+  EXPECT_EQ(verify(replaced(enveloping, "<SignatureValue>", "text<SignatureValue>")), kSafBadObject);
+}
+
+// A transform that takes the signature out leaves nothing of what lies within it.
+TEST(XmlSignature, OverNothingIsRefused) {
+  const XmlSigner& by = rsa();
+  const std::string object = "<Object Id=\"object\">not signed</Object>";
+  for (const char* uri : {"", "#object", "#signature"}) {
+    const std::string signature =
+        xml_signature(by, xml_reference(by, uri, "", kXmlEnveloped), xml_key_info(by), object);
+    EXPECT_EQ(verify(replaced(signature, "<Signature ", "<Signature Id=\"signature\" ")), kSafBadObject)
+        << uri;
+  }
+  EXPECT_EQ(verify("<root>" + xml_signature(by, "") + "</root>"), kSafBadObject);
+}
+
+TEST(XmlSignature, DocumentTypesAreRefused) {
+  const std::string document = enveloped_xml(rsa());
+  const std::string nothing = "<!DOCTYPE root>" + document;
+  EXPECT_EQ(verify(nothing), kSafBadObject);
+
+  write_file("xml_signature_test.txt", as_bytes("what was signed"));
+  const std::string external = "<!DOCTYPE root [<!ENTITY e SYSTEM \"xml_signature_test.txt\">]>" +
+                               replaced(document, "what was signed", "&e;");
+  EXPECT_EQ(verify(external), kSafBadObject);
+  EXPECT_EQ(verify("<!DOCTYPE root SYSTEM \"xml_signature_test.txt\">" + document), kSafBadObject);
+  std::remove("xml_signature_test.txt");
+
+  std::string laughs = "<!DOCTYPE root [<!ENTITY e0 \"laugh\">";
+  for (int i = 1; i < 20; ++i) {
+    const std::string inner = "&e" + std::to_string(i - 1) + ";";
+    laughs += "<!ENTITY e" + std::to_string(i) + " \"" + inner + inner + inner + inner + "\">";
+  }
+  EXPECT_EQ(verify(laughs + "]>" + replaced(document, "what was signed", "&e19;")), kSafBadObject);
+
+  uint32_t code = 0;
+  items_of(nothing, code);
+  EXPECT_EQ(code, kSafBadObject);
+}
+
+TEST(XmlSignature, DocumentsAreBounded) {
+  std::string deep;
+  for (int i = 0; i < 100'000; ++i) deep += "<a>";
+  EXPECT_EQ(verify(deep), kSafBadObject);
+  const std::string large(16 * 1024 * 1024, ' ');
+  EXPECT_EQ(verify(large), kSafBadObject);
+  EXPECT_EQ(verify(large + " "), kSafBadLength);
+
+  const auto attributes = [](const std::string& prefix, const std::string& equals, int count) {
+    std::string all;
+    for (int i = 0; i < count; ++i) all += " " + prefix + std::to_string(i) + equals + "'u'";
+    return all;
+  };
+  for (const char* prefix : {"a", "xmlns:a"}) {
+    EXPECT_EQ(verify("<root" + attributes(prefix, "=", 256) + "/>"), kSafObjectNotFound);
+    for (const char* equals : {"=", " =\n "})
+      EXPECT_EQ(verify("<root" + attributes(prefix, equals, 257) + "/>"), kSafBadObject);
+  }
+  // Every value could seem to end the element.
+  std::string seeming = "<root";
+  for (int i = 0; i < 100'000; ++i) seeming += " a" + std::to_string(i) + "='>'";
+  EXPECT_EQ(verify(seeming + "/>"), kSafBadObject);
+  // Nor does what stands in front of an element hide it.
+  const std::string crowded = "<e" + attributes("a", "=", 257) + "/>";
+  for (const char* front : {"<!-- <e a='-->", "<![CDATA[<e a=\"]]>", "<?e a='?>", "<e a='>'/>", "='"})
+    EXPECT_EQ(verify("<root>" + std::string(front) + crowded + "</root>"), kSafBadObject) << front;
+  const std::string inner = "<e" + attributes("xmlns:b", "=", 200) + "></e>";
+  EXPECT_EQ(verify("<root>" + inner + inner + "</root>"), kSafObjectNotFound);
+  EXPECT_EQ(verify("<root" + attributes("xmlns:a", "=", 200) + ">" + inner + "</root>"), kSafBadObject);
+
+  std::string references;
+  const std::string content = "<root></root>";
+  for (int i = 0; i < 16; ++i) references += xml_reference(rsa(), "", content, kXmlEnveloped);
+  EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), 0u);
+  references += xml_reference(rsa(), "", content, kXmlEnveloped);
+  EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), kSafNotSupported);
+}
+
+TEST(XmlSignature, WhatLooksLikeAttributesOutsideATagIsNotCounted) {
+  std::string many;
+  for (int i = 0; i < 300; ++i) many += " a=\"b\"";
+  const auto verify_with = [](const std::string& written, const std::string& covered) {
+    const std::string canonical = "<root>" + covered + "</root>";
+    return verify("<root>" + written +
+                  xml_signature(rsa(), xml_reference(rsa(), "", canonical, kXmlEnveloped)) + "</root>");
+  };
+  EXPECT_EQ(verify_with(many, many), 0u);
+  EXPECT_EQ(verify_with("<e>" + many + "</e>", "<e>" + many + "</e>"), 0u);
+  EXPECT_EQ(verify_with("<![CDATA[" + many + "]]>", many), 0u);
+  EXPECT_EQ(verify_with("<!--" + many + "-->", ""), 0u);
+  EXPECT_EQ(verify_with("<?e" + many + "?>", "<?e" + many + "?>"), 0u);
+}
+
+TEST(XmlSignature, OtherEncodingsAreRefused) {
+  const std::string document = enveloped_xml(rsa());
+  std::string wide("\xFF\xFE", 2);
+  for (const char c : document.substr(0, document.find("what"))) wide += {c, '\0'};
+  EXPECT_EQ(verify(wide + wide), kSafBadObject);
+  EXPECT_EQ(verify("<?xml version=\"1.0\" encoding=\"GBK\"?>" + document), kSafBadObject);
+}
+
+TEST(XmlSignature, CallsAtTheSameTimeHaveTheirOwnResults) {
+  const std::string good = enveloped_xml(rsa());
+  const std::string bad = replaced(good, "what was", "what is");
+  std::atomic<int> failures{0};
+  std::vector<std::thread> callers;
+  for (int caller = 0; caller < 8; ++caller) {
+    callers.emplace_back([&, caller] {
+      for (int turn = 0; turn < 20; ++turn) {
+        const bool expect_good = (caller + turn) % 2 == 0;
+        if (verify(expect_good ? good : bad) != (expect_good ? 0 : kSafHashNotEqual)) ++failures;
+      }
+    });
+  }
+  for (std::thread& caller : callers) caller.join();
+  EXPECT_EQ(failures, 0);
+}
+
+TEST(XmlSignature, OnlyKnownAlgorithmsAndPlacesAreFollowed) {
+  const XmlSigner& by = rsa();
+  const auto code_with = [&](const std::string& uri, const std::string& transforms) {
+    return verify("<root>" + xml_signature(by, xml_reference(by, uri, "<root></root>", transforms)) +
+                  "</root>");
+  };
+  const std::string enveloped = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
+  const std::string canonical = "http://www.w3.org/2001/10/xml-exc-c14n#";
+  EXPECT_EQ(code_with("", xml_transforms({enveloped, canonical})), 0u);
+  EXPECT_EQ(code_with("", xml_transforms({canonical, enveloped})), kSafNotSupported);
+  EXPECT_EQ(code_with("", xml_transforms({enveloped, canonical, canonical})), kSafNotSupported);
+  EXPECT_EQ(code_with("", ""), kSafBadObject);
+  for (const char* transform :
+       {"http://www.w3.org/TR/1999/REC-xpath-19991116", "http://www.w3.org/2002/06/xmldsig-filter2",
+        "http://www.w3.org/TR/1999/REC-xslt-19991116", "http://www.w3.org/2000/09/xmldsig#base64",
+        "http://www.w3.org/2001/04/xmldsig-more/xptr", "unknown"}) {
+    EXPECT_EQ(code_with("", xml_transforms({enveloped, transform})), kSafAlgorithm) << transform;
+  }
+  for (const char* uri : {"xml_signature_test.txt", "file:///etc/passwd", "http://127.0.0.1/", "#xpointer(/)",
+                          "#xpointer(id('x'))", "#"}) {
+    EXPECT_EQ(code_with(uri, kXmlEnveloped), kSafNotSupported) << uri;
+  }
+  EXPECT_EQ(code_with("#nothing", kXmlEnveloped), kSafObjectNotFound);
+
+  const auto code_by = [&](std::string XmlSigner::*algorithm, const std::string& uri) {
+    XmlSigner other = by;
+    other.*algorithm = uri;
+    return verify(enveloped_xml(other));
+  };
+  for (const std::string uri :
+       {"http://www.w3.org/2001/04/xmldsig-more#rsa-sha512", "http://www.w3.org/2000/09/xmldsig#hmac-sha1",
+        "urn:oid:1.2.156.10197.1.501", "unknown"}) {
+    EXPECT_EQ(code_by(&XmlSigner::signature_uri, uri), kSafAlgorithm) << uri;
+  }
+  EXPECT_EQ(code_by(&XmlSigner::digest_uri, "http://www.w3.org/2001/04/xmldsig-more#md5"), kSafAlgorithm);
+  EXPECT_EQ(code_by(&XmlSigner::canonicalization_uri, enveloped), kSafAlgorithm);
+}
+
+TEST(XmlSignature, WhatIsNotSignedXmlIsRefused) {
+  for (const char* document : {"x", "<root>", "<root></other>", "<root/><root/>", "<root>&undeclared;</root>",
+                               "<root>\xFF\xFE</root>", "<?xml version=\"1.0\"?>"}) {
+    EXPECT_EQ(verify(document), kSafBadObject) << document;
+  }
+  EXPECT_EQ(verify("<root/>"), kSafObjectNotFound);
+  EXPECT_EQ(verify("<Signature/>"), kSafObjectNotFound);
+  EXPECT_EQ(verify("<Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"/>"), kSafBadObject);
+
+  const std::string document = enveloped_xml(rsa());
+  for (size_t length = 1; length < document.size(); ++length)
+    EXPECT_EQ(verify(std::string_view(document).substr(0, length)), kSafBadObject);
+  EXPECT_EQ(verify(replaced(document, xml_key_info(rsa()), "")), kSafCertificateNotFound);
+  EXPECT_EQ(verify(replaced(document, xml_key_info(rsa()), "<KeyInfo></KeyInfo>")), kSafCertificateNotFound);
+  EXPECT_EQ(verify(replaced(document, base64_encode(rsa().signer.certificate), "AAAA")),
+            kSafCertificateFormat);
+  EXPECT_EQ(verify(replaced(document, " URI=\"\"", "")), kSafBadObject);
+
+  EXPECT_EQ(SAF_Ext_XMLVerify(nullptr, 0, nullptr, 5), kSafBadInput);
+  EXPECT_EQ(verify(std::string_view(document).substr(0, 0)), kSafBadLength);
+  uint32_t length = 99;
+  EXPECT_EQ(SAF_Ext_XMLParse(nullptr, 0, as_bytes(document).data(), size_of(as_bytes(document)), nullptr,
+                             &length, nullptr, &length, nullptr, &length, nullptr, &length, nullptr, &length,
+                             nullptr, nullptr),
+            kSafBadInput);
+  EXPECT_EQ(length, 99u);
+}
+
+}  // namespace
+}  // namespace velm::token

@@ -1,0 +1,307 @@
+#include "softtoken/store/token.h"
+
+#include <gtest/gtest.h>
+
+#include "softtoken/crypto/certificate.h"
+#include "softtoken/store/demo.h"
+#include "softtoken/crypto/signing.h"
+#include "softtoken/store/user_data.h"
+#include "softtoken/tests/store/temporary_store.h"
+
+namespace velm::token {
+namespace {
+
+const Bytes kPin = copy_of(as_bytes("12345678"));
+const Bytes kWrong = copy_of(as_bytes("87654321"));
+
+class TokenTest : public testing::Test {
+ protected:
+  void SetUp() override { token.add_container({.name = "A"}, kPin); }
+
+  TemporaryStore store;
+  Token token{store.file()};
+};
+
+TEST_F(TokenTest, KeysAreOutOfReachBeforeLoginAndAfterLogout) {
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+  token.login("A", kPin);
+  EXPECT_NE(token.session("A")->signing_key, nullptr);
+  token.logout("A");
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+}
+
+TEST_F(TokenTest, AnUnknownContainerIsNamedAsSuch) {
+  EXPECT_EQ(code_of([&] { token.login("B", kPin); }), kNoSuchContainer);
+  EXPECT_EQ(code_of([&] { token.tries_left("B"); }), kNoSuchContainer);
+}
+
+TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
+  for (uint32_t left = kPinTries; left > 0; --left) {
+    EXPECT_EQ(token.tries_left("A"), left);
+    EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
+  }
+  EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kPinLocked);
+  EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, kWrong); }), kPinLocked);
+  token.unlock("A");
+  token.login("A", kPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+}
+
+TEST_F(TokenTest, TheRightPinGivesTheTriesBack) {
+  EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries - 1);
+  token.login("A", kPin);
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+}
+
+TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
+  token.login("A", kPin);
+  const Bytes before = public_key_bytes(token.session("A")->signing_key.get());
+  token.logout("A");
+  EXPECT_EQ(code_of([&] { token.change_pin("A", kWrong, kPin); }), kWrongPin);
+  token.change_pin("A", kPin, kWrong);
+  EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kWrongPin);
+  token.login("A", kWrong);
+  EXPECT_EQ(public_key_bytes(token.session("A")->signing_key.get()), before);
+}
+
+TEST_F(TokenTest, APinIsTheSameInUtf8AndInGbk) {
+  const std::string_view utf8 = "口令1234", gbk = "\xBF\xDA\xC1\xEE" "1234";
+  token.change_pin("A", kPin, as_bytes(gbk));
+  token.login("A", as_bytes(utf8));
+  token.check_pin("A", as_bytes(gbk));
+  token.change_pin("A", as_bytes(utf8), kPin);
+  token.add_container({.name = "B"}, as_bytes(utf8));
+  token.login("B", as_bytes(gbk));
+}
+
+TEST_F(TokenTest, APinChangedMeanwhileIsNotChangedAgain) {
+  const ContainerRow before = token.container("A");
+  token.change_pin("A", kPin, kWrong);
+  EXPECT_FALSE(token.store().replace_keys(before, before.salt));
+  token.login("A", kWrong);
+  token.delete_container("A");
+  EXPECT_FALSE(token.store().replace_keys(before, before.salt));
+}
+
+TEST_F(TokenTest, PinsHaveFourToThirtyOneCharacters) {
+  for (const size_t size : {0, 3, 32}) {
+    EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
+  }
+  EXPECT_EQ(token.tries_left("A"), kPinTries);
+  token.change_pin("A", kPin, Bytes(31, 'x'));
+  token.change_pin("A", Bytes(31, 'x'), Bytes(4, 'y'));
+  token.login("A", Bytes(4, 'y'));
+}
+
+TEST_F(TokenTest, AnIdleSessionEnds) {
+  Sessions sessions;
+  sessions.set_idle_limit(std::chrono::minutes(5));
+  sessions.open(1, std::make_shared<Session>());
+  sessions.close_idle(Sessions::Clock::now() + std::chrono::minutes(4));
+  EXPECT_TRUE(sessions.is_open(1));
+  sessions.close_idle(Sessions::Clock::now() + std::chrono::minutes(6));
+  EXPECT_FALSE(sessions.is_open(1));
+}
+
+TEST_F(TokenTest, AskingWhetherSomebodyIsLoggedInKeepsNoSession) {
+  token.set_idle_limit(std::chrono::minutes(5));
+  token.login("A", kPin);
+  const auto logged_in = Sessions::Clock::now();
+  token.require_login("A");
+  token.close_idle_sessions(logged_in + std::chrono::minutes(5));
+  EXPECT_EQ(code_of([&] { token.require_login("A"); }), kNotLoggedIn);
+  token.login("A", kPin);
+  const auto again = Sessions::Clock::now();
+  token.session("A");
+  token.close_idle_sessions(again + std::chrono::minutes(5) - std::chrono::nanoseconds(1));
+  token.require_login("A");
+}
+
+TEST_F(TokenTest, TheKeysOfAContainerThatAnotherProcessDeletesAreLetGo) {
+  token.login("A", kPin);
+  const std::weak_ptr<const Session> session = token.session("A");
+  token.close_idle_sessions();
+  EXPECT_FALSE(session.expired());
+  Token(store.file()).delete_container("A");
+  token.close_idle_sessions();
+  EXPECT_TRUE(session.expired());
+}
+
+TEST_F(TokenTest, TheLongestIdleLimitKeepsASession) {
+  Sessions sessions;
+  sessions.set_idle_limit(std::chrono::minutes(UINT32_MAX));
+  sessions.open(1, std::make_shared<Session>());
+  EXPECT_TRUE(sessions.is_open(1));
+}
+
+TEST_F(TokenTest, ANameInGbkFindsItsContainer) {
+  token.add_container({.name = "演示容器_SM2"}, kPin);
+  const std::string gbk = "\xD1\xDD\xCA\xBE\xC8\xDD\xC6\xF7_SM2";
+  EXPECT_EQ(token.container_id(gbk), token.container_id("演示容器_SM2"));
+  token.add_container({.name = "联通"}, kPin);
+  EXPECT_EQ(token.container_id("\xC1\xAA\xCD\xA8"), token.container_id("联通"));
+}
+
+TEST_F(TokenTest, NamesThatClientsCouldNotSendAreRefused) {
+  for (const char* name : {"", "a\"b", "a\\b", "a&&&b", "a\nb"}) {
+    EXPECT_EQ(code_of([&] { token.add_container({.name = name}, kPin); }), kBadInput) << name;
+  }
+  EXPECT_EQ(code_of([&] { token.add_container({.name = "A"}, kPin); }), kContainerExists);
+}
+
+TEST_F(TokenTest, ADeletedContainerTakesAllWithItAndItsSessionToo) {
+  const int64_t id = token.container_id("A");
+  write_user_file(token.store(), id, 1, 1, 0, kPin);
+  token.login("A", kPin);
+  token.delete_container("A");
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNoSuchContainer);
+  EXPECT_EQ(code_of([&] { read_user_file(token.store(), id, 1, 1, 0, 8); }), kFileNotFound);
+  token.add_container({.name = "A"}, kPin);
+  EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
+}
+
+TEST_F(TokenTest, TheFileHoldsNoPrivateKeyInTheClear) {
+  token.login("A", kPin);
+  const SecretBytes der = private_key_der(token.session("A")->signing_key.get());
+  const ContainerRow row = token.container("A");
+  const std::string wrapped = as_text(row.signing_key) + as_text(row.exchange_key);
+  EXPECT_EQ(wrapped.find(as_text(ByteView(der).last(32))), std::string::npos);
+  EXPECT_NE(row.signing_key, row.exchange_key);
+}
+
+TEST_F(TokenTest, UserFilesGrowWithZerosAndEndAtTheirLimit) {
+  const int64_t id = token.container_id("A");
+  Store& s = token.store();
+  EXPECT_EQ(code_of([&] { read_user_file(s, id, 1, 2, 0, 8); }), kFileNotFound);
+  write_user_file(s, id, 1, 2, 3, as_bytes("data"));
+  EXPECT_EQ(as_text(read_user_file(s, id, 1, 2, 0, 100)), std::string("\0\0\0data", 7));
+  write_user_file(s, id, 1, 2, 5, as_bytes("x"));
+  EXPECT_EQ(as_text(read_user_file(s, id, 1, 2, 3, 3)), "dax");
+  EXPECT_TRUE(read_user_file(s, id, 1, 2, 700, 5).empty());
+  write_user_file(s, id, 1, 3, 0, {});
+  EXPECT_TRUE(read_user_file(s, id, 1, 3, 0, 5).empty());
+  EXPECT_EQ(code_of([&] { write_user_file(s, id, 1, 2, 0xFFFFFFFF, as_bytes("x")); }), kNoSpace);
+}
+
+// A certificate that is longer than most, by a comment of so many characters.
+Certificate certificate_with_comment(Store& store, EVP_PKEY* key, size_t length) {
+  const Authority authority = store.authority(KeyKind::rsa);
+  const time_t now = std::time(nullptr);
+  Certificate certificate =
+      issue_certificate(authority, key, {"Somebody", Usage::signing, now - kDay, now + kDay});
+  const std::string comment(length, 'c');
+  const Handle<X509_EXTENSION, X509_EXTENSION_free> extension(
+      X509V3_EXT_conf_nid(nullptr, nullptr, NID_netscape_comment, comment.c_str()));
+  EXPECT_EQ(X509_add_ext(certificate.get(), extension.get(), -1), 1);
+  EXPECT_GT(X509_sign(certificate.get(), authority.key.get(), EVP_sha256()), 0);
+  return certificate;
+}
+
+TEST_F(TokenTest, ACertificateThatClientsHaveNoRoomForIsNotImported) {
+  Key key = generate_rsa_key(1024);
+  const size_t usual = certificate_der(certificate_with_comment(token.store(), key.get(), 1000).get()).size();
+  Credential longest{std::move(key), nullptr};
+  longest.certificate = certificate_with_comment(token.store(), longest.key.get(), 1000 + 2048 - usual);
+  token.import_container("LONGEST", longest, kPin);
+  EXPECT_EQ(token.container("LONGEST").signing_certificate.size(), 2048u);
+  longest.certificate = certificate_with_comment(token.store(), longest.key.get(), 1000 + 2049 - usual);
+  EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", longest, kPin); }), kBadLength);
+}
+
+TEST_F(TokenTest, AKeyWhoseSignaturesClientsHaveNoRoomForIsNotImported) {
+  // RSAPublicKey: a modulus of 4,104 bits and 65537. What is refused is not used, so that it needs no primes.
+  Bytes public_key = from_hex("3082020B0282020200");
+  public_key.resize(public_key.size() + 513, 0x81);
+  for (const uint8_t byte : from_hex("0203010001")) public_key.push_back(byte);
+  Credential credential{public_key_from(public_key), nullptr};
+  ASSERT_EQ(bits_of(credential.key.get()), 4104u);
+  credential.certificate = certificate_with_comment(token.store(), credential.key.get(), 1);
+  EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", credential, kPin); }), kBadLength);
+}
+
+TEST(Making, AStoreThatWasNotMadeToItsEndIsNone) {
+  TemporaryStore folder;
+  const std::filesystem::path file = folder.file().replace_filename("other.db");
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_FALSE(std::filesystem::exists(file));
+  {
+    Token token(file, Store::New());
+    EXPECT_THROW(token.store().make([&] {
+      token.add_container({.name = "A"}, kPin);
+      throw std::runtime_error("the end");
+    }),
+                 std::runtime_error);
+  }
+  EXPECT_TRUE(std::filesystem::exists(file));
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_THROW(Token(file).container_names(), std::runtime_error);
+  {
+    Token token(file, Store::New());
+    token.store().make([&] { token.add_container({.name = "A"}, kPin); });
+  }
+  EXPECT_TRUE(Store::exists(file));
+  EXPECT_THROW(Store::create(file), std::runtime_error);
+  Token(file).login("A", kPin);
+}
+
+#ifndef _WIN32
+TEST(Making, AStoreIsForItsUserAlone) {
+  TemporaryStore folder;
+  Store store(folder.file());
+  store.give_tries_back(1);
+  for (const char* log : {"", "-wal", "-shm"}) {
+    const std::filesystem::path file = folder.file().concat(log);
+    EXPECT_EQ(std::filesystem::status(file).permissions(),
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+        << file;
+  }
+}
+#endif
+
+TEST(Demo, HoldsTheContainersItPromises) {
+  TemporaryStore store;
+  Token token(store.file());
+  add_demo_containers(token);
+  EXPECT_EQ(token.container_names(),
+            (std::vector<std::string>{"SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO", "SM2_SCAN_CONTAINER_DEMO",
+                                      "RSA_2048_SCAN_CONTAINER_DEMO", "演示容器_SM2", "SEAL_SM2_DEMO",
+                                      "EXPIRED_RSA_2048_DEMO", "REVOKED_SM2_DEMO"}));
+  const auto verdict = [&](const char* name) {
+    return code_of(
+        [&] { token.validate(parse_certificate(token.container(name).signing_certificate).get()); });
+  };
+  EXPECT_EQ(verdict("SM2_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("RSA_2048_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("RSA_1024_DEMO"), kSuccess);
+  EXPECT_EQ(verdict("EXPIRED_RSA_2048_DEMO"), kCertificateExpired);
+  EXPECT_EQ(verdict("REVOKED_SM2_DEMO"), kCertificateRevoked);
+  const int64_t seals = token.container_id("SEAL_SM2_DEMO");
+  EXPECT_EQ(seal_count(token.store(), seals), 2u);
+  EXPECT_EQ(as_text(seal_item(token.store(), seals, 0, 2)), "演示公章");
+  EXPECT_EQ(code_of([&] { seal_item(token.store(), seals, 2, 2); }), kNoSuchSeal);
+  EXPECT_EQ(code_of([&] { seal_item(token.store(), seals, 0, 99); }), kParameterUnsupported);
+}
+
+TEST(Validation, RefusesWhatTheAuthorityDidNotSign) {
+  TemporaryStore store;
+  TemporaryStore elsewhere;
+  Token token(store.file());
+  for (const KeyKind kind : {KeyKind::sm2, KeyKind::rsa}) {
+    const Authority stranger = Store(elsewhere.file()).authority(kind);
+    const Authority own = token.store().authority(kind);
+    const Key key = generate_sm2_key();
+    const time_t now = std::time(nullptr);
+    const CertificateOrder order{"X", Usage::signing, now - kDay, now + kDay};
+    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(stranger, key.get(), order).get()); }),
+              kNotTrusted);
+    const CertificateOrder early{"X", Usage::signing, now + kDay, now + 2 * kDay};
+    EXPECT_EQ(code_of([&] { token.validate(issue_certificate(own, key.get(), early).get()); }), kNotYetValid);
+    Bytes changed = certificate_der(issue_certificate(own, key.get(), order).get());
+    changed.back() ^= 1;
+    EXPECT_EQ(code_of([&] { token.validate(parse_certificate(changed).get()); }), kCertificateInvalid);
+  }
+}
+
+}  // namespace
+}  // namespace velm::token
