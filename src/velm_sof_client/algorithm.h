@@ -24,7 +24,7 @@ constexpr uint32_t kSm2Key = 2;
 constexpr uint32_t kShortestRsaSignature = 128;
 
 // The default user ID of GM/T 0009.
-inline ByteView default_signer_id() {
+inline ByteView default_user_id() {
   static constexpr uint8_t id[] = {'1', '2', '3', '4', '5', '6', '7', '8',
                                    '1', '2', '3', '4', '5', '6', '7', '8'};
   return {id, sizeof id};

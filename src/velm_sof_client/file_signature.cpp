@@ -28,8 +28,24 @@ uint32_t digest_of_signature_length(uint32_t length) {
   return kNoDigest;
 }
 
-// Only SM3 takes the signer's identity in.
-ByteView signer_id_for(uint32_t digest) { return digest == kSm3 ? default_signer_id() : ByteView{}; }
+// The user ID of a call, which only SM3 takes. Providers may read or write all 128 bytes, not only the 16 of
+// the default ID.
+class UserIdBuffer {
+ public:
+  explicit UserIdBuffer(uint32_t digest) {
+    if (digest != kSm3) return;
+    const ByteView id = default_user_id();
+    std::memcpy(bytes_, id.data, id.length);
+    length_ = id.length;
+  }
+
+  uint8_t* data() { return length_ != 0 ? bytes_ : nullptr; }
+  uint32_t length() const { return length_; }
+
+ private:
+  uint8_t bytes_[128]{};
+  uint32_t length_ = 0;
+};
 
 }  // namespace
 
@@ -48,10 +64,11 @@ uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, u
       LOG_FAILURE("ContainerName error: sContainerName=%s\n", pszContainerName);
       return;
     }
-    const ByteView id = signer_id_for(digest);
+    UserIdBuffer id{digest};
     check_provider("SAF_Ext_SignFile",
                    SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName),
-                                    digest, id.data, id.length, pszInFilePath, pSignedData, pSignedDataLen));
+                                    digest, id.data(), id.length(), pszInFilePath, pSignedData,
+                                    pSignedDataLen));
   });
 }
 
@@ -69,9 +86,9 @@ uint32_t SOF_VerifySignedFile(const uint8_t* pSignCert, uint32_t uSignCertLen, c
       LOG_FAILURE("SOF_VerifySignedFile:unsupport signature length: %u\n", uSignedDataLen);
       fail(SOR_INDATALENERR);
     }
-    const ByteView id = signer_id_for(digest);
+    UserIdBuffer id{digest};
     check_provider("SAF_Ext_VerifySignFileByCert",
-                   SAF_Ext_VerifySignFileByCert(digest, pSignCert, uSignCertLen, id.data, id.length,
+                   SAF_Ext_VerifySignFileByCert(digest, pSignCert, uSignCertLen, id.data(), id.length(),
                                                 pszInFilePath, pSignedData, uSignedDataLen));
   });
 }

@@ -68,14 +68,14 @@ void verify_sm2(const Verification& verification, SignedData sizes) {
   const ByteView content = verification.content(parts);
 
   if (!attributes.present()) {
-    const auto hash = hash_of<1024>("SAF_Hash", kSm3, content, public_key.content(), default_signer_id());
+    const auto hash = hash_of<1024>("SAF_Hash", kSm3, content, public_key.content(), default_user_id());
     verify_sm2_hash("SAF_EccVerifySignByCert", parts, hash.content());
     return;
   }
   const auto content_hash = hash_of<1024>("SAF_Hash", kSm3, content);
   const auto signed_hash =
       hash_of<128>("SAF_Hash for attribute's SM3 hash", kSm3, attributes.encoding.content(),
-                   public_key.content(), default_signer_id());
+                   public_key.content(), default_user_id());
   verify_sm2_hash("SAF_VerifySignByCert for attribute's SM3", parts, signed_hash.content());
   require_attribute_hash(attributes, content_hash);
 }

@@ -126,6 +126,28 @@ TEST_F(FileSignature, SigningHandsItsArgumentsOn) {
   EXPECT_EQ(new_lines(), call.entry_lines(call.arguments));
 }
 
+// Providers may take the whole buffer of 128 bytes for their own.
+TEST_F(FileSignature, TheUserIdHasAZeroedBufferThatTheProviderMayReadAndWrite) {
+  constexpr size_t kBufferBytes = 128;
+  std::vector<std::string> seen;
+  const auto use_whole_buffer = [&](const uint8_t* id) {
+    seen.push_back(bytes(id, kBufferBytes));
+    std::fill_n(const_cast<uint8_t*>(id), kBufferBytes, uint8_t{0xEE});
+    return 0u;
+  };
+  STANDIN(SAF_Ext_SignFile).plays([&](auto, auto, auto, auto, const uint8_t* id, auto, auto, auto, auto) {
+    return use_whole_buffer(id);
+  });
+  STANDIN(SAF_Ext_VerifySignFileByCert)
+      .plays([&](auto, auto, auto, const uint8_t* id, auto, auto, auto, auto) { return use_whole_buffer(id); });
+  for (int round = 0; round < 2; ++round) {
+    EXPECT_EQ(sign_file().run(), 0u);
+    EXPECT_EQ(verify_file().run(), 0u);
+  }
+  const std::string whole = "1234567812345678" + std::string(112, '\0');
+  EXPECT_THAT(seen, ElementsAre(whole, whole, whole, whole));
+}
+
 TEST_F(FileSignature, ThePathGoesThroughUnconverted) {
   constexpr char path[] = "c:\\\xE4\xB8\xAD\xE6\x96\x87.txt";
   std::string handed;
