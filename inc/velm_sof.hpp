@@ -267,7 +267,10 @@ inline void verify_file_message(ByteView message, const std::string& path, Conte
                message.data(), message.size(), path.c_str());
 }
 
-/** @brief A time stamp (RFC 3161) over data; the selector's values are the provider's. */
+/**
+ * @brief A time-stamp token (RFC 3161) over data; the selector is its digest algorithm (GM/T 0006), 0 the
+ * provider's own choice.
+ */
 inline Bytes time_stamp(ByteView data, uint32_t selector = 0) {
   return detail::fetch(VELM_SOF_NAMED(SOF_Ext_GM_Tsp_SealTimeStamp), detail::kAsk, selector, data.data(),
                        data.size());

@@ -994,7 +994,7 @@ VELM_SOF_API uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(
  * @brief Makes a signed message (PKCS#7, or the SM2 form of GM/T 0010) over a file.
  *
  * The signer certificate's key chooses form and digest: SM2 takes SM3; RSA takes SHA-1 for a 1024-bit key and
- * SHA-256 otherwise (on Windows 5.1 with service pack 2, a container whose name contains "PFX_" takes SHA-1).
+ * SHA-256 otherwise.
  * The file is taken as base64 text and decoded first if SOF_SetSignMethod() was last called with 16, or
  * SOF_SetEncryptMethod() with bit 0x10 set; the later of the two calls decides. Files reach up to 2 GiB and
  * are read whole.
@@ -1572,7 +1572,8 @@ VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_GetTime(
  *
  * @warning Answers #SOR_OK also when the provider cannot be opened, and then writes nothing. A caller whose
  *   buffer size never equals the stamp's can tell by *pulStampRespLen, which stays as it was.
- * @param[in] ulSelector What to stamp; its values are the provider's.
+ * @param[in] ulSelector Digest algorithm of GM/T 0006 that the time stamp covers the data with (1 SM3,
+ *   2 SHA-1, 4 SHA-256), as the signature provider defines it; with the software token 0 stands for SM3.
  * @param[in] pucInData Data to stamp.
  * @param[in] ulInDataLen Length of pucInData in bytes.
  * @param[out] pucStampResp The time stamp; null for the size query.
@@ -1891,8 +1892,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetSeaInfo(
 /**
  * @brief Parses a seal; not supported.
  *
- * Arguments are ignored, so callers may pass any. The same function as SOF_Ext_ParseSealInfo(), at the same
- * address.
+ * Takes no parameters. The same function as SOF_Ext_ParseSealInfo(), at the same address.
  * @retval SOR_NOTSUPPORTYETERR Always.
  * @par Thread safety
  * Any thread, several calls at once.
@@ -1903,8 +1903,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetSealInfoEPoint(
 /**
  * @brief Parses a seal; not supported.
  *
- * Arguments are ignored, so callers may pass any. The same function as SOF_Ext_GetSealInfoEPoint(), at the
- * same address.
+ * Takes no parameters. The same function as SOF_Ext_GetSealInfoEPoint(), at the same address.
  * @retval SOR_NOTSUPPORTYETERR Always.
  * @par Thread safety
  * Any thread, several calls at once.

@@ -537,7 +537,8 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_GetTime(
 /**
  * @brief Fetches a time stamp for data.
  * @param[in] application Application handle.
- * @param[in] selector What to stamp; its values are the module's.
+ * @param[in] selector Digest algorithm (GM/T 0006) that the stamp covers the data with; 0 for the module's
+ *   own choice.
  * @param[in] data Data to stamp.
  * @param[in] data_length Length of data.
  * @param[out] stamp The time stamp; null for the size query.

@@ -62,7 +62,7 @@ FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) 
   return certificate;
 }
 
-// Windows 5.1 knows SHA-256 from service pack 3 on. A version that cannot be read is none of that kind.
+// Sic: SHA-1 is required on version 5.1 with service pack 2 alone. No supported Windows reports that version.
 bool is_windows_without_sha256() {
   OSVERSIONINFOEXW version{};
   version.dwOSVersionInfoSize = sizeof version;

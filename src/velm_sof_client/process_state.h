@@ -19,4 +19,7 @@ struct ProcessState {
 
 inline constinit ProcessState process_state;
 
+// Format in which user data goes to the service: 2, base64. Nothing changes it.
+inline constinit const uint32_t g_multiUserInDataFmt = 2;
+
 }  // namespace velm

@@ -70,7 +70,7 @@ uint32_t transform_file(const FileDirection& direction, uint32_t ulSymmAlg, cons
                         uint32_t ulIVLen, const uint8_t* pbSymmKey, uint32_t ulSymmKeyLen,
                         const char* pszInFilePath, const char* pszOutFilePath) {
   return exported_call([&] {
-    // The label of the key length is that of the length before it.
+    // Sic: the line prints `ulIVLen` twice, the second time for the key length.
     LOG_ENTRY("%s ulSymmAlg=0x%08X ulIVLen=%u ulIVLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n",
               direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_NULL(pszInFilePath),
               or_NULL(pszOutFilePath));

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string_view>
 
+#include "velm_sof_client/process_state.h"
 #include "velm_sof_client/service_call.h"
 
 using namespace velm;
@@ -21,8 +22,6 @@ uint32_t SOF_Ext_ReadUsrDataFile(const char* pszContainerName, uint32_t ulFileTy
 
 namespace {
 
-constexpr uint32_t kMultiUserInputFormat = 2;  // data goes to the service as base64
-
 // The PIN, which ends at its first zero byte or at its length.
 std::string_view pin_text(const uint8_t* pin, uint32_t length) {
   const auto* text = reinterpret_cast<const char*>(pin);
@@ -38,7 +37,7 @@ uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* p
     LOG_ENTRY(
         "SOF_Ext_WriteUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulWriteLen=%u "
         "g_multiUserInDataFmt=%u\n",
-        or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, kMultiUserInputFormat);
+        or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, g_multiUserInDataFmt);
 
     JsonCall call{"SOF_Ext_WriteUsrDataFile", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Pin":"%s","FileType":%u,"FileIndex":%u,"Offset":%u,)"
