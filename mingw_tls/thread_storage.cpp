@@ -1,8 +1,7 @@
 // The compiler reaches thread-local variables, the exception state of the C++ runtime among them, through
-// __emutls_get_address. The compiler's own version is built on its POSIX threads, which keep blocks, handles
-// and a thread slot of the system for ever when a DLL is unloaded. This one lies in a fiber-local slot, whose
-// values the system gives back for every thread that ends and, when the slot is freed, for all threads at
-// once.
+// __emutls_get_address. The compiler's own version uses its POSIX threads, which keep memory, handles and a
+// thread slot when a DLL is unloaded. This one uses a fiber-local slot: the system releases its values when a
+// thread ends and, when the slot is freed, those of all threads.
 #include "mingw_tls/thread_storage.h"
 
 #include <windows.h>
@@ -10,56 +9,36 @@
 #include <atomic>
 #include <cstdlib>
 
-namespace __gnu_cxx {
-
-// Gives back the memory that the C++ runtime holds for exceptions when there is none left; declared in no
-// header.
-void __freeres();
-
-}  // namespace __gnu_cxx
+#include "mingw_tls/thread_block.h"
 
 namespace velm {
+namespace mingw_tls {
 namespace {
 
-// A thread-local variable as the compiler describes it.
+// A thread-local variable as the compiler describes it. cmake/check_mingw_dll.py reads the same fields
+// at build time and refuses what place() would.
 struct Variable {
   size_t size;
   size_t alignment;
-  std::atomic<size_t> end;    // where it ends in each thread's storage; 0: it has no place yet
+  std::atomic<size_t> end;    // offset behind the variable in each thread's block; 0: not placed yet
   const void* initial_value;  // null: zeros
 };
-
-// A thread's storage is one block of zeros that holds all variables, so that a thread which has it will never
-// lack memory for one of them.
-constexpr size_t kStorageBytes = 128;
-constexpr size_t kAlignment = 16;
 
 constinit DWORD slot = FLS_OUT_OF_INDEXES;
 constinit SRWLOCK placing = SRWLOCK_INIT;
 constinit size_t placed_bytes = 0;
 
-void WINAPI release(void* storage) { std::free(storage); }
+void WINAPI release(void* block) { std::free(block); }
 
-// Null when memory runs out.
-void* storage_of_this_thread() {
-  void* storage = FlsGetValue(slot);
-  if (storage) return storage;
-  storage = std::calloc(1, kStorageBytes);
-  if (storage && !FlsSetValue(slot, storage)) {
-    std::free(storage);
-    return nullptr;
-  }
-  return storage;
-}
-
-// Gives the variable its place. The few of the C++ runtime, which are zeros at first, have room; a DLL with
-// others does not get past its first use of them.
+// Assigns the variable its offset.
 size_t place(Variable& variable, size_t room) {
   AcquireSRWLockExclusive(&placing);
   size_t end = variable.end.load();
   if (end == 0) {
     end = placed_bytes += room;
-    if (variable.initial_value || variable.alignment > kAlignment || end > kStorageBytes) std::abort();
+    if (variable.initial_value || variable.alignment > kAlignment || end > sizeof ThreadBlock::variables) {
+      std::abort();
+    }
     variable.end.store(end);
   }
   ReleaseSRWLockExclusive(&placing);
@@ -74,22 +53,34 @@ size_t offset_of(Variable& variable) {
 
 }  // namespace
 
-bool open_thread_storage() {
-  slot = FlsAlloc(release);
-  return slot != FLS_OUT_OF_INDEXES;
+ThreadBlock* block_of_this_thread() {
+  if (slot == FLS_OUT_OF_INDEXES) return nullptr;
+  void* block = FlsGetValue(slot);
+  if (!block) {
+    block = std::calloc(1, sizeof(ThreadBlock));
+    if (block && !FlsSetValue(slot, block)) {
+      std::free(block);
+      return nullptr;
+    }
+  }
+  return static_cast<ThreadBlock*>(block);
 }
 
-bool prepare_thread() { return storage_of_this_thread() != nullptr; }
+}  // namespace mingw_tls
+
+void open_thread_storage() { mingw_tls::slot = FlsAlloc(mingw_tls::release); }
+
+bool prepare_thread() { return mingw_tls::block_of_this_thread() != nullptr; }
 
 void close_thread_storage() {
-  FlsFree(slot);
-  __gnu_cxx::__freeres();
+  if (mingw_tls::slot != FLS_OUT_OF_INDEXES) FlsFree(mingw_tls::slot);
+  mingw_tls::slot = FLS_OUT_OF_INDEXES;
 }
 
 }  // namespace velm
 
-extern "C" void* __emutls_get_address(velm::Variable* variable) {
-  void* storage = velm::storage_of_this_thread();
-  if (!storage) std::abort();
-  return static_cast<char*>(storage) + velm::offset_of(*variable);
+extern "C" void* __emutls_get_address(velm::mingw_tls::Variable* variable) {
+  auto* block = velm::mingw_tls::block_of_this_thread();
+  if (!block) std::abort();  // no caller: see prepare_thread()
+  return block->variables + velm::mingw_tls::offset_of(*variable);
 }

@@ -1,19 +1,32 @@
-// What the C++ runtime keeps for a DLL that has it linked in, and gives back when the DLL is unloaded. A DLL
-// of this project calls both functions from its entry point; nothing may be thrown before the first or after
-// the second.
+// Thread-local storage of a DLL built with mingw: one block for each thread, which holds the DLL's
+// thread-local variables and the memory in which the thread can throw when the heap is exhausted. The system
+// releases the blocks when their threads end and when the DLL is unloaded.
+//
+// A DLL calls open and close from its entry point, and prepare_thread() at the start of every exported
+// function and entry point code that may throw. After that the thread can throw and use its thread-local
+// variables without allocating.
 #pragma once
 
 namespace velm {
 
-// At process attach. False when the system has no slot left; the DLL cannot be loaded then.
-bool open_thread_storage();
+#ifdef _WIN32
 
-// Gives this thread what it needs to throw, unless it has it. False when memory runs out: a throw would end
-// the process then.
+// At process attach, before anything else. Without a free slot of the system the DLL still loads, but
+// prepare_thread() fails on every thread.
+void open_thread_storage();
+
+// Allocates the calling thread's block unless it has one. False when memory or the slot is missing: code that
+// throws or uses a thread-local variable would end the process.
 bool prepare_thread();
 
-// At process detach, and only when the DLL is unloaded: at the end of the process the system takes everything
-// back.
+// At process detach, but not at the end of the process. Nothing may be thrown afterwards.
 void close_thread_storage();
+
+#else
+
+// Elsewhere the system provides thread-local storage.
+inline bool prepare_thread() { return true; }
+
+#endif
 
 }  // namespace velm

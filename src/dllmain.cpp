@@ -15,20 +15,23 @@ namespace {
 constinit log::Unit unit{R"(..\..\src\dllmain)"};
 
 void attach(HINSTANCE module) {
-  log::create_directories();
+  // Without storage for this thread the library still loads; only its folders and its line are missing.
+  const bool can_log = prepare_thread();
+  if (can_log) log::create_directories();
   log::configuration.field_mask = log::kMaskFromLoad;
   if (_waccess(L"c:\\velm_log", 0) == 0) log::configuration.threshold = log::kVerbose;
   std::strcpy(log::configuration.module_tag, "SOF");
   DisableThreadLibraryCalls(module);
-  log::write(unit, log::kInformation, __LINE__, "DllMain->Process attach.\n");
+  if (can_log) log::write(unit, log::kInformation, __LINE__, "DllMain->Process attach.\n");
 }
 
 void detach() {
-  log::write(unit, log::kInformation, __LINE__, "DllMain->Process detach.\n");
+  const bool can_log = prepare_thread();
+  if (can_log) log::write(unit, log::kInformation, __LINE__, "DllMain->Process detach.\n");
   void* handle = g_hAppHandle.exchange(nullptr);
   if (!handle) return;
   const uint32_t result = SAF_Finalize(handle);
-  if (result != 0) {
+  if (result != 0 && can_log) {
     log::write(unit, log::kError, __LINE__, "DllMain -> SAF_Finalize, saf_rv = 0x%08X \n", result);
   }
 }
@@ -39,7 +42,7 @@ void detach() {
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_ends) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:
-      if (!velm::open_thread_storage()) return FALSE;
+      velm::open_thread_storage();
       velm::attach(module);
       return TRUE;
     case DLL_PROCESS_DETACH:

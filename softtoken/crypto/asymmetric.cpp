@@ -6,8 +6,8 @@ namespace velm::token {
 namespace {
 
 KeyContext context_for(EVP_PKEY* key, int (*start)(EVP_PKEY_CTX*)) {
-  KeyContext context(EVP_PKEY_CTX_new(key, nullptr));
-  const bool ready = context && start(context.get()) == 1 &&
+  KeyContext context(allocated(EVP_PKEY_CTX_new(key, nullptr)));
+  const bool ready = start(context.get()) == 1 &&
                      (kind_of(key) == KeyKind::sm2 ||
                       EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1);
   require(ready, kUnknownError);

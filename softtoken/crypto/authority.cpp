@@ -43,7 +43,7 @@ void sign_certificate(X509* certificate, EVP_PKEY* issuer_key) {
 
 // A certificate with all that certificates of the authority and its own have in common.
 Certificate start_certificate(EVP_PKEY* subject_key, time_t not_before, time_t not_after) {
-  Certificate certificate(X509_new());
+  Certificate certificate(allocated(X509_new()));
   X509* c = certificate.get();
   require(c != nullptr, kUnknownError);
   set_random_serial(c);
@@ -113,11 +113,11 @@ Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
 }
 
 void validate_chain(X509* certificate, std::span<const Certificate> roots) {
-  const CertificateStore trusted(X509_STORE_new());
+  const CertificateStore trusted(allocated(X509_STORE_new()));
   for (const Certificate& root : roots)
     require(X509_STORE_add_cert(trusted.get(), root.get()) == 1, kUnknownError);
-  const CertificateStoreContext context(X509_STORE_CTX_new());
-  require(context && X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1,
+  const CertificateStoreContext context(allocated(X509_STORE_CTX_new()));
+  require(X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1,
           kUnknownError);
   if (X509_verify_cert(context.get()) == 1) return;
   require(false, code_of_verification(X509_STORE_CTX_get_error(context.get())));

@@ -19,7 +19,7 @@ std::string text_of(BIO* bio) {
 }
 
 std::string name_text(const X509_NAME* name) {
-  const Bio bio(BIO_new(BIO_s_mem()));
+  const Bio bio(allocated(BIO_new(BIO_s_mem())));
   const unsigned long flags = (XN_FLAG_ONELINE &
                                ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ));
   require(X509_NAME_print_ex(bio.get(), name, 0, flags) >= 0, kCertificateFormat);
@@ -53,14 +53,15 @@ std::string time_text(const ASN1_TIME* time) {
 std::string serial_text(const X509* certificate) {
   const Number number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
   require(number != nullptr, kCertificateFormat);
-  const Handle<char, [](char* memory) { OPENSSL_free(memory); }> digits(BN_bn2hex(number.get()));
+  const Handle<char, [](char* memory) { OPENSSL_free(memory); }> digits(
+      allocated(BN_bn2hex(number.get())));
   return digits.get();
 }
 
 std::string extension_text(const X509* certificate, int nid) {
   const int index = X509_get_ext_by_NID(certificate, nid, -1);
   require(index >= 0, kOidNotFound);
-  const Bio bio(BIO_new(BIO_s_mem()));
+  const Bio bio(allocated(BIO_new(BIO_s_mem())));
   require(X509V3_EXT_print(bio.get(), X509_get_ext(certificate, index), 0, 0) == 1, kCertificateFormat);
   return text_of(bio.get());
 }
@@ -148,8 +149,8 @@ std::optional<std::string> string_value(const ASN1_OCTET_STRING* value) {
 
 // What an SM2 issuer signed covers its ID too.
 void set_issuer_id(X509* certificate) {
-  OctetString id(ASN1_OCTET_STRING_new());
-  set_bytes(require_pointer(id.get(), kUnknownError), as_bytes(kDefaultSignerId));
+  OctetString id(allocated(ASN1_OCTET_STRING_new()));
+  set_bytes(id.get(), as_bytes(kDefaultSignerId));
   X509_set0_distinguishing_id(certificate, id.release());
 }
 

@@ -31,14 +31,18 @@ bool is_object(const ASN1_OBJECT* object, const char* oid) {
   return OBJ_cmp(object, object_of(oid).get()) == 0;
 }
 
+void set_algorithm(X509_ALGOR* target, Object algorithm, ErrorCode code) {
+  require(algorithm && X509_ALGOR_set0(target, algorithm.get(), V_ASN1_NULL, nullptr) == 1, code);
+  algorithm.release();
+}
+
 Bytes wrap_content(const char* type, ByteView content_der) {
-  const ContentInfoHandle info(reinterpret_cast<ContentInfo*>(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo))));
-  require(info != nullptr, kUnknownError);
+  const ContentInfoHandle info(
+      reinterpret_cast<ContentInfo*>(allocated(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo)))));
   Object wanted = object_of(type);
   ASN1_OBJECT_free(info->type);
   info->type = wanted.release();
-  ASN1_STRING* sequence = ASN1_STRING_type_new(V_ASN1_SEQUENCE);
-  require(sequence != nullptr, kUnknownError);
+  ASN1_STRING* sequence = allocated(ASN1_STRING_type_new(V_ASN1_SEQUENCE));
   ASN1_TYPE_set(info->content, V_ASN1_SEQUENCE, sequence);
   set_bytes(sequence, content_der);
   return der_of<const ContentInfo>(

@@ -6,6 +6,8 @@ namespace velm::token {
 
 Object object_of(const char* oid);
 bool is_object(const ASN1_OBJECT* object, const char* oid);
+/** An algorithm with NULL as its parameter; throws `code` on failure. */
+void set_algorithm(X509_ALGOR* target, Object algorithm, ErrorCode code);
 
 /** ContentInfo around the DER of its content. */
 Bytes wrap_content(const char* type, ByteView content_der);

@@ -15,12 +15,11 @@ long version_for(EVP_PKEY* key) { return kind_of(key) == KeyKind::rsa ? kPkcs7Ve
 
 void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, ByteView content_key) {
   const MessageTypes& types = types_for(kind_of(key));
-  Handle<PKCS7_RECIP_INFO, PKCS7_RECIP_INFO_free> recipient(PKCS7_RECIP_INFO_new());
-  require(recipient && ASN1_INTEGER_set(recipient->version, version_for(key)) == 1 &&
-              set_issuer_and_serial(recipient->issuer_and_serial, certificate) &&
-              X509_ALGOR_set0(recipient->key_enc_algor, object_of(types.encryption_algorithm).release(),
-                              V_ASN1_NULL, nullptr) == 1,
+  Handle<PKCS7_RECIP_INFO, PKCS7_RECIP_INFO_free> recipient(allocated(PKCS7_RECIP_INFO_new()));
+  require(ASN1_INTEGER_set(recipient->version, version_for(key)) == 1 &&
+              set_issuer_and_serial(recipient->issuer_and_serial, certificate),
           kEncryptFailed);
+  set_algorithm(recipient->key_enc_algor, object_of(types.encryption_algorithm), kEncryptFailed);
   set_bytes(recipient->enc_key, encrypt_with_key(key, content_key));
   require(sk_PKCS7_RECIP_INFO_push(envelope->recipientinfo, recipient.get()) > 0, kEncryptFailed);
   recipient.release();
@@ -28,8 +27,7 @@ void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, B
 
 // The cipher's object identifier and, as its parameter, the IV.
 void set_cipher(X509_ALGOR* algorithm, const EVP_CIPHER* cipher, ByteView iv) {
-  OctetString parameter(ASN1_OCTET_STRING_new());
-  require(parameter != nullptr, kEncryptFailed);
+  OctetString parameter(allocated(ASN1_OCTET_STRING_new()));
   set_bytes(parameter.get(), iv);
   const int set = X509_ALGOR_set0(
       algorithm, OBJ_nid2obj(EVP_CIPHER_get_type(cipher)), V_ASN1_OCTET_STRING, parameter.get());
@@ -38,7 +36,7 @@ void set_cipher(X509_ALGOR* algorithm, const EVP_CIPHER* cipher, ByteView iv) {
 }
 
 Bytes encrypt_content(const EVP_CIPHER* cipher, ByteView key, ByteView iv, ByteView plain) {
-  const CipherContext context(EVP_CIPHER_CTX_new());
+  const CipherContext context(allocated(EVP_CIPHER_CTX_new()));
   Bytes out(plain.size() + static_cast<size_t>(EVP_CIPHER_get_block_size(cipher)));
   int length = 0;
   int last = 0;
@@ -55,7 +53,7 @@ SecretBytes decrypt_content(const X509_ALGOR* algorithm, ByteView key, ByteView 
   const EVP_CIPHER* cipher = EVP_get_cipherbyobj(algorithm->algorithm);
   require(cipher != nullptr, kAlgorithmUnsupported);
   require(key.size() == static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)), kEnvelopeOpenFailed);
-  const CipherContext context(EVP_CIPHER_CTX_new());
+  const CipherContext context(allocated(EVP_CIPHER_CTX_new()));
   SecretBytes out(encrypted.size() + static_cast<size_t>(EVP_CIPHER_get_block_size(cipher)));
   int length = 0;
   int last = 0;
@@ -99,15 +97,15 @@ Bytes make_envelope(X509* recipient, ByteView plain) {
               RAND_bytes(iv.data(), static_cast<int>(iv.size())) == 1,
           kRandomFailed);
 
-  const Pkcs7Envelope envelope(PKCS7_ENVELOPE_new());
-  require(envelope && ASN1_INTEGER_set(envelope->version, version_for(key.get())) == 1, kEncryptFailed);
+  const Pkcs7Envelope envelope(allocated(PKCS7_ENVELOPE_new()));
+  require(ASN1_INTEGER_set(envelope->version, version_for(key.get())) == 1, kEncryptFailed);
   add_recipient(envelope.get(), recipient, key.get(), content_key);
   PKCS7_ENC_CONTENT* content = envelope->enc_data;
   Object data_type = object_of(types.data);
   ASN1_OBJECT_free(content->content_type);
   content->content_type = data_type.release();
   set_cipher(content->algorithm, cipher, iv);
-  content->enc_data = require_pointer(ASN1_OCTET_STRING_new(), kEncryptFailed);
+  content->enc_data = allocated(ASN1_OCTET_STRING_new());
   set_bytes(content->enc_data, encrypt_content(cipher, content_key, iv, plain));
   return wrap_content(types.enveloped_data, der_of<const PKCS7_ENVELOPE>(i2d_PKCS7_ENVELOPE, envelope.get()));
 }

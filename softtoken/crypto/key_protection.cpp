@@ -34,7 +34,7 @@ Bytes wrap(ByteView key, std::string_view purpose, ByteView plain) {
   uint8_t* const nonce = block.data();
   uint8_t* const cipher = nonce + kNonceSize;
   require(RAND_bytes(nonce, kNonceSize) == 1, kRandomFailed);
-  const CipherContext context(EVP_CIPHER_CTX_new());
+  const CipherContext context(allocated(EVP_CIPHER_CTX_new()));
   const ByteView name = as_bytes(purpose);
   int length = 0;
   const bool done =
@@ -52,7 +52,7 @@ SecretBytes unwrap(ByteView key, std::string_view purpose, ByteView block) {
   const ByteView cipher = block.subspan(kNonceSize, block.size() - kNonceSize - kTagSize);
   Bytes tag = copy_of(block.last(kTagSize));
   SecretBytes plain(cipher.size() + 1);
-  const CipherContext context(EVP_CIPHER_CTX_new());
+  const CipherContext context(allocated(EVP_CIPHER_CTX_new()));
   const ByteView name = as_bytes(purpose);
   int length = 0;
   const bool done =

@@ -16,7 +16,7 @@ Key sm2_key_from_point(ByteView point) {
                              OSSL_PARAM_construct_octet_string(
                                  OSSL_PKEY_PARAM_PUB_KEY, const_cast<uint8_t*>(point.data()), point.size()),
                              OSSL_PARAM_construct_end()};
-  const KeyContext context(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr));
+  const KeyContext context(allocated(EVP_PKEY_CTX_new_from_name(nullptr, "SM2", nullptr)));
   EVP_PKEY* key = nullptr;
   const bool made = EVP_PKEY_fromdata_init(context.get()) == 1 &&
                     EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters) == 1;
@@ -62,7 +62,7 @@ SecretBytes private_key_der(const EVP_PKEY* key) {
   require(length > 0, kUnknownError);
   SecretBytes der(static_cast<size_t>(length));
   uint8_t* end = der.data();
-  i2d_PKCS8_PRIV_KEY_INFO(info.get(), &end);
+  require(i2d_PKCS8_PRIV_KEY_INFO(info.get(), &end) == length, kUnknownError);
   return der;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <new>
 
 #include <openssl/bio.h>
 #include <openssl/evp.h>
@@ -43,6 +44,13 @@ using Pkcs7Signed = Handle<PKCS7_SIGNED, PKCS7_SIGNED_free>;
 /** Leaves with a result code unless something holds; what OpenSSL noted about a failure is forgotten. */
 void require(bool holds, ErrorCode code);
 
+/** A new object of OpenSSL; throws std::bad_alloc when there is none. */
+template <typename T>
+T* allocated(T* object) {
+  if (object == nullptr) throw std::bad_alloc();
+  return object;
+}
+
 template <typename T>
 T* require_pointer(T* pointer, ErrorCode code) {
   require(pointer != nullptr, code);
@@ -60,7 +68,7 @@ Bytes der_of(Encoder encode, T* object, ErrorCode code = kUnknownError) {
   require(length > 0, code);
   Bytes der(static_cast<size_t>(length));
   uint8_t* end = der.data();
-  encode(object, &end);
+  require(encode(object, &end) == length, code);
   return der;
 }
 

@@ -12,21 +12,17 @@ namespace velm::token {
 namespace {
 
 using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
+using Time = Handle<ASN1_TIME, ASN1_TIME_free>;
 using SignerInfo = Handle<PKCS7_SIGNER_INFO, PKCS7_SIGNER_INFO_free>;
 using SigningCertificate = Handle<ESS_SIGNING_CERT_V2, ESS_SIGNING_CERT_V2_free>;
 
 OctetString octets(ByteView bytes) {
-  OctetString string(ASN1_OCTET_STRING_new());
-  require(string != nullptr, kUnknownError);
+  OctetString string(allocated(ASN1_OCTET_STRING_new()));
   set_bytes(string.get(), bytes);
   return string;
 }
 
-void set_algorithm(X509_ALGOR* target, ASN1_OBJECT* object) {
-  require(object != nullptr && X509_ALGOR_set0(target, object, V_ASN1_NULL, nullptr) == 1, kUnknownError);
-}
-
-ASN1_OBJECT* digest_object(DigestId digest) { return OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))); }
+Object digest_object(DigestId digest) { return Object(OBJ_nid2obj(EVP_MD_get_type(digest_of(digest)))); }
 
 // The content of PKCS#7 has a place of its own; that of any other type lies in the general one.
 void set_content(PKCS7* contents, const char* type, const ByteView* content) {
@@ -37,8 +33,9 @@ void set_content(PKCS7* contents, const char* type, const ByteView* content) {
   if (OBJ_obj2nid(contents->type) == NID_pkcs7_data) {
     contents->d.data = octets(*content).release();
   } else {
-    contents->d.other = require_pointer(ASN1_TYPE_new(), kUnknownError);
-    ASN1_TYPE_set(contents->d.other, V_ASN1_OCTET_STRING, octets(*content).release());
+    OctetString string = octets(*content);
+    contents->d.other = allocated(ASN1_TYPE_new());
+    ASN1_TYPE_set(contents->d.other, V_ASN1_OCTET_STRING, string.release());
   }
 }
 
@@ -55,23 +52,24 @@ std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
   return copy_of(view_of(contents->d.other->value.octet_string));
 }
 
-void add_attribute(PKCS7_SIGNER_INFO* signer, int nid, int type, void* value) {
-  require(value != nullptr && PKCS7_add_signed_attribute(signer, nid, type, value) == 1, kUnknownError);
+template <typename Value>
+void add_attribute(PKCS7_SIGNER_INFO* signer, int nid, int type, Value value) {
+  require(value && PKCS7_add_signed_attribute(signer, nid, type, value.get()) == 1, kUnknownError);
+  value.release();
 }
 
 void add_certificate_attribute(PKCS7_SIGNER_INFO* signer, X509* certificate, DigestId digest) {
   const SigningCertificate name(
-      OSSL_ESS_signing_cert_v2_new_init(digest_of(digest), certificate, nullptr, 0));
-  require(name != nullptr, kUnknownError);
-  OctetString sequence = octets(der_of<const ESS_SIGNING_CERT_V2>(i2d_ESS_SIGNING_CERT_V2, name.get()));
-  add_attribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE, sequence.release());
+      allocated(OSSL_ESS_signing_cert_v2_new_init(digest_of(digest), certificate, nullptr, 0)));
+  add_attribute(signer, NID_id_smime_aa_signingCertificateV2, V_ASN1_SEQUENCE,
+                octets(der_of<const ESS_SIGNING_CERT_V2>(i2d_ESS_SIGNING_CERT_V2, name.get())));
 }
 
 void add_attributes(PKCS7_SIGNER_INFO* signer, const SignedMessageOrder& order, const char* content_type) {
-  add_attribute(signer, NID_pkcs9_contentType, V_ASN1_OBJECT, object_of(content_type).release());
-  add_attribute(signer, NID_pkcs9_signingTime, V_ASN1_UTCTIME, X509_gmtime_adj(nullptr, 0));
+  add_attribute(signer, NID_pkcs9_contentType, V_ASN1_OBJECT, object_of(content_type));
+  add_attribute(signer, NID_pkcs9_signingTime, V_ASN1_UTCTIME, Time(X509_gmtime_adj(nullptr, 0)));
   add_attribute(signer, NID_pkcs9_messageDigest, V_ASN1_OCTET_STRING,
-                octets(hash(order.digest, order.content)).release());
+                octets(hash(order.digest, order.content)));
   if (order.time_stamp) add_certificate_attribute(signer, order.signer, order.digest);
 }
 
@@ -83,12 +81,12 @@ Bytes attributes_der(const PKCS7_SIGNER_INFO* signer, const ASN1_ITEM* form) {
 }
 
 SignerInfo make_signer(const SignedMessageOrder& order, const MessageTypes& types, const DataSigner& sign) {
-  SignerInfo signer(PKCS7_SIGNER_INFO_new());
-  require(signer && ASN1_INTEGER_set(signer->version, 1) == 1 &&
+  SignerInfo signer(allocated(PKCS7_SIGNER_INFO_new()));
+  require(ASN1_INTEGER_set(signer->version, 1) == 1 &&
               set_issuer_and_serial(signer->issuer_and_serial, order.signer),
           kUnknownError);
-  set_algorithm(signer->digest_alg, digest_object(order.digest));
-  set_algorithm(signer->digest_enc_alg, object_of(types.signature_algorithm).release());
+  set_algorithm(signer->digest_alg, digest_object(order.digest), kUnknownError);
+  set_algorithm(signer->digest_enc_alg, object_of(types.signature_algorithm), kUnknownError);
   if (order.attributes) {
     add_attributes(signer.get(), order, types.data);
     set_bytes(signer->enc_digest, sign(attributes_der(signer.get(), ASN1_ITEM_rptr(PKCS7_ATTR_SIGN))));
@@ -99,15 +97,14 @@ SignerInfo make_signer(const SignedMessageOrder& order, const MessageTypes& type
 }
 
 void add_certificate(PKCS7_SIGNED* message, X509* certificate) {
-  message->cert = require_pointer(sk_X509_new_null(), kUnknownError);
+  message->cert = allocated(sk_X509_new_null());
   require(sk_X509_push(message->cert, certificate) > 0, kUnknownError);
   X509_up_ref(certificate);
 }
 
 void add_digest(PKCS7_SIGNED* message, DigestId digest) {
-  Algorithm algorithm(X509_ALGOR_new());
-  require(algorithm != nullptr, kUnknownError);
-  set_algorithm(algorithm.get(), digest_object(digest));
+  Algorithm algorithm(allocated(X509_ALGOR_new()));
+  set_algorithm(algorithm.get(), digest_object(digest), kUnknownError);
   require(sk_X509_ALGOR_push(message->md_algs, algorithm.get()) > 0, kUnknownError);
   algorithm.release();
 }
@@ -133,9 +130,9 @@ void read_attributes(const PKCS7_SIGNER_INFO* signer, SignedMessage& message) {
 Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign) {
   const MessageTypes& types =
       order.time_stamp ? kTimeStampTypes : types_for(kind_of(key_of(order.signer).get()));
-  const Pkcs7Signed message(PKCS7_SIGNED_new());
+  const Pkcs7Signed message(allocated(PKCS7_SIGNED_new()));
   // CMS counts content of another type than plain data as a third version.
-  require(message && ASN1_INTEGER_set(message->version, order.time_stamp ? 3 : 1) == 1, kUnknownError);
+  require(ASN1_INTEGER_set(message->version, order.time_stamp ? 3 : 1) == 1, kUnknownError);
   add_digest(message.get(), order.digest);
   set_content(message->contents, types.data, order.detached ? nullptr : &order.content);
   add_certificate(message.get(), order.signer);

@@ -17,8 +17,8 @@ bool set_signer_id(EVP_PKEY* key, EVP_PKEY_CTX* context) {
 KeyContext hash_context(EVP_PKEY* key, DigestId digest, ByteView hash, int (*start)(EVP_PKEY_CTX*)) {
   require_fitting(key, digest);
   require(hash.size() == static_cast<size_t>(EVP_MD_get_size(digest_of(digest))), kBadLength);
-  KeyContext context(EVP_PKEY_CTX_new(key, nullptr));
-  const bool ready = context && start(context.get()) == 1 &&
+  KeyContext context(allocated(EVP_PKEY_CTX_new(key, nullptr)));
+  const bool ready = start(context.get()) == 1 &&
                      (kind_of(key) == KeyKind::sm2 ||
                       (EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1 &&
                        EVP_PKEY_CTX_set_signature_md(context.get(), digest_of(digest)) == 1));
@@ -63,10 +63,9 @@ Bytes hash(DigestId id, ByteView data) {
 
 DigestContext start_signing(EVP_PKEY* key, DigestId digest) {
   require_fitting(key, digest);
-  DigestContext context(EVP_MD_CTX_new());
+  DigestContext context(allocated(EVP_MD_CTX_new()));
   EVP_PKEY_CTX* key_context = nullptr;
-  const bool ready = context &&
-                     EVP_DigestSignInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
+  const bool ready = EVP_DigestSignInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
                      set_signer_id(key, key_context);
   require(ready, kSignFailed);
   return context;
@@ -84,10 +83,10 @@ Bytes sign_data(EVP_PKEY* key, DigestId digest, ByteView data) {
 
 void verify_data(EVP_PKEY* key, DigestId digest, ByteView data, ByteView signature) {
   require_fitting(key, digest);
-  const DigestContext context(EVP_MD_CTX_new());
+  const DigestContext context(allocated(EVP_MD_CTX_new()));
   EVP_PKEY_CTX* key_context = nullptr;
   const bool valid =
-      context && EVP_DigestVerifyInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
+      EVP_DigestVerifyInit(context.get(), &key_context, digest_of(digest), nullptr, key) == 1 &&
       set_signer_id(key, key_context) &&
       EVP_DigestVerify(context.get(), signature.data(), signature.size(), data.data(), data.size()) == 1;
   require(valid, kVerifyFailed);

@@ -55,7 +55,7 @@ SymmetricAlgorithm symmetric_algorithm(uint32_t identifier) {
 
 SymmetricOperation::SymmetricOperation(
     const EVP_CIPHER* cipher, Direction direction, ByteView key, ByteView iv)
-    : context_(EVP_CIPHER_CTX_new()) {
+    : context_(allocated(EVP_CIPHER_CTX_new())) {
   require(key.size() == static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)), kBadLength);
   const auto iv_length = static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher));
   require(iv_length == 0 || iv.size() == iv_length, kBadLength);

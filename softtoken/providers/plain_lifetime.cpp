@@ -2,9 +2,9 @@
 
 #include "mingw_tls/thread_storage.h"
 
-// Of a module that holds nothing but its C++ runtime.
+// A module that keeps nothing but its thread storage.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
-  if (reason == DLL_PROCESS_ATTACH) return velm::open_thread_storage();
+  if (reason == DLL_PROCESS_ATTACH) velm::open_thread_storage();
   if (reason == DLL_PROCESS_DETACH && process_ends == nullptr) velm::close_thread_storage();
   return TRUE;
 }

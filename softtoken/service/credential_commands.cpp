@@ -21,7 +21,7 @@ SecretBytes read_file(const std::filesystem::path& file) {
 }
 
 Bio memory(const SecretBytes& bytes) {
-  return Bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
+  return Bio(allocated(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size()))));
 }
 
 Credential from_pkcs12(PKCS12* container, const std::string& password) {
@@ -76,7 +76,7 @@ void export_certificate(const std::filesystem::path& file, const std::string& na
   Certificate certificate = parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate
                                                                                   : row.signing_certificate);
   if (which == WhichCertificate::authority) certificate = issuer_of(token.store(), certificate.get());
-  const Bio text(BIO_new(BIO_s_mem()));
+  const Bio text(allocated(BIO_new(BIO_s_mem())));
   require(PEM_write_bio_X509(text.get(), certificate.get()) == 1, kUnknownError);
   char* data = nullptr;
   const long length = BIO_get_mem_data(text.get(), &data);

@@ -23,7 +23,7 @@ constexpr unsigned kRsaBits = 2048;
 ASN1_INTEGER* random_serial(TS_RESP_CTX*, void*) {
   uint64_t value = 0;
   if (RAND_bytes(reinterpret_cast<uint8_t*>(&value), sizeof value) != 1) return nullptr;
-  Integer serial(ASN1_INTEGER_new());
+  Integer serial(allocated(ASN1_INTEGER_new()));
   if (!serial || ASN1_INTEGER_set_uint64(serial.get(), value >> 1) != 1) return nullptr;
   return serial.release();
 }
@@ -95,7 +95,7 @@ void prepare_time_stamp_authority(Store& store) {
 
 Bytes answer_time_stamp_query(Store& store, ByteView query) {
   const Authority authority = stamp_authority(store, KeyKind::rsa);
-  const ResponseContext context(TS_RESP_CTX_new());
+  const ResponseContext context(allocated(TS_RESP_CTX_new()));
   TS_RESP_CTX* c = context.get();
   bool ready = c != nullptr && TS_RESP_CTX_set_signer_cert(c, authority.certificate.get()) == 1 &&
                TS_RESP_CTX_set_signer_key(c, authority.key.get()) == 1 &&
@@ -108,7 +108,7 @@ Bytes answer_time_stamp_query(Store& store, ByteView query) {
   }
   require(ready, kUnknownError);
   TS_RESP_CTX_set_serial_cb(c, random_serial, nullptr);
-  const Bio bio(BIO_new_mem_buf(query.data(), static_cast<int>(query.size())));
+  const Bio bio(allocated(BIO_new_mem_buf(query.data(), static_cast<int>(query.size()))));
   require(bio != nullptr, kUnknownError);
   const Response response(TS_RESP_create_response(c, bio.get()));
   require(response != nullptr, kUnknownError);

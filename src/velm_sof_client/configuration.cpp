@@ -14,6 +14,8 @@ uint32_t SOF_Config(uint32_t uiSetType, const uint8_t* pSetVal, uint32_t uiValLe
 }
 
 uint32_t SOF_Ext_Get_Config(uint32_t uiSetType) {
-  LOG_ENTRY("SOF_Ext_Get_Config uiSetType=%u\n", uiSetType);
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_Get_Config uiSetType=%u\n", uiSetType);
+    return SOR_NOTSUPPORTYETERR;
+  });
 }

@@ -1,9 +1,13 @@
 #include <cstring>
 
-#include "velm_sof_client.h"
 #include "velm_sof_client/error_texts.h"
+#include "velm_sof_client/exported_call.h"
+
+using namespace velm;
 
 void SOF_Ext_GetErrInfo(uint32_t code, char* pszErrInfo) {
-  const char* text = velm::error_text(code);
-  if (text && pszErrInfo) std::strcpy(pszErrInfo, text);
+  exported_call([&]() noexcept {
+    const char* text = error_text(code);
+    if (text && pszErrInfo) std::strcpy(pszErrInfo, text);
+  });
 }

@@ -27,18 +27,23 @@ struct CallFailure {
 
 [[noreturn]] inline void fail(uint32_t code) { throw CallFailure{code}; }
 
-// Runs the body of an exported call. The result is what the body returns, success when it returns nothing, or
-// the code with which it failed.
+// Runs the body of an exported call. Returns what the body returns, success when it returns nothing, or the
+// code with which it failed. A body that is noexcept must not log either: it runs without the thread storage
+// that logging and throwing need, so it works when memory is exhausted.
 template <std::invocable Body>
 uint32_t exported_call(Body&& body) noexcept {
-  if (!prepare_thread()) return SOR_MEMORYERR;
-  try {
+  const auto run = [&]() noexcept(std::is_nothrow_invocable_v<Body>) -> uint32_t {
     if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
       body();
       return SOR_OK;
     } else {
       return body();
     }
+  };
+  if constexpr (std::is_nothrow_invocable_v<Body>) return run();
+  if (!prepare_thread()) return SOR_MEMORYERR;
+  try {
+    return run();
   } catch (const CallFailure& failure) {
     return failure.code;
   } catch (const std::bad_alloc&) {

@@ -116,7 +116,8 @@ uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath
 }
 
 uint32_t SOF_Ext_SetEnvelopType(uint32_t lEnvType) {
-  LOG_ENTRY("SOF_Ext_SetEnvelopType lEnvType=%u\n", lEnvType);
-  process_state.envelope_type = lEnvType;
-  return SOR_OK;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_SetEnvelopType lEnvType=%u\n", lEnvType);
+    process_state.envelope_type = lEnvType;
+  });
 }

@@ -70,9 +70,11 @@ uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWor
 
 uint32_t SOF_Ext_Login(const char* pszContainerName, uint32_t loginType, const uint8_t*,
                        uint32_t loginDataLen) {
-  LOG_ENTRY("SOF_Ext_Login->pszContainerName=[%s] loginType=%u loginDataLen=%u\n", or_NULL(pszContainerName),
-            loginType, loginDataLen);
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_Login->pszContainerName=[%s] loginType=%u loginDataLen=%u\n",
+              or_NULL(pszContainerName), loginType, loginDataLen);
+    return SOR_NOTSUPPORTYETERR;
+  });
 }
 
 uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType) {

@@ -32,4 +32,6 @@ uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, u
 }
 
 // Exported as SOF_Ext_GetSealInfoEPoint too.
-uint32_t SOF_Ext_ParseSealInfo(void) { return SOR_NOTSUPPORTYETERR; }
+uint32_t SOF_Ext_ParseSealInfo(void) {
+  return exported_call([]() noexcept { return SOR_NOTSUPPORTYETERR; });
+}

@@ -5,12 +5,15 @@
 using namespace velm;
 
 uint32_t SOF_SetEncryptMethod(int32_t lEncMethod) {
-  process_state.encrypt_method = lEncMethod;
-  process_state.detached_signature = (lEncMethod & 0x10) != 0;
-  return SOR_OK;
+  return exported_call([&]() noexcept {
+    process_state.encrypt_method = lEncMethod;
+    process_state.detached_signature = (lEncMethod & 0x10) != 0;
+  });
 }
 
-uint32_t SOF_GetEncryptMethod(void) { return static_cast<uint32_t>(process_state.encrypt_method.load()); }
+uint32_t SOF_GetEncryptMethod(void) {
+  return exported_call([]() noexcept { return static_cast<uint32_t>(process_state.encrypt_method.load()); });
+}
 
 uint32_t SOF_EncryptData(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, const uint8_t* pPlainData,
                          uint32_t uPlainDataLen, uint8_t* pEncryptedData, uint32_t* pEncryptedDataLen) {

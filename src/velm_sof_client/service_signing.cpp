@@ -5,13 +5,16 @@
 using namespace velm;
 
 uint32_t SOF_SetSignMethod(int32_t lSignMethod) {
-  LOG_ENTRY("SOF_SetSignMethod lSignMethod=0x%08X\n", lSignMethod);
-  process_state.sign_method = lSignMethod;
-  process_state.detached_signature = lSignMethod == 16;
-  return SOR_OK;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_SetSignMethod lSignMethod=0x%08X\n", lSignMethod);
+    process_state.sign_method = lSignMethod;
+    process_state.detached_signature = lSignMethod == 16;
+  });
 }
 
-uint32_t SOF_GetSignMethod(void) { return static_cast<uint32_t>(process_state.sign_method.load()); }
+uint32_t SOF_GetSignMethod(void) {
+  return exported_call([]() noexcept { return static_cast<uint32_t>(process_state.sign_method.load()); });
+}
 
 uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen,
                       uint8_t* pSignedData, uint32_t* pSignedDataLen) {

@@ -1,25 +1,36 @@
-// Calls that exist so that applications link, and that always answer "not supported".
+// Certificate and request calls that this version does not support. They are exported so that applications
+// link, write their entry line, and answer "not supported" whatever their arguments are. Five more calls are
+// not supported: SOF_Ext_Login, SOF_Ext_Get_Config, SOF_SignDataXML, and the parsing of seals under its two
+// names; they are defined with their families.
 #include "velm_sof_client/exported_call.h"
 
 using namespace velm;
 
 uint32_t SOF_Ext_ParseCertInfo(const uint8_t*, uint32_t uCertLen, uint32_t infoFlags, const char* oids) {
-  LOG_ENTRY("SOF_Ext_ParseCertInfo uCertLen=%u infoFlags=0x%08X oids=[%s]\n", uCertLen, infoFlags,
-            or_NULL(oids));
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_ParseCertInfo uCertLen=%u infoFlags=0x%08X oids=[%s]\n", uCertLen, infoFlags,
+              or_NULL(oids));
+    return SOR_NOTSUPPORTYETERR;
+  });
 }
 
 uint32_t SOF_Ext_GetCertChain(const uint8_t*, uint32_t uCertLen) {
-  LOG_ENTRY("SOF_Ext_GetCertChain uCertLen=%u\n", uCertLen);
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_GetCertChain uCertLen=%u\n", uCertLen);
+    return SOR_NOTSUPPORTYETERR;
+  });
 }
 
 uint32_t SOF_Ext_GenCSR(const char* pszContainerName) {
-  LOG_ENTRY("SOF_Ext_GenCSR, pszContainerName=[%s]\n", as_given(pszContainerName));
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_GenCSR, pszContainerName=[%s]\n", as_given(pszContainerName));
+    return SOR_NOTSUPPORTYETERR;
+  });
 }
 
 uint32_t SOF_Ext_ParseCSR(const uint8_t*, uint32_t csrDataLen) {
-  LOG_ENTRY("SOF_Ext_ParseCSR, csrDataLen=%u\n", csrDataLen);
-  return SOR_NOTSUPPORTYETERR;
+  return exported_call([&] {
+    LOG_ENTRY("SOF_Ext_ParseCSR, csrDataLen=%u\n", csrDataLen);
+    return SOR_NOTSUPPORTYETERR;
+  });
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "mingw_tls/thread_storage.h"
 #include "provider_abi/velm_common.h"
 #include "softtoken/providers/common/dialog_template.h"
 
@@ -130,13 +131,15 @@ DialogTemplate prompt_template(const PromptTexts& texts, bool has_parent) {
 
 }  // namespace
 
-int32_t vc_input_pin(uint32_t kind, uint32_t parent_window, char* pin) try {
-  if (kind != kLoginPrompt || pin == nullptr) return kFailed;
-  const HWND parent = window_of(parent_window);
-  const DialogTemplate prompt = prompt_template(texts_of_user(), parent != nullptr);
-  const INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr), prompt.get(), parent,
-                                                 answer_message, reinterpret_cast<LPARAM>(pin));
-  return result == kEntered || result == kCancelled ? static_cast<int32_t>(result) : kFailed;
-} catch (...) {
-  return kFailed;
+int32_t vc_input_pin(uint32_t kind, uint32_t parent_window, char* pin) {
+  if (kind != kLoginPrompt || pin == nullptr || !velm::prepare_thread()) return kFailed;
+  try {
+    const HWND parent = window_of(parent_window);
+    const DialogTemplate prompt = prompt_template(texts_of_user(), parent != nullptr);
+    const INT_PTR result = DialogBoxIndirectParamW(GetModuleHandleW(nullptr), prompt.get(), parent,
+                                                   answer_message, reinterpret_cast<LPARAM>(pin));
+    return result == kEntered || result == kCancelled ? static_cast<int32_t>(result) : kFailed;
+  } catch (...) {
+    return kFailed;
+  }
 }

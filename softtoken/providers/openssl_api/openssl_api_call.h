@@ -4,6 +4,7 @@
 #include <new>
 
 #include "softtoken/crypto/token_error.h"
+#include "softtoken/providers/module_call.h"
 
 namespace velm::token {
 
@@ -15,15 +16,16 @@ enum ApiResult : int32_t {
   kApiNoMemory = -3,
 };
 
-/** Runs the body of an exported function, which gives its result; nothing thrown leaves. */
+/** Runs the body of an exported function and returns its result; no exception leaves it. */
 template <typename Body>
 int32_t api_call(Body&& body) noexcept {
+  if (!begin_module_call()) return kApiNoMemory;
   try {
     return body();
   } catch (const std::bad_alloc&) {
     return kApiNoMemory;
   } catch (...) {
-    return kApiFailed;
+    return memory_ran_out() ? kApiNoMemory : kApiFailed;
   }
 }
 

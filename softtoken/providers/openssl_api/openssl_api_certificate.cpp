@@ -13,13 +13,14 @@ enum PublicKeyType : uint32_t { kRsaKey = 1, kSm2Key = 2 };
 
 // Every mode fills the whole of what is known of the record.
 int32_t VELM_Openssl_ParseCertInfo(
-    const uint8_t* certificate, uint32_t length, uint32_t, uint32_t, void* record) {
+    const uint8_t* certificate, uint32_t certificate_length, uint32_t, uint32_t, void* record) {
   return api_call([&] {
     if (certificate == nullptr || record == nullptr) return kApiBadInput;
-    const Key key = key_of(parse_certificate({certificate, length}).get());
+    const Key key = key_of(parse_certificate({certificate, certificate_length}).get());
+    const size_t length = public_key_bytes(key.get()).size();
     auto* known = static_cast<CertificateRecord*>(record);
     known->public_key_type = kind_of(key.get()) == KeyKind::rsa ? kRsaKey : kSm2Key;
-    known->public_key_length = static_cast<uint32_t>(public_key_bytes(key.get()).size());
+    known->public_key_length = static_cast<uint32_t>(length);
     return kApiSuccess;
   });
 }

@@ -2,12 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <memory>
 #include <mutex>
-#include <thread>
 #include <utility>
 
+#include "softtoken/providers/module_lock.h"
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
@@ -16,20 +15,8 @@ namespace {
 constexpr const char* kStandardPath = "saf_config.dat";
 constexpr size_t kMaxApplications = 64;
 
-// Held for the moments in which a handle is looked up and its configuration copied or taken out. Unlike the
-// standard library's, it needs nothing from the system, which an unloaded module would leave behind.
-class SpinLock {
- public:
-  void lock() {
-    while (taken_.test_and_set(std::memory_order_acquire)) std::this_thread::yield();
-  }
-  void unlock() { taken_.clear(std::memory_order_release); }
-
- private:
-  std::atomic_flag taken_;
-};
-
-constinit SpinLock g_lock;
+// Held while a handle is looked up and its configuration is copied or taken out.
+constinit ModuleLock g_lock;
 // Handles are looked up here and never followed: one that is stale or made up is only not found.
 constinit std::array<Configuration*, kMaxApplications> g_applications{};
 
@@ -50,6 +37,7 @@ void* open_application(const std::string& configuration_path) {
 }
 
 void close_application(void* handle) {
+  if (process_is_ending()) return;  // a stopped thread may hold the lock; the system releases the memory
   const std::lock_guard lock(g_lock);
   const std::unique_ptr<Configuration> closed(std::exchange(slot_of(handle), nullptr));
 }

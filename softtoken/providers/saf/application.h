@@ -7,7 +7,10 @@ namespace velm::token {
 /** Opens an application on a configuration file and gives its handle. */
 void* open_application(const std::string& configuration_path);
 
-/** Throws the code for a bad object when the handle is not of an open application. */
+/**
+ * Throws the code for a bad object when the handle is not of an open application. Does nothing at the end of
+ * the process.
+ */
 void close_application(void* handle);
 
 /**

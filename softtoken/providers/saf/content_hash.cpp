@@ -16,8 +16,8 @@ constexpr size_t kMaxIdSize = 8191;
 
 class Hasher {
  public:
-  explicit Hasher(DigestId digest) : context_(EVP_MD_CTX_new()) {
-    require(context_ && EVP_DigestInit_ex(context_.get(), digest_of(digest), nullptr) == 1, kUnknownError);
+  explicit Hasher(DigestId digest) : context_(allocated(EVP_MD_CTX_new())) {
+    require(EVP_DigestInit_ex(context_.get(), digest_of(digest), nullptr) == 1, kUnknownError);
   }
   void add(ByteView data) {
     require(EVP_DigestUpdate(context_.get(), data.data(), data.size()) == 1, kUnknownError);
@@ -34,12 +34,11 @@ class Hasher {
 
 // The curve's parameters a and b and its generator, as Z covers them.
 Bytes curve_parameters() {
-  const CurveGroup group(EC_GROUP_new_by_curve_name(NID_sm2));
-  const Number a(BN_new());
-  const Number b(BN_new());
+  const CurveGroup group(allocated(EC_GROUP_new_by_curve_name(NID_sm2)));
+  const Number a(allocated(BN_new()));
+  const Number b(allocated(BN_new()));
   Bytes bytes(2 * kCoordinateSize);
-  const bool known = group && a && b &&
-                     EC_GROUP_get_curve(group.get(), nullptr, a.get(), b.get(), nullptr) == 1 &&
+  const bool known = EC_GROUP_get_curve(group.get(), nullptr, a.get(), b.get(), nullptr) == 1 &&
                      BN_bn2binpad(a.get(), bytes.data(), kCoordinateSize) > 0 &&
                      BN_bn2binpad(b.get(), bytes.data() + kCoordinateSize, kCoordinateSize) > 0;
   require(known, kUnknownError);

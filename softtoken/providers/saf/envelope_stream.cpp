@@ -43,10 +43,9 @@ const EVP_CIPHER* method_cipher(uint32_t method) {
 }
 
 Bytes cipher_der(const EVP_CIPHER* cipher, ByteView iv) {
-  const Algorithm algorithm(X509_ALGOR_new());
-  OctetString parameter(ASN1_OCTET_STRING_new());
-  const bool set = algorithm && parameter &&
-                   ASN1_OCTET_STRING_set(parameter.get(), iv.data(), static_cast<int>(iv.size())) == 1 &&
+  const Algorithm algorithm(allocated(X509_ALGOR_new()));
+  OctetString parameter(allocated(ASN1_OCTET_STRING_new()));
+  const bool set = ASN1_OCTET_STRING_set(parameter.get(), iv.data(), static_cast<int>(iv.size())) == 1 &&
                    X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_CIPHER_get_type(cipher)),
                                    V_ASN1_OCTET_STRING, parameter.get()) == 1;
   require(set, kEncryptFailed);
@@ -56,12 +55,11 @@ Bytes cipher_der(const EVP_CIPHER* cipher, ByteView iv) {
 
 Bytes recipient_der(X509* certificate, EVP_PKEY* key, uint8_t version, ByteView content_key) {
   const Bytes encrypted_key = encrypt_with_key(key, content_key);
-  const Recipient recipient(PKCS7_RECIP_INFO_new());
-  const bool set = recipient && ASN1_INTEGER_set(recipient->version, version) == 1 &&
+  const Recipient recipient(allocated(PKCS7_RECIP_INFO_new()));
+  set_algorithm(recipient->key_enc_algor, object_of(types_for(kind_of(key)).encryption_algorithm),
+                kEncryptFailed);
+  const bool set = ASN1_INTEGER_set(recipient->version, version) == 1 &&
                    set_issuer_and_serial(recipient->issuer_and_serial, certificate) &&
-                   X509_ALGOR_set0(recipient->key_enc_algor,
-                                   object_of(types_for(kind_of(key)).encryption_algorithm).release(),
-                                   V_ASN1_NULL, nullptr) == 1 &&
                    ASN1_OCTET_STRING_set(recipient->enc_key, encrypted_key.data(),
                                          static_cast<int>(encrypted_key.size())) == 1;
   require(set, kEncryptFailed);
@@ -158,7 +156,7 @@ using RecipientSet = std::unique_ptr<STACK_OF(PKCS7_RECIP_INFO), RecipientSetFre
 
 // The elements of the set, each as the template of a recipient reads it.
 RecipientSet recipients_in(ByteView set_der) {
-  RecipientSet set(sk_PKCS7_RECIP_INFO_new_null());
+  RecipientSet set(allocated(sk_PKCS7_RECIP_INFO_new_null()));
   size_t offset = 0;
   const auto next = [&]() -> std::optional<uint8_t> {
     if (offset == set_der.size()) return std::nullopt;

@@ -5,6 +5,7 @@
 
 #include "softtoken/crypto/bytes.h"
 #include "softtoken/crypto/token_error.h"
+#include "softtoken/providers/module_call.h"
 #include "softtoken/providers/saf/saf_codes.h"
 
 namespace velm::token {
@@ -27,16 +28,17 @@ inline void require_saf(bool holds, uint32_t code) {
 /** This module's code for one of the token; codes that it has no word for become the unknown error. */
 uint32_t saf_code_of(uint32_t token_code);
 
-/** Runs the body of an exported function and gives its result code; nothing thrown leaves. */
+/** Runs the body of an exported function and returns its result code; no exception leaves it. */
 template <typename Body>
 uint32_t saf_call(Body&& body) noexcept {
+  if (!begin_module_call()) return kSafNoMemory;
   try {
     body();
     return kSafSuccess;
   } catch (const SafError& error) {
-    return error.code();
+    return memory_ran_out() ? kSafNoMemory : error.code();
   } catch (const TokenError& error) {
-    return saf_code_of(error.code());
+    return memory_ran_out() ? kSafNoMemory : saf_code_of(error.code());
   } catch (const std::bad_alloc&) {
     return kSafNoMemory;
   } catch (...) {

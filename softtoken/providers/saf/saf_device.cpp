@@ -1,5 +1,3 @@
-#include <nlohmann/json.hpp>
-
 #include "provider_abi/velm_client_saf.h"
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/text_encoding.h"
@@ -11,17 +9,23 @@ using namespace velm::token;
 
 namespace {
 
-using Json = nlohmann::json;
-
-Json ask(void* application, ModuleFunction function, Json arguments) {
+Json ask(void* application, ModuleFunction function, JsonObject arguments) {
   return TokenClient(configuration_of(application)).module_function(function, std::move(arguments));
 }
 
 // Names of files and labels are bytes to the token.
 std::string name_value(const std::string& name) { return base64_encode(as_bytes(name)); }
 
-Json file_arguments(const char* container, const char* file_name) {
-  return {{"container", utf8_of(required_text(container))}, {"name", name_value(required_text(file_name))}};
+JsonObject container_argument(const char* container) {
+  JsonObject arguments;
+  arguments.add("container", utf8_of(required_text(container)));
+  return arguments;
+}
+
+JsonObject file_arguments(const char* container, const char* file_name) {
+  JsonObject arguments = container_argument(container);
+  arguments.add("name", name_value(required_text(file_name)));
+  return arguments;
 }
 
 void append_name(Bytes& list, ByteView name) {
@@ -34,10 +38,10 @@ void append_name(Bytes& list, ByteView name) {
 // Each name ends in zero, and the list in another.
 uint32_t SAF_Ext_EnumFile(void* application, const char* container, char* names, uint32_t* names_length) {
   return saf_call([&] {
+    const Json files = ask(application, ModuleFunction::list_files, container_argument(container));
     Bytes list;
-    for (const Json& name :
-         ask(application, ModuleFunction::list_files, {{"container", utf8_of(required_text(container))}})) {
-      append_name(list, base64_value(name));
+    for (const cJSON* name = first_element(files.get()); name != nullptr; name = name->next) {
+      append_name(list, json_base64(name));
     }
     list.push_back(0);
     deliver(list, names, names_length);
@@ -48,8 +52,8 @@ uint32_t SAF_Ext_CreateFile(
     void* application, const char* container, const char* file_name, uint32_t size, uint32_t read_rights,
     uint32_t write_rights) {
   return saf_call([&] {
-    Json arguments = file_arguments(container, file_name);
-    arguments.update({{"size", size}, {"readRights", read_rights}, {"writeRights", write_rights}});
+    JsonObject arguments = file_arguments(container, file_name);
+    arguments.add("size", size).add("readRights", read_rights).add("writeRights", write_rights);
     ask(application, ModuleFunction::create_file, std::move(arguments));
   });
 }
@@ -63,10 +67,10 @@ uint32_t SAF_Ext_ReadFile(
     void* application, const char* container, const char* file_name, uint32_t offset, uint32_t read_length,
     uint8_t* data, uint32_t* data_length) {
   return saf_call([&] {
-    Json arguments = file_arguments(container, file_name);
-    arguments.update({{"offset", offset}, {"length", read_length}});
-    deliver(base64_value(ask(application, ModuleFunction::read_file, std::move(arguments))), data,
-            data_length);
+    JsonObject arguments = file_arguments(container, file_name);
+    arguments.add("offset", offset).add("length", read_length);
+    const Json content = ask(application, ModuleFunction::read_file, std::move(arguments));
+    deliver(json_base64(content.get()), data, data_length);
   });
 }
 
@@ -74,8 +78,8 @@ uint32_t SAF_Ext_WriteFile(
     void* application, const char* container, const char* file_name, uint32_t offset, const uint8_t* data,
     uint32_t data_length) {
   return saf_call([&] {
-    Json arguments = file_arguments(container, file_name);
-    arguments.update({{"offset", offset}, {"data", base64_encode(input_bytes(data, data_length))}});
+    JsonObject arguments = file_arguments(container, file_name);
+    arguments.add("offset", offset).add("data", base64_encode(input_bytes(data, data_length)));
     ask(application, ModuleFunction::write_file, std::move(arguments));
   });
 }
@@ -86,9 +90,9 @@ uint32_t SAF_Ext_GetFileAttribute(
   return saf_call([&] {
     const Json found =
         ask(application, ModuleFunction::file_attributes, file_arguments(container, file_name));
-    const std::pair<uint32_t*, uint32_t> outputs[] = {{size, number_member(found, "size")},
-                                                      {read_rights, number_member(found, "readRights")},
-                                                      {write_rights, number_member(found, "writeRights")}};
+    const auto number = [&](const char* name) { return json_number(json_member(found.get(), name)); };
+    const std::pair<uint32_t*, uint32_t> outputs[] = {
+        {size, number("size")}, {read_rights, number("readRights")}, {write_rights, number("writeRights")}};
     for (const auto& [output, value] : outputs) {
       if (output != nullptr) *output = value;
     }
@@ -98,18 +102,20 @@ uint32_t SAF_Ext_GetFileAttribute(
 uint32_t SAF_Ext_Control(void* application, const char*, uint32_t, const char* control,
                          uint32_t control_length, const char* command, uint32_t command_length) {
   return saf_call([&] {
-    ask(application, ModuleFunction::control, {{"control", utf8_of(required_text(control, control_length))},
-                                               {"command", utf8_of(required_text(command, command_length))}});
+    JsonObject arguments;
+    arguments.add("control", utf8_of(required_text(control, control_length)))
+        .add("command", utf8_of(required_text(command, command_length)));
+    ask(application, ModuleFunction::control, std::move(arguments));
   });
 }
 
 // In the same form as the list of files.
 uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devices_length) {
   return saf_call([&] {
+    const Json found = ask(application, ModuleFunction::list_devices, JsonObject());
     Bytes list;
-    for (const Json& name : ask(application, ModuleFunction::list_devices, Json::object())) {
-      require_saf(name.is_string(), kSafJsonFailed);
-      append_name(list, as_bytes(name.get_ref<const std::string&>()));
+    for (const cJSON* name = first_element(found.get()); name != nullptr; name = name->next) {
+      append_name(list, as_bytes(json_text(name)));
     }
     list.push_back(0);
     deliver(list, devices, devices_length);
@@ -121,9 +127,10 @@ uint32_t SAF_Ext_ReadLabel(
     void* application, const char*, uint32_t, const char* label, uint32_t label_length, uint32_t label_type,
     uint8_t* data, uint32_t* data_length) {
   return saf_call([&] {
-    const Json found = ask(application, ModuleFunction::read_label,
-                           {{"name", name_value(required_text(label, label_length))}, {"type", label_type}});
-    deliver(base64_value(found), data, data_length);
+    JsonObject arguments;
+    arguments.add("name", name_value(required_text(label, label_length))).add("type", label_type);
+    const Json content = ask(application, ModuleFunction::read_label, std::move(arguments));
+    deliver(json_base64(content.get()), data, data_length);
   });
 }
 

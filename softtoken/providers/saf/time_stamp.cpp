@@ -29,11 +29,10 @@ void require_openssl(bool holds, uint32_t code) {
 }
 
 Imprint make_imprint(DigestId digest, ByteView hash) {
-  Imprint imprint(TS_MSG_IMPRINT_new());
-  const Algorithm algorithm(X509_ALGOR_new());
+  Imprint imprint(allocated(TS_MSG_IMPRINT_new()));
+  const Algorithm algorithm(allocated(X509_ALGOR_new()));
   Bytes value = copy_of(hash);
-  const bool set = imprint && algorithm &&
-                   X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))),
+  const bool set = X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(EVP_MD_get_type(digest_of(digest))),
                                    V_ASN1_NULL, nullptr) == 1 &&
                    TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
                    TS_MSG_IMPRINT_set_msg(imprint.get(), value.data(), static_cast<int>(value.size())) == 1;
@@ -76,8 +75,8 @@ void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trust
               kSafHashNotEqual);
   verify_signed_message(message, {});
 
-  const CertificateStoreContext context(X509_STORE_CTX_new());
-  const bool valid = context && X509_STORE_CTX_init(context.get(), trusted, authority, nullptr) == 1 &&
+  const CertificateStoreContext context(allocated(X509_STORE_CTX_new()));
+  const bool valid = X509_STORE_CTX_init(context.get(), trusted, authority, nullptr) == 1 &&
                      X509_STORE_CTX_set_purpose(context.get(), X509_PURPOSE_TIMESTAMP_SIGN) == 1 &&
                      X509_verify_cert(context.get()) == 1;
   require_openssl(valid, kSafHashNotEqual);
@@ -85,12 +84,12 @@ void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trust
 
 }  // namespace
 
-TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(TS_REQ_new()) {
+TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(allocated(TS_REQ_new())) {
   const Imprint imprint = make_imprint(digest, hash);
   uint64_t random = 0;
   require(RAND_bytes(reinterpret_cast<uint8_t*>(&random), sizeof random) == 1, kRandomFailed);
-  const Integer nonce(ASN1_INTEGER_new());
-  const bool set = request_ && nonce && ASN1_INTEGER_set_uint64(nonce.get(), random) == 1 &&
+  const Integer nonce(allocated(ASN1_INTEGER_new()));
+  const bool set = ASN1_INTEGER_set_uint64(nonce.get(), random) == 1 &&
                    TS_REQ_set_version(request_.get(), kVersion) == 1 &&
                    TS_REQ_set_msg_imprint(request_.get(), imprint.get()) == 1 &&
                    TS_REQ_set_nonce(request_.get(), nonce.get()) == 1 &&
@@ -138,7 +137,7 @@ void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& ha
 
   // The certificate given is the one to trust, whoever issued it; it has to have been valid at the stamped
   // time.
-  const CertificateStore trusted(X509_STORE_new());
+  const CertificateStore trusted(allocated(X509_STORE_new()));
   require(trusted && X509_STORE_add_cert(trusted.get(), authority) == 1, kUnknownError);
   X509_VERIFY_PARAM* parameters = X509_STORE_get0_param(trusted.get());
   X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_PARTIAL_CHAIN);

@@ -1,9 +1,6 @@
 #include "softtoken/providers/saf/token_client.h"
 
 #include <charconv>
-#include <limits>
-
-#include <nlohmann/json.hpp>
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/text_encoding.h"
@@ -13,13 +10,11 @@
 namespace velm::token {
 namespace {
 
-using Json = nlohmann::json;
-
 constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
 constexpr const char* kStampQueryType = "application/timestamp-query";
 
-enum JsonFunctionNumber { kExportUserCert = 6, kExportExchangeUserCert = 10, kSignHash = 83 };
+enum JsonFunctionNumber : uint32_t { kExportUserCert = 6, kExportExchangeUserCert = 10, kSignHash = 83 };
 enum FrameFunctionNumber : uint8_t { kDecryptData = 20, kAsymmetricDecrypt = 61 };
 
 /** A request of the byte-frame form: integers are 32-bit little-endian. */
@@ -51,10 +46,8 @@ uint32_t number_at(ByteView bytes, size_t at) {
          uint32_t{bytes[at + 3]} << 24;
 }
 
-uint32_t error_code_of(const Json& answer) {
-  const auto code = answer.find("ErrorCode");
-  require_saf(code != answer.end() && code->is_string(), kSafJsonFailed);
-  const auto& text = code->get_ref<const std::string&>();
+uint32_t error_code_of(const cJSON* answer) {
+  const std::string_view text = json_text(json_member(answer, "ErrorCode"));
   uint32_t value = 0;
   const auto [at, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
   require_saf(error == std::errc() && at == text.data() + text.size(), kSafJsonFailed);
@@ -65,28 +58,7 @@ void require_success(uint32_t token_code) {
   if (token_code != kSuccess) throw SafError(saf_code_of(token_code));
 }
 
-const Json& member(const Json& object, const char* name) {
-  const auto found = object.find(name);
-  require_saf(found != object.end(), kSafJsonFailed);
-  return *found;
-}
-
 }  // namespace
-
-Bytes base64_value(const Json& value) {
-  require_saf(value.is_string(), kSafJsonFailed);
-  auto bytes = base64_decode(value.get_ref<const std::string&>());
-  require_saf(bytes.has_value(), kSafJsonFailed);
-  return *std::move(bytes);
-}
-
-uint32_t number_member(const Json& object, const char* name) {
-  const Json& value = member(object, name);
-  require_saf(value.is_number_unsigned(), kSafJsonFailed);
-  const auto number = value.get<uint64_t>();
-  require_saf(number <= std::numeric_limits<uint32_t>::max(), kSafJsonFailed);
-  return static_cast<uint32_t>(number);
-}
 
 SecretBytes TokenClient::post(const Endpoint& endpoint, const char* path, const char* content_type,
                               ByteView body) const {
@@ -95,13 +67,12 @@ SecretBytes TokenClient::post(const Endpoint& endpoint, const char* path, const 
       {endpoint, path, content_type, body, configuration_.connect_timeout, configuration_.answer_timeout});
 }
 
-Json TokenClient::call(const char* path, const Json& request) const {
-  const std::string text = request.dump();
-  const SecretBytes body = post(configuration_.service, path, kJsonType, as_bytes(text));
-  Json answer = Json::parse(body.begin(), body.end(), nullptr, false);
-  require_saf(answer.is_object(), kSafJsonFailed);
-  require_success(error_code_of(answer));
-  return answer.value("Result", Json());
+Json TokenClient::call(const char* path, const JsonObject& request) const {
+  const std::string text = request.text();
+  const Json answer = parse_json(post(configuration_.service, path, kJsonType, as_bytes(text)));
+  require_saf(cJSON_IsObject(answer.get()) != 0, kSafJsonFailed);
+  require_success(error_code_of(answer.get()));
+  return Json(cJSON_DetachItemFromObjectCaseSensitive(answer.get(), "Result"));
 }
 
 SecretBytes TokenClient::frame_call(ByteView frame) const {
@@ -113,17 +84,20 @@ SecretBytes TokenClient::frame_call(ByteView frame) const {
 }
 
 Bytes TokenClient::certificate(const std::string& container, KeyUse use) const {
-  const auto function = use == KeyUse::signing ? kExportUserCert : kExportExchangeUserCert;
-  const Json result = call("/", {{"funcid", function}, {"ContainerName", utf8_of(container)}});
-  return base64_value(member(result, "UserCert"));
+  JsonObject request;
+  request.add("funcid", use == KeyUse::signing ? kExportUserCert : kExportExchangeUserCert)
+      .add("ContainerName", utf8_of(container));
+  return json_base64(json_member(call("/", request).get(), "UserCert"));
 }
 
 Bytes TokenClient::sign_hash(const std::string& container, DigestId digest, ByteView hash) const {
-  return base64_value(call("/", {{"funcid", kSignHash},
-                                  {"container", utf8_of(container)},
-                                  {"hashAlg", static_cast<uint32_t>(digest)},
-                                  {"inDataType", 0},
-                                  {"hashedData", base64_encode(hash)}}));
+  JsonObject request;
+  request.add("funcid", kSignHash)
+      .add("container", utf8_of(container))
+      .add("hashAlg", static_cast<uint32_t>(digest))
+      .add("inDataType", 0)
+      .add("hashedData", base64_encode(hash));
+  return json_base64(call("/", request).get());
 }
 
 SecretBytes TokenClient::decrypt(const std::string& container, KeyUse use, ByteView cipher) const {
@@ -138,9 +112,8 @@ SecretBytes TokenClient::open_envelope(const std::string& container, ByteView en
   return frame_call(FrameWriter(kDecryptData).text(utf8_of(container)).bytes(envelope).frame());
 }
 
-Json TokenClient::module_function(ModuleFunction function, Json arguments) const {
-  arguments["funcid"] = static_cast<uint32_t>(function);
-  return call("/token", arguments);
+Json TokenClient::module_function(ModuleFunction function, JsonObject arguments) const {
+  return call("/token", arguments.add("funcid", static_cast<uint32_t>(function)));
 }
 
 Bytes TokenClient::time_stamp(ByteView query) const {

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
-
 #include "softtoken/crypto/module_function.h"
 #include "softtoken/crypto/secret.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/providers/saf/configuration.h"
+#include "softtoken/providers/saf/json.h"
 
 namespace velm::token {
 
@@ -28,22 +27,18 @@ class TokenClient {
   SecretBytes decrypt(const std::string& container, KeyUse use, ByteView cipher) const;
   SecretBytes open_envelope(const std::string& container, ByteView envelope) const;
 
-  /** One of the functions that the service offers to provider modules alone; gives its result. */
-  nlohmann::json module_function(ModuleFunction function, nlohmann::json arguments) const;
+  /** One of the functions that the service offers to provider modules alone; returns its result, or null. */
+  Json module_function(ModuleFunction function, JsonObject arguments) const;
 
   /** The time-stamp authority's answer to a query. */
   Bytes time_stamp(ByteView query) const;
 
  private:
-  nlohmann::json call(const char* path, const nlohmann::json& request) const;
+  Json call(const char* path, const JsonObject& request) const;
   SecretBytes frame_call(ByteView frame) const;
   SecretBytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 
   Configuration configuration_;
 };
-
-/** Values of an answer; each throws the code for one that cannot be read. */
-Bytes base64_value(const nlohmann::json& value);
-uint32_t number_member(const nlohmann::json& object, const char* name);
 
 }  // namespace velm::token

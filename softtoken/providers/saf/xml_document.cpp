@@ -1,20 +1,19 @@
 #include "softtoken/providers/saf/xml_document.h"
 
-#ifdef _WIN32
-#include <windows.h>
-#else
-#include <mutex>
-#endif
-
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
+#include <libxml/xmlmemory.h>
 #include <xmlsec/xmlsec.h>
 #include <xmlsec/errors.h>
 #include <xmlsec/transforms.h>
 
+#include "softtoken/providers/module_call.h"
+#include "softtoken/providers/module_lock.h"
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
@@ -27,19 +26,16 @@ constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
 constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
-// One call at a time holds the libraries. A mutex of the C++ library would, on Windows, keep memory when the
-// module is unloaded.
-#ifdef _WIN32
-constinit SRWLOCK g_libraries = SRWLOCK_INIT;
+// Held by the one call at a time that uses the libraries.
+constinit ModuleLock g_libraries;
 
-void take_libraries() { AcquireSRWLockExclusive(&g_libraries); }
-void release_libraries() { ReleaseSRWLockExclusive(&g_libraries); }
-#else
-constinit std::mutex g_libraries;
-
-void take_libraries() { g_libraries.lock(); }
-void release_libraries() { g_libraries.unlock(); }
-#endif
+void* xml_malloc(size_t size) { return noted_allocation(std::malloc(size), size); }
+void* xml_realloc(void* memory, size_t size) { return noted_allocation(std::realloc(memory, size), size); }
+char* xml_strdup(const char* text) {
+  const size_t size = std::strlen(text) + 1;
+  void* copy = xml_malloc(size);
+  return copy == nullptr ? nullptr : static_cast<char*>(std::memcpy(copy, text, size));
+}
 
 const xmlChar* xml_text(const char* text) { return reinterpret_cast<const xmlChar*>(text); }
 
@@ -52,7 +48,7 @@ std::string taken_text(xmlChar* text) {
 void close_libraries() {
   xmlSecTransformIdsShutdown();
   xmlCleanupParser();
-  release_libraries();
+  g_libraries.unlock();
 }
 
 void refuse(xmlParserCtxt* parser) {
@@ -110,7 +106,8 @@ void forget_message(void*, const char*, ...) {}
 }  // namespace
 
 XmlLibraries::XmlLibraries() {
-  take_libraries();
+  g_libraries.lock();
+  xmlMemSetup(std::free, xml_malloc, xml_realloc, xml_strdup);
   xmlInitParser();
   xmlSetGenericErrorFunc(nullptr, forget_message);
   xmlSecErrorsSetCallback(nullptr);
