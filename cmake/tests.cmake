@@ -17,10 +17,29 @@ else()
   set(VELM_TEST_MAIN GTest::gmock_main)
 endif()
 
+# Tests under Wine run side by side, each with a port 55661, a log folder and a marker path of its own, where
+# the system allows network namespaces; elsewhere those that use one of these run one at a time.
+if(WIN32)
+  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/cmake/run-isolated --probe
+    OUTPUT_VARIABLE VELM_ISOLATION OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  set(VELM_ISOLATED ${CMAKE_SOURCE_DIR}/cmake/run-isolated ${VELM_ISOLATION})
+  set(VELM_UNDER_WINE ${VELM_ISOLATED} ${CMAKE_CROSSCOMPILING_EMULATOR})
+  if(VELM_ISOLATION STREQUAL "none")
+    message(STATUS "No network namespaces here: tests of the service port or the log run one at a time")
+  endif()
+endif()
+
+# velm_share_nothing(TEST...): these run with ${VELM_ISOLATED}, and never side by side where that isolates
+# nothing.
+function(velm_share_nothing)
+  if(VELM_ISOLATION STREQUAL "none")
+    set_tests_properties(${ARGN} PROPERTIES RESOURCE_LOCK "service_port;log")
+  endif()
+endfunction()
+
 # velm_add_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
-# SERVICE_PORT: the test listens on or connects to port 55661, so it never runs beside another that does.
-# LOG: the test loads the library, so it never runs beside another that writes the log or makes the marker
-# path.
+# SERVICE_PORT: the test listens on or connects to port 55661.
+# LOG: the test loads the library, which writes the log and looks for the marker path.
 function(velm_add_test name)
   cmake_parse_arguments(arg "SERVICE_PORT;LOG" "TIMEOUT" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
@@ -30,23 +49,18 @@ function(velm_add_test name)
   if(WIN32)
     target_compile_options(${name} PRIVATE ${VELM_TRAP_UNDEFINED})
   endif()
-  add_test(NAME ${name} COMMAND ${name})
+  add_test(NAME ${name} COMMAND ${VELM_UNDER_WINE} $<TARGET_FILE:${name}>)
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} WORKING_DIRECTORY ${VELM_TEST_BIN})
-  set(shared)
-  if(arg_SERVICE_PORT)
-    list(APPEND shared service_port)
+  if(arg_SERVICE_PORT OR arg_LOG)
+    velm_share_nothing(${name})
   endif()
-  if(arg_LOG)
-    list(APPEND shared log)
-  endif()
-  set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${shared}")
 endfunction()
 
-# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test that
-# loads the library, with the doubles of tests/support at hand.
+# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test
+# that loads the library, with the doubles of tests/support at hand.
 function(velm_add_windows_test name)
   velm_add_test(${name} LOG ${ARGN})
 endfunction()
