@@ -37,11 +37,21 @@ function(velm_share_nothing)
   endif()
 endfunction()
 
-# velm_add_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
+# velm_label(LABEL TEST...): what the tests are for.
+#   unit    a file or a class by itself, in seconds
+#   call    an exported function, against doubles of the service and of the provider modules
+#   system  programs, service, packages and documents as they are delivered
+#   soak    many calls, threads, loads or hostile answers
+function(velm_label label)
+  set_tests_properties(${ARGN} PROPERTIES LABELS ${label})
+endfunction()
+
+# velm_add_test(NAME SOURCES file... [LINK library...] [LABEL label] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
+# LABEL: unit, unless named.
 # SERVICE_PORT: the test listens on or connects to port 55661.
 # LOG: the test loads the library, which writes the log and looks for the marker path.
 function(velm_add_test name)
-  cmake_parse_arguments(arg "SERVICE_PORT;LOG" "TIMEOUT" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(arg "SERVICE_PORT;LOG" "LABEL;TIMEOUT" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
   target_link_libraries(${name} PRIVATE velm_options ${VELM_TEST_MAIN} ${arg_LINK})
@@ -57,10 +67,14 @@ function(velm_add_test name)
   if(arg_SERVICE_PORT OR arg_LOG)
     velm_share_nothing(${name})
   endif()
+  if(NOT arg_LABEL)
+    set(arg_LABEL unit)
+  endif()
+  velm_label(${arg_LABEL} ${name})
 endfunction()
 
-# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test
-# that loads the library, with the doubles of tests/support at hand.
+# velm_add_windows_test(NAME SOURCES file... [LINK library...] [LABEL label] [SERVICE_PORT] [TIMEOUT
+# seconds]): a test that loads the library, with the doubles of tests/support at hand.
 function(velm_add_windows_test name)
   velm_add_test(${name} LOG ${ARGN})
 endfunction()
