@@ -44,6 +44,15 @@ endfunction()
 #   soak    many calls, threads, loads or hostile answers
 function(velm_label label)
   set_tests_properties(${ARGN} PROPERTIES LABELS ${label})
+  if(label STREQUAL soak)
+    set_tests_properties(${ARGN} PROPERTIES COST 100) # the longest begin first
+  endif()
+endfunction()
+
+# velm_test_needs(TEST TARGET...): what a test runs beside the programs that its command names.
+function(velm_test_needs test)
+  add_custom_target(${test}_needs)
+  add_dependencies(${test}_needs ${ARGN})
 endfunction()
 
 # velm_add_test(NAME SOURCES file... [LINK library...] [LABEL label] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
