@@ -22,6 +22,11 @@ if(WIN32)
     -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)
 endif()
 
+if(VELM_COVERAGE)
+  target_compile_options(velm_options INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(velm_options INTERFACE --coverage)
+endif()
+
 if(VELM_SANITIZE)
   add_compile_options(-fsanitize=${VELM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${VELM_SANITIZE})

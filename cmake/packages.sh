@@ -17,6 +17,7 @@ test_packages=(
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
+coverage_packages=("${test_packages[@]}" gcovr)
 package_packages=("${build_packages[@]}" nsis)
 analysis_packages=("${build_packages[@]}" clang-tidy-16 cppcheck)
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)
