@@ -5,7 +5,8 @@ usage: choose_tests.py targets BUILD CTEST_OPTION...   the targets that the test
        choose_tests.py affected BUILD LABEL,... FILE...  the tests with one of the labels that depend on FILEs
 
 `affected` prints "test NAME" and "target NAME" lines, and "other NAME" for tests without such a label. A test
-that runs anything else than programs names it in CMake, with velm_test_needs.
+that runs anything else than programs names it in CMake, with velm_test_needs. One that runs nothing built
+reads sources or documents, and depends on every file.
 
 Nearly every test loads the library. Where a changed source defines exported functions (SOF_...), a test that
 only loads it depends on that source if the test's own sources name one of these functions.
@@ -141,7 +142,9 @@ def print_affected(build, labels, *names):
     targets = set()
     for test in tree.tests():
         name = test["name"]
-        if not needs[name] or not depends_on(tree, needs[name], found):
+        if needs[name] and not depends_on(tree, needs[name], found):
+            continue
+        if not needs[name] and not labels_of(test) & set(labels.split(",")):
             continue
         chosen = labels_of(test) & set(labels.split(","))
         print("test" if chosen else "other", name)
