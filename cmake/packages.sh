@@ -8,12 +8,13 @@ demo_packages=(
   wine wine64
 )
 
-# `./dev build`: the native programs, the test programs and the call reference.
-build_packages=("${demo_packages[@]}" g++ python3 googletest doxygen)
+# `./dev build`: the native programs, the test programs and the call reference. CMake tries out with iproute2
+# whether tests can have network namespaces.
+build_packages=("${demo_packages[@]}" g++ python3 googletest doxygen iproute2)
 
 # `./dev test`.
 test_packages=(
-  "${build_packages[@]}" openssl xmlsec1 xvfb xauth iproute2 cppcheck nsis
+  "${build_packages[@]}" openssl xmlsec1 xvfb xauth cppcheck nsis
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
