@@ -31,6 +31,7 @@ function(velm_add_fuzz_target name)
     target_compile_options(${program} PRIVATE -O1) # as other tests
     set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
     add_test(NAME ${program}_seeds COMMAND ${program} ${seeds})
-    set_tests_properties(${program}_seeds PROPERTIES TIMEOUT 120)
+    set_tests_properties(${program}_seeds PROPERTIES TIMEOUT 120 LABELS unit)
+    velm_test_needs(${program}_seeds ${program})
   endif()
 endfunction()

@@ -1,17 +1,27 @@
-# The Debian packages that the project builds, tests and shows itself with.
+# The Debian packages that the project builds, tests and shows itself with, by what they are for.
 
-debian_packages=(
-  build-essential cmake ninja-build dpkg-dev ca-certificates python3 perl tcl xz-utils
+# The third-party sources, the Windows programs, and Wine to run them: all that `./dev demo` needs.
+demo_packages=(
+  gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  googletest nlohmann-json3-dev libcli11-dev xmlsec1
-  wine wine64 xvfb xauth iproute2
-  doxygen cppcheck nsis
+  nlohmann-json3-dev libcli11-dev
+  wine wine64
+)
+
+# `./dev build`: the native programs, the test programs and the call reference. CMake tries out with iproute2
+# whether tests can have network namespaces.
+build_packages=("${demo_packages[@]}" g++ python3 googletest doxygen iproute2)
+
+# `./dev test`.
+test_packages=(
+  "${build_packages[@]}" openssl xmlsec1 xvfb xauth cppcheck nsis
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
-# What `./dev analyse` and `./dev fuzz` need beyond that.
-analysis_packages=(clang-tidy-16)
-fuzz_packages=(clang libclang-rt-14-dev)
+coverage_packages=("${test_packages[@]}" gcovr)
+package_packages=("${build_packages[@]}" nsis)
+analysis_packages=("${build_packages[@]}" clang-tidy-16 cppcheck)
+fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)
 
 as_root() {
   if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi

@@ -17,12 +17,50 @@ else()
   set(VELM_TEST_MAIN GTest::gmock_main)
 endif()
 
-# velm_add_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
-# SERVICE_PORT: the test listens on or connects to port 55661, so it never runs beside another that does.
-# LOG: the test loads the library, so it never runs beside another that writes the log or makes the marker
-# path.
+# Tests under Wine run side by side, each with a port 55661, a log folder and a marker path of its own, where
+# the system allows network namespaces; elsewhere those that use one of these run one at a time.
+if(WIN32)
+  execute_process(COMMAND ${CMAKE_SOURCE_DIR}/cmake/run-isolated --probe
+    OUTPUT_VARIABLE VELM_ISOLATION OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  set(VELM_ISOLATED ${CMAKE_SOURCE_DIR}/cmake/run-isolated ${VELM_ISOLATION})
+  set(VELM_UNDER_WINE ${VELM_ISOLATED} ${CMAKE_CROSSCOMPILING_EMULATOR})
+  if(VELM_ISOLATION STREQUAL "none")
+    message(STATUS "No network namespaces here: tests of the service port or the log run one at a time")
+  endif()
+endif()
+
+# velm_share_nothing(TEST...): these run with ${VELM_ISOLATED}, and never side by side where that isolates
+# nothing.
+function(velm_share_nothing)
+  if(VELM_ISOLATION STREQUAL "none")
+    set_tests_properties(${ARGN} PROPERTIES RESOURCE_LOCK "service_port;log")
+  endif()
+endfunction()
+
+# velm_label(LABEL TEST...): what the tests are for.
+#   unit    a file or a class by itself, in seconds
+#   call    an exported function, against doubles of the service and of the provider modules
+#   system  programs, service, packages and documents as they are delivered
+#   soak    many calls, threads, loads or hostile answers
+function(velm_label label)
+  set_tests_properties(${ARGN} PROPERTIES LABELS ${label})
+  if(label STREQUAL soak)
+    set_tests_properties(${ARGN} PROPERTIES COST 100) # the longest begin first
+  endif()
+endfunction()
+
+# velm_test_needs(TEST TARGET...): what a test runs beside the programs that its command names.
+function(velm_test_needs test)
+  add_custom_target(${test}_needs)
+  add_dependencies(${test}_needs ${ARGN})
+endfunction()
+
+# velm_add_test(NAME SOURCES file... [LINK library...] [LABEL label] [SERVICE_PORT] [LOG] [TIMEOUT seconds])
+# LABEL: unit, unless named.
+# SERVICE_PORT: the test listens on or connects to port 55661.
+# LOG: the test loads the library, which writes the log and looks for the marker path.
 function(velm_add_test name)
-  cmake_parse_arguments(arg "SERVICE_PORT;LOG" "TIMEOUT" "SOURCES;LINK" ${ARGN})
+  cmake_parse_arguments(arg "SERVICE_PORT;LOG" "LABEL;TIMEOUT" "SOURCES;LINK" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
   target_link_libraries(${name} PRIVATE velm_options ${VELM_TEST_MAIN} ${arg_LINK})
@@ -30,23 +68,22 @@ function(velm_add_test name)
   if(WIN32)
     target_compile_options(${name} PRIVATE ${VELM_TRAP_UNDEFINED})
   endif()
-  add_test(NAME ${name} COMMAND ${name})
+  add_test(NAME ${name} COMMAND ${VELM_UNDER_WINE} $<TARGET_FILE:${name}>)
   if(NOT arg_TIMEOUT)
     set(arg_TIMEOUT 300)
   endif()
   set_tests_properties(${name} PROPERTIES TIMEOUT ${arg_TIMEOUT} WORKING_DIRECTORY ${VELM_TEST_BIN})
-  set(shared)
-  if(arg_SERVICE_PORT)
-    list(APPEND shared service_port)
+  if(arg_SERVICE_PORT OR arg_LOG)
+    velm_share_nothing(${name})
   endif()
-  if(arg_LOG)
-    list(APPEND shared log)
+  if(NOT arg_LABEL)
+    set(arg_LABEL unit)
   endif()
-  set_tests_properties(${name} PROPERTIES RESOURCE_LOCK "${shared}")
+  velm_label(${arg_LABEL} ${name})
 endfunction()
 
-# velm_add_windows_test(NAME SOURCES file... [LINK library...] [SERVICE_PORT] [TIMEOUT seconds]): a test that
-# loads the library, with the doubles of tests/support at hand.
+# velm_add_windows_test(NAME SOURCES file... [LINK library...] [LABEL label] [SERVICE_PORT] [TIMEOUT
+# seconds]): a test that loads the library, with the doubles of tests/support at hand.
 function(velm_add_windows_test name)
   velm_add_test(${name} LOG ${ARGN})
 endfunction()

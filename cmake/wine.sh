@@ -20,16 +20,32 @@ wine_server() {
   command -v wineserver
 }
 
+# All prefixes are copies of one, which takes Wine some seconds to make. Its C: drive is hard-linked, as Wine
+# replaces files there and does not write into them.
+make_prefix() {
+  local template=$root/build/wine-template lock
+  [ ! -f "$WINEPREFIX/.ready" ] || return 0
+  mkdir -p "$template" "$WINEPREFIX"
+  exec {lock}>"$template.lock"
+  flock "$lock"
+  [ -f "$template/.ready" ] || WINEPREFIX=$template make_template {lock}>&-
+  exec {lock}>&-
+  cp -a --link "$template/drive_c" "$WINEPREFIX/"
+  cp -a "$template/dosdevices" "$template"/*.reg "$template/.update-timestamp" "$WINEPREFIX/"
+  touch "$WINEPREFIX/.ready"
+}
+
 # The null graphics driver lets windows exist, unseen, where there is no display.
+make_template() {
+  echo "making the Wine prefix"
+  "$(wine_program)" wineboot -i >/dev/null 2>&1
+  "$(wine_program)" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
+  "$(wine_server)" -w
+  touch "$WINEPREFIX/.ready"
+}
+
 prepare_wine() {
-  if [ ! -f "$WINEPREFIX/.ready" ]; then
-    echo "making the Wine prefix"
-    mkdir -p "$WINEPREFIX"
-    "$(wine_program)" wineboot -i >/dev/null 2>&1
-    "$(wine_program)" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
-    "$(wine_server)" -w
-    touch "$WINEPREFIX/.ready"
-  fi
+  make_prefix
   start_wine
 }
 
@@ -39,6 +55,14 @@ start_wine() {
   "$(wine_server)" -k0 2>/dev/null && return
   "$(wine_server)" -p60 </dev/null >/dev/null 2>&1
   "$(wine_program)" wineboot </dev/null >/dev/null 2>&1
+}
+
+# The servers of the slots, too, in which tests run.
+stop_all_wine() {
+  local prefix
+  for prefix in "$WINEPREFIX" "$root"/build/slots/*/wine; do
+    WINEPREFIX=$prefix stop_wine
+  done
 }
 
 stop_wine() {

@@ -10,7 +10,7 @@ add_library(velm_host_headers INTERFACE)
 target_include_directories(velm_host_headers SYSTEM INTERFACE ${host_headers})
 
 add_library(velm_httplib INTERFACE)
-target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_DEPS}/src/cpp-httplib-0.18.7)
+target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_SOURCE_cpp_httplib})
 target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_LISTEN_BACKLOG=512)
 # The compiler takes parts of std::regex, which the header uses, for uninitialized when it instruments them.
 target_compile_options(velm_httplib INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)

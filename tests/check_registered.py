@@ -1,4 +1,5 @@
-"""Fails when a test program of the build tree is not among the commands that ctest runs.
+"""Fails when a test program of the build tree is not among the commands that ctest runs, or when a test does
+not have exactly one of the labels.
 
 usage: check_registered.py CTEST BUILD_FOLDER TEST_FOLDER
 
@@ -10,6 +11,8 @@ import os
 import subprocess
 import sys
 from pathlib import Path
+
+LABELS = {"unit", "call", "system", "soak"}
 
 
 def is_program(path):
@@ -24,22 +27,33 @@ def test_programs(build_folder, test_folder):
     return {path.resolve() for path in found}
 
 
-def registered_programs(ctest, build_folder):
+def registered_tests(ctest, build_folder):
     command = [ctest, "--show-only=json-v1"]
     listing = subprocess.run(command, cwd=build_folder, check=True, capture_output=True)
-    tests = json.loads(listing.stdout)["tests"]
+    return json.loads(listing.stdout)["tests"]
+
+
+def labels_of(test):
+    return [label for entry in test["properties"] if entry["name"] == "LABELS" for label in entry["value"]]
+
+
+def programs_of(tests):
     arguments = (argument for test in tests for argument in test.get("command", []))
     return {Path(argument).resolve() for argument in arguments if "/" in argument}
 
 
 def main(ctest, build_folder, test_folder):
     programs = test_programs(Path(build_folder), Path(test_folder))
-    unregistered = sorted(programs - registered_programs(ctest, build_folder))
+    tests = registered_tests(ctest, build_folder)
+    unregistered = sorted(programs - programs_of(tests))
+    unlabelled = [test["name"] for test in tests if len(LABELS.intersection(labels_of(test))) != 1]
     for path in unregistered:
         print(f"not registered with ctest: {path}")
+    for name in unlabelled:
+        print(f"has not one label of {', '.join(sorted(LABELS))}: {name}")
     if not programs:
         print(f"no test program in {test_folder}")
-    return 1 if unregistered or not programs else 0
+    return 1 if unregistered or unlabelled or not programs else 0
 
 
 if __name__ == "__main__":
