@@ -48,7 +48,7 @@ Bytes asymmetric_encrypt(Token&, FrameReader& request) {
   const ByteView plain = request.bytes();
   request.expect_end();
   Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
-  if (cipher.size() + kFrameHeaderSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
+  if (cipher.size() + protocol::kAnswerHeadSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
   return cipher;
 }
 

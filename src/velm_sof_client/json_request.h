@@ -9,7 +9,7 @@
 #include <string_view>
 
 #include "basekit/basic/base64.h"
-#include "velm_sof_client/function_number.h"
+#include "protocol/function_number.h"
 #include "velm_sof_client/request_memory.h"
 
 namespace velm {
@@ -31,7 +31,7 @@ inline void append_base64(RequestMemory& request, const Base64& block) {
 // One value of a request, printed by the conversion that stands for it in the format: %d, %u or %s.
 class JsonField {
  public:
-  JsonField(FunctionNumber number) : JsonField(static_cast<int32_t>(number)) {}
+  JsonField(protocol::FunctionNumber function) : JsonField(protocol::number_of(function)) {}
   JsonField(int32_t number) : kind_(Kind::number), number_(number) {}
   JsonField(uint32_t number) : kind_(Kind::number), number_(number) {}
   JsonField(std::string_view text) : kind_(Kind::text), text_(text) {}

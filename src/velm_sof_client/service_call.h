@@ -8,12 +8,17 @@
 #include <memory>
 #include <optional>
 
-#include "velm_sof_client/byte_frame.h"
+#include "protocol/byte_frame.h"
 #include "velm_sof_client/exported_call.h"
 #include "velm_sof_client/json_request.h"
 #include "velm_sof_client/service_answer.h"
 
 namespace velm {
+
+// What a call is written with.
+using protocol::FrameBytes;
+using protocol::FrameContent;
+using protocol::FunctionNumber;
 
 class JsonCall {
  public:
@@ -40,7 +45,7 @@ class FrameCall {
   // `data_capacity`: the bytes of data in it, where the caller's buffer is smaller still.
   FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity = UINT32_MAX);
 
-  void post(FunctionNumber number, std::initializer_list<FrameField> fields,
+  void post(FunctionNumber function, std::initializer_list<protocol::FrameField> fields,
             FrameContent content = FrameContent::code_and_data);
   std::span<const uint8_t> data() const { return data_; }
 

@@ -10,6 +10,7 @@
 
 using namespace velm;
 using namespace velm::test;
+using velm::protocol::FunctionNumber;
 
 namespace {
 

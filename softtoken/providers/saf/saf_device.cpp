@@ -8,6 +8,7 @@
 #include "softtoken/providers/saf/token_client.h"
 
 using namespace velm::token;
+using velm::protocol::ModuleFunction;
 
 namespace {
 

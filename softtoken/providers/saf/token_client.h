@@ -2,7 +2,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "softtoken/crypto/module_function.h"
+#include "protocol/byte_frame.h"
 #include "softtoken/crypto/secret.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/providers/saf/configuration.h"
@@ -29,14 +29,15 @@ class TokenClient {
   SecretBytes open_envelope(const std::string& container, ByteView envelope) const;
 
   /** One of the functions that the service offers to provider modules alone; gives its result. */
-  nlohmann::json module_function(ModuleFunction function, nlohmann::json arguments) const;
+  nlohmann::json module_function(protocol::ModuleFunction function, nlohmann::json arguments) const;
 
   /** The time-stamp authority's answer to a query. */
   Bytes time_stamp(ByteView query) const;
 
  private:
   nlohmann::json call(const char* path, const nlohmann::json& request) const;
-  SecretBytes frame_call(ByteView frame) const;
+  SecretBytes frame_call(protocol::FunctionNumber function,
+                         std::initializer_list<protocol::FrameField> fields) const;
   SecretBytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 
   Configuration configuration_;
