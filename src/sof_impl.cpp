@@ -6,7 +6,7 @@
 #include <string>
 
 #include "basekit/basic/log.h"
-#include "provider_abi/provider_codes.h"
+#include "protocol/result_codes.h"
 #include "provider_abi/velm_client_saf.h"
 #include "velm_sof_client.h"
 
@@ -33,7 +33,7 @@ uint32_t SI_Initialize() {
   return SOR_OK;
 }
 
-uint32_t SI_MapSafError(uint32_t saf_code) { return client_code_of(saf_code); }
+uint32_t SI_MapSafError(uint32_t saf_code) { return protocol::client_code_of(saf_code); }
 
 void* SI_Malloc(uint32_t& length) {
   const uint64_t granted = uint64_t{length} + 2048;

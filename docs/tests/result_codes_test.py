@@ -88,7 +88,8 @@ class ResultCodes(unittest.TestCase):
         self.expect_fault("src/sof_impl.cpp", "return SOR_OK", "return", "docs/result_codes.md: the table")
 
     def test_a_provider_result_that_the_library_no_longer_puts_in(self):
-        self.expect_fault("src/checks.h", "protocol::kSafCertificateInvalid", "0", "docs/result_codes.md: the table")
+        self.expect_fault("src/checks.h", "protocol::kSafCertificateInvalid", "0",
+                          "docs/result_codes.md: the table")
 
     def test_a_code_without_text_or_without_constant(self):
         self.expect_fault("src/velm_sof_client/error_texts.h", '{0x0B000002, "文件"},', "",

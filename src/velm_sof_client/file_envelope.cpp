@@ -15,7 +15,7 @@ constexpr uint32_t kInMemory = 2;
 constexpr int32_t kSm4Cbc = 0x00000402;
 
 // The provider's answer to a file whose envelope it opens in memory only.
-constexpr uint32_t kOpenInMemory = 0x0200050A;
+constexpr uint32_t kOpenInMemory = protocol::kSafEnvelopeNotOpened;
 
 // Room for what becomes of a file: 1 MiB more than it has.
 ProviderBuffer output_buffer(const char* function, uint32_t file_size) {

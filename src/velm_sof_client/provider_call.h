@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "protocol/saf_codes.h"
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
 #include "sof_impl.h"

@@ -72,11 +72,11 @@ inline SignedAttributes read_signed_attributes(ByteView message, CallSite site =
 template <uint32_t size>
 void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
                             CallSite site = CallSite::current()) {
-  constexpr uint32_t kHashError = 0x02000302;
-  if (hash.length != attributes.hash.length) check_provider("hashLen != attrHashLen", kHashError, site);
+  if (hash.length != attributes.hash.length)
+    check_provider("hashLen != attrHashLen", protocol::kSafHashFailed, site);
   const ByteView ours = hash.content(), theirs = attributes.hash.content();
   const bool equal = std::equal(ours.data, ours.data + ours.length, theirs.data, theirs.data + theirs.length);
-  if (!equal) check_provider("hash not equal attrHash", kHashError, site);
+  if (!equal) check_provider("hash not equal attrHash", protocol::kSafHashFailed, site);
 }
 
 }  // namespace velm

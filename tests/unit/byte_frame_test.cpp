@@ -129,7 +129,8 @@ TEST(ResponseFrame, ACallThatReadsNoDataNeedsTheCodeOnly) {
 // Read from memory of exactly this size, as above.
 TEST(RequestFrame, IsReadAsItWasWritten) {
   const uint8_t block[] = {0xAA, 0xBB};
-  const Bytes frame = request(FunctionNumber::EncryptData, {uint32_t{0xFFFFFFFE}, FrameBytes{block, 2}, "C1"});
+  const Bytes frame =
+      request(FunctionNumber::EncryptData, {uint32_t{0xFFFFFFFE}, FrameBytes{block, 2}, "C1"});
   const auto read = read_request(frame);
   ASSERT_TRUE(read.has_value());
   EXPECT_EQ(read->function, 19);

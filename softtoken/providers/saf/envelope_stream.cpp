@@ -9,6 +9,9 @@
 #include "softtoken/crypto/symmetric_cipher.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using Direction = SymmetricOperation::Direction;

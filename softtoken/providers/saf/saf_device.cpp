@@ -7,8 +7,8 @@
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/providers/saf/token_client.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
-using velm::protocol::ModuleFunction;
 
 namespace {
 

@@ -11,11 +11,12 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using Json = nlohmann::json;
-using protocol::FrameBytes;
-using protocol::FunctionNumber;
 
 constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
@@ -78,16 +79,15 @@ Json TokenClient::call(const char* path, const Json& request) const {
 }
 
 SecretBytes TokenClient::frame_call(FunctionNumber function,
-                                    std::initializer_list<protocol::FrameField> fields) const {
+                                    std::initializer_list<FrameField> fields) const {
   std::string request;
-  request.reserve(protocol::request_size(fields));
-  protocol::append_request(request, function, fields);
+  request.reserve(request_size(fields));
+  append_request(request, function, fields);
   const SecretBytes received = post(configuration_.service, "/", kFrameType, as_bytes(request));
-  const protocol::FrameAnswer answer =
-      protocol::read_answer(received, received.size(), protocol::FrameContent::code_and_data);
+  const FrameAnswer answer = read_answer(received, received.size(), FrameContent::code_and_data);
   require_saf(!answer.refused, kSafServerFailed);
   require_success(answer.code);
-  require_saf(received.size() == protocol::kAnswerHeadSize + answer.data.size(), kSafServerFailed);
+  require_saf(received.size() == kAnswerHeadSize + answer.data.size(), kSafServerFailed);
   return secret_copy(answer.data);
 }
 
@@ -117,7 +117,7 @@ SecretBytes TokenClient::open_envelope(const std::string& container, ByteView en
   return frame_call(FunctionNumber::DecryptData, {text_field(name), FrameBytes(envelope)});
 }
 
-Json TokenClient::module_function(protocol::ModuleFunction function, Json arguments) const {
+Json TokenClient::module_function(ModuleFunction function, Json arguments) const {
   arguments["funcid"] = number_of(function);
   return call("/token", arguments);
 }

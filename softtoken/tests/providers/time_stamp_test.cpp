@@ -9,6 +9,7 @@
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/scripted_server.h"
 
 namespace velm::token {
