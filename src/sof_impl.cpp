@@ -6,6 +6,7 @@
 #include <string>
 
 #include "basekit/basic/log.h"
+#include "protocol/identifiers.h"
 #include "protocol/result_codes.h"
 #include "provider_abi/velm_client_saf.h"
 #include "velm_sof_client.h"
@@ -58,7 +59,7 @@ uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uin
 }
 
 uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, uint32_t& length) {
-  constexpr uint32_t kCertificateLabel = 7;
+  using protocol::kCertificateLabel;
   const std::string label = std::string(container_name) + "_FromCache";
   const auto label_length = static_cast<uint32_t>(label.size());
   length = kUserCertificateCapacity;

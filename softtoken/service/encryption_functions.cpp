@@ -1,3 +1,4 @@
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/envelope.h"
@@ -6,8 +7,8 @@
 namespace velm::token {
 namespace {
 
-// Which key of a container is meant.
-enum KeySpecifier : uint32_t { kExchangeKey = 1, kSigningKey = 2 };
+using protocol::kExchangeKey;
+using protocol::kSigningKey;
 
 // Room that a client gives the answer of AsymmEncryptData beyond the length of the key it sent.
 constexpr size_t kAsymmetricRoom = 1024;

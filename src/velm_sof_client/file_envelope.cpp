@@ -12,7 +12,7 @@ namespace {
 constexpr uint32_t kInMemory = 2;
 
 // SM4 in CBC mode (GM/T 0006).
-constexpr int32_t kSm4Cbc = 0x00000402;
+constexpr int32_t kSm4Cbc = protocol::kSm4Cbc;
 
 // The provider's answer to a file whose envelope it opens in memory only.
 constexpr uint32_t kOpenInMemory = protocol::kSafEnvelopeNotOpened;

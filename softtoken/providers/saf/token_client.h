@@ -3,6 +3,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "protocol/byte_frame.h"
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/secret.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/providers/saf/configuration.h"
@@ -18,8 +19,7 @@ class TokenClient {
  public:
   explicit TokenClient(Configuration configuration) : configuration_(std::move(configuration)) {}
 
-  /** A container has two keys; the numbers are those that the service knows them by. */
-  enum class KeyUse : uint32_t { exchange = 1, signing = 2 };
+  enum class KeyUse : uint32_t { exchange = protocol::kExchangeKey, signing = protocol::kSigningKey };
 
   Bytes certificate(const std::string& container, KeyUse use) const;
   /** A signature by the container's signing key. */
