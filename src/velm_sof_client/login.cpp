@@ -1,4 +1,5 @@
 // Login to a container, its PIN and its login state.
+#include "protocol/limits.h"
 #include "provider_abi/velm_common.h"
 #include "velm_sof_client/prompt_parent.h"
 #include "velm_sof_client/service_call.h"
@@ -22,7 +23,7 @@ class TypedPin {
   }
 
  private:
-  static constexpr size_t kPromptBytes = 32;
+  static constexpr size_t kPromptBytes = protocol::kLongestPin + 1;
   char text_[kPromptBytes + 1]{};
 };
 

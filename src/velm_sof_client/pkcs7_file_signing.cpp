@@ -23,6 +23,7 @@ struct Signing {
   uint32_t* message_length;
 };
 
+using protocol::kSigningKey;
 enum DataKind : uint32_t { kContent = protocol::kContentData, kHashValue = protocol::kHashData };
 
 FileContent base64_decoded(const FileContent& text) {
@@ -95,7 +96,7 @@ uint32_t rsa_hash_digest(uint32_t hash_length) {
 void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, const Signing& signing,
             uint32_t digest) {
   check_provider(name,
-                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), protocol::kSigningKey,
+                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
                          signing.certificate.data, signing.certificate.length, digest, signing.data.data,
                          signing.data.length, signing.message, signing.message_length));
 }
@@ -103,7 +104,7 @@ void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, con
 void encode_extended(const char* name, decltype(&SAF_Ext_Pkcs7_EncodeSignedData) encoder,
                      const Signing& signing, uint32_t digest, DataKind kind) {
   check_provider(name,
-                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), protocol::kSigningKey,
+                 encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
                          signing.certificate.data, signing.certificate.length, digest, nullptr, kind,
                          signing.data.data, signing.data.length, signing.message, signing.message_length));
 }
