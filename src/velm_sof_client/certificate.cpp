@@ -15,7 +15,7 @@ void export_certificate(const char* function, FunctionNumber number, const char*
   if (!certificate) return store(certificate_length, kCertificateSizeAnswer);
 
   JsonCall call{function, 4096};
-  call.post(R"({"funcid":%d,"ContainerName":"%s"})", {number, container_name});
+  call.post(R"({"funcid":%d,"ContainerName":"%s"})", number, container_name);
   call.deliver_base64(call.result().member("UserCert"), certificate, certificate_length);
 }
 
@@ -68,7 +68,7 @@ uint32_t SOF_GetCertInfoByOid(const uint8_t* pCert, uint32_t uCertLen, const cha
 
     JsonCall call{"SOF_GetCertInfoByOid", 1024};
     call.post(R"({"funcid":%d,"Cert":"%s","Oid":"%s"})",
-              {FunctionNumber::GetCertInfoByOid, Base64{pCert, uCertLen}, szOID});
+              FunctionNumber::GetCertInfoByOid, Base64{pCert, uCertLen}, szOID);
     call.deliver_base64(call.result().member("Info"), pOIDValue, pOIDValueLen);
   });
 }
@@ -79,7 +79,7 @@ uint32_t SOF_ValidateCert(const uint8_t* pCert, uint32_t uCertLen) {
     require_pointer(pCert, "pCert");
 
     JsonCall call{"SOF_ValidateCert", 128};
-    call.post(R"({"funcid":%d,"Cert":"%s"})", {FunctionNumber::ValidateCert, Base64{pCert, uCertLen}});
+    call.post(R"({"funcid":%d,"Cert":"%s"})", FunctionNumber::ValidateCert, Base64{pCert, uCertLen});
   });
 }
 

@@ -35,8 +35,7 @@ uint32_t SOF_Login(const char* pszContainerName, const char* pszPassWd) {
     JsonCall call{"SOF_Login", 128};
     TypedPin typed;
     const Base64 pin{pszPassWd ? pszPassWd : typed.ask()};
-    call.post(R"({"funcid":%d,"UserName":"%s","PassWd":"%s"})",
-              {FunctionNumber::Login, pszContainerName, pin});
+    call.post(R"({"funcid":%d,"UserName":"%s","PassWd":"%s"})", FunctionNumber::Login, pszContainerName, pin);
   });
 }
 
@@ -47,8 +46,7 @@ uint32_t SOF_GetPinRetryCount(const char* pszContainerName, uint32_t* puRemainCo
     require_pointer(puRemainCount, "puRemainCount");
 
     JsonCall call{"SOF_GetPinRetryCount", 128};
-    call.post(R"({"funcid":%d,"ContainerName":"%s"})",
-              {FunctionNumber::GetPinRetryCount, pszContainerName});
+    call.post(R"({"funcid":%d,"ContainerName":"%s"})", FunctionNumber::GetPinRetryCount, pszContainerName);
     *puRemainCount = static_cast<uint32_t>(call.result().member("RetryCount").integer(0));
   });
 }
@@ -65,7 +63,7 @@ uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWor
 
     JsonCall call{"SOF_ChangePassWd", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","OldPassWd":"%s","NewPassWd":"%s"})",
-              {FunctionNumber::ChangePassWd, pszContainerName, Base64{szOldPassWord}, Base64{szNewPassWord}});
+              FunctionNumber::ChangePassWd, pszContainerName, Base64{szOldPassWord}, Base64{szNewPassWord});
   });
 }
 
@@ -81,7 +79,7 @@ uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType) {
     LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_null(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_Logout", 128};
     call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              {FunctionNumber::Logout, pszContainerName, ulLoginType});
+              FunctionNumber::Logout, pszContainerName, ulLoginType);
   });
 }
 
@@ -90,6 +88,6 @@ uint32_t SOF_Ext_isLogin(const char* pszContainerName, uint32_t ulLoginType) {
     LOG_ENTRY("SOF_Ext_isLogin [%s] ulLoginType=%u\n", as_given(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_isLogin", 128};
     call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              {FunctionNumber::isLogin, pszContainerName, ulLoginType});
+              FunctionNumber::isLogin, pszContainerName, ulLoginType);
   });
 }

@@ -11,7 +11,7 @@ uint32_t SOF_Ext_EnumSeal(const char* pszContainerName, uint32_t* puSealCount) {
     require_pointer(puSealCount, "puSealCount");
 
     JsonCall call{"SOF_Ext_EnumSeal", 128};
-    call.post(R"({"funcid":%d,"container":"%s"})", {FunctionNumber::EnumSeal, pszContainerName});
+    call.post(R"({"funcid":%d,"container":"%s"})", FunctionNumber::EnumSeal, pszContainerName);
     *puSealCount = static_cast<uint32_t>(call.result().member("sealCount").integer());
   });
 }
@@ -26,7 +26,7 @@ uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, u
 
     JsonCall call{"SOF_Ext_GetSeaInfo", 65536};
     call.post(R"({"funcid":%d,"container":"%s","sealIdx":%u,"infoType":%u})",
-              {FunctionNumber::GetSeaInfo, pszContainerName, uSealIndex, uInfoType});
+              FunctionNumber::GetSeaInfo, pszContainerName, uSealIndex, uInfoType);
     call.deliver_base64(call.result(), pInfo, pInfoLen);
   });
 }

@@ -10,11 +10,11 @@ JsonCall::JsonCall(const char* function, uint32_t capacity)
       capacity_(capacity),
       response_(std::make_unique_for_overwrite<char[]>(size_t{capacity} + 1)) {}
 
-void JsonCall::post(const char* format, std::initializer_list<JsonField> fields) {
+void JsonCall::exchange(RequestMemory request) {
   uint32_t received = capacity_;
   {
-    const RequestMemory request = format_json(format, fields);
-    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(), "application/json",
+    const RequestMemory sent = std::move(request);
+    const int32_t result = xhttp::post(kServiceAddress, sent.data(), sent.length(), "application/json",
                                        response_.get(), &received);
     if (result != xhttp::kDone) {
       LOG_FAILURE("%s->post_json xrv = %d\n", function_, result);

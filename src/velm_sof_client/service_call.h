@@ -25,7 +25,10 @@ class JsonCall {
   // `capacity`: the bytes of answer that the call takes; a longer answer counts as an empty one.
   JsonCall(const char* function, uint32_t capacity);
 
-  void post(const char* format, std::initializer_list<JsonField> fields);
+  template <class... Fields>
+  void post(const JsonFormat<std::type_identity_t<Fields>...>& format, const Fields&... fields) {
+    exchange(format_json(format, fields...));
+  }
   AnswerValue result() const { return answer_->result(); }
 
   // Decodes a base64 member straight into the caller's buffer, whose size is not known here. The length
@@ -33,6 +36,8 @@ class JsonCall {
   void deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const;
 
  private:
+  void exchange(RequestMemory request);
+
   const char* function_;
   uint32_t capacity_;
   std::unique_ptr<char[]> response_;

@@ -43,7 +43,7 @@ uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* p
     JsonCall call{"SOF_Ext_WriteUsrDataFile", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Pin":"%s","FileType":%u,"FileIndex":%u,"Offset":%u,)"
               R"("WriteData":"%s"})",
-              {FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType,
-               ulFileIndex, ulOffset, Base64{pWriteData, ulWriteLen}});
+              FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType,
+              ulFileIndex, ulOffset, Base64{pWriteData, ulWriteLen});
   });
 }
