@@ -16,12 +16,15 @@
 
 namespace velm {
 
-// Takes the result of a provider function: anything but success is logged under `name`, with the raw code,
-// and fails with the library's code for it.
-inline void check_provider(const char* name, uint32_t result, CallSite site = CallSite::current()) {
-  if (result == 0) return;
-  log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", name, result);
-  fail(SI_MapSafError(result));
+// Logs `what` went wrong, with the provider's code, and fails with the library's code for it.
+[[noreturn]] inline void fail_with_provider_code(const char* what, uint32_t provider_code, CallSite site) {
+  log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", what, provider_code);
+  fail(SI_MapSafError(provider_code));
+}
+
+// Takes the result of a provider function. Anything but success fails the call under the function's name.
+inline void check_provider(const char* function, uint32_t result, CallSite site = CallSite::current()) {
+  if (result != 0) fail_with_provider_code(function, result, site);
 }
 
 // A buffer that a provider call fills: `length` goes in as its capacity and comes back as what the provider

@@ -68,15 +68,16 @@ inline SignedAttributes read_signed_attributes(ByteView message, CallSite site =
   return attributes;
 }
 
-// Holds a hash against the message digest of the attributes.
+// Compares a hash with the message digest of the attributes.
 template <uint32_t size>
 void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
                             CallSite site = CallSite::current()) {
+  using protocol::kSafHashFailed;
   if (hash.length != attributes.hash.length)
-    check_provider("hashLen != attrHashLen", protocol::kSafHashFailed, site);
+    fail_with_provider_code("hashLen != attrHashLen", kSafHashFailed, site);
   const ByteView ours = hash.content(), theirs = attributes.hash.content();
   const bool equal = std::equal(ours.data, ours.data + ours.length, theirs.data, theirs.data + theirs.length);
-  if (!equal) check_provider("hash not equal attrHash", protocol::kSafHashFailed, site);
+  if (!equal) fail_with_provider_code("hash not equal attrHash", kSafHashFailed, site);
 }
 
 }  // namespace velm
