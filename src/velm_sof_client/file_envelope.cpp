@@ -41,7 +41,7 @@ void encrypt_in_memory(ByteView certificate, const std::string& input_path, cons
   const FileContent input = read_whole_file(input_path, "SOF_EncryptFile");
   ProviderBuffer output = output_buffer("SOF_EncryptFile", input.length);
   const uint32_t result = SOF_EncryptData(certificate.data, certificate.length, input.data(), input.length,
-                                          output.data(), &output.length);
+                                          output.data(), &output.stated_length);
   if (result != SOR_OK) fail(result);
   write_file("SOF_EncryptFile", output_path, output.content());
 }
@@ -54,9 +54,9 @@ uint32_t decrypt_in_memory(const char* container, const std::string& input_path,
   ProviderBuffer output = output_buffer("SOF_DecryptFile", input.length);
   const uint32_t result =
       SAF_Ext_CMS_DecodeEnvelopedData(g_hAppHandle.load(), container, text_length(container), input.data(),
-                                      input.length, output.data(), &output.length);
+                                      input.length, output.data(), &output.stated_length);
   if (result != 0) return result;
-  LOG_FAILURE("out_file_data.length2= %d\n", static_cast<int32_t>(output.length));
+  LOG_FAILURE("out_file_data.length2= %d\n", static_cast<int32_t>(output.stated_length));
   write_file("SOF_DecryptFile", output_path, output.content());
   return 0;
 }

@@ -16,11 +16,11 @@ uint32_t SOF_Ext_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMess
     const SignedAttributes attributes = read_signed_attributes(message);
 
     SignedData parts = size_with_either_decoder(message);
-    if (parts.signature.length < kShortestRsaSignature) return;  // SM2 messages are accepted as they are
+    if (parts.signature.stated_length < kShortestRsaSignature) return;  // SM2 messages are accepted as they are
 
     require_decoded(pkcs7_decoder(), message, parts);
-    parts.certificate = sized_buffer("SOF_VerifySignedMessage", "uSignCertLen", parts.certificate.length);
-    parts.signature = sized_buffer("SOF_VerifySignedMessage", "uSignDataLen", parts.signature.length);
+    parts.certificate = sized_buffer("SOF_VerifySignedMessage", "uSignCertLen", parts.certificate.stated_length);
+    parts.signature = sized_buffer("SOF_VerifySignedMessage", "uSignDataLen", parts.signature.stated_length);
     require_decoded(pkcs7_decoder(), message, parts);
 
     if (attributes.present()) {

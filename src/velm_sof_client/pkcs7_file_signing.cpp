@@ -32,7 +32,7 @@ FileContent base64_decoded(const FileContent& text) {
                  SAF_Base64_Decode(text.data(), text.length, nullptr, &length));
   ProviderBuffer decoded = sized_buffer(kFunction, "uInDataBase64DecodedLen", length);
   check_provider("SAF_Base64_Decode",
-                 SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.length));
+                 SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.stated_length));
   const uint32_t decoded_length = decoded.content().length;
   return {std::move(decoded.bytes), decoded_length};
 }
@@ -47,14 +47,14 @@ FileContent data_to_sign(const char* path) {
 FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) {
   FixedBuffer<kUserCertificateCapacity> certificate;
   if (std::strstr(container, "SCAN_CONTAINER")) {
-    const uint32_t result = SI_ExportCertForScan(container, certificate.bytes, certificate.length);
+    const uint32_t result = SI_ExportCertForScan(container, certificate.bytes, certificate.stated_length);
     if (result != 0) {
       LOG_FAILURE("%s, SI_ExportCertForScan, sof_rv = 0x%08X \n", kFunction, result);
       fail(result);
     }
     return certificate;
   }
-  const uint32_t result = SI_ExportUserCert(container, certificate.bytes, certificate.length);
+  const uint32_t result = SI_ExportUserCert(container, certificate.bytes, certificate.stated_length);
   if (result != 0) {
     LOG_FAILURE("%s->SI_ExportUserCert\n", kFunction);
     fail(result);

@@ -32,9 +32,9 @@ ProviderBuffer content_buffer(uint32_t length) {
 SignedData decode_whole(const SignedDataDecoder& decoder, const VerificationInput& input, SignedData parts,
                         const char* certificate_caller) {
   require_decoded(decoder, input.message, parts);
-  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", parts.certificate.length);
-  if (!input.detached) parts.content = content_buffer(parts.content.length);
-  parts.signature = sized_buffer(kFunction, "uSignDataLen", parts.signature.length);
+  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", parts.certificate.stated_length);
+  if (!input.detached) parts.content = content_buffer(parts.content.stated_length);
+  parts.signature = sized_buffer(kFunction, "uSignDataLen", parts.signature.stated_length);
   require_decoded(decoder, input.message, parts);
   return parts;
 }
@@ -44,7 +44,7 @@ FixedBuffer<size> hash_of(const char* name, uint32_t algorithm, ByteView data, B
                           ByteView id = {}) {
   FixedBuffer<size> hash;
   check_provider(name, SAF_Hash(algorithm, data.data, data.length, public_key.data, public_key.length,
-                                id.data, id.length, hash.bytes, &hash.length));
+                                id.data, id.length, hash.bytes, &hash.stated_length));
   return hash;
 }
 
@@ -111,7 +111,7 @@ uint32_t SOF_Ext_PKCS7_VerifySignedFile(uint32_t flag, const uint8_t* pMessageDa
     SignedData sizes = size_with_either_decoder(message);
 
     const VerificationInput input{message, detached, {file.data(), file.length}, attributes};
-    if (sizes.signature.length < kShortestRsaSignature) {
+    if (sizes.signature.stated_length < kShortestRsaSignature) {
       verify_sm2(input, std::move(sizes));
     } else {
       verify_rsa(input, std::move(sizes));

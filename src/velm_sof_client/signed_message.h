@@ -30,8 +30,8 @@ struct SignedData {
 // One decoding pass; the provider's own result.
 inline uint32_t decode(const SignedDataDecoder& decoder, ByteView message, SignedData& parts) {
   return decoder.function(g_hAppHandle.load(), message.data, message.length, parts.certificate.data(),
-                          &parts.certificate.length, &parts.digest, parts.content.data(),
-                          &parts.content.length, parts.signature.data(), &parts.signature.length);
+                          &parts.certificate.stated_length, &parts.digest, parts.content.data(),
+                          &parts.content.stated_length, parts.signature.data(), &parts.signature.stated_length);
 }
 
 inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
@@ -62,8 +62,8 @@ inline SignedAttributes read_signed_attributes(ByteView message, CallSite site =
   check_provider("SAF_Ext_Pkcs7_ReadContentData",
                  SAF_Ext_Pkcs7_ReadContentData(g_hAppHandle.load(), message.data, message.length,
                                                &attributes.flag, &attributes.digest,
-                                               attributes.encoding.bytes, &attributes.encoding.length,
-                                               attributes.hash.bytes, &attributes.hash.length),
+                                               attributes.encoding.bytes, &attributes.encoding.stated_length,
+                                               attributes.hash.bytes, &attributes.hash.stated_length),
                  site);
   return attributes;
 }
@@ -73,7 +73,7 @@ template <uint32_t size>
 void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
                             CallSite site = CallSite::current()) {
   using protocol::kSafHashFailed;
-  if (hash.length != attributes.hash.length)
+  if (hash.stated_length != attributes.hash.stated_length)
     fail_with_provider_code("hashLen != attrHashLen", kSafHashFailed, site);
   const ByteView ours = hash.content(), theirs = attributes.hash.content();
   const bool equal = std::equal(ours.data, ours.data + ours.length, theirs.data, theirs.data + theirs.length);
