@@ -27,14 +27,15 @@ ProviderBuffer content_buffer(uint32_t length) {
   return {std::move(bytes), length, size};
 }
 
-// Sizes the message with the decoder of its kind, then takes it apart. `certificate_caller` opens the line of
-// a certificate buffer that is not to be had.
-SignedData decode_whole(const SignedDataDecoder& decoder, const VerificationInput& input, SignedData parts,
-                        const char* certificate_caller) {
-  require_decoded(decoder, input.message, parts);
-  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", parts.certificate.stated_length);
-  if (!input.detached) parts.content = content_buffer(parts.content.stated_length);
-  parts.signature = sized_buffer(kFunction, "uSignDataLen", parts.signature.stated_length);
+// Sizes the message again, with the decoder of its kind, then takes it apart. `certificate_caller` opens the
+// log line of a certificate buffer that cannot be allocated.
+SignedData decode_whole(const SignedDataDecoder& decoder, const VerificationInput& input,
+                        SignedDataSizes sizes, const char* certificate_caller) {
+  require_sized(decoder, input.message, sizes);
+  SignedData parts{.digest = sizes.digest, .content = {.stated_length = sizes.content}};
+  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", sizes.certificate);
+  if (!input.detached) parts.content = content_buffer(sizes.content);
+  parts.signature = sized_buffer(kFunction, "uSignDataLen", sizes.signature);
   require_decoded(decoder, input.message, parts);
   return parts;
 }
@@ -60,10 +61,9 @@ void verify_rsa_data(const char* name, const SignedData& parts, ByteView data) {
                                             data.length, signature.data, signature.length));
 }
 
-void verify_sm2(const VerificationInput& input, SignedData sizes) {
+void verify_sm2(const VerificationInput& input, const SignedDataSizes& sizes) {
   const SignedAttributes& attributes = input.attributes;
-  const SignedData parts =
-      decode_whole(sm2_decoder(), input, std::move(sizes), "SOF_VerifySignedMessage");
+  const SignedData parts = decode_whole(sm2_decoder(), input, sizes, "SOF_VerifySignedMessage");
   const auto public_key = read_public_key(parts.certificate.content());
   const ByteView content = input.content(parts);
 
@@ -80,9 +80,9 @@ void verify_sm2(const VerificationInput& input, SignedData sizes) {
   require_attribute_hash(attributes, content_hash);
 }
 
-void verify_rsa(const VerificationInput& input, SignedData sizes) {
+void verify_rsa(const VerificationInput& input, const SignedDataSizes& sizes) {
   const SignedAttributes& attributes = input.attributes;
-  const SignedData parts = decode_whole(pkcs7_decoder(), input, std::move(sizes), kFunction);
+  const SignedData parts = decode_whole(pkcs7_decoder(), input, sizes, kFunction);
   const ByteView content = input.content(parts);
 
   if (!attributes.present()) {
@@ -108,13 +108,13 @@ uint32_t SOF_Ext_PKCS7_VerifySignedFile(uint32_t flag, const uint8_t* pMessageDa
 
     const ByteView message{pMessageData, uMessageDataLen};
     const SignedAttributes attributes = read_signed_attributes(message);
-    SignedData sizes = size_with_either_decoder(message);
+    const SignedDataSizes sizes = size_with_either_decoder(message);
 
     const VerificationInput input{message, detached, {file.data(), file.length}, attributes};
-    if (sizes.signature.stated_length < kShortestRsaSignature) {
-      verify_sm2(input, std::move(sizes));
+    if (sizes.signature < kShortestRsaSignature) {
+      verify_sm2(input, sizes);
     } else {
-      verify_rsa(input, std::move(sizes));
+      verify_rsa(input, sizes);
     }
   });
 }
