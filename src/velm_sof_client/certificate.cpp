@@ -34,7 +34,7 @@ uint32_t SOF_ExportUserCert(const char* pszContainerName, uint8_t* pCertData, ui
 uint32_t SOF_ExportExChangeUserCert(const char* pszContainerName, uint8_t* pCertData,
                                     uint32_t* pCertDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_ExportExChangeUserCert [%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_ExportExChangeUserCert [%s]\n", or_upper_null(pszContainerName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pCertDataLen, "pCertDataLen");
     export_certificate("SOF_ExportExChangeUserCert", FunctionNumber::ExportExChangeUserCert, pszContainerName,
@@ -61,7 +61,7 @@ uint32_t SOF_GetCertInfo(const uint8_t* pCert, uint32_t uCertLen, uint32_t uInfo
 uint32_t SOF_GetCertInfoByOid(const uint8_t* pCert, uint32_t uCertLen, const char* szOID, uint8_t* pOIDValue,
                               uint32_t* pOIDValueLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_GetCertInfoByOid uCertLen=%u szOID=[%s]\n", uCertLen, or_NULL(szOID));
+    LOG_ENTRY("SOF_GetCertInfoByOid uCertLen=%u szOID=[%s]\n", uCertLen, or_upper_null(szOID));
     require_pointer(pCert, "pCert");
     require_pointer(szOID, "szOID");
     require_pointer(pOIDValueLen, "pOIDValueLen");

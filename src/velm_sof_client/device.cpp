@@ -10,7 +10,7 @@ using namespace velm;
 uint32_t SOF_GetDeviceInfo(const char* pszContainerName, int32_t iInfoType, uint8_t* pDeviceInfo,
                            uint32_t* pDeviceInfoLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_GetDeviceInfo pszContainerName=[%s] iInfoType=0x%08X\n", or_NULL(pszContainerName),
+    LOG_ENTRY("SOF_GetDeviceInfo pszContainerName=[%s] iInfoType=0x%08X\n", or_upper_null(pszContainerName),
               static_cast<uint32_t>(iInfoType));
     require_pointer(pDeviceInfo, "pDeviceInfo");
     require_pointer(pDeviceInfoLen, "pDeviceInfoLen");

@@ -67,7 +67,7 @@ uint32_t SOF_EncryptFile(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, 
                          const char* pszOutFilePath) {
   return exported_call([&] {
     LOG_ENTRY("SOF_EncryptFile uEncryptCertLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n", uEncryptCertLen,
-              or_null(pszInFilePath), or_null(pszOutFilePath));
+              or_lower_null(pszInFilePath), or_lower_null(pszOutFilePath));
     require_pointer(pEncryptCert, "pEncryptCert");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");
@@ -98,7 +98,7 @@ uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath
                          const char* pszOutFilePath) {
   return exported_call([&] {
     LOG_ENTRY("SOF_DecryptFile pszContainerName=[%s] pszInFilePath=[%s] pszOutFilePath=[%s]\n",
-              or_null(pszContainerName), or_null(pszInFilePath), or_null(pszOutFilePath));
+              or_lower_null(pszContainerName), or_lower_null(pszInFilePath), or_lower_null(pszOutFilePath));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");

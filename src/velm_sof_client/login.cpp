@@ -31,7 +31,7 @@ class TypedPin {
 
 uint32_t SOF_Login(const char* pszContainerName, const char* pszPassWd) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Login pszContainerName=[%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_Login pszContainerName=[%s]\n", or_upper_null(pszContainerName));
     JsonCall call{"SOF_Login", 128};
     TypedPin typed;
     const Base64 pin{pszPassWd ? pszPassWd : typed.ask()};
@@ -54,7 +54,7 @@ uint32_t SOF_GetPinRetryCount(const char* pszContainerName, uint32_t* puRemainCo
 uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWord,
                           const char* szNewPassWord) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_ChangePassWd [%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_ChangePassWd [%s]\n", or_upper_null(pszContainerName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(szOldPassWord, "szOldPassWord");
     require_text(szOldPassWord, "szOldPassWord");
@@ -69,14 +69,14 @@ uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWor
 
 uint32_t SOF_Ext_Login(const char* pszContainerName, uint32_t loginType, const uint8_t*,
                        uint32_t loginDataLen) {
-  LOG_ENTRY("SOF_Ext_Login->pszContainerName=[%s] loginType=%u loginDataLen=%u\n", or_NULL(pszContainerName),
-            loginType, loginDataLen);
+  LOG_ENTRY("SOF_Ext_Login->pszContainerName=[%s] loginType=%u loginDataLen=%u\n",
+            or_upper_null(pszContainerName), loginType, loginDataLen);
   return SOR_NOTSUPPORTYETERR;
 }
 
 uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_null(pszContainerName), ulLoginType);
+    LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_lower_null(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_Logout", 128};
     call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
               FunctionNumber::Logout, pszContainerName, ulLoginType);

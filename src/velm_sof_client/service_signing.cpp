@@ -16,7 +16,7 @@ uint32_t SOF_GetSignMethod(void) { return static_cast<uint32_t>(process_state.si
 uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen,
                       uint8_t* pSignedData, uint32_t* pSignedDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_SignData [%s] uInDataLen=%u\n", or_NULL(pszContainerName), uInDataLen);
+    LOG_ENTRY("SOF_SignData [%s] uInDataLen=%u\n", or_upper_null(pszContainerName), uInDataLen);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pInData, "pInData");
     require_pointer(pSignedDataLen, "pSignedDataLen");
@@ -48,7 +48,8 @@ uint32_t SOF_VerifySignedData(const uint8_t* pSignCert, uint32_t uSignCertLen, c
 uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint8_t* pInData,
                          uint32_t uInDataLen, uint8_t* pSignedMessage, uint32_t* puSignedMessageLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_NULL(pszContainerName), uInDataLen);
+    LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_upper_null(pszContainerName),
+              uInDataLen);
     // A message that carries the data grows with it: in the size query by its length, in the answer by its
     // base64 form, estimated in single precision.
     const bool carries_data = lFlag == 0;
@@ -95,7 +96,7 @@ uint32_t SOF_Ext_SignHash(const char* pszContainerName, uint32_t uiHashAlgorithm
                           uint32_t* puSignedDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_SignHash [%s] uiHashAlgorithmID=0x%08X uiInDataType=%u uiInDataLen=%u\n",
-              or_NULL(pszContainerName), uiHashAlgorithmID, uiInDataType, uiInDataLen);
+              or_upper_null(pszContainerName), uiHashAlgorithmID, uiInDataType, uiInDataLen);
     if (!pSignedData) return store(puSignedDataLen, 1024);
 
     JsonCall call{"SOF_Ext_SignHash", 2048};

@@ -73,8 +73,8 @@ uint32_t transform_file(const FileDirection& direction, uint32_t ulSymmAlg, cons
   return exported_call([&] {
     // The label of the key length is that of the length before it.
     LOG_ENTRY("%s ulSymmAlg=0x%08X ulIVLen=%u ulIVLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n",
-              direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_NULL(pszInFilePath),
-              or_NULL(pszOutFilePath));
+              direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_upper_null(pszInFilePath),
+              or_upper_null(pszOutFilePath));
     require_pointer(pbSymmKey, "pbSymmKey");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");
