@@ -6,7 +6,8 @@
 #include <string>
 
 #include "basekit/basic/log.h"
-#include "provider_abi/provider_codes.h"
+#include "protocol/identifiers.h"
+#include "protocol/result_codes.h"
 #include "provider_abi/velm_client_saf.h"
 #include "velm_sof_client.h"
 
@@ -33,7 +34,7 @@ uint32_t SI_Initialize() {
   return SOR_OK;
 }
 
-uint32_t SI_MapSafError(uint32_t saf_code) { return client_code_of(saf_code); }
+uint32_t SI_MapSafError(uint32_t saf_code) { return protocol::client_code_of(saf_code); }
 
 void* SI_Malloc(uint32_t& length) {
   const uint64_t granted = uint64_t{length} + 2048;
@@ -58,7 +59,7 @@ uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uin
 }
 
 uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, uint32_t& length) {
-  constexpr uint32_t kCertificateLabel = 7;
+  using protocol::kCertificateLabel;
   const std::string label = std::string(container_name) + "_FromCache";
   const auto label_length = static_cast<uint32_t>(label.size());
   length = kUserCertificateCapacity;

@@ -12,7 +12,8 @@ from pathlib import Path
 
 HEADER = "inc/velm_sof_client.h"
 TEXTS = "src/velm_sof_client/error_texts.h"
-PROVIDER_RESULTS = "provider_abi/provider_codes.h"
+PROVIDER_NAMES = "protocol/saf_codes.h"
+PROVIDER_RESULTS = "protocol/result_codes.h"
 LIBRARY = "src"
 
 BEGIN, END = "<!-- made by result_codes.py -->\n", "<!-- end -->\n"
@@ -39,20 +40,26 @@ def read_texts(source):
     return {int(code, 16): text for code, text in re.findall(r"\{(0x[0-9A-F]{8}), \"(.*?)\"\}", source)}
 
 
-def read_provider_results(source):
+def read_provider_results(source, by_name):
     """Lists of the provider's results by the code that they become."""
     results = {}
-    for first, last, mapped in re.findall(r"\{(0x0200\w{4}), (0x0200\w{4}), (0x\w{8})\}", source):
+    for first, last, mapped in re.findall(r"\{(0x0200\w{4}), (0x0200\w{4}), (SOR_\w+)\}", source):
+        if mapped not in by_name:
+            raise Inconsistent(f"a provider's result becomes {mapped}, which the header does not define")
         for step in range(int(last, 16) - int(first, 16) + 1):
-            results.setdefault(int(mapped, 16) + step, []).append(int(first, 16) + step)
+            results.setdefault(by_name[mapped] + step, []).append(int(first, 16) + step)
     if not results:
         raise Inconsistent("no provider results could be read")
     return results
 
 
-def own_codes(root, constants, provider_results):
+def read_provider_names(source):
+    """The provider's results by name."""
+    return {name: int(code, 16) for name, code in re.findall(r"(kSaf\w+) = (0x0200\w{4});", source)}
+
+
+def own_codes(root, by_name, provider_names, provider_results):
     """What the library's own code answers with: constants, and provider's results that it puts in itself."""
-    by_name = {name: code for code, (name, _) in constants.items()}
     by_result = {result: code for code, results in provider_results.items() for result in results}
     codes = set()
     for path in sorted(Path(root, LIBRARY).rglob("*")):
@@ -60,8 +67,10 @@ def own_codes(root, constants, provider_results):
             continue
         code = re.sub(r"//.*|[!=]= SOR_\w+", "", path.read_text(encoding="utf-8"))
         codes.update(by_name[name] for name in re.findall(r"\bSOR_\w+", code))
-        results = (int(text, 16) for text in re.findall(r"0x0200\w{4}", code))
-        codes.update(by_result.get(result, UNKNOWN) for result in results)
+        for name in re.findall(r"\bkSaf\w+", code):
+            if name not in provider_names:
+                raise Inconsistent(f"{path.name}: {name} is not among the provider's results")
+            codes.add(by_result.get(provider_names[name], UNKNOWN))
     return codes
 
 
@@ -75,8 +84,9 @@ def rows(root):
         return Path(root, name).read_text(encoding="utf-8")
 
     constants, texts = read_constants(read(HEADER)), read_texts(read(TEXTS))
-    provider = read_provider_results(read(PROVIDER_RESULTS))
-    own = own_codes(root, constants, provider)
+    by_name = {name: code for code, (name, _) in constants.items()}
+    provider = read_provider_results(read(PROVIDER_RESULTS), by_name)
+    own = own_codes(root, by_name, read_provider_names(read(PROVIDER_NAMES)), provider)
     with_text = {code for code in constants if code < NEGATIVE}
     if with_text != set(texts):
         odd = ", ".join(hexadecimal(code) for code in sorted(with_text ^ set(texts)))

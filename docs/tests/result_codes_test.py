@@ -15,10 +15,11 @@ SOURCES = {
                              "#define SOR_PROVIDERMINUS1ERR      0xFFFFFFFFu  /**< -1. */\n",
     "src/velm_sof_client/error_texts.h": '{0x00000000, "成功"},\n{0x0B000001, "异常错误"},\n'
                                          '{0x0B000002, "文件"},\n',
-    "provider_abi/provider_codes.h": "{0x02000001, 0x02000002, 0x0B000001},\n"
-                                "{0x02000319, 0x02000319, 0xFFFFFFFF},\n",
+    "protocol/result_codes.h": "{0x02000001, 0x02000002, SOR_UNKNOWNERR},\n"
+                               "{0x02000319, 0x02000319, SOR_PROVIDERMINUS1ERR},\n",
+    "protocol/saf_codes.h": "constexpr uint32_t kSafCertificateInvalid = 0x02000319;\n",
     "src/sof_impl.cpp": "if (code == SOR_FILEERR) return SOR_OK;  // never SOR_UNKNOWNERR\n",
-    "src/checks.h": "constexpr uint32_t kOther = 0x02000319;\n",
+    "src/checks.h": "constexpr uint32_t kOther = protocol::kSafCertificateInvalid;\n",
     "docs/result_codes.md": "before\n" + result_codes.BEGIN + result_codes.END + "after\n",
     "docs/zh/result_codes.md": result_codes.BEGIN + result_codes.END,
 }
@@ -80,14 +81,15 @@ class ResultCodes(unittest.TestCase):
                           "docs/zh/result_codes.md: the table")
 
     def test_a_changed_provider_result(self):
-        self.expect_fault("provider_abi/provider_codes.h", "0x02000319", "0x02000318",
+        self.expect_fault("protocol/result_codes.h", "0x02000319", "0x02000318",
                           "docs/result_codes.md: the table")
 
     def test_a_code_that_the_library_no_longer_gives(self):
         self.expect_fault("src/sof_impl.cpp", "return SOR_OK", "return", "docs/result_codes.md: the table")
 
     def test_a_provider_result_that_the_library_no_longer_puts_in(self):
-        self.expect_fault("src/checks.h", "0x02000319", "0", "docs/result_codes.md: the table")
+        self.expect_fault("src/checks.h", "protocol::kSafCertificateInvalid", "0",
+                          "docs/result_codes.md: the table")
 
     def test_a_code_without_text_or_without_constant(self):
         self.expect_fault("src/velm_sof_client/error_texts.h", '{0x0B000002, "文件"},', "",
@@ -102,11 +104,17 @@ class ResultCodes(unittest.TestCase):
         self.expect_fault("inc/velm_sof_client.h", "  /**< A file. */", "", "could not be read")
 
     def test_a_provider_result_that_becomes_an_unknown_code(self):
-        self.expect_fault("provider_abi/provider_codes.h", "0x02000002, 0x0B000001", "0x02000003, 0x0B000001",
-                          "does not define")
+        self.expect_fault("protocol/result_codes.h", "0x02000002, SOR_UNKNOWNERR",
+                          "0x02000003, SOR_UNKNOWNERR", "a code that the header does not define")
+        self.expect_fault("protocol/result_codes.h", "SOR_UNKNOWNERR", "SOR_OTHERERR",
+                          "SOR_OTHERERR, which the header does not define")
+
+    def test_a_provider_result_without_a_name(self):
+        self.expect_fault("src/checks.h", "kSafCertificateInvalid", "kSafOther",
+                          "checks.h: kSafOther is not among the provider's results")
 
     def test_provider_results_that_cannot_be_read(self):
-        self.expect_fault("provider_abi/provider_codes.h", "{0x", "[0x", "no provider results")
+        self.expect_fault("protocol/result_codes.h", "{0x", "[0x", "no provider results")
 
     def test_a_page_without_a_place_for_the_table(self):
         self.expect_fault("docs/result_codes.md", "<!-- end -->", "", "has no place for the table")

@@ -4,6 +4,7 @@
 #include <ctime>
 #include <optional>
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/keys.h"
 
 namespace velm::token {
@@ -150,7 +151,7 @@ std::optional<std::string> string_value(const ASN1_OCTET_STRING* value) {
 // What an SM2 issuer signed covers its ID too.
 void set_issuer_id(X509* certificate) {
   OctetString id(allocated(ASN1_OCTET_STRING_new()));
-  set_bytes(id.get(), as_bytes(kDefaultSignerId));
+  set_bytes(id.get(), as_bytes(protocol::kDefaultUserId));
   X509_set0_distinguishing_id(certificate, id.release());
 }
 

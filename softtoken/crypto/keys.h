@@ -1,16 +1,11 @@
 #pragma once
 
-#include <string_view>
-
 #include "softtoken/crypto/openssl_handles.h"
 #include "softtoken/crypto/secret.h"
 
 namespace velm::token {
 
 enum class KeyKind { rsa, sm2 };
-
-/** The signer ID of GM/T 0009 for users who have none of their own. */
-constexpr std::string_view kDefaultSignerId = "1234567812345678";
 
 Key generate_sm2_key();
 Key generate_rsa_key(unsigned bits);

@@ -41,9 +41,6 @@ using Pkcs7 = Handle<PKCS7, PKCS7_free>;
 using Pkcs7Envelope = Handle<PKCS7_ENVELOPE, PKCS7_ENVELOPE_free>;
 using Pkcs7Signed = Handle<PKCS7_SIGNED, PKCS7_SIGNED_free>;
 
-/** Leaves with a result code unless something holds; what OpenSSL noted about a failure is forgotten. */
-void require(bool holds, ErrorCode code);
-
 /** A new object of OpenSSL; throws std::bad_alloc when there is none. */
 template <typename T>
 T* allocated(T* object) {

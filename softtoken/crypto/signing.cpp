@@ -3,6 +3,8 @@
 namespace velm::token {
 namespace {
 
+using protocol::kDefaultUserId;
+
 // A digest goes with one kind of key only.
 void require_fitting(const EVP_PKEY* key, DigestId digest) {
   require((kind_of(key) == KeyKind::sm2) == (digest == DigestId::sm3), kAlgorithmUnsupported);
@@ -10,7 +12,7 @@ void require_fitting(const EVP_PKEY* key, DigestId digest) {
 
 bool set_signer_id(EVP_PKEY* key, EVP_PKEY_CTX* context) {
   return kind_of(key) != KeyKind::sm2 ||
-         EVP_PKEY_CTX_set1_id(context, kDefaultSignerId.data(), kDefaultSignerId.size()) == 1;
+         EVP_PKEY_CTX_set1_id(context, kDefaultUserId.data(), kDefaultUserId.size()) == 1;
 }
 
 // Signing and verifying a hash value are set up alike; SM2 takes the value as it is.

@@ -1,11 +1,16 @@
 #pragma once
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/keys.h"
 
 namespace velm::token {
 
 /** Digest algorithms by their identifiers in GM/T 0006. */
-enum class DigestId : uint32_t { sm3 = 1, sha1 = 2, sha256 = 4 };
+enum class DigestId : uint32_t {
+  sm3 = protocol::kSm3,
+  sha1 = protocol::kSha1,
+  sha256 = protocol::kSha256,
+};
 
 const EVP_MD* digest_of(DigestId id);
 /** The digest among those of DigestId; throws the code for an unsupported algorithm. */

@@ -1,56 +1,55 @@
 #include "softtoken/crypto/symmetric_cipher.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace velm::token {
 namespace {
+
+using protocol::Cipher;
+using protocol::CipherMode;
 
 // Pieces are cut to what OpenSSL counts in an int.
 constexpr size_t kLargestPiece = size_t{1} << 30;
 
 struct Row {
-  CipherFamily family;
+  Cipher cipher;
   size_t key_length;
   const EVP_CIPHER* (*by_mode[4])();
 };
 
+// The columns are the modes, in the order of their numbers.
 constexpr Row kCiphers[] = {
-    {CipherFamily::sm4, 16, {EVP_sm4_ecb, EVP_sm4_cbc, EVP_sm4_cfb128, EVP_sm4_ofb}},
-    {CipherFamily::triple_des, 16, {EVP_des_ede_ecb, EVP_des_ede_cbc, EVP_des_ede_cfb64, EVP_des_ede_ofb}},
-    {CipherFamily::triple_des, 24,
-     {EVP_des_ede3_ecb, EVP_des_ede3_cbc, EVP_des_ede3_cfb64, EVP_des_ede3_ofb}},
-    {CipherFamily::aes, 16, {EVP_aes_128_ecb, EVP_aes_128_cbc, EVP_aes_128_cfb128, EVP_aes_128_ofb}},
-    {CipherFamily::aes, 24, {EVP_aes_192_ecb, EVP_aes_192_cbc, EVP_aes_192_cfb128, EVP_aes_192_ofb}},
-    {CipherFamily::aes, 32, {EVP_aes_256_ecb, EVP_aes_256_cbc, EVP_aes_256_cfb128, EVP_aes_256_ofb}},
+    {Cipher::sm4, 16, {EVP_sm4_ecb, EVP_sm4_cbc, EVP_sm4_cfb128, EVP_sm4_ofb}},
+    {Cipher::triple_des, 16, {EVP_des_ede_ecb, EVP_des_ede_cbc, EVP_des_ede_cfb64, EVP_des_ede_ofb}},
+    {Cipher::triple_des, 24, {EVP_des_ede3_ecb, EVP_des_ede3_cbc, EVP_des_ede3_cfb64, EVP_des_ede3_ofb}},
+    {Cipher::aes, 16, {EVP_aes_128_ecb, EVP_aes_128_cbc, EVP_aes_128_cfb128, EVP_aes_128_ofb}},
+    {Cipher::aes, 24, {EVP_aes_192_ecb, EVP_aes_192_cbc, EVP_aes_192_cfb128, EVP_aes_192_ofb}},
+    {Cipher::aes, 32, {EVP_aes_256_ecb, EVP_aes_256_cbc, EVP_aes_256_cfb128, EVP_aes_256_ofb}},
 };
 
 }  // namespace
 
-const EVP_CIPHER* symmetric_cipher(CipherFamily family, CipherMode mode, size_t key_length) {
-  for (const Row& row : kCiphers) {
-    if (row.family == family && row.key_length == key_length) return row.by_mode[static_cast<size_t>(mode)]();
-  }
-  throw TokenError(kBadLength);
+SymmetricAlgorithm symmetric_algorithm(uint32_t cipher, uint32_t mode) {
+  const bool has_cipher = std::ranges::find(kCiphers, Cipher{cipher}, &Row::cipher) != std::end(kCiphers);
+  const bool has_mode = mode >= number_of(CipherMode::ecb) && mode <= number_of(CipherMode::ofb);
+  require(has_cipher && has_mode, kAlgorithmUnsupported);
+  return {Cipher{cipher}, CipherMode{mode}};
 }
 
 SymmetricAlgorithm symmetric_algorithm(uint32_t identifier) {
-  SymmetricAlgorithm algorithm{};
-  switch (identifier & 0xFFFFFF00) {
-    case 0x400: algorithm.family = CipherFamily::sm4; break;
-    case 0x2000: algorithm.family = CipherFamily::triple_des; break;
-    case 0x4000:
-    case 0x8000:
-    case 0x10000: algorithm.family = CipherFamily::aes; break;
-    default: throw TokenError(kAlgorithmUnsupported);
+  constexpr uint32_t kIdentifierBits = 20;
+  require(identifier >> kIdentifierBits == 0, kAlgorithmUnsupported);
+  return symmetric_algorithm(number_of(protocol::cipher_of(identifier)),
+                             number_of(protocol::mode_of(identifier)));
+}
+
+const EVP_CIPHER* symmetric_cipher(SymmetricAlgorithm algorithm, size_t key_length) {
+  const size_t column = number_of(algorithm.mode) - number_of(CipherMode::ecb);
+  for (const Row& row : kCiphers) {
+    if (row.cipher == algorithm.cipher && row.key_length == key_length) return row.by_mode[column]();
   }
-  switch (identifier & 0xFF) {
-    case 1: algorithm.mode = CipherMode::ecb; break;
-    case 2: algorithm.mode = CipherMode::cbc; break;
-    case 4: algorithm.mode = CipherMode::cfb; break;
-    case 8: algorithm.mode = CipherMode::ofb; break;
-    default: throw TokenError(kAlgorithmUnsupported);
-  }
-  return algorithm;
+  throw TokenError(kBadLength);
 }
 
 SymmetricOperation::SymmetricOperation(

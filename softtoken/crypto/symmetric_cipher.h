@@ -1,23 +1,23 @@
 #pragma once
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/openssl_handles.h"
 #include "softtoken/crypto/secret.h"
 
 namespace velm::token {
 
-enum class CipherFamily { sm4, triple_des, aes };
-enum class CipherMode { ecb, cbc, cfb, ofb };
-
-/** The cipher of a family that takes keys of this length (triple DES: 16 or 24 bytes). */
-const EVP_CIPHER* symmetric_cipher(CipherFamily family, CipherMode mode, size_t key_length);
-
-/** What an algorithm identifier of GM/T 0006 names: SM4, triple DES or AES, with a mode. */
 struct SymmetricAlgorithm {
-  CipherFamily family;
-  CipherMode mode;
+  protocol::Cipher cipher;
+  protocol::CipherMode mode;
 };
-/** Throws the code for an unsupported algorithm. */
+
+/** By the numbers of the crypto module; throws the code for an unsupported algorithm. */
+SymmetricAlgorithm symmetric_algorithm(uint32_t cipher, uint32_t mode);
+/** By the identifier of GM/T 0006, likewise. */
 SymmetricAlgorithm symmetric_algorithm(uint32_t identifier);
+
+/** The cipher that takes keys of this length (triple DES: 16 or 24 bytes). */
+const EVP_CIPHER* symmetric_cipher(SymmetricAlgorithm algorithm, size_t key_length);
 
 /** One encryption or decryption, a piece at a time; PKCS#7 padding in the modes that work on whole blocks. */
 class SymmetricOperation {

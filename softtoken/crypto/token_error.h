@@ -3,50 +3,52 @@
 #include <cstdint>
 #include <exception>
 
+#include "velm_sof_client.h"
+
 namespace velm::token {
 
-/** The service's result codes; a client receives them as they stand. */
+/** The result codes that the token gives; a client receives them unchanged. */
 enum ErrorCode : uint32_t {
-  kSuccess = 0,
-  kUnknownError = 0x0B000001,
-  kNotSupported = 0x0B000002,
-  kAlgorithmUnsupported = 0x0B000007,
-  kBadLength = 0x0B000200,
-  kBadInput = 0x0B000201,
-  kRandomFailed = 0x0B000300,
-  kKeyNotFound = 0x0B000309,
-  kCertificateNotFound = 0x0B000310,
-  kObjectNotFound = 0x0B000311,
-  kCertificateFormat = 0x0B000405,
-  kCertificateInvalid = 0x0B000406,
-  kCertificateExpired = 0x0B000407,
-  kCertificateRevoked = 0x0B000408,
-  kSignFailed = 0x0B000409,
-  kVerifyFailed = 0x0B000410,
-  kEncryptFailed = 0x0B000415,
-  kDecryptFailed = 0x0B000416,
-  kPkcs7Format = 0x0B000417,
-  kParameterUnsupported = 0x0B000419,
-  kBufferTooSmall = 0x0B000422,
-  kNoSuchContainer = 0x0B000425,
-  kWrongPin = 0x0B000426,
-  kEnvelopeOpenFailed = 0x0B000429,
-  kFileExists = 0x0B000432,
-  kNoSpace = 0x0B000433,
-  kFileNotFound = 0x0B000434,
-  kTooManyFiles = 0x0B000435,
-  kNotLoggedIn = 0x0B000438,
-  kContainerExists = 0x0B000439,
-  kKeyMismatch = 0x0B000440,
-  kPinLocked = 0x0B000442,
-  kOidNotFound = 0x0B000444,
-  kNotYetValid = 0x0B000501,
-  kLabelNotFound = 0x0B000504,
-  kNoSuchSeal = 0x0B01000B,
-  kNotTrusted = 0x0B010012,
+  kSuccess = SOR_OK,
+  kUnknownError = SOR_UNKNOWNERR,
+  kNotSupported = SOR_NOTSUPPORTYETERR,
+  kAlgorithmUnsupported = SOR_ALGOTYPEERR,
+  kBadLength = SOR_INDATALENERR,
+  kBadInput = SOR_INDATAERR,
+  kRandomFailed = SOR_GENRANDERR,
+  kKeyNotFound = SOR_KEYNOTFOUNDERR,
+  kCertificateNotFound = SOR_CERTNOTFOUNDERR,
+  kObjectNotFound = SOR_NOTEXPORTERR,
+  kCertificateFormat = SOR_CERTENCODEERR,
+  kCertificateInvalid = SOR_CERTINVALIDERR,
+  kCertificateExpired = SOR_CERTHASEXPIREDERR,
+  kCertificateRevoked = SOR_CERTREVOKEDERR,
+  kSignFailed = SOR_SIGNDATAERR,
+  kVerifyFailed = SOR_VERIFYSIGNDATAERR,
+  kEncryptFailed = SOR_ENCRYPTDATAERR,
+  kDecryptFailed = SOR_DECRYPTDATAERR,
+  kPkcs7Format = SOR_PKCS7ENCODEERR,
+  kParameterUnsupported = SOR_PARAMETERNOTSUPPORTERR,
+  kBufferTooSmall = SOR_BUFFERTOOSMALLERR,
+  kNoSuchContainer = SOR_CONTAINERNOTFOUNDERR,
+  kWrongPin = SOR_PINERR,
+  kEnvelopeOpenFailed = SOR_PKCS7DECRYPTERR,
+  kFileExists = SOR_FILEEXISTSERR,
+  kNoSpace = SOR_NOSPACEERR,
+  kFileNotFound = SOR_FILENOTFOUNDERR,
+  kTooManyFiles = SOR_MAXFILECOUNTERR,
+  kNotLoggedIn = SOR_NOTLOGINERR,
+  kContainerExists = SOR_CONTAINEREXISTSERR,
+  kKeyMismatch = SOR_KEYPAIRMISMATCHERR,
+  kPinLocked = SOR_PINLOCKEDERR,
+  kOidNotFound = SOR_OIDNOTFOUNDERR,
+  kNotYetValid = SOR_CERTNOTYETVALIDERR,
+  kLabelNotFound = SOR_LABELNOTFOUNDERR,
+  kNoSuchSeal = SOR_SEALNOTFOUNDERR,
+  kNotTrusted = SOR_CERTNOTTRUSTEDERR,
 };
 
-/** Leaves whatever is under way with a result code. */
+/** Ends a call with a result code. */
 class TokenError : public std::exception {
  public:
   explicit TokenError(ErrorCode code) : code_(code) {}
@@ -56,5 +58,8 @@ class TokenError : public std::exception {
  private:
   ErrorCode code_;
 };
+
+/** Throws TokenError(code) unless `condition` holds; errors that OpenSSL queued are then discarded. */
+void require(bool condition, ErrorCode code);
 
 }  // namespace velm::token

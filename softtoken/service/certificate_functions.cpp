@@ -39,7 +39,7 @@ Bytes get_certificate_item(Token&, FrameReader& request) {
   const uint32_t item = request.number();
   request.expect_end();
   Bytes value = certificate_item(parse_certificate(der).get(), item);
-  if (value.size() + kFrameHeaderSize > der.size()) throw TokenError(kBufferTooSmall);
+  if (value.size() + protocol::kAnswerHeadSize > der.size()) throw TokenError(kBufferTooSmall);
   return value;
 }
 

@@ -98,14 +98,14 @@ Answer answer_module(Service& service, std::string_view body) {
 }
 
 Answer answer_frame(Service& service, std::string_view body) {
-  if (body.size() < 2 || static_cast<uint8_t>(body[0]) != kFrameMark)
-    return {400, kFrameType, frame_answer(kBadInput)};
-  FrameReader request(as_bytes(body.substr(2)));
+  const auto frame = protocol::read_request(as_bytes(body));
+  if (!frame) return {400, kFrameType, protocol::build_answer(kBadInput)};
+  FrameReader request(frame->fields);
   Bytes data;
   const uint32_t code =
-      run_call(service.trace, frame_functions(), static_cast<uint8_t>(body[1]),
+      run_call(service.trace, frame_functions(), frame->function,
                [&](const FrameFunction& function) { data = function.run(service.token, request); });
-  return {200, kFrameType, code == kSuccess ? frame_answer(data) : frame_answer(code)};
+  return {200, kFrameType, code == kSuccess ? protocol::build_answer(data) : protocol::build_answer(code)};
 }
 
 Answer answer_time_stamp(Service& service, std::string_view body) {

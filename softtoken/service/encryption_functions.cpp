@@ -1,3 +1,4 @@
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/envelope.h"
@@ -6,8 +7,8 @@
 namespace velm::token {
 namespace {
 
-// Which key of a container is meant.
-enum KeySpecifier : uint32_t { kExchangeKey = 1, kSigningKey = 2 };
+using protocol::kExchangeKey;
+using protocol::kSigningKey;
 
 // Room that a client gives the answer of AsymmEncryptData beyond the length of the key it sent.
 constexpr size_t kAsymmetricRoom = 1024;
@@ -48,7 +49,7 @@ Bytes asymmetric_encrypt(Token&, FrameReader& request) {
   const ByteView plain = request.bytes();
   request.expect_end();
   Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
-  if (cipher.size() + kFrameHeaderSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
+  if (cipher.size() + protocol::kAnswerHeadSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
   return cipher;
 }
 

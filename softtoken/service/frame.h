@@ -1,37 +1,32 @@
 #pragma once
 
-#include "softtoken/crypto/bytes.h"
+#include "protocol/byte_frame.h"
+#include "softtoken/crypto/openssl_handles.h"
 
 namespace velm::token {
 
-constexpr uint8_t kFrameMark = 0x77;
-/** Code and data length in front of an answer's data. */
-constexpr size_t kFrameHeaderSize = 8;
-
 /**
- * Reads the fields of a request frame, after mark and function number, in order; integers are 32-bit
- * little-endian. A field that reaches beyond the frame throws the code for a bad length, as does anything
- * left at the end.
+ * Reads the fields of a request frame in order. A field that reaches beyond the frame throws the code for a
+ * bad length, as do bytes that are left at the end.
  */
 class FrameReader {
  public:
-  explicit FrameReader(ByteView frame) : rest_(frame) {}
+  explicit FrameReader(ByteView fields) : fields_(fields) {}
 
-  uint32_t number();
-  /** A length and as many bytes. */
-  ByteView bytes();
-  /** A length and a text with its terminating zero, which is not part of the result. */
-  std::string text();
-  void expect_end() const;
+  uint32_t number() { return required(fields_.number(), kBadLength); }
+  ByteView bytes() { return required(fields_.bytes(), kBadLength); }
+  /** A text, without the zero byte that ends it. */
+  std::string text() { return std::string(required(protocol::text_in(bytes()), kBadInput)); }
+  void expect_end() const { require(fields_.at_end(), kBadLength); }
 
  private:
-  ByteView take(size_t count);
+  template <typename Field>
+  static Field required(const std::optional<Field>& field, ErrorCode code) {
+    require(field.has_value(), code);
+    return *field;
+  }
 
-  ByteView rest_;
+  protocol::FieldReader fields_;
 };
-
-/** An answer: the code alone, or code 0, the data's length and the data. */
-std::string frame_answer(uint32_t code);
-std::string frame_answer(ByteView data);
 
 }  // namespace velm::token

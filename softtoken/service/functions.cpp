@@ -1,46 +1,50 @@
 #include "softtoken/service/functions.h"
 
+#include "protocol/function_number.h"
 #include "softtoken/service/function_families.h"
 
 namespace velm::token {
 namespace {
 
+using protocol::FunctionNumber;
+
 constexpr JsonFunction kJsonFunctions[] = {
-    {0, "GetVersion", get_version},
-    {5, "GetUserList", get_user_list},
-    {6, "ExportUserCert", export_signing_certificate},
-    {7, "Login", login},
-    {8, "GetPinRetryCount", get_pin_retry_count},
-    {9, "ChangePassWd", change_pin},
-    {10, "ExportExChangeUserCert", export_exchange_certificate},
-    {12, "GetCertInfoByOid", get_certificate_item_by_oid},
-    {13, "GetDeviceInfo", get_device_info},
-    {14, "ValidateCert", validate_certificate},
-    {15, "SignData", sign_data},
-    {16, "VerifySignedData", verify_data},
-    {23, "SignMessage", sign_message},
-    {24, "VerifySignedMessage", verify_message},
-    {26, "GenRandom", gen_random},
-    {29, "WriteUsrDataFile", write_user_data},
-    {38, "Finalize", greet},
-    {45, "isLogin", is_login},
-    {46, "Logout", logout},
-    {58, "Initialize", greet},
-    {62, "EnumSeal", count_seals},
-    {63, "GetSeaInfo", get_seal_item},
-    {83, "SignHash", sign_hash},
+    {number_of(FunctionNumber::GetVersion), "GetVersion", get_version},
+    {number_of(FunctionNumber::GetUserList), "GetUserList", get_user_list},
+    {number_of(FunctionNumber::ExportUserCert), "ExportUserCert", export_signing_certificate},
+    {number_of(FunctionNumber::Login), "Login", login},
+    {number_of(FunctionNumber::GetPinRetryCount), "GetPinRetryCount", get_pin_retry_count},
+    {number_of(FunctionNumber::ChangePassWd), "ChangePassWd", change_pin},
+    {number_of(FunctionNumber::ExportExChangeUserCert), "ExportExChangeUserCert",
+     export_exchange_certificate},
+    {number_of(FunctionNumber::GetCertInfoByOid), "GetCertInfoByOid", get_certificate_item_by_oid},
+    {number_of(FunctionNumber::GetDeviceInfo), "GetDeviceInfo", get_device_info},
+    {number_of(FunctionNumber::ValidateCert), "ValidateCert", validate_certificate},
+    {number_of(FunctionNumber::SignData), "SignData", sign_data},
+    {number_of(FunctionNumber::VerifySignedData), "VerifySignedData", verify_data},
+    {number_of(FunctionNumber::SignMessage), "SignMessage", sign_message},
+    {number_of(FunctionNumber::VerifySignedMessage), "VerifySignedMessage", verify_message},
+    {number_of(FunctionNumber::GenRandom), "GenRandom", gen_random},
+    {number_of(FunctionNumber::WriteUsrDataFile), "WriteUsrDataFile", write_user_data},
+    {number_of(FunctionNumber::Finalize), "Finalize", greet},
+    {number_of(FunctionNumber::isLogin), "isLogin", is_login},
+    {number_of(FunctionNumber::Logout), "Logout", logout},
+    {number_of(FunctionNumber::Initialize), "Initialize", greet},
+    {number_of(FunctionNumber::EnumSeal), "EnumSeal", count_seals},
+    {number_of(FunctionNumber::GetSeaInfo), "GetSeaInfo", get_seal_item},
+    {number_of(FunctionNumber::SignHash), "SignHash", sign_hash},
 };
 
 constexpr FrameFunction kFrameFunctions[] = {
-    {11, "GetCertInfo", get_certificate_item},
-    {19, "EncryptData", encrypt_data},
-    {20, "DecryptData", decrypt_data},
-    {25, "GetInfoFromSignedMessage", get_message_item},
-    {28, "ReadUsrDataFile", read_user_data},
-    {43, "Config", configure},
-    {59, "ExportPublicKey", export_public_key},
-    {60, "AsymmEncryptData", asymmetric_encrypt},
-    {61, "AsymmDecryptData", asymmetric_decrypt},
+    {number_of(FunctionNumber::GetCertInfo), "GetCertInfo", get_certificate_item},
+    {number_of(FunctionNumber::EncryptData), "EncryptData", encrypt_data},
+    {number_of(FunctionNumber::DecryptData), "DecryptData", decrypt_data},
+    {number_of(FunctionNumber::GetInfoFromSignedMessage), "GetInfoFromSignedMessage", get_message_item},
+    {number_of(FunctionNumber::ReadUsrDataFile), "ReadUsrDataFile", read_user_data},
+    {number_of(FunctionNumber::Config), "Config", configure},
+    {number_of(FunctionNumber::ExportPublicKey), "ExportPublicKey", export_public_key},
+    {number_of(FunctionNumber::AsymmEncryptData), "AsymmEncryptData", asymmetric_encrypt},
+    {number_of(FunctionNumber::AsymmDecryptData), "AsymmDecryptData", asymmetric_decrypt},
 };
 
 }  // namespace

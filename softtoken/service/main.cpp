@@ -8,6 +8,7 @@
 #include <shellapi.h>
 #endif
 
+#include "protocol/limits.h"
 #include "softtoken/crypto/token_error.h"
 #include "softtoken/service/commands.h"
 #include "softtoken/service/default_store.h"
@@ -90,6 +91,11 @@ void add_serve(CLI::App& app, Line& line) {
       ->check(CLI::Range(kLeastLimit, kMostSeconds));
 }
 
+std::string pin_description(const std::string& pin) {
+  return pin + ", " + std::to_string(velm::protocol::kShortestPin) + " to " +
+         std::to_string(velm::protocol::kLongestPin) + " characters";
+}
+
 void add_container_commands(CLI::App& app, Line& line) {
   CLI::App* container = app.add_subcommand("container", "the containers of the store");
   container->require_subcommand(1);
@@ -98,7 +104,7 @@ void add_container_commands(CLI::App& app, Line& line) {
   add->add_option("name", line.name, "its name")->required();
   add->add_option("--type", line.type, "its keys")
       ->capture_default_str()->check(CLI::IsMember({"sm2", "rsa2048", "rsa1024"}));
-  add->add_option("--pin", line.pin, "its PIN, 4 to 31 characters")->required();
+  add->add_option("--pin", line.pin, pin_description("its PIN"))->required();
   add_command(*container, line, "list", "show every container", [&line] { list_containers(line.store()); });
   CLI::App* remove = add_command(*container, line, "delete", "delete a container and all in it",
                                  [&line] { delete_container(line.store(), line.name); });
@@ -116,7 +122,7 @@ void add_store_commands(CLI::App& app, Line& line) {
   import->add_option("name", line.name, "the container's name")->required();
   import->add_option("file", line.source, "PKCS#12 or PEM")->required();
   import->add_option("--password", line.password, "the file's password");
-  import->add_option("--pin", line.pin, "the container's PIN, 4 to 31 characters")->required();
+  import->add_option("--pin", line.pin, pin_description("the container's PIN"))->required();
 
   CLI::App* export_cert = add_command(app, line, "export-cert",
                                       "print a container's signing certificate in PEM", [&line] {

@@ -2,9 +2,9 @@
 
 #include <charconv>
 
+#include "protocol/function_number.h"
 #include "softtoken/crypto/base64.h"
 #include "softtoken/store/device_files.h"
-#include "softtoken/crypto/module_function.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/crypto/text_encoding.h"
 #include "softtoken/store/time_stamp_authority.h"
@@ -13,6 +13,8 @@
 
 namespace velm::token {
 namespace {
+
+using protocol::ModuleFunction;
 
 constexpr const char* kDeviceName = "VELM Software Token";
 constexpr const char* kIdleLogoutControl = "IDLE_LOGOUT";
@@ -80,18 +82,16 @@ Json control(Token& token, const Json& request) {
 
 Json list_devices(Token&, const Json&) { return Json::array({kDeviceName}); }
 
-constexpr uint32_t number(ModuleFunction function) { return static_cast<uint32_t>(function); }
-
 constexpr JsonFunction kModuleFunctions[] = {
-    {number(ModuleFunction::read_label), "module ReadLabel", read_label},
-    {number(ModuleFunction::list_files), "module EnumFile", list_files},
-    {number(ModuleFunction::create_file), "module CreateFile", create_file},
-    {number(ModuleFunction::delete_file), "module DeleteFile", delete_file},
-    {number(ModuleFunction::read_file), "module ReadFile", read_file},
-    {number(ModuleFunction::write_file), "module WriteFile", write_file},
-    {number(ModuleFunction::file_attributes), "module GetFileAttribute", file_attributes},
-    {number(ModuleFunction::control), "module Control", control},
-    {number(ModuleFunction::list_devices), "module EnumDevice", list_devices},
+    {number_of(ModuleFunction::read_label), "module ReadLabel", read_label},
+    {number_of(ModuleFunction::list_files), "module EnumFile", list_files},
+    {number_of(ModuleFunction::create_file), "module CreateFile", create_file},
+    {number_of(ModuleFunction::delete_file), "module DeleteFile", delete_file},
+    {number_of(ModuleFunction::read_file), "module ReadFile", read_file},
+    {number_of(ModuleFunction::write_file), "module WriteFile", write_file},
+    {number_of(ModuleFunction::file_attributes), "module GetFileAttribute", file_attributes},
+    {number_of(ModuleFunction::control), "module Control", control},
+    {number_of(ModuleFunction::list_devices), "module EnumDevice", list_devices},
 };
 
 }  // namespace

@@ -10,8 +10,8 @@ namespace {
 
 constexpr uint32_t kAttached = 0;
 
-// What SignHash is given: both numbers say that it is the hash value itself.
-constexpr uint32_t kMaxHashDataType = 1;
+// SignHash takes a hash value; 0 and 1 both say so.
+constexpr bool is_hash_value(uint32_t data_type) { return data_type <= 1; }
 
 enum MessageItem : uint32_t { kContentItem = 1, kCertificateItem = 2, kSignatureItem = 3 };
 
@@ -47,7 +47,7 @@ Json verify_message(Token&, const Json& request) {
 
 Json sign_hash(Token& token, const Json& request) {
   const auto digest = static_cast<DigestId>(number_field(request, "hashAlg"));
-  if (number_field(request, "inDataType") > kMaxHashDataType) throw TokenError(kParameterUnsupported);
+  if (!is_hash_value(number_field(request, "inDataType"))) throw TokenError(kParameterUnsupported);
   const Bytes hash = base64_field(request, "hashedData");
   const auto session = token.session(text_field(request, "container"));
   return base64_encode(sign_hash(session->signing_key.get(), digest, hash));

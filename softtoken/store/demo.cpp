@@ -1,5 +1,6 @@
 #include "softtoken/store/demo.h"
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/store/user_data.h"
 
@@ -13,7 +14,7 @@ int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) 
 // A scanned container's certificate is read as a label, under a name made from the container's.
 void add_scan_container(Token& token, const char* name, KeyKind kind) {
   const int64_t id = add(token, name, kind);
-  set_label(token.store(), std::string(name) + "_FromCache", kCertificateLabelType,
+  set_label(token.store(), std::string(name) + "_FromCache", protocol::kCertificateLabel,
             token.store().container(id).signing_certificate);
 }
 

@@ -133,7 +133,7 @@ bool Store::take_try(int64_t id) {
 }
 
 void Store::give_tries_back(int64_t id) {
-  Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", kPinTries, id).run();
+  Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", protocol::kPinTries, id).run();
 }
 
 bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
@@ -141,7 +141,7 @@ bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
   Statement(database_,
             "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ?"
             " WHERE id = ? AND salt = ?",
-            row.salt, row.signing_key, row.exchange_key, kPinTries, row.id, old_salt)
+            row.salt, row.signing_key, row.exchange_key, protocol::kPinTries, row.id, old_salt)
       .run();
   return database_.changes() == 1;
 }

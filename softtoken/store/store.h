@@ -4,19 +4,17 @@
 #include <functional>
 #include <vector>
 
+#include "protocol/limits.h"
 #include "softtoken/crypto/authority.h"
 #include "softtoken/store/database.h"
 
 namespace velm::token {
 
-/** How often a PIN may be tried before the container is locked. */
-constexpr uint32_t kPinTries = 10;
-
 /** One container as it lies in the store: certificates in DER, private keys wrapped under the PIN. */
 struct ContainerRow {
   int64_t id = 0;
   std::string name;
-  uint32_t tries_left = kPinTries;
+  uint32_t tries_left = protocol::kPinTries;
   Bytes salt;
   Bytes signing_key;
   Bytes exchange_key;

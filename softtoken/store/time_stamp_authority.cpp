@@ -5,6 +5,7 @@
 #include <openssl/rand.h>
 #include <openssl/ts.h>
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/content_info.h"
 #include "softtoken/crypto/signed_data.h"
@@ -51,7 +52,7 @@ void make_stamp_authority(Store& store, KeyKind kind) {
             ByteView(private_key_der(key.get())))
       .run();
   set_label(store, kind == KeyKind::sm2 ? kSm2StampAuthorityLabel : kStampAuthorityLabel,
-            kCertificateLabelType, certificate);
+            protocol::kCertificateLabel, certificate);
 }
 
 Authority stamp_authority(Store& store, KeyKind kind) {

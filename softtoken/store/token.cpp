@@ -12,18 +12,20 @@ namespace {
 
 constexpr std::string_view kSigningPurpose = "signing key";
 constexpr std::string_view kExchangePurpose = "exchange key";
-constexpr size_t kMaxNameSize = 200;
 
 // What a client's buffers hold: it is told 2,048 bytes for a certificate and 1,024 for a signature.
 constexpr size_t kMaxCertificate = 2048;
 constexpr unsigned kMaxRsaBits = 4096;
 
-void require_good_pin(ByteView pin) { require(pin.size() >= kMinPin && pin.size() <= kMaxPin, kBadInput); }
+void require_good_pin(ByteView pin) {
+  require(pin.size() >= protocol::kShortestPin && pin.size() <= protocol::kLongestPin, kBadInput);
+}
 
 // A name goes unescaped into the requests of clients, and into lists that are joined with "&&&".
 void require_good_name(const std::string& name) {
   const bool plain = name.find_first_of("\"\\") == std::string::npos && name.find("&&&") == std::string::npos;
-  require(!name.empty() && name.size() <= kMaxNameSize && is_utf8(name) && plain, kBadInput);
+  const bool fits = !name.empty() && name.size() <= protocol::kLongestContainerName;
+  require(fits && is_utf8(name) && plain, kBadInput);
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
 }
 

@@ -5,9 +5,6 @@
 
 namespace velm::token {
 
-constexpr size_t kMinPin = 4;
-constexpr size_t kMaxPin = 31;
-
 /** What a new container is made of. */
 struct ContainerOrder {
   std::string name;

@@ -33,8 +33,7 @@ void set_seal_item(Store& store, int64_t container, uint32_t position, SealItem 
 /** Throws the code for no such seal, or for an item that seals do not have. */
 Bytes seal_item(Store& store, int64_t container, uint32_t position, uint32_t item);
 
-/** Labels: bytes under a name and a type, of which one is that of certificates. */
-constexpr uint32_t kCertificateLabelType = 7;
+/** Labels: bytes under a name and a type. */
 void set_label(Store& store, const std::string& name, uint32_t type, ByteView data);
 /** Throws the code for no such label. */
 Bytes label(Store& store, const std::string& name, uint32_t type);

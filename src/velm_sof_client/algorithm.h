@@ -1,33 +1,30 @@
-// Identifiers toward the provider modules, and the rules that choose among them.
+// The algorithms of provider calls, and the rules that choose among them.
 #pragma once
 
 #include <cstdint>
 
+#include "protocol/identifiers.h"
 #include "velm_sof_client/byte_view.h"
 
 namespace velm {
 
-// Digest algorithms (GM/T 0006).
-constexpr uint32_t kSm3 = 1;
-constexpr uint32_t kSha1 = 2;
-constexpr uint32_t kSha256 = 4;
+using protocol::kRsaKey;
+using protocol::kSha1;
+using protocol::kSha256;
+using protocol::kSm2Key;
+using protocol::kSm2Signature;
+using protocol::kSm3;
+
+// No digest algorithm.
 constexpr uint32_t kNoDigest = 0;
-
-// SM2 signature algorithm (GM/T 0006).
-constexpr uint32_t kSm2Signature = 0x00020200;
-
-// Types of a certificate's public key, as the crypto module names them.
-constexpr uint32_t kRsaKey = 1;
-constexpr uint32_t kSm2Key = 2;
 
 // Every SM2 signature, in whatever encoding, is shorter than the shortest of RSA.
 constexpr uint32_t kShortestRsaSignature = 128;
 
-// The default user ID of GM/T 0009.
+// The default user ID, as provider calls take it.
 inline ByteView default_user_id() {
-  static constexpr uint8_t id[] = {'1', '2', '3', '4', '5', '6', '7', '8',
-                                   '1', '2', '3', '4', '5', '6', '7', '8'};
-  return {id, sizeof id};
+  constexpr std::string_view kId = protocol::kDefaultUserId;
+  return {reinterpret_cast<const uint8_t*>(kId.data()), static_cast<uint32_t>(kId.size())};
 }
 
 // The digest that an RSA signature over a hash value of this length stands for.

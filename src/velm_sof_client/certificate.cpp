@@ -15,7 +15,7 @@ void export_certificate(const char* function, FunctionNumber number, const char*
   if (!certificate) return store(certificate_length, kCertificateSizeAnswer);
 
   JsonCall call{function, 4096};
-  call.post(R"({"funcid":%d,"ContainerName":"%s"})", {number, container_name});
+  call.post(R"({"funcid":%d,"ContainerName":"%s"})", number, container_name);
   call.deliver_base64(call.result().member("UserCert"), certificate, certificate_length);
 }
 
@@ -34,7 +34,7 @@ uint32_t SOF_ExportUserCert(const char* pszContainerName, uint8_t* pCertData, ui
 uint32_t SOF_ExportExChangeUserCert(const char* pszContainerName, uint8_t* pCertData,
                                     uint32_t* pCertDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_ExportExChangeUserCert [%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_ExportExChangeUserCert [%s]\n", or_upper_null(pszContainerName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pCertDataLen, "pCertDataLen");
     export_certificate("SOF_ExportExChangeUserCert", FunctionNumber::ExportExChangeUserCert, pszContainerName,
@@ -61,14 +61,14 @@ uint32_t SOF_GetCertInfo(const uint8_t* pCert, uint32_t uCertLen, uint32_t uInfo
 uint32_t SOF_GetCertInfoByOid(const uint8_t* pCert, uint32_t uCertLen, const char* szOID, uint8_t* pOIDValue,
                               uint32_t* pOIDValueLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_GetCertInfoByOid uCertLen=%u szOID=[%s]\n", uCertLen, or_NULL(szOID));
+    LOG_ENTRY("SOF_GetCertInfoByOid uCertLen=%u szOID=[%s]\n", uCertLen, or_upper_null(szOID));
     require_pointer(pCert, "pCert");
     require_pointer(szOID, "szOID");
     require_pointer(pOIDValueLen, "pOIDValueLen");
 
     JsonCall call{"SOF_GetCertInfoByOid", 1024};
     call.post(R"({"funcid":%d,"Cert":"%s","Oid":"%s"})",
-              {FunctionNumber::GetCertInfoByOid, Base64{pCert, uCertLen}, szOID});
+              FunctionNumber::GetCertInfoByOid, Base64{pCert, uCertLen}, szOID);
     call.deliver_base64(call.result().member("Info"), pOIDValue, pOIDValueLen);
   });
 }
@@ -79,7 +79,7 @@ uint32_t SOF_ValidateCert(const uint8_t* pCert, uint32_t uCertLen) {
     require_pointer(pCert, "pCert");
 
     JsonCall call{"SOF_ValidateCert", 128};
-    call.post(R"({"funcid":%d,"Cert":"%s"})", {FunctionNumber::ValidateCert, Base64{pCert, uCertLen}});
+    call.post(R"({"funcid":%d,"Cert":"%s"})", FunctionNumber::ValidateCert, Base64{pCert, uCertLen});
   });
 }
 

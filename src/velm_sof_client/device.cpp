@@ -10,7 +10,7 @@ using namespace velm;
 uint32_t SOF_GetDeviceInfo(const char* pszContainerName, int32_t iInfoType, uint8_t* pDeviceInfo,
                            uint32_t* pDeviceInfoLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_GetDeviceInfo pszContainerName=[%s] iInfoType=0x%08X\n", or_NULL(pszContainerName),
+    LOG_ENTRY("SOF_GetDeviceInfo pszContainerName=[%s] iInfoType=0x%08X\n", or_upper_null(pszContainerName),
               static_cast<uint32_t>(iInfoType));
     require_pointer(pDeviceInfo, "pDeviceInfo");
     require_pointer(pDeviceInfoLen, "pDeviceInfoLen");
@@ -18,7 +18,7 @@ uint32_t SOF_GetDeviceInfo(const char* pszContainerName, int32_t iInfoType, uint
 
     JsonCall call{"SOF_GetDeviceInfo", 256};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Type":%d})",
-              {FunctionNumber::GetDeviceInfo, pszContainerName, iInfoType});
+              FunctionNumber::GetDeviceInfo, pszContainerName, iInfoType);
 
     const std::string_view info = call.result().member("DeviceInfo").text();
     std::memcpy(pDeviceInfo, info.data(), info.size());
@@ -61,7 +61,7 @@ uint32_t SOF_GetUserList(char* pUserList, uint32_t* pUserListLen) {
     *pUserListLen = 0;
 
     JsonCall call{"SOF_GetUserList", kCapacity};
-    call.post(R"({"funcid":%d,"ReturnMethod":0})", {FunctionNumber::GetUserList});
+    call.post(R"({"funcid":%d,"ReturnMethod":0})", FunctionNumber::GetUserList);
 
     const AnswerValue names = call.result();
     if (!names.exists()) {

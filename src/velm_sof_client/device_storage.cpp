@@ -7,7 +7,7 @@ using namespace velm;
 uint32_t SOF_Ext_EnumFile(const char* pszContainerName, char* pszFileNameList, uint32_t* pulFileNameListLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_EnumFile [%s] pszFileNameList=0x%08X pulFileNameListLen=0x%08X\n",
-              or_NULL(pszContainerName), low_32_bits(pszFileNameList), low_32_bits(pulFileNameListLen));
+              or_upper_null(pszContainerName), low_32_bits(pszFileNameList), low_32_bits(pulFileNameListLen));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pulFileNameListLen, "pulFileNameListLen");
     check_provider("SAF_Ext_EnumFile", SAF_Ext_EnumFile(g_hAppHandle.load(), pszContainerName,
@@ -19,7 +19,7 @@ uint32_t SOF_Ext_CreateFile(const char* pszContainerName, const char* pszFileNam
                             uint32_t readRights, uint32_t writeRights) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_CreateFile [%s] pszFileName=[%s] fileLen=%u readRights=%u writeRights=%u\n",
-              or_NULL(pszContainerName), or_NULL(pszFileName), fileLen, readRights, writeRights);
+              or_upper_null(pszContainerName), or_upper_null(pszFileName), fileLen, readRights, writeRights);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszFileName, "pszFileName");
     check_provider("SAF_Ext_CreateFile", SAF_Ext_CreateFile(g_hAppHandle.load(), pszContainerName,
@@ -29,7 +29,8 @@ uint32_t SOF_Ext_CreateFile(const char* pszContainerName, const char* pszFileNam
 
 uint32_t SOF_Ext_DeleteFile(const char* pszContainerName, const char* pszFileName) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_DeleteFile [%s] pszFileName=[%s]\n", or_NULL(pszContainerName), or_NULL(pszFileName));
+    LOG_ENTRY("SOF_Ext_DeleteFile [%s] pszFileName=[%s]\n", or_upper_null(pszContainerName),
+              or_upper_null(pszFileName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszFileName, "pszFileName");
     check_provider("SAF_Ext_DeleteFile",
@@ -42,7 +43,7 @@ uint32_t SOF_Ext_ReadFile(const char* pszContainerName, const char* pszFileName,
   return exported_call([&] {
     LOG_ENTRY(
         "SOF_Ext_ReadFile [%s] pszFileName=[%s] offset=%u readLen=%u pFileData=0x%08X pulReadLen=0x%08X\n",
-        or_NULL(pszContainerName), or_NULL(pszFileName), offset, readLen, low_32_bits(pFileData),
+        or_upper_null(pszContainerName), or_upper_null(pszFileName), offset, readLen, low_32_bits(pFileData),
         low_32_bits(pulReadLen));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszFileName, "pszFileName");
@@ -55,7 +56,8 @@ uint32_t SOF_Ext_WriteFile(const char* pszContainerName, const char* pszFileName
                            const uint8_t* pFileData, uint32_t fileDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_WriteFile [%s] pszFileName=[%s] offset=%u pFileData=0x%08X fileDataLen=%u\n",
-              or_NULL(pszContainerName), or_NULL(pszFileName), offset, low_32_bits(pFileData), fileDataLen);
+              or_upper_null(pszContainerName), or_upper_null(pszFileName), offset, low_32_bits(pFileData),
+              fileDataLen);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszFileName, "pszFileName");
     require_pointer(pFileData, "pFileData");
@@ -70,8 +72,8 @@ uint32_t SOF_Ext_GetFileAttribute(const char* pszContainerName, const char* pszF
     LOG_ENTRY(
         "SOF_Ext_GetFileAttribute [%s] pszFileName=[%s] pFileSize=0x%08X pReadRights=0x%08X "
         "pWriteRights=0x%08X\n",
-        or_NULL(pszContainerName), or_NULL(pszFileName), low_32_bits(pFileSize), low_32_bits(pReadRights),
-        low_32_bits(pWriteRights));
+        or_upper_null(pszContainerName), or_upper_null(pszFileName), low_32_bits(pFileSize),
+        low_32_bits(pReadRights), low_32_bits(pWriteRights));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszFileName, "pszFileName");
     check_provider("SAF_Ext_GetFileAttribute",
@@ -84,7 +86,7 @@ uint32_t SOF_Ext_Control(const char* pszContainerName, const char* szControlName
                          const char* szControlCommand) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_Control pszContainerName:[%s] szControlName=%s szControlCommand=%s\n",
-              or_NULL(pszContainerName), or_NULL(szControlName), or_NULL(szControlCommand));
+              or_upper_null(pszContainerName), or_upper_null(szControlName), or_upper_null(szControlCommand));
     require_pointer(szControlName, "szControlName");
     require_pointer(szControlCommand, "szControlCommand");
     check_provider(
@@ -106,7 +108,7 @@ uint32_t SOF_Ext_EnumDevice(uint8_t* pDeviceInfo, uint32_t* puiDeviceInfoLen) {
 uint32_t SOF_Ext_ReadLabel(const char* pszContainerName, const char* pucName, uint32_t ulNameLen,
                            uint32_t ulType, uint8_t* pucOutData, uint32_t* pulOutDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_ReadLabel [%s] ulNameLen=%u ulType=%u\n", or_NULL(pszContainerName), ulNameLen,
+    LOG_ENTRY("SOF_Ext_ReadLabel [%s] ulNameLen=%u ulType=%u\n", or_upper_null(pszContainerName), ulNameLen,
               ulType);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pucName, "pucName");

@@ -11,7 +11,7 @@ uint32_t SOF_Initialize(void) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Initialize\n");
     JsonCall call{"SOF_Initialize", 128};
-    call.post(R"({"funcid":%d})", {FunctionNumber::Initialize});
+    call.post(R"({"funcid":%d})", FunctionNumber::Initialize);
   });
 }
 
@@ -19,14 +19,14 @@ uint32_t SOF_Finalize(void) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Finalize\n");
     JsonCall call{"SOF_Finalize", 128};
-    call.post(R"({"funcid":%d})", {FunctionNumber::Finalize});
+    call.post(R"({"funcid":%d})", FunctionNumber::Finalize);
   });
 }
 
 uint32_t SOF_GetVersion(char* pszVersion) {
   return exported_call([&] {
     JsonCall call{"SOF_GetVersion", 128};
-    call.post(R"({"funcid":%d})", {FunctionNumber::GetVersion});
+    call.post(R"({"funcid":%d})", FunctionNumber::GetVersion);
     if (pszVersion) std::strcpy(pszVersion, call.result().member("Version").text("0.0.0"));
   });
 }
@@ -56,7 +56,7 @@ uint32_t SOF_GenRandom(uint32_t uRandomLen, uint8_t* pRandomData) {
 
     // The capacity wraps at 32 bits, and never falls below what a code alone needs.
     JsonCall call{"SOF_GenRandom", std::max(uRandomLen * 2 + 256, 256u)};
-    call.post(R"({"funcid":%d,"Len":%u})", {FunctionNumber::GenRandom, uRandomLen});
+    call.post(R"({"funcid":%d,"Len":%u})", FunctionNumber::GenRandom, uRandomLen);
 
     const auto random = decode_random(call.result().member("RandomData").text(), uRandomLen);
     std::copy_n(random.get(), uRandomLen, pRandomData);

@@ -55,8 +55,8 @@ uint32_t exported_call(Body&& body) noexcept {
 
 // Texts as log lines and requests print a null one.
 inline const char* as_given(const char* text) { return text ? text : "(null)"; }
-inline const char* or_NULL(const char* text) { return text ? text : "NULL"; }
-inline const char* or_null(const char* text) { return text ? text : "null"; }
+inline const char* or_upper_null(const char* text) { return text ? text : "NULL"; }
+inline const char* or_lower_null(const char* text) { return text ? text : "null"; }
 
 // The low 32 bits of an address, as log lines print it.
 inline uint32_t low_32_bits(const void* pointer) {

@@ -12,10 +12,10 @@ namespace {
 constexpr uint32_t kInMemory = 2;
 
 // SM4 in CBC mode (GM/T 0006).
-constexpr int32_t kSm4Cbc = 0x00000402;
+constexpr int32_t kSm4Cbc = protocol::kSm4Cbc;
 
 // The provider's answer to a file whose envelope it opens in memory only.
-constexpr uint32_t kOpenInMemory = 0x0200050A;
+constexpr uint32_t kOpenInMemory = protocol::kSafEnvelopeNotOpened;
 
 // Room for what becomes of a file: 1 MiB more than it has.
 ProviderBuffer output_buffer(const char* function, uint32_t file_size) {
@@ -41,7 +41,7 @@ void encrypt_in_memory(ByteView certificate, const std::string& input_path, cons
   const FileContent input = read_whole_file(input_path, "SOF_EncryptFile");
   ProviderBuffer output = output_buffer("SOF_EncryptFile", input.length);
   const uint32_t result = SOF_EncryptData(certificate.data, certificate.length, input.data(), input.length,
-                                          output.data(), &output.length);
+                                          output.data(), &output.stated_length);
   if (result != SOR_OK) fail(result);
   write_file("SOF_EncryptFile", output_path, output.content());
 }
@@ -54,9 +54,9 @@ uint32_t decrypt_in_memory(const char* container, const std::string& input_path,
   ProviderBuffer output = output_buffer("SOF_DecryptFile", input.length);
   const uint32_t result =
       SAF_Ext_CMS_DecodeEnvelopedData(g_hAppHandle.load(), container, text_length(container), input.data(),
-                                      input.length, output.data(), &output.length);
+                                      input.length, output.data(), &output.stated_length);
   if (result != 0) return result;
-  LOG_FAILURE("out_file_data.length2= %d\n", static_cast<int32_t>(output.length));
+  LOG_FAILURE("out_file_data.length2= %d\n", static_cast<int32_t>(output.stated_length));
   write_file("SOF_DecryptFile", output_path, output.content());
   return 0;
 }
@@ -67,7 +67,7 @@ uint32_t SOF_EncryptFile(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, 
                          const char* pszOutFilePath) {
   return exported_call([&] {
     LOG_ENTRY("SOF_EncryptFile uEncryptCertLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n", uEncryptCertLen,
-              or_null(pszInFilePath), or_null(pszOutFilePath));
+              or_lower_null(pszInFilePath), or_lower_null(pszOutFilePath));
     require_pointer(pEncryptCert, "pEncryptCert");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");
@@ -98,7 +98,7 @@ uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath
                          const char* pszOutFilePath) {
   return exported_call([&] {
     LOG_ENTRY("SOF_DecryptFile pszContainerName=[%s] pszInFilePath=[%s] pszOutFilePath=[%s]\n",
-              or_null(pszContainerName), or_null(pszInFilePath), or_null(pszOutFilePath));
+              or_lower_null(pszContainerName), or_lower_null(pszInFilePath), or_lower_null(pszOutFilePath));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");

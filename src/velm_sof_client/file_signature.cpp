@@ -52,7 +52,8 @@ class UserIdBuffer {
 uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, uint8_t* pSignedData,
                       uint32_t* pSignedDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_SignFile [%s] pszInFilePath=[%s]\n", or_NULL(pszContainerName), or_NULL(pszInFilePath));
+    LOG_ENTRY("SOF_SignFile [%s] pszInFilePath=[%s]\n", or_upper_null(pszContainerName),
+              or_upper_null(pszInFilePath));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pSignedDataLen, "pSignedDataLen");
@@ -76,7 +77,7 @@ uint32_t SOF_VerifySignedFile(const uint8_t* pSignCert, uint32_t uSignCertLen, c
                               const uint8_t* pSignedData, uint32_t uSignedDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_VerifySignedFile uSignCertLen=%u pszInFilePath=[%s] uSignedDataLen=%u\n", uSignCertLen,
-              or_NULL(pszInFilePath), uSignedDataLen);
+              or_upper_null(pszInFilePath), uSignedDataLen);
     require_pointer(pSignCert, "pSignCert");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pSignedData, "pSignedData");

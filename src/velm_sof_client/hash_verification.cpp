@@ -15,12 +15,13 @@ uint32_t SOF_Ext_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMess
     const ByteView message{pMessageData, uMessageDataLen};
     const SignedAttributes attributes = read_signed_attributes(message);
 
-    SignedData parts = size_with_either_decoder(message);
-    if (parts.signature.length < kShortestRsaSignature) return;  // SM2 messages are accepted as they are
+    SignedDataSizes sizes = size_with_either_decoder(message);
+    if (sizes.signature < kShortestRsaSignature) return;  // SM2 messages are accepted as they are
 
-    require_decoded(pkcs7_decoder(), message, parts);
-    parts.certificate = sized_buffer("SOF_VerifySignedMessage", "uSignCertLen", parts.certificate.length);
-    parts.signature = sized_buffer("SOF_VerifySignedMessage", "uSignDataLen", parts.signature.length);
+    require_sized(pkcs7_decoder(), message, sizes);
+    SignedData parts{.digest = sizes.digest, .content = {.stated_length = sizes.content}};
+    parts.certificate = sized_buffer("SOF_VerifySignedMessage", "uSignCertLen", sizes.certificate);
+    parts.signature = sized_buffer("SOF_VerifySignedMessage", "uSignDataLen", sizes.signature);
     require_decoded(pkcs7_decoder(), message, parts);
 
     if (attributes.present()) {

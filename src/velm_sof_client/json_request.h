@@ -2,14 +2,16 @@
 // text as base64 without a copy in between.
 #pragma once
 
+#include <array>
 #include <charconv>
 #include <cstdint>
 #include <cstring>
 #include <initializer_list>
 #include <string_view>
+#include <type_traits>
 
 #include "basekit/basic/base64.h"
-#include "velm_sof_client/function_number.h"
+#include "protocol/function_number.h"
 #include "velm_sof_client/request_memory.h"
 
 namespace velm {
@@ -28,10 +30,10 @@ inline void append_base64(RequestMemory& request, const Base64& block) {
   request.grow(encode_base64(block.data, static_cast<uint32_t>(block.size), request.end()));
 }
 
-// One value of a request, printed by the conversion that stands for it in the format: %d, %u or %s.
+// One value of a request.
 class JsonField {
  public:
-  JsonField(FunctionNumber number) : JsonField(static_cast<int32_t>(number)) {}
+  JsonField(protocol::FunctionNumber function) : JsonField(protocol::number_of(function)) {}
   JsonField(int32_t number) : kind_(Kind::number), number_(number) {}
   JsonField(uint32_t number) : kind_(Kind::number), number_(number) {}
   JsonField(std::string_view text) : kind_(Kind::text), text_(text) {}
@@ -67,20 +69,73 @@ class JsonField {
   Base64 block_{nullptr, 0};
 };
 
-// Each conversion of `format` (a "%" and one letter) stands for the next field.
-inline RequestMemory format_json(std::string_view format, std::initializer_list<JsonField> fields) {
-  uint64_t room = format.size();
-  for (const JsonField& field : fields) room += field.room();
-  RequestMemory request(room);
-
-  for (const JsonField& field : fields) {
-    const size_t conversion = format.find('%');
-    request.append(format.data(), conversion);
-    field.append_to(request);
-    format.remove_prefix(conversion + 2);
+// What a field has to be printed with: %d (signed numbers and function numbers), %u or %s (texts and base64).
+template <class Field>
+consteval char conversion_of() {
+  if constexpr (std::is_same_v<Field, int32_t> || std::is_same_v<Field, protocol::FunctionNumber>) {
+    return 'd';
+  } else if constexpr (std::is_same_v<Field, uint32_t>) {
+    return 'u';
+  } else {
+    static_assert(std::is_same_v<Field, Base64> || std::is_convertible_v<const Field&, std::string_view>);
+    return 's';
   }
-  request.append(format.data(), format.size());
-  return request;
+}
+
+// Whether a format has a conversion ("%" and one letter) for each of these fields, in order and no more.
+template <class... Fields>
+constexpr bool fits_fields(std::string_view format) {
+  constexpr std::array<char, sizeof...(Fields)> kConversions{conversion_of<Fields>()...};
+  for (const char conversion : kConversions) {
+    const size_t at = format.find('%');
+    if (at == std::string_view::npos || format.substr(at + 1, 1) != std::string_view(&conversion, 1))
+      return false;
+    format.remove_prefix(at + 2);
+  }
+  return format.find('%') == std::string_view::npos;
+}
+
+// A format and how it is filled; only JsonFormat, which checks it, makes one.
+class JsonFormatText {
+ protected:
+  consteval explicit JsonFormatText(const char* format) : text_(format) {}
+
+  RequestMemory fill(std::initializer_list<JsonField> fields) const {
+    uint64_t room = text_.size();
+    for (const JsonField& field : fields) room += field.room();
+    RequestMemory request(room);
+
+    std::string_view rest = text_;
+    for (const JsonField& field : fields) {
+      const size_t conversion = rest.find('%');
+      request.append(rest.data(), conversion);
+      field.append_to(request);
+      rest.remove_prefix(conversion + 2);
+    }
+    request.append(rest.data(), rest.size());
+    return request;
+  }
+
+ private:
+  std::string_view text_;
+};
+
+// A literal format that fits its fields; any other does not compile.
+template <class... Fields>
+class JsonFormat : private JsonFormatText {
+ public:
+  consteval JsonFormat(const char* format) : JsonFormatText(format) {
+    if (!fits_fields<Fields...>(format)) throw "the conversions of the format are not those of the fields";
+  }
+
+  // The fields in place of their conversions.
+  RequestMemory with(const Fields&... fields) const { return fill({JsonField(fields)...}); }
+};
+
+template <class... Fields>
+RequestMemory format_json(const JsonFormat<std::type_identity_t<Fields>...>& format,
+                          const Fields&... fields) {
+  return format.with(fields...);
 }
 
 }  // namespace velm

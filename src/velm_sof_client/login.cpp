@@ -1,4 +1,5 @@
 // Login to a container, its PIN and its login state.
+#include "protocol/limits.h"
 #include "provider_abi/velm_common.h"
 #include "velm_sof_client/prompt_parent.h"
 #include "velm_sof_client/service_call.h"
@@ -22,7 +23,7 @@ class TypedPin {
   }
 
  private:
-  static constexpr size_t kPromptBytes = 32;
+  static constexpr size_t kPromptBytes = protocol::kLongestPin + 1;
   char text_[kPromptBytes + 1]{};
 };
 
@@ -30,12 +31,11 @@ class TypedPin {
 
 uint32_t SOF_Login(const char* pszContainerName, const char* pszPassWd) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Login pszContainerName=[%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_Login pszContainerName=[%s]\n", or_upper_null(pszContainerName));
     JsonCall call{"SOF_Login", 128};
     TypedPin typed;
     const Base64 pin{pszPassWd ? pszPassWd : typed.ask()};
-    call.post(R"({"funcid":%d,"UserName":"%s","PassWd":"%s"})",
-              {FunctionNumber::Login, pszContainerName, pin});
+    call.post(R"({"funcid":%d,"UserName":"%s","PassWd":"%s"})", FunctionNumber::Login, pszContainerName, pin);
   });
 }
 
@@ -46,8 +46,7 @@ uint32_t SOF_GetPinRetryCount(const char* pszContainerName, uint32_t* puRemainCo
     require_pointer(puRemainCount, "puRemainCount");
 
     JsonCall call{"SOF_GetPinRetryCount", 128};
-    call.post(R"({"funcid":%d,"ContainerName":"%s"})",
-              {FunctionNumber::GetPinRetryCount, pszContainerName});
+    call.post(R"({"funcid":%d,"ContainerName":"%s"})", FunctionNumber::GetPinRetryCount, pszContainerName);
     *puRemainCount = static_cast<uint32_t>(call.result().member("RetryCount").integer(0));
   });
 }
@@ -55,7 +54,7 @@ uint32_t SOF_GetPinRetryCount(const char* pszContainerName, uint32_t* puRemainCo
 uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWord,
                           const char* szNewPassWord) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_ChangePassWd [%s]\n", or_NULL(pszContainerName));
+    LOG_ENTRY("SOF_ChangePassWd [%s]\n", or_upper_null(pszContainerName));
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(szOldPassWord, "szOldPassWord");
     require_text(szOldPassWord, "szOldPassWord");
@@ -64,7 +63,7 @@ uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWor
 
     JsonCall call{"SOF_ChangePassWd", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","OldPassWd":"%s","NewPassWd":"%s"})",
-              {FunctionNumber::ChangePassWd, pszContainerName, Base64{szOldPassWord}, Base64{szNewPassWord}});
+              FunctionNumber::ChangePassWd, pszContainerName, Base64{szOldPassWord}, Base64{szNewPassWord});
   });
 }
 
@@ -72,17 +71,17 @@ uint32_t SOF_Ext_Login(const char* pszContainerName, uint32_t loginType, const u
                        uint32_t loginDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_Login->pszContainerName=[%s] loginType=%u loginDataLen=%u\n",
-              or_NULL(pszContainerName), loginType, loginDataLen);
+              or_upper_null(pszContainerName), loginType, loginDataLen);
     return SOR_NOTSUPPORTYETERR;
   });
 }
 
 uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_null(pszContainerName), ulLoginType);
+    LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_lower_null(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_Logout", 128};
     call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              {FunctionNumber::Logout, pszContainerName, ulLoginType});
+              FunctionNumber::Logout, pszContainerName, ulLoginType);
   });
 }
 
@@ -91,6 +90,6 @@ uint32_t SOF_Ext_isLogin(const char* pszContainerName, uint32_t ulLoginType) {
     LOG_ENTRY("SOF_Ext_isLogin [%s] ulLoginType=%u\n", as_given(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_isLogin", 128};
     call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              {FunctionNumber::isLogin, pszContainerName, ulLoginType});
+              FunctionNumber::isLogin, pszContainerName, ulLoginType);
   });
 }

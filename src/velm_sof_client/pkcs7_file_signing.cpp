@@ -15,7 +15,7 @@ namespace {
 constexpr char kFunction[] = "SOF_Ext_PKCS7_SignFile";
 
 // What every encoder takes.
-struct Signing {
+struct EncoderArguments {
   const char* container;
   ByteView certificate;
   ByteView data;
@@ -23,8 +23,8 @@ struct Signing {
   uint32_t* message_length;
 };
 
-constexpr uint32_t kSigningKey = 2;
-enum DataKind : uint32_t { kContent = 1, kHashValue = 2 };
+using protocol::kSigningKey;
+enum DataKind : uint32_t { kContent = protocol::kContentData, kHashValue = protocol::kHashData };
 
 FileContent base64_decoded(const FileContent& text) {
   uint32_t length = 0;
@@ -32,7 +32,7 @@ FileContent base64_decoded(const FileContent& text) {
                  SAF_Base64_Decode(text.data(), text.length, nullptr, &length));
   ProviderBuffer decoded = sized_buffer(kFunction, "uInDataBase64DecodedLen", length);
   check_provider("SAF_Base64_Decode",
-                 SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.length));
+                 SAF_Base64_Decode(text.data(), text.length, decoded.data(), &decoded.stated_length));
   const uint32_t decoded_length = decoded.content().length;
   return {std::move(decoded.bytes), decoded_length};
 }
@@ -47,14 +47,14 @@ FileContent data_to_sign(const char* path) {
 FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) {
   FixedBuffer<kUserCertificateCapacity> certificate;
   if (std::strstr(container, "SCAN_CONTAINER")) {
-    const uint32_t result = SI_ExportCertForScan(container, certificate.bytes, certificate.length);
+    const uint32_t result = SI_ExportCertForScan(container, certificate.bytes, certificate.stated_length);
     if (result != 0) {
       LOG_FAILURE("%s, SI_ExportCertForScan, sof_rv = 0x%08X \n", kFunction, result);
       fail(result);
     }
     return certificate;
   }
-  const uint32_t result = SI_ExportUserCert(container, certificate.bytes, certificate.length);
+  const uint32_t result = SI_ExportUserCert(container, certificate.bytes, certificate.stated_length);
   if (result != 0) {
     LOG_FAILURE("%s->SI_ExportUserCert\n", kFunction);
     fail(result);
@@ -93,7 +93,7 @@ uint32_t rsa_hash_digest(uint32_t hash_length) {
   fail(SOR_NOTSUPPORTYETERR);
 }
 
-void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, const Signing& signing,
+void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, const EncoderArguments& signing,
             uint32_t digest) {
   check_provider(name,
                  encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
@@ -102,14 +102,14 @@ void encode(const char* name, decltype(&SAF_Pkcs7_EncodeSignedData) encoder, con
 }
 
 void encode_extended(const char* name, decltype(&SAF_Ext_Pkcs7_EncodeSignedData) encoder,
-                     const Signing& signing, uint32_t digest, DataKind kind) {
+                     const EncoderArguments& signing, uint32_t digest, DataKind kind) {
   check_provider(name,
                  encoder(g_hAppHandle.load(), signing.container, text_length(signing.container), kSigningKey,
                          signing.certificate.data, signing.certificate.length, digest, nullptr, kind,
                          signing.data.data, signing.data.length, signing.message, signing.message_length));
 }
 
-void sign_with_rsa(uint32_t flag, const Signing& signing, uint32_t digest) {
+void sign_with_rsa(uint32_t flag, const EncoderArguments& signing, uint32_t digest) {
   switch (flag) {
     case 0:
       return encode("SAF_Pkcs7_EncodeSignedData", SAF_Pkcs7_EncodeSignedData, signing, digest);
@@ -124,7 +124,7 @@ void sign_with_rsa(uint32_t flag, const Signing& signing, uint32_t digest) {
   }
 }
 
-void sign_with_sm2(uint32_t flag, const Signing& signing) {
+void sign_with_sm2(uint32_t flag, const EncoderArguments& signing) {
   switch (flag) {
     case 0:
       return encode("SAF_SM2_EncodeSignedData", SAF_SM2_EncodeSignedData, signing, kSm3);
@@ -150,7 +150,7 @@ uint32_t SOF_Ext_PKCS7_SignFile(uint32_t flag, const char* pszContainerName, con
     const auto certificate = signer_certificate(pszContainerName);
     const CertificateRecord record = parse_certificate(kFunction, certificate.content(), kKeyTypeAndLength);
 
-    const Signing signing{
+    const EncoderArguments signing{
         pszContainerName, certificate.content(), {data.data(), data.length}, pOutData, pOutDataLen};
     if (record.public_key_type == kRsaKey) {
       sign_with_rsa(flag, signing, rsa_digest(record, pszContainerName));

@@ -11,7 +11,7 @@ namespace {
 constexpr char kFunction[] = "SOF_Ext_PKCS7_VerifySignedFile";
 
 // What is to be verified.
-struct Verification {
+struct VerificationInput {
   ByteView message;
   bool detached;
   ByteView file;  // the content of a detached message
@@ -27,15 +27,16 @@ ProviderBuffer content_buffer(uint32_t length) {
   return {std::move(bytes), length, size};
 }
 
-// Sizes the message with the decoder of its kind, then takes it apart. `certificate_caller` opens the line of
-// a certificate buffer that is not to be had.
-SignedData decode_whole(const SignedDataDecoder& decoder, const Verification& verification, SignedData parts,
-                        const char* certificate_caller) {
-  require_decoded(decoder, verification.message, parts);
-  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", parts.certificate.length);
-  if (!verification.detached) parts.content = content_buffer(parts.content.length);
-  parts.signature = sized_buffer(kFunction, "uSignDataLen", parts.signature.length);
-  require_decoded(decoder, verification.message, parts);
+// Sizes the message again, with the decoder of its kind, then takes it apart. `certificate_caller` opens the
+// log line of a certificate buffer that cannot be allocated.
+SignedData decode_whole(const SignedDataDecoder& decoder, const VerificationInput& input,
+                        SignedDataSizes sizes, const char* certificate_caller) {
+  require_sized(decoder, input.message, sizes);
+  SignedData parts{.digest = sizes.digest, .content = {.stated_length = sizes.content}};
+  parts.certificate = sized_buffer(certificate_caller, "uSignCertLen", sizes.certificate);
+  if (!input.detached) parts.content = content_buffer(sizes.content);
+  parts.signature = sized_buffer(kFunction, "uSignDataLen", sizes.signature);
+  require_decoded(decoder, input.message, parts);
   return parts;
 }
 
@@ -44,7 +45,7 @@ FixedBuffer<size> hash_of(const char* name, uint32_t algorithm, ByteView data, B
                           ByteView id = {}) {
   FixedBuffer<size> hash;
   check_provider(name, SAF_Hash(algorithm, data.data, data.length, public_key.data, public_key.length,
-                                id.data, id.length, hash.bytes, &hash.length));
+                                id.data, id.length, hash.bytes, &hash.stated_length));
   return hash;
 }
 
@@ -60,12 +61,11 @@ void verify_rsa_data(const char* name, const SignedData& parts, ByteView data) {
                                             data.length, signature.data, signature.length));
 }
 
-void verify_sm2(const Verification& verification, SignedData sizes) {
-  const SignedAttributes& attributes = verification.attributes;
-  const SignedData parts =
-      decode_whole(sm2_decoder(), verification, std::move(sizes), "SOF_VerifySignedMessage");
+void verify_sm2(const VerificationInput& input, const SignedDataSizes& sizes) {
+  const SignedAttributes& attributes = input.attributes;
+  const SignedData parts = decode_whole(sm2_decoder(), input, sizes, "SOF_VerifySignedMessage");
   const auto public_key = read_public_key(parts.certificate.content());
-  const ByteView content = verification.content(parts);
+  const ByteView content = input.content(parts);
 
   if (!attributes.present()) {
     const auto hash = hash_of<1024>("SAF_Hash", kSm3, content, public_key.content(), default_user_id());
@@ -80,10 +80,10 @@ void verify_sm2(const Verification& verification, SignedData sizes) {
   require_attribute_hash(attributes, content_hash);
 }
 
-void verify_rsa(const Verification& verification, SignedData sizes) {
-  const SignedAttributes& attributes = verification.attributes;
-  const SignedData parts = decode_whole(pkcs7_decoder(), verification, std::move(sizes), kFunction);
-  const ByteView content = verification.content(parts);
+void verify_rsa(const VerificationInput& input, const SignedDataSizes& sizes) {
+  const SignedAttributes& attributes = input.attributes;
+  const SignedData parts = decode_whole(pkcs7_decoder(), input, sizes, kFunction);
+  const ByteView content = input.content(parts);
 
   if (!attributes.present()) {
     verify_rsa_data("SAF_VerifySignByCert", parts, content);
@@ -108,13 +108,13 @@ uint32_t SOF_Ext_PKCS7_VerifySignedFile(uint32_t flag, const uint8_t* pMessageDa
 
     const ByteView message{pMessageData, uMessageDataLen};
     const SignedAttributes attributes = read_signed_attributes(message);
-    SignedData sizes = size_with_either_decoder(message);
+    const SignedDataSizes sizes = size_with_either_decoder(message);
 
-    const Verification verification{message, detached, {file.data(), file.length}, attributes};
-    if (sizes.signature.length < kShortestRsaSignature) {
-      verify_sm2(verification, std::move(sizes));
+    const VerificationInput input{message, detached, {file.data(), file.length}, attributes};
+    if (sizes.signature < kShortestRsaSignature) {
+      verify_sm2(input, sizes);
     } else {
-      verify_rsa(verification, std::move(sizes));
+      verify_rsa(input, sizes);
     }
   });
 }

@@ -6,13 +6,15 @@
 #include <atomic>
 #include <cstdint>
 
+#include "protocol/identifiers.h"
+
 namespace velm {
 
 inline constexpr char kServiceAddress[] = "http://127.0.0.1:55661";
 
 struct ProcessState {
   std::atomic<int32_t> sign_method{0};
-  std::atomic<int32_t> encrypt_method{0x00002002};
+  std::atomic<int32_t> encrypt_method{protocol::kTripleDesCbc};
   std::atomic<bool> detached_signature{false};
   std::atomic<uint32_t> envelope_type{2};
 };

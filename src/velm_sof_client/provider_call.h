@@ -6,6 +6,7 @@
 #include <cstring>
 #include <utility>
 
+#include "protocol/saf_codes.h"
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
 #include "sof_impl.h"
@@ -15,32 +16,37 @@
 
 namespace velm {
 
-// Takes the result of a provider function: anything but success is logged under `name`, with the raw code,
-// and fails with the library's code for it.
-inline void check_provider(const char* name, uint32_t result, CallSite site = CallSite::current()) {
-  if (result == 0) return;
-  log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", name, result);
-  fail(SI_MapSafError(result));
+// Logs `what` went wrong, with the provider's code, and fails with the library's code for it.
+[[noreturn]] inline void fail_with_provider_code(const char* what, uint32_t provider_code, CallSite site) {
+  log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", what, provider_code);
+  fail(SI_MapSafError(provider_code));
 }
 
-// A buffer that a provider call fills: `length` goes in as its capacity and comes back as what the provider
-// says that it wrote. What lies in the buffer is all that is ever read, whatever the provider says.
+// Takes the result of a provider function. Anything but success fails the call under the function's name.
+inline void check_provider(const char* function, uint32_t result, CallSite site = CallSite::current()) {
+  if (result != 0) fail_with_provider_code(function, result, site);
+}
+
+// A buffer that a provider call fills. `stated_length` goes in as the capacity that the provider is told and
+// comes back as the length that it says it wrote; content() never reaches beyond what is allocated.
 struct ProviderBuffer {
   HeapMemory bytes{};
-  uint32_t length = 0;
-  uint64_t size = 0;
+  uint32_t stated_length = 0;
+  uint64_t allocated = 0;
 
   uint8_t* data() const { return bytes.get(); }
-  ByteView content() const { return {bytes.get(), static_cast<uint32_t>(std::min<uint64_t>(length, size))}; }
+  ByteView content() const {
+    return {bytes.get(), static_cast<uint32_t>(std::min<uint64_t>(stated_length, allocated))};
+  }
 };
 
 // The same, of a fixed size and zeroed.
 template <uint32_t size>
 struct FixedBuffer {
   uint8_t bytes[size]{};
-  uint32_t length = size;
+  uint32_t stated_length = size;
 
-  ByteView content() const { return {bytes, std::min(length, size)}; }
+  ByteView content() const { return {bytes, std::min(stated_length, size)}; }
 };
 
 inline void require_memory(const HeapMemory& memory, const char* caller, const char* name, uint32_t length,
@@ -83,7 +89,7 @@ inline FixedBuffer<1024> read_public_key(ByteView certificate, CallSite site = C
   FixedBuffer<1024> key;
   check_provider("SAF_GetCertificateInfo",
                  SAF_GetCertificateInfo(g_hAppHandle.load(), certificate.data, certificate.length, kPublicKey,
-                                        key.bytes, &key.length),
+                                        key.bytes, &key.stated_length),
                  site);
   return key;
 }

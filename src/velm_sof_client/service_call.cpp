@@ -10,11 +10,11 @@ JsonCall::JsonCall(const char* function, uint32_t capacity)
       capacity_(capacity),
       response_(std::make_unique_for_overwrite<char[]>(size_t{capacity} + 1)) {}
 
-void JsonCall::post(const char* format, std::initializer_list<JsonField> fields) {
+void JsonCall::exchange(RequestMemory request) {
   uint32_t received = capacity_;
   {
-    const RequestMemory request = format_json(format, fields);
-    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(), "application/json",
+    const RequestMemory sent = std::move(request);
+    const int32_t result = xhttp::post(kServiceAddress, sent.data(), sent.length(), "application/json",
                                        response_.get(), &received);
     if (result != xhttp::kDone) {
       LOG_FAILURE("%s->post_json xrv = %d\n", function_, result);
@@ -50,10 +50,12 @@ FrameCall::FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capa
       data_capacity_(data_capacity),
       response_(std::make_unique_for_overwrite<uint8_t[]>(capacity)) {}
 
-void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fields, FrameContent content) {
+void FrameCall::post(FunctionNumber function, std::initializer_list<protocol::FrameField> fields,
+                     FrameContent content) {
   uint32_t received = capacity_;
   {
-    const RequestMemory request = build_frame(number, fields);
+    RequestMemory request(protocol::request_size(fields));
+    protocol::append_request(request, function, fields);
     const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(),
                                        "application/octet-stream", response_.get(), &received);
     if (result != xhttp::kDone) {
@@ -61,7 +63,7 @@ void FrameCall::post(FunctionNumber number, std::initializer_list<FrameField> fi
       fail(SOR_COMMUNICATIONERR);
     }
   }
-  const FrameAnswer answer = read_frame({response_.get(), capacity_}, received, content);
+  const protocol::FrameAnswer answer = protocol::read_answer({response_.get(), capacity_}, received, content);
   if (answer.refused || answer.data.size() > data_capacity_) {
     LOG_FAILURE("%s->response frame [%u]\n", log_name_, received);
     fail(SOR_UNKNOWNERR);

@@ -8,19 +8,27 @@
 #include <memory>
 #include <optional>
 
-#include "velm_sof_client/byte_frame.h"
+#include "protocol/byte_frame.h"
 #include "velm_sof_client/exported_call.h"
 #include "velm_sof_client/json_request.h"
 #include "velm_sof_client/service_answer.h"
 
 namespace velm {
 
+// What a call is written with.
+using protocol::FrameBytes;
+using protocol::FrameContent;
+using protocol::FunctionNumber;
+
 class JsonCall {
  public:
   // `capacity`: the bytes of answer that the call takes; a longer answer counts as an empty one.
   JsonCall(const char* function, uint32_t capacity);
 
-  void post(const char* format, std::initializer_list<JsonField> fields);
+  template <class... Fields>
+  void post(const JsonFormat<std::type_identity_t<Fields>...>& format, const Fields&... fields) {
+    exchange(format_json(format, fields...));
+  }
   AnswerValue result() const { return answer_->result(); }
 
   // Decodes a base64 member straight into the caller's buffer, whose size is not known here. The length
@@ -28,6 +36,8 @@ class JsonCall {
   void deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const;
 
  private:
+  void exchange(RequestMemory request);
+
   const char* function_;
   uint32_t capacity_;
   std::unique_ptr<char[]> response_;
@@ -40,7 +50,7 @@ class FrameCall {
   // `data_capacity`: the bytes of data in it, where the caller's buffer is smaller still.
   FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity = UINT32_MAX);
 
-  void post(FunctionNumber number, std::initializer_list<FrameField> fields,
+  void post(FunctionNumber function, std::initializer_list<protocol::FrameField> fields,
             FrameContent content = FrameContent::code_and_data);
   std::span<const uint8_t> data() const { return data_; }
 

@@ -36,7 +36,7 @@ uint32_t SOF_DecryptData(const char* pszContainerName, const uint8_t* pEncrypted
                          uint32_t uEncryptedDataLen, uint8_t* pPlainData, uint32_t* pPlainDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_DecryptData [%s] pEncryptedData=0x%p uEncryptedDataLen=%u pPlainData=0x%p\n",
-              or_null(pszContainerName), static_cast<const void*>(pEncryptedData), uEncryptedDataLen,
+              or_lower_null(pszContainerName), static_cast<const void*>(pEncryptedData), uEncryptedDataLen,
               static_cast<const void*>(pPlainData));
     require_pointer(pEncryptedData, "pEncryptedData");
     require_pointer(pPlainDataLen, "pPlainDataLen");

@@ -19,7 +19,7 @@ uint32_t SOF_GetSignMethod(void) {
 uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen,
                       uint8_t* pSignedData, uint32_t* pSignedDataLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_SignData [%s] uInDataLen=%u\n", or_NULL(pszContainerName), uInDataLen);
+    LOG_ENTRY("SOF_SignData [%s] uInDataLen=%u\n", or_upper_null(pszContainerName), uInDataLen);
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pInData, "pInData");
     require_pointer(pSignedDataLen, "pSignedDataLen");
@@ -27,7 +27,7 @@ uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint
 
     JsonCall call{"SOF_SignData", 2048};
     call.post(R"({"funcid":%d,"ContainerName":"%s","InData":"%s","base64":1})",
-              {FunctionNumber::SignData, pszContainerName, Base64{pInData, uInDataLen}});
+              FunctionNumber::SignData, pszContainerName, Base64{pInData, uInDataLen});
     call.deliver_base64(call.result().member("Sign"), pSignedData, pSignedDataLen);
   });
 }
@@ -43,15 +43,16 @@ uint32_t SOF_VerifySignedData(const uint8_t* pSignCert, uint32_t uSignCertLen, c
 
     JsonCall call{"SOF_VerifySignedData", 128};
     call.post(R"({"funcid":%d,"EncodeCert":"%s","InData":"%s","SignValue":"%s", "base64":true})",
-              {FunctionNumber::VerifySignedData, Base64{pSignCert, uSignCertLen},
-               Base64{pPlainData, uPlainDataLen}, Base64{pSignedData, uSignedDataLen}});
+              FunctionNumber::VerifySignedData, Base64{pSignCert, uSignCertLen},
+              Base64{pPlainData, uPlainDataLen}, Base64{pSignedData, uSignedDataLen});
   });
 }
 
 uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint8_t* pInData,
                          uint32_t uInDataLen, uint8_t* pSignedMessage, uint32_t* puSignedMessageLen) {
   return exported_call([&] {
-    LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_NULL(pszContainerName), uInDataLen);
+    LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_upper_null(pszContainerName),
+              uInDataLen);
     // A message that carries the data grows with it: in the size query by its length, in the answer by its
     // base64 form, estimated in single precision.
     const bool carries_data = lFlag == 0;
@@ -60,7 +61,7 @@ uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint
     const auto encoded = static_cast<uint64_t>(static_cast<float>(uInDataLen) * 1.6f);
     JsonCall call{"SOF_SignMessage", length_sum(uint64_t{8192}, carries_data ? encoded : 0)};
     call.post(R"({"funcid":%d,"Flag":%d,"ContainerName":"%s","InData":"%s","base64":1})",
-              {FunctionNumber::SignMessage, lFlag, pszContainerName, Base64{pInData, uInDataLen}});
+              FunctionNumber::SignMessage, lFlag, pszContainerName, Base64{pInData, uInDataLen});
     call.deliver_base64(call.result().member("SignData"), pSignedMessage, puSignedMessageLen);
   });
 }
@@ -74,8 +75,8 @@ uint32_t SOF_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMessageD
 
     JsonCall call{"SOF_VerifySignedMessage", 128};
     call.post(R"({"funcid":%d,"MessageData":"%s","InData":"%s","base64":true})",
-              {FunctionNumber::VerifySignedMessage, Base64{pMessageData, uMessageDataLen},
-               Base64{pPlainData, uPlainDataLen}});
+              FunctionNumber::VerifySignedMessage, Base64{pMessageData, uMessageDataLen},
+              Base64{pPlainData, uPlainDataLen});
   });
 }
 
@@ -98,13 +99,13 @@ uint32_t SOF_Ext_SignHash(const char* pszContainerName, uint32_t uiHashAlgorithm
                           uint32_t* puSignedDataLen) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_SignHash [%s] uiHashAlgorithmID=0x%08X uiInDataType=%u uiInDataLen=%u\n",
-              or_NULL(pszContainerName), uiHashAlgorithmID, uiInDataType, uiInDataLen);
+              or_upper_null(pszContainerName), uiHashAlgorithmID, uiInDataType, uiInDataLen);
     if (!pSignedData) return store(puSignedDataLen, 1024);
 
     JsonCall call{"SOF_Ext_SignHash", 2048};
     call.post(R"({"funcid":%d,"container":"%s","hashAlg":%u,"inDataType":%u,"hashedData":"%s"})",
-              {FunctionNumber::SignHash, pszContainerName, uiHashAlgorithmID, uiInDataType,
-               Base64{pInData, uiInDataLen}});
+              FunctionNumber::SignHash, pszContainerName, uiHashAlgorithmID, uiInDataType,
+              Base64{pInData, uiInDataLen});
     call.deliver_base64(call.result(), pSignedData, puSignedDataLen);
   });
 }

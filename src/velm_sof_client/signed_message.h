@@ -19,31 +19,49 @@ inline SignedDataDecoder pkcs7_decoder() {
 }
 inline SignedDataDecoder sm2_decoder() { return {"SAF_SM2_DecodeSignedData", SAF_SM2_DecodeSignedData}; }
 
-// What a message consists of. A decoding pass fills the buffers that are there, and sizes those that are not.
-struct SignedData {
-  ProviderBuffer certificate;
+// The lengths that a sizing pass states. They go into the next sizing pass as they are.
+struct SignedDataSizes {
+  uint32_t certificate = 0;
   uint32_t digest = 0;
-  ProviderBuffer content;
-  ProviderBuffer signature;
+  uint32_t content = 0;
+  uint32_t signature = 0;
 };
 
-// One decoding pass; the provider's own result.
-inline uint32_t decode(const SignedDataDecoder& decoder, ByteView message, SignedData& parts) {
-  return decoder.function(g_hAppHandle.load(), message.data, message.length, parts.certificate.data(),
-                          &parts.certificate.length, &parts.digest, parts.content.data(),
-                          &parts.content.length, parts.signature.data(), &parts.signature.length);
+// One sizing pass; the provider's own result.
+inline uint32_t size_parts(const SignedDataDecoder& decoder, ByteView message, SignedDataSizes& sizes) {
+  return decoder.function(g_hAppHandle.load(), message.data, message.length, nullptr, &sizes.certificate,
+                          &sizes.digest, nullptr, &sizes.content, nullptr, &sizes.signature);
 }
 
-inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
-                            CallSite site = CallSite::current()) {
-  check_provider(decoder.name, decode(decoder, message, parts), site);
+inline void require_sized(const SignedDataDecoder& decoder, ByteView message, SignedDataSizes& sizes,
+                          CallSite site = CallSite::current()) {
+  check_provider(decoder.name, size_parts(decoder, message, sizes), site);
 }
 
 // The first sizing pass: with the general decoder, and where that fails with the one for SM2.
-inline SignedData size_with_either_decoder(ByteView message, CallSite site = CallSite::current()) {
-  SignedData parts;
-  if (decode(pkcs7_decoder(), message, parts) != 0) require_decoded(sm2_decoder(), message, parts, site);
-  return parts;
+inline SignedDataSizes size_with_either_decoder(ByteView message, CallSite site = CallSite::current()) {
+  SignedDataSizes sizes;
+  if (size_parts(pkcs7_decoder(), message, sizes) != 0) require_sized(sm2_decoder(), message, sizes, site);
+  return sizes;
+}
+
+// The parts of a message. A part without a buffer is only sized again.
+struct SignedData {
+  ProviderBuffer certificate{};
+  uint32_t digest = 0;
+  ProviderBuffer content{};
+  ProviderBuffer signature{};
+};
+
+// Fills the buffers that are there.
+inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
+                            CallSite site = CallSite::current()) {
+  check_provider(decoder.name,
+                 decoder.function(g_hAppHandle.load(), message.data, message.length,
+                                  parts.certificate.data(), &parts.certificate.stated_length, &parts.digest,
+                                  parts.content.data(), &parts.content.stated_length,
+                                  parts.signature.data(), &parts.signature.stated_length),
+                 site);
 }
 
 // The signed attributes: their encoding, which is what the signature then covers, and the message digest
@@ -62,21 +80,22 @@ inline SignedAttributes read_signed_attributes(ByteView message, CallSite site =
   check_provider("SAF_Ext_Pkcs7_ReadContentData",
                  SAF_Ext_Pkcs7_ReadContentData(g_hAppHandle.load(), message.data, message.length,
                                                &attributes.flag, &attributes.digest,
-                                               attributes.encoding.bytes, &attributes.encoding.length,
-                                               attributes.hash.bytes, &attributes.hash.length),
+                                               attributes.encoding.bytes, &attributes.encoding.stated_length,
+                                               attributes.hash.bytes, &attributes.hash.stated_length),
                  site);
   return attributes;
 }
 
-// Holds a hash against the message digest of the attributes.
+// Compares a hash with the message digest of the attributes.
 template <uint32_t size>
 void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
                             CallSite site = CallSite::current()) {
-  constexpr uint32_t kHashError = 0x02000302;
-  if (hash.length != attributes.hash.length) check_provider("hashLen != attrHashLen", kHashError, site);
+  using protocol::kSafHashFailed;
+  if (hash.stated_length != attributes.hash.stated_length)
+    fail_with_provider_code("hashLen != attrHashLen", kSafHashFailed, site);
   const ByteView ours = hash.content(), theirs = attributes.hash.content();
   const bool equal = std::equal(ours.data, ours.data + ours.length, theirs.data, theirs.data + theirs.length);
-  if (!equal) check_provider("hash not equal attrHash", kHashError, site);
+  if (!equal) fail_with_provider_code("hash not equal attrHash", kSafHashFailed, site);
 }
 
 }  // namespace velm

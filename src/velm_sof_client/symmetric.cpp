@@ -1,8 +1,8 @@
 // Encryption with a symmetric key: of data by the crypto module, of files by the signature provider.
 #include <memory>
 
+#include "protocol/identifiers.h"
 #include "provider_abi/velm_openssl_api.h"
-#include "velm_sof_client/cipher_numbers.h"
 #include "velm_sof_client/provider_call.h"
 
 using namespace velm;
@@ -35,8 +35,9 @@ uint32_t transform(const Direction& direction, uint32_t uSymmAlg, uint32_t uPadd
     require_pointer(puOutDataLen, "puOutDataLen");
 
     void* acquired = nullptr;
-    int32_t result = VELM_Openssl_SymmAcquireContext(&acquired, cipher_number(uSymmAlg), direction.flag,
-                                                     pbSymmKey, uSymmKeyLen, pIV, mode_number(uSymmAlg));
+    int32_t result = VELM_Openssl_SymmAcquireContext(
+        &acquired, number_of(protocol::cipher_of(uSymmAlg)), direction.flag, pbSymmKey, uSymmKeyLen, pIV,
+        number_of(protocol::mode_of(uSymmAlg)));
     if (result != 0) {
       LOG_FAILURE(
           "%s->VELM_Openssl_SymmAcquireContext goa_rv=%d uSymmAlg=0x%08X uPaddingMode=%u pIV=0x%08X "
@@ -72,8 +73,8 @@ uint32_t transform_file(const FileDirection& direction, uint32_t ulSymmAlg, cons
   return exported_call([&] {
     // Sic: the line prints `ulIVLen` twice, the second time for the key length.
     LOG_ENTRY("%s ulSymmAlg=0x%08X ulIVLen=%u ulIVLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n",
-              direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_NULL(pszInFilePath),
-              or_NULL(pszOutFilePath));
+              direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_upper_null(pszInFilePath),
+              or_upper_null(pszOutFilePath));
     require_pointer(pbSymmKey, "pbSymmKey");
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");

@@ -9,7 +9,7 @@ using namespace velm;
 uint32_t SOF_Ext_ParseCertInfo(const uint8_t*, uint32_t uCertLen, uint32_t infoFlags, const char* oids) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_ParseCertInfo uCertLen=%u infoFlags=0x%08X oids=[%s]\n", uCertLen, infoFlags,
-              or_NULL(oids));
+              or_upper_null(oids));
     return SOR_NOTSUPPORTYETERR;
   });
 }

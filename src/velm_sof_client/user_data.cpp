@@ -11,7 +11,7 @@ uint32_t SOF_Ext_ReadUsrDataFile(const char* pszContainerName, uint32_t ulFileTy
                                  uint32_t ulOffset, uint32_t ulReadLen, uint8_t* pReadData) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_ReadUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulReadLen=%u\n",
-              or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulReadLen);
+              or_upper_null(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulReadLen);
 
     FrameCall call{"SOF_Ext_ReadUsrDataFile", length_sum(ulReadLen, 32u), ulReadLen};
     call.post(FunctionNumber::ReadUsrDataFile,
@@ -37,12 +37,13 @@ uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* p
     LOG_ENTRY(
         "SOF_Ext_WriteUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulWriteLen=%u "
         "g_multiUserInDataFmt=%u\n",
-        or_NULL(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, g_multiUserInDataFmt);
+        or_upper_null(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen,
+        g_multiUserInDataFmt);
 
     JsonCall call{"SOF_Ext_WriteUsrDataFile", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Pin":"%s","FileType":%u,"FileIndex":%u,"Offset":%u,)"
               R"("WriteData":"%s"})",
-              {FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType,
-               ulFileIndex, ulOffset, Base64{pWriteData, ulWriteLen}});
+              FunctionNumber::WriteUsrDataFile, pszContainerName, pin_text(pPin, uPinLen), ulFileType,
+              ulFileIndex, ulOffset, Base64{pWriteData, ulWriteLen});
   });
 }

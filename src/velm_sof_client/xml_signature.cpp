@@ -33,9 +33,12 @@ using XmlItems = std::array<ProviderBuffer, 6>;
 void parse(ByteView xml, XmlItems& items) {
   check_provider("SAF_Ext_XMLParse",
                  SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length,
-                                  items[0].data(), &items[0].length, items[1].data(), &items[1].length,
-                                  items[2].data(), &items[2].length, items[3].data(), &items[3].length,
-                                  items[4].data(), &items[4].length, items[5].data(), &items[5].length));
+                                  items[0].data(), &items[0].stated_length,
+                                  items[1].data(), &items[1].stated_length,
+                                  items[2].data(), &items[2].stated_length,
+                                  items[3].data(), &items[3].stated_length,
+                                  items[4].data(), &items[4].stated_length,
+                                  items[5].data(), &items[5].stated_length));
 }
 
 // A buffer for an item that has been sized. The provider takes no capacity here: the length goes in as 0.
@@ -58,14 +61,14 @@ uint32_t SOF_GetXMLSignatureInfo(const uint8_t* pSignedData, uint32_t uSignedDat
     XmlItems items;
     parse(xml, items);
     if (pInfo) {
-      for (ProviderBuffer& item : items) item = item_buffer(item.length);
+      for (ProviderBuffer& item : items) item = item_buffer(item.stated_length);
       parse(xml, items);
     }
 
     if (uInfoType < 1 || uInfoType > items.size()) fail(SOR_NOTSUPPORTYETERR);
     const ProviderBuffer& item = items[uInfoType - 1];
     if (!pInfo) {
-      store(pInfoLen, item.length);
+      store(pInfoLen, item.stated_length);
       return;
     }
     const ByteView content = item.content();

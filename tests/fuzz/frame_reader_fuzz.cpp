@@ -1,27 +1,32 @@
 // The answer frames of the service. Input: what arrived; the capacity is the input's size, or less than
 // arrived.
-#include "velm_sof_client/byte_frame.h"
+#include "protocol/byte_frame.h"
 
 #include "tests/fuzz/fuzz_target.h"
 
-using namespace velm;
-using fuzz::expect;
+using namespace velm::protocol;
+using velm::fuzz::expect;
 
 namespace {
 
+uint32_t number_at(std::span<const uint8_t> frame, size_t offset) {
+  return frame[offset] | uint32_t{frame[offset + 1]} << 8 | uint32_t{frame[offset + 2]} << 16 |
+         uint32_t{frame[offset + 3]} << 24;
+}
+
 void check(std::span<const uint8_t> stored, uint64_t received, FrameContent content) {
-  const FrameAnswer answer = read_frame(stored, received, content);
+  const FrameAnswer answer = read_answer(stored, received, content);
   const uint8_t* const end = stored.data() + stored.size();
   if (answer.refused || answer.code != 0 || content == FrameContent::code_only) {
     expect(answer.data.empty(), "a frame without data gives none");
   }
-  if (received > stored.size() || received < kFrameNumberBytes)
+  if (received > stored.size() || received < 4)
     expect(answer.refused, "what did not fit is refused");
   if (answer.refused) return;
   expect(answer.code == number_at(stored, 0), "the code is the frame's");
   if (answer.code != 0 || content == FrameContent::code_only) return;
-  expect(answer.data.size() == number_at(stored, kFrameNumberBytes), "the data have the stated length");
-  expect(answer.data.data() == stored.data() + 2 * kFrameNumberBytes &&
+  expect(answer.data.size() == number_at(stored, 4), "the data have the stated length");
+  expect(answer.data.data() == stored.data() + 8 &&
              answer.data.data() + answer.data.size() <= end,
          "the data lie in the frame, behind its head");
 }

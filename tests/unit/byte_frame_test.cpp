@@ -1,46 +1,54 @@
-#include "velm_sof_client/byte_frame.h"
+#include "protocol/byte_frame.h"
 
 #include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
 
-using namespace velm;
+#include "velm_sof_client/request_memory.h"
+
+using namespace velm::protocol;
 using testing::ElementsAreArray;
 
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-Bytes bytes_of(const RequestMemory& request) {
-  return Bytes(request.data(), request.data() + request.length());
+// As the library collects a request, in memory of exactly the size that was summed up, and as others do.
+Bytes request(FunctionNumber function, std::initializer_list<FrameField> fields) {
+  velm::RequestMemory memory(request_size(fields));
+  append_request(memory, function, fields);
+  std::string text;
+  append_request(text, function, fields);
+  EXPECT_EQ(text, std::string(memory.data(), memory.length()));
+  return Bytes(text.begin(), text.end());
 }
 
 TEST(RequestFrame, OpensWithMarkAndFunctionNumber) {
-  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::Config, {})), ElementsAreArray(Bytes{0x77, 0x2B}));
+  EXPECT_THAT(request(FunctionNumber::Config, {}), ElementsAreArray(Bytes{0x77, 0x2B}));
 }
 
 TEST(RequestFrame, WritesNumbersByteStringsAndTexts) {
   const uint8_t certificate[] = {0xAA, 0xBB};
-  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::GetCertInfo,
-                                   {FrameBytes{certificate, 2}, "C1", uint32_t{0x04030201}})),
+  EXPECT_THAT(request(FunctionNumber::GetCertInfo,
+                                   {FrameBytes{certificate, 2}, "C1", uint32_t{0x04030201}}),
               ElementsAreArray(Bytes{0x77, 11, 2, 0, 0, 0, 0xAA, 0xBB, 3, 0, 0, 0, 'C', '1', 0, 1, 2, 3, 4}));
 }
 
 TEST(RequestFrame, SendsAnEmptyTextAsItsTerminator) {
-  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::DecryptData, {""})),
+  EXPECT_THAT(request(FunctionNumber::DecryptData, {""}),
               ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, SendsNullAsEmpty) {
-  EXPECT_THAT(bytes_of(build_frame(FunctionNumber::DecryptData,
-                                   {static_cast<const char*>(nullptr), FrameBytes{nullptr, 9}})),
+  EXPECT_THAT(request(FunctionNumber::DecryptData,
+                                   {static_cast<const char*>(nullptr), FrameBytes{nullptr, 9}}),
               ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, TakesALongTextWhole) {
   const std::string name(300, 'n');
-  const Bytes frame = bytes_of(build_frame(FunctionNumber::ReadUsrDataFile, {name.c_str()}));
+  const Bytes frame = request(FunctionNumber::ReadUsrDataFile, {name.c_str()});
   ASSERT_EQ(frame.size(), 2u + 4 + 301);
   EXPECT_EQ(frame[2] | frame[3] << 8, 301);
   EXPECT_EQ(frame.back(), 0);
@@ -48,7 +56,14 @@ TEST(RequestFrame, TakesALongTextWhole) {
 
 TEST(RequestFrame, ABodyAbove32BitsIsNotToBeHad) {
   const uint8_t byte = 0;
-  EXPECT_THROW(build_frame(FunctionNumber::EncryptData, {FrameBytes{&byte, UINT32_MAX}}), std::bad_alloc);
+  EXPECT_THROW(request(FunctionNumber::EncryptData, {FrameBytes{&byte, UINT32_MAX}}), std::bad_alloc);
+  EXPECT_THROW(FrameBytes(&byte, size_t{UINT32_MAX} + 1), std::bad_alloc);
+}
+
+TEST(RequestFrame, ItsSizeIsSummedUpIn64Bits) {
+  const uint8_t byte = 0;
+  EXPECT_EQ(request_size({FrameBytes{&byte, UINT32_MAX}, FrameBytes{&byte, UINT32_MAX}, uint32_t{1}}),
+            2u + 2 * (4 + uint64_t{0xFFFFFFFF}) + 4);
 }
 
 Bytes response(uint32_t code, const Bytes& data) {
@@ -60,7 +75,7 @@ Bytes response(uint32_t code, const Bytes& data) {
 
 // Read from memory of exactly this size, so that a sanitizer sees every byte beyond it.
 FrameAnswer read(const Bytes& frame, FrameContent content = FrameContent::code_and_data) {
-  return read_frame(frame, frame.size(), content);
+  return read_answer(frame, frame.size(), content);
 }
 
 TEST(ResponseFrame, GivesCodeOrData) {
@@ -99,16 +114,83 @@ TEST(ResponseFrame, ALengthAboveTheDataIsRefusedAndOneBelowTaken) {
 TEST(ResponseFrame, ATotalAboveTheCapacityIsRefusedWhateverItsCode) {
   for (uint32_t code : {0u, 0x0B000403u}) {
     const Bytes frame = response(code, {1});
-    EXPECT_TRUE(read_frame(frame, frame.size() + 1, FrameContent::code_and_data).refused);
-    EXPECT_TRUE(read_frame(frame, UINT32_MAX, FrameContent::code_and_data).refused);
+    EXPECT_TRUE(read_answer(frame, frame.size() + 1, FrameContent::code_and_data).refused);
+    EXPECT_TRUE(read_answer(frame, UINT32_MAX, FrameContent::code_and_data).refused);
   }
-  EXPECT_TRUE(read_frame({}, 1, FrameContent::code_and_data).refused);
+  EXPECT_TRUE(read_answer({}, 1, FrameContent::code_and_data).refused);
 }
 
 TEST(ResponseFrame, ACallThatReadsNoDataNeedsTheCodeOnly) {
   EXPECT_FALSE(read({0, 0, 0, 0}, FrameContent::code_only).refused);
   EXPECT_TRUE(read({0, 0, 0, 0}).refused);
   EXPECT_TRUE(read({0, 0, 0}, FrameContent::code_only).refused);
+}
+
+// Read from memory of exactly this size, as above.
+TEST(RequestFrame, IsReadAsItWasWritten) {
+  const uint8_t block[] = {0xAA, 0xBB};
+  const Bytes frame =
+      request(FunctionNumber::EncryptData, {uint32_t{0xFFFFFFFE}, FrameBytes{block, 2}, "C1"});
+  const auto read = read_request(frame);
+  ASSERT_TRUE(read.has_value());
+  EXPECT_EQ(read->function, 19);
+  FieldReader fields(read->fields);
+  EXPECT_EQ(fields.number(), 0xFFFFFFFE);
+  EXPECT_THAT(fields.bytes().value(), ElementsAreArray(block));
+  EXPECT_FALSE(fields.at_end());
+  EXPECT_EQ(text_in(fields.bytes().value()), "C1");
+  EXPECT_TRUE(fields.at_end());
+}
+
+TEST(RequestFrame, NeedsMarkAndFunctionNumber) {
+  EXPECT_FALSE(read_request({}).has_value());
+  EXPECT_FALSE(read_request(Bytes{0x77}).has_value());
+  EXPECT_FALSE(read_request(Bytes{0x76, 11}).has_value());
+  const Bytes head{0x77, 0xFF};
+  EXPECT_EQ(read_request(head).value().function, 255);
+  EXPECT_TRUE(read_request(head).value().fields.empty());
+}
+
+TEST(Fields, ANumberNeedsFourBytes) {
+  for (size_t size = 0; size < 4; ++size) {
+    const Bytes cut(size, 1);
+    EXPECT_FALSE(FieldReader(cut).number().has_value()) << size;
+    EXPECT_FALSE(FieldReader(cut).bytes().has_value()) << size;
+  }
+  const Bytes whole{1, 2, 3, 4};
+  FieldReader fields(whole);
+  EXPECT_EQ(fields.number(), 0x04030201u);
+  EXPECT_TRUE(fields.at_end());
+  EXPECT_FALSE(fields.number().has_value());
+}
+
+TEST(Fields, AByteStringEndsWithinTheFields) {
+  for (const uint32_t length : {0u, 1u, 3u, 4u, 0x80000000u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
+    const Bytes bytes{static_cast<uint8_t>(length),       static_cast<uint8_t>(length >> 8),
+                      static_cast<uint8_t>(length >> 16), static_cast<uint8_t>(length >> 24), 7, 8, 9};
+    FieldReader fields(bytes);
+    const auto read = fields.bytes();
+    ASSERT_EQ(read.has_value(), length <= 3) << length;
+    if (read) {
+      EXPECT_EQ(read->size(), length);
+      EXPECT_EQ(fields.at_end(), length == 3);
+    }
+  }
+}
+
+TEST(Fields, ATextEndsAtItsFirstZero) {
+  EXPECT_EQ(text_in(Bytes{'a', 'b', 0, 'c', 0}), "ab");
+  EXPECT_EQ(text_in(Bytes{0}), "");
+  EXPECT_FALSE(text_in(Bytes{'a', 'b'}).has_value());
+  EXPECT_FALSE(text_in({}).has_value());
+}
+
+TEST(ResponseFrame, IsACodeOrDataBehindTheirLength) {
+  const auto bytes = [](const std::string& answer) { return Bytes(answer.begin(), answer.end()); };
+  EXPECT_THAT(bytes(build_answer(0x0B000425u)), ElementsAreArray(Bytes{0x25, 0x04, 0x00, 0x0B}));
+  EXPECT_THAT(bytes(build_answer(Bytes{0xF1, 0xF2})),
+              ElementsAreArray(Bytes{0, 0, 0, 0, 2, 0, 0, 0, 0xF1, 0xF2}));
+  EXPECT_THAT(bytes(build_answer(FrameView())), ElementsAreArray(Bytes{0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 }  // namespace

@@ -1,9 +1,12 @@
-#include "velm_sof_client/cipher_numbers.h"
+#include "protocol/identifiers.h"
 
 #include <gtest/gtest.h>
 
-namespace velm {
+namespace velm::protocol {
 namespace {
+
+uint32_t cipher_number(uint32_t algorithm) { return number_of(cipher_of(algorithm)); }
+uint32_t mode_number(uint32_t algorithm) { return number_of(mode_of(algorithm)); }
 
 struct Row {
   uint32_t algorithm;
@@ -47,4 +50,4 @@ TEST(CipherNumbers, OnlyASingleModeBitIsAMode) {
 }
 
 }  // namespace
-}  // namespace velm
+}  // namespace velm::protocol

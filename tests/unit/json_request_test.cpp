@@ -10,6 +10,7 @@
 
 using namespace velm;
 using namespace velm::test;
+using velm::protocol::FunctionNumber;
 
 namespace {
 
@@ -22,31 +23,54 @@ std::string text_of(const RequestMemory& request) { return {request.data(), requ
 
 TEST_F(JsonRequest, PutsFieldsInPlaceOfTheirConversions) {
   EXPECT_EQ(text_of(format_json(R"({"funcid":%d,"ContainerName":"%s","Type":%d,"Len":%u,"In":"%s"})",
-                                {FunctionNumber::GetDeviceInfo, "C \"1\"", int32_t{-7}, uint32_t{4000000000},
-                                 Base64{"abc", 3}})),
+                                FunctionNumber::GetDeviceInfo, "C \"1\"", int32_t{-7}, uint32_t{4000000000},
+                                Base64{"abc", 3})),
             R"({"funcid":13,"ContainerName":"C "1"","Type":-7,"Len":4000000000,"In":"<abc>"})");
 }
 
-TEST_F(JsonRequest, LeavesAFormatWithoutConversions) { EXPECT_EQ(text_of(format_json("{}", {})), "{}"); }
+// What does not fit does not compile.
+TEST(JsonFormat, HasAConversionForEachFieldAndNoMore) {
+  static_assert(fits_fields<>("{}"));
+  static_assert(fits_fields<FunctionNumber, int32_t, uint32_t>("%d,%d,%u"));
+  static_assert(fits_fields<const char*, std::string_view, Base64, char[3]>("%s%s%s%s"));
+  static_assert(!fits_fields<>("%d"), "a conversion without a field");
+  static_assert(!fits_fields<>("{}%"), "a percent sign without a letter");
+  static_assert(!fits_fields<uint32_t>("{}"), "a field without a conversion");
+  static_assert(!fits_fields<uint32_t>("%"), "the same");
+  static_assert(!fits_fields<uint32_t, uint32_t>("%u"), "one field too many");
+  static_assert(!fits_fields<uint32_t>("%u%u"), "one field too few");
+}
+
+TEST(JsonFormat, HasTheConversionOfTheFieldsType) {
+  static_assert(!fits_fields<uint32_t>("%d"));
+  static_assert(!fits_fields<uint32_t>("%s"));
+  static_assert(!fits_fields<int32_t>("%u"));
+  static_assert(!fits_fields<FunctionNumber>("%u"));
+  static_assert(!fits_fields<const char*>("%d"));
+  static_assert(!fits_fields<Base64>("%u"));
+  static_assert(!fits_fields<const char*, int32_t>("%d%s"), "in the wrong order");
+}
+
+TEST_F(JsonRequest, LeavesAFormatWithoutConversions) { EXPECT_EQ(text_of(format_json("{}")), "{}"); }
 
 TEST_F(JsonRequest, APercentSignInATextIsNoConversion) {
-  EXPECT_EQ(text_of(format_json("[%s][%s]", {"%s", "%d"})), "[%s][%d]");
+  EXPECT_EQ(text_of(format_json("[%s][%s]", "%s", "%d")), "[%s][%d]");
 }
 
 TEST_F(JsonRequest, ATextMayEndAtALength) {
-  EXPECT_EQ(text_of(format_json("[%s][%s]", {std::string_view("123456", 4), std::string_view()})),
+  EXPECT_EQ(text_of(format_json("[%s][%s]", std::string_view("123456", 4), std::string_view())),
             "[1234][]");
 }
 
 TEST_F(JsonRequest, PrintsNullTextAndSendsNullBytesAsNone) {
-  EXPECT_EQ(text_of(format_json("[%s][%s][%s]", {static_cast<const char*>(nullptr), Base64{nullptr, 5},
-                                                 Base64{static_cast<const char*>(nullptr)}})),
+  EXPECT_EQ(text_of(format_json("[%s][%s][%s]", static_cast<const char*>(nullptr), Base64{nullptr, 5},
+                                Base64{static_cast<const char*>(nullptr)})),
             "[(null)][<>][<>]");
 }
 
 TEST_F(JsonRequest, WhatCannotBeEncodedIsTheEmptyText) {
   encoder = encoder_that(-1, "YWJj", 4);
-  EXPECT_EQ(text_of(format_json("[%s]", {Base64{"abc", 3}})), "[]");
+  EXPECT_EQ(text_of(format_json("[%s]", Base64{"abc", 3})), "[]");
 }
 
 // Fills all the room that three bytes have, without a terminating zero.
@@ -62,7 +86,7 @@ TEST_F(JsonRequest, WhatTheEncoderSaysToBeLongerThanItsRoomIsTheEmptyText) {
   const std::string room(base64_room(3), 'A'), behind(100, 'b');
   const auto sent = [&](size_t claimed) {
     encoder = encoder_that_claims(claimed);
-    return text_of(format_json("[%s][%s]", {Base64{"abc", 3}, behind.c_str()}));
+    return text_of(format_json("[%s][%s]", Base64{"abc", 3}, behind.c_str()));
   };
   EXPECT_EQ(sent(room.size()), "[" + room + "][" + behind + "]");
   EXPECT_EQ(sent(room.size() + 1), "[][" + behind + "]");
@@ -75,7 +99,7 @@ TEST_F(JsonRequest, WhatTheEncoderHasNotWrittenIsNotSent) {
     *text_length = 100;
     return 0;
   };
-  EXPECT_EQ(text_of(format_json("[%s]", {Base64{"abc", 3}})), "[YWJj]");
+  EXPECT_EQ(text_of(format_json("[%s]", Base64{"abc", 3})), "[YWJj]");
 }
 
 TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
@@ -84,12 +108,12 @@ TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
     return 0;
   };
   for (const size_t size : {size_t{0xBFFFFFFE}, size_t{0xFFFFFFFF}, size_t{0x100000003}, SIZE_MAX / 4}) {
-    EXPECT_THROW(format_json("[%s]", {Base64{"", size}}), std::bad_alloc) << size;
+    EXPECT_THROW(format_json("[%s]", Base64{"", size}), std::bad_alloc) << size;
   }
   // Each fits, but not both.
-  EXPECT_THROW(format_json("[%s][%s]", {Base64{"", 0x60000000}, Base64{"", 0x60000000}}), std::bad_alloc);
+  EXPECT_THROW(format_json("[%s][%s]", Base64{"", 0x60000000}, Base64{"", 0x60000000}), std::bad_alloc);
   const size_t just_too_long = UINT32_MAX - 3;
-  EXPECT_THROW(format_json("[%s]", {std::string_view("", just_too_long)}), std::bad_alloc);
+  EXPECT_THROW(format_json("[%s]", std::string_view("", just_too_long)), std::bad_alloc);
 }
 
 }  // namespace

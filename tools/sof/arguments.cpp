@@ -4,6 +4,7 @@
 
 #include "input_output.h"
 #include "library_call.h"
+#include "protocol/identifiers.h"
 
 namespace {
 
@@ -19,7 +20,9 @@ Bytes der_of(const Bytes& content) {
 }  // namespace
 
 void add_digest(CLI::App& command, uint32_t& algorithm) {
-  static const std::map<std::string, uint32_t> kDigests{{"sm3", 1}, {"sha1", 2}, {"sha256", 4}};
+  namespace protocol = velm::protocol;
+  static const std::map<std::string, uint32_t> kDigests{
+      {"sm3", protocol::kSm3}, {"sha1", protocol::kSha1}, {"sha256", protocol::kSha256}};
   command.add_option("--algorithm", algorithm, "digest: sm3 (the default), sha1 or sha256")
       ->transform(CLI::CheckedTransformer(kDigests, CLI::ignore_case).description(""));
 }

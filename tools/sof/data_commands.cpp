@@ -6,14 +6,15 @@
 #include "library_call.h"
 #include "library_file.h"
 #include "progress.h"
+#include "protocol/identifiers.h"
 
 namespace {
 
 struct Hash {
-  uint32_t algorithm = 1;
+  uint32_t algorithm = velm::protocol::kSm3;
   std::string input = "-";
   CertificateSource signer;
-  std::string signer_id = "1234567812345678";
+  std::string signer_id{velm::protocol::kDefaultUserId};
   const CLI::Option* id_option = nullptr;
   DataOutput output;
 

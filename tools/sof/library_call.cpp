@@ -1,6 +1,6 @@
 #include "library_call.h"
 
-#include "provider_abi/provider_codes.h"
+#include "protocol/result_codes.h"
 #include "text.h"
 
 namespace {
@@ -54,7 +54,7 @@ std::string error_text(uint32_t code) {
 
 std::string meaning_of(uint32_t code) {
   constexpr uint32_t kProviderFamily = 0x0200;
-  return error_text(code >> 16 == kProviderFamily ? velm::client_code_of(code) : code);
+  return error_text(code >> 16 == kProviderFamily ? velm::protocol::client_code_of(code) : code);
 }
 
 void check(const char* function, uint32_t code) {

@@ -6,6 +6,7 @@
 #include "library_call.h"
 #include "library_file.h"
 #include "progress.h"
+#include "protocol/identifiers.h"
 
 namespace {
 
@@ -56,7 +57,7 @@ struct SignMessage : Signing {
 };
 
 struct SignHash : Signing {
-  uint32_t algorithm = 1;
+  uint32_t algorithm = velm::protocol::kSm3;
   bool hexadecimal = false;
 
   void add_options(CLI::App& command) {

@@ -4,6 +4,7 @@
 #include "commands.h"
 #include "input_output.h"
 #include "library_call.h"
+#include "protocol/identifiers.h"
 #include "text.h"
 
 namespace {
@@ -16,7 +17,7 @@ namespace {
 }
 
 struct StampGet {
-  uint32_t algorithm = 1;
+  uint32_t algorithm = velm::protocol::kSm3;
   std::string input = "-";
   DataOutput output;
 

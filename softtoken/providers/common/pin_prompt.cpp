@@ -4,9 +4,11 @@
 #include <array>
 
 #include "mingw_tls/thread_storage.h"
+#include "protocol/limits.h"
 #include "provider_abi/velm_common.h"
 #include "softtoken/providers/common/dialog_template.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {
@@ -16,8 +18,6 @@ enum PromptResult : int32_t { kEntered = 0, kCancelled = 1, kFailed = 2 };
 /** The prompt for a login. */
 constexpr uint32_t kLoginPrompt = 1;
 
-constexpr size_t kShortestPin = 4;
-constexpr size_t kLongestPin = 31;
 // What the field takes: one more than the longest, so that one too long is seen and not cut.
 constexpr size_t kMostTyped = kLongestPin + 1;
 
@@ -30,6 +30,9 @@ struct PromptTexts {
   const wchar_t* accept;
   const wchar_t* cancel;
 };
+
+// The lengths in these texts.
+static_assert(kShortestPin == 4 && kLongestPin == 31);
 
 constexpr PromptTexts kEnglish{L"PIN", L"Enter the PIN of your container (4 to 31 characters):", L"OK",
                                L"Cancel"};

@@ -1,15 +1,11 @@
+#include "protocol/identifiers.h"
 #include "provider_abi/velm_openssl_api.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/keys.h"
 #include "softtoken/providers/openssl_api/openssl_api_call.h"
 
+using namespace velm;
 using namespace velm::token;
-
-namespace {
-
-enum PublicKeyType : uint32_t { kRsaKey = 1, kSm2Key = 2 };
-
-}  // namespace
 
 // Every mode fills the whole of what is known of the record.
 int32_t VELM_Openssl_ParseCertInfo(
@@ -19,7 +15,7 @@ int32_t VELM_Openssl_ParseCertInfo(
     const Key key = key_of(parse_certificate({certificate, certificate_length}).get());
     const size_t length = public_key_bytes(key.get()).size();
     auto* known = static_cast<CertificateRecord*>(record);
-    known->public_key_type = kind_of(key.get()) == KeyKind::rsa ? kRsaKey : kSm2Key;
+    known->public_key_type = kind_of(key.get()) == KeyKind::rsa ? protocol::kRsaKey : protocol::kSm2Key;
     known->public_key_length = static_cast<uint32_t>(length);
     return kApiSuccess;
   });

@@ -9,25 +9,6 @@ using namespace velm::token;
 
 namespace {
 
-CipherFamily family_of(uint32_t cipher) {
-  switch (cipher) {
-    case 101: return CipherFamily::triple_des;
-    case 107: return CipherFamily::aes;
-    case 108: return CipherFamily::sm4;
-    default: throw TokenError(kAlgorithmUnsupported);
-  }
-}
-
-CipherMode mode_of(uint32_t mode) {
-  switch (mode) {
-    case 1: return CipherMode::ecb;
-    case 2: return CipherMode::cbc;
-    case 3: return CipherMode::cfb;
-    case 4: return CipherMode::ofb;
-    default: throw TokenError(kAlgorithmUnsupported);
-  }
-}
-
 int32_t convert(SymmetricOperation::Direction direction, void* context, const uint8_t* input,
                 uint32_t input_length, uint8_t* output, uint32_t* output_length) {
   return api_call([&] {
@@ -53,7 +34,7 @@ int32_t VELM_Openssl_SymmAcquireContext(
     const uint8_t* iv, uint32_t mode) {
   return api_call([&] {
     if (context == nullptr || key == nullptr || direction > 1) return kApiBadInput;
-    const EVP_CIPHER* wanted = symmetric_cipher(family_of(cipher), mode_of(mode), key_length);
+    const EVP_CIPHER* wanted = symmetric_cipher(symmetric_algorithm(cipher, mode), key_length);
     const auto iv_length = iv == nullptr ? 0 : static_cast<size_t>(EVP_CIPHER_get_iv_length(wanted));
     *context =
         std::make_unique<SymmetricOperation>(wanted, static_cast<SymmetricOperation::Direction>(direction),

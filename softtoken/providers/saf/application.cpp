@@ -10,6 +10,9 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 constexpr const char* kStandardPath = "saf_config.dat";

@@ -9,6 +9,9 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 constexpr size_t kMaxFile = 64 * 1024;

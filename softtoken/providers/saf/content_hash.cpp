@@ -3,6 +3,7 @@
 #include <openssl/ec.h>
 #include <openssl/obj_mac.h>
 
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/certificate.h"
 
 namespace velm::token {
@@ -68,7 +69,7 @@ Bytes signer_prefix(const EVP_PKEY* key, ByteView id) {
 
 Bytes signed_prefix(const EVP_PKEY* key, ByteView id) {
   if (kind_of(key) == KeyKind::rsa) return {};
-  return signer_prefix(key, id.empty() ? as_bytes(kDefaultSignerId) : id);
+  return signer_prefix(key, id.empty() ? as_bytes(protocol::kDefaultUserId) : id);
 }
 
 Bytes hash_with_prefix(DigestId digest, ByteView prefix, ByteView data) {

@@ -9,6 +9,9 @@
 #include "softtoken/crypto/symmetric_cipher.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using Direction = SymmetricOperation::Direction;
@@ -34,11 +37,11 @@ Bytes object_der(const char* oid) { return der_of<const ASN1_OBJECT>(i2d_ASN1_OB
 const EVP_CIPHER* method_cipher(uint32_t method) {
   const SymmetricAlgorithm algorithm = symmetric_algorithm(method);
   require_saf(algorithm.mode == CipherMode::cbc, kSafAlgorithm);
-  switch (method & 0xFFFFFF00) {
-    case 0x2000:
-    case 0x8000: return symmetric_cipher(algorithm.family, algorithm.mode, 24);
-    case 0x10000: return symmetric_cipher(algorithm.family, algorithm.mode, 32);
-    default: return symmetric_cipher(algorithm.family, algorithm.mode, 16);
+  switch (method & ~kCbc) {
+    case kTripleDes:
+    case kAes192: return symmetric_cipher(algorithm, 24);
+    case kAes256: return symmetric_cipher(algorithm, 32);
+    default: return symmetric_cipher(algorithm, 16);
   }
 }
 

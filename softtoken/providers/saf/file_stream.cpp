@@ -10,6 +10,9 @@
 #endif
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 #ifdef _WIN32

@@ -5,6 +5,8 @@
 
 namespace velm::token {
 
+using namespace protocol;
+
 SecretBytes http_post(const HttpPost& post) {
   httplib::Client client(post.endpoint.host, post.endpoint.port);
   client.set_connection_timeout(post.connect_timeout);

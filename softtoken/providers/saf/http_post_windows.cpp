@@ -7,6 +7,9 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 struct InternetCloser {

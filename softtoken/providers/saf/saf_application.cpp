@@ -2,6 +2,7 @@
 #include "softtoken/providers/saf/application.h"
 #include "softtoken/providers/saf/saf_call.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 uint32_t SAF_Initialize(void** application, const char* config_path) {

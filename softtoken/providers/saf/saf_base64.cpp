@@ -2,6 +2,7 @@
 #include "softtoken/crypto/base64.h"
 #include "softtoken/providers/saf/saf_call.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 uint32_t SAF_Base64_Encode(

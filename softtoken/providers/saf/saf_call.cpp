@@ -4,55 +4,8 @@
 #include <limits>
 
 namespace velm::token {
-namespace {
 
-struct CodePair {
-  uint32_t token;
-  uint32_t saf;
-};
-
-constexpr CodePair kCodes[] = {
-    {kNotSupported, kSafNotSupported},
-    {kAlgorithmUnsupported, kSafAlgorithm},
-    {kBadLength, kSafBadLength},
-    {kBadInput, kSafBadInput},
-    {kRandomFailed, kSafRandomFailed},
-    {kKeyNotFound, kSafKeyNotFound},
-    {kCertificateNotFound, kSafCertificateNotFound},
-    {kObjectNotFound, kSafObjectNotFound},
-    {kCertificateFormat, kSafCertificateFormat},
-    {kCertificateInvalid, kSafCertificateInvalid},
-    {kCertificateExpired, kSafCertificateExpired},
-    {kCertificateRevoked, kSafCertificateRevoked},
-    {kNotYetValid, kSafCertificateNotYetValid},
-    {kNotTrusted, kSafNotTrusted},
-    {kSignFailed, kSafSignFailed},
-    {kVerifyFailed, kSafHashNotEqual},
-    {kEncryptFailed, kSafEncryptFailed},
-    {kDecryptFailed, kSafDecryptFailed},
-    {kEnvelopeOpenFailed, kSafEnvelopeNotOpened},
-    {kPkcs7Format, kSafBadObject},
-    {kParameterUnsupported, kSafNotSupported},
-    {kBufferTooSmall, kSafBadLength},
-    {kNoSuchContainer, kSafNoSuchContainer},
-    {kWrongPin, kSafWrongPin},
-    {kPinLocked, kSafPinLocked},
-    {kNotLoggedIn, kSafNotLoggedIn},
-    {kFileExists, kSafFileExists},
-    {kNoSpace, kSafNoSpace},
-    {kFileNotFound, kSafFileNotFound},
-    {kTooManyFiles, kSafTooManyFiles},
-    {kLabelNotFound, kSafNoSuchLabel},
-    {kKeyMismatch, kSafKeyMismatch},
-    {kOidNotFound, kSafItemNotFound},
-};
-
-}  // namespace
-
-uint32_t saf_code_of(uint32_t token_code) {
-  const auto* found = std::ranges::find(kCodes, token_code, &CodePair::token);
-  return found == std::end(kCodes) ? kSafUnknownError : found->saf;
-}
+using namespace protocol;
 
 ByteView input_bytes(const uint8_t* data, uint32_t length) {
   require_saf(data != nullptr || length == 0, kSafBadInput);

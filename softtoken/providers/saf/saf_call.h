@@ -3,14 +3,14 @@
 #include <new>
 #include <string>
 
+#include "protocol/result_codes.h"
 #include "softtoken/crypto/bytes.h"
 #include "softtoken/crypto/token_error.h"
 #include "softtoken/providers/module_call.h"
-#include "softtoken/providers/saf/saf_codes.h"
 
 namespace velm::token {
 
-/** Leaves whatever is under way with a result code of this module. */
+/** Ends a call with a result code of this module. */
 class SafError : public std::exception {
  public:
   explicit SafError(uint32_t code) : code_(code) {}
@@ -25,24 +25,21 @@ inline void require_saf(bool holds, uint32_t code) {
   if (!holds) throw SafError(code);
 }
 
-/** This module's code for one of the token; codes that it has no word for become the unknown error. */
-uint32_t saf_code_of(uint32_t token_code);
-
 /** Runs the body of an exported function and returns its result code; no exception leaves it. */
 template <typename Body>
 uint32_t saf_call(Body&& body) noexcept {
-  if (!begin_module_call()) return kSafNoMemory;
+  if (!begin_module_call()) return protocol::kSafNoMemory;
   try {
     body();
-    return kSafSuccess;
+    return protocol::kSafSuccess;
   } catch (const SafError& error) {
-    return memory_ran_out() ? kSafNoMemory : error.code();
+    return memory_ran_out() ? protocol::kSafNoMemory : error.code();
   } catch (const TokenError& error) {
-    return memory_ran_out() ? kSafNoMemory : saf_code_of(error.code());
+    return memory_ran_out() ? protocol::kSafNoMemory : protocol::saf_code_of(error.code());
   } catch (const std::bad_alloc&) {
-    return kSafNoMemory;
+    return protocol::kSafNoMemory;
   } catch (...) {
-    return kSafUnknownError;
+    return protocol::kSafUnknownError;
   }
 }
 

@@ -6,6 +6,7 @@
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/providers/saf/token_client.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {

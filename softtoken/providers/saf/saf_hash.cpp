@@ -2,6 +2,7 @@
 #include "softtoken/providers/saf/content_hash.h"
 #include "softtoken/providers/saf/saf_call.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {

@@ -6,6 +6,7 @@
 #include "softtoken/providers/saf/message_identifiers.h"
 #include "softtoken/providers/saf/saf_call.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {

@@ -6,15 +6,10 @@
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/providers/saf/token_client.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {
-
-/** Which key of a container signs. */
-constexpr uint32_t kSigningKeyUsage = 2;
-
-/** What an extended encoder is given. */
-enum DataKind : uint32_t { kContent = 1, kHashValue = 2 };
 
 /** What the four encoders have in common. */
 struct SigningCall {
@@ -39,7 +34,7 @@ Bytes longest_signature(const X509* signer) {
 enum class Form { attached, detached_with_attributes, detached_of_hash };
 
 void encode(const SigningCall& call, KeyKind kind, Form form) {
-  require_saf(call.key_usage == kSigningKeyUsage, kSafNotSupported);
+  require_saf(call.key_usage == kSigningKey, kSafNotSupported);
   const std::string container = required_text(call.container, call.container_length);
   const Certificate signer = parse_certificate(required_bytes(call.certificate, call.certificate_length));
   require_saf(kind_of(key_of(signer.get()).get()) == kind, kSafAlgorithm);
@@ -62,8 +57,8 @@ void encode(const SigningCall& call, KeyKind kind, Form form) {
 }
 
 Form extended_form(uint32_t data_kind) {
-  if (data_kind == kContent) return Form::detached_with_attributes;
-  require_saf(data_kind == kHashValue, kSafNotSupported);
+  if (data_kind == kContentData) return Form::detached_with_attributes;
+  require_saf(data_kind == kHashData, kSafNotSupported);
   return Form::detached_of_hash;
 }
 

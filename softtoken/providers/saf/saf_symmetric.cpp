@@ -26,8 +26,7 @@ uint32_t convert_file(
     const uint8_t* key, uint32_t key_length, const char* input_path, const char* output_path) {
   return saf_call([&] {
     const ByteView key_bytes = required_bytes(key, key_length);
-    const SymmetricAlgorithm algorithm = symmetric_algorithm(identifier);
-    SymmetricOperation operation(symmetric_cipher(algorithm.family, algorithm.mode, key_length), direction,
+    SymmetricOperation operation(symmetric_cipher(symmetric_algorithm(identifier), key_length), direction,
                                  key_bytes, input_bytes(iv, iv_length));
     OutputFile output(required_text(output_path));
     convert(operation, required_text(input_path), output);

@@ -3,12 +3,10 @@
 #include "softtoken/providers/saf/content_hash.h"
 #include "softtoken/providers/saf/saf_call.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {
-
-/** SM2 signatures, by their identifier in GM/T 0006. */
-constexpr uint32_t kSm2Signature = 0x00020200;
 
 Key key_in(const uint8_t* certificate, uint32_t certificate_length) {
   return key_of(parse_certificate(required_bytes(certificate, certificate_length)).get());

@@ -2,6 +2,7 @@
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/providers/saf/xml_signature.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 uint32_t SAF_Ext_XMLVerify(void*, uint32_t, const uint8_t* xml, uint32_t xml_length) {

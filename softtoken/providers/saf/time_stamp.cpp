@@ -11,6 +11,9 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;

@@ -8,43 +8,14 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
 constexpr const char* kStampQueryType = "application/timestamp-query";
-
-enum JsonFunctionNumber : uint32_t { kExportUserCert = 6, kExportExchangeUserCert = 10, kSignHash = 83 };
-enum FrameFunctionNumber : uint8_t { kDecryptData = 20, kAsymmetricDecrypt = 61 };
-
-/** A request of the byte-frame form: integers are 32-bit little-endian. */
-class FrameWriter {
- public:
-  explicit FrameWriter(FrameFunctionNumber function) : frame_{0x77, function} {}
-
-  FrameWriter& number(uint32_t value) {
-    for (unsigned shift = 0; shift < 32; shift += 8) frame_.push_back(static_cast<uint8_t>(value >> shift));
-    return *this;
-  }
-  FrameWriter& bytes(ByteView value) {
-    number(static_cast<uint32_t>(value.size()));
-    frame_.insert(frame_.end(), value.begin(), value.end());
-    return *this;
-  }
-  FrameWriter& text(const std::string& value) {
-    return bytes(ByteView(reinterpret_cast<const uint8_t*>(value.c_str()), value.size() + 1));
-  }
-  const Bytes& frame() const { return frame_; }
-
- private:
-  Bytes frame_;
-};
-
-uint32_t number_at(ByteView bytes, size_t at) {
-  require_saf(bytes.size() >= at + 4, kSafServerFailed);
-  return uint32_t{bytes[at]} | uint32_t{bytes[at + 1]} << 8 | uint32_t{bytes[at + 2]} << 16 |
-         uint32_t{bytes[at + 3]} << 24;
-}
 
 uint32_t error_code_of(const cJSON* answer) {
   const std::string_view text = json_text(json_member(answer, "ErrorCode"));
@@ -57,6 +28,9 @@ uint32_t error_code_of(const cJSON* answer) {
 void require_success(uint32_t token_code) {
   if (token_code != kSuccess) throw SafError(saf_code_of(token_code));
 }
+
+// A name goes out whole, zero bytes in it too.
+FrameBytes text_field(const std::string& text) { return {text.c_str(), text.size() + 1}; }
 
 }  // namespace
 
@@ -75,24 +49,30 @@ Json TokenClient::call(const char* path, const JsonObject& request) const {
   return Json(cJSON_DetachItemFromObjectCaseSensitive(answer.get(), "Result"));
 }
 
-SecretBytes TokenClient::frame_call(ByteView frame) const {
-  const SecretBytes answer = post(configuration_.service, "/", kFrameType, frame);
-  require_success(number_at(answer, 0));
-  const uint32_t length = number_at(answer, 4);
-  require_saf(answer.size() == size_t{length} + 8, kSafServerFailed);
-  return {answer.begin() + 8, answer.end()};
+SecretBytes TokenClient::frame_call(FunctionNumber function,
+                                    std::initializer_list<FrameField> fields) const {
+  std::string request;
+  request.reserve(request_size(fields));
+  append_request(request, function, fields);
+  const SecretBytes received = post(configuration_.service, "/", kFrameType, as_bytes(request));
+  const FrameAnswer answer = read_answer(received, received.size(), FrameContent::code_and_data);
+  require_saf(!answer.refused, kSafServerFailed);
+  require_success(answer.code);
+  require_saf(received.size() == kAnswerHeadSize + answer.data.size(), kSafServerFailed);
+  return secret_copy(answer.data);
 }
 
 Bytes TokenClient::certificate(const std::string& container, KeyUse use) const {
+  const auto function =
+      use == KeyUse::signing ? FunctionNumber::ExportUserCert : FunctionNumber::ExportExChangeUserCert;
   JsonObject request;
-  request.add("funcid", use == KeyUse::signing ? kExportUserCert : kExportExchangeUserCert)
-      .add("ContainerName", utf8_of(container));
+  request.add("funcid", number_of(function)).add("ContainerName", utf8_of(container));
   return json_base64(json_member(call("/", request).get(), "UserCert"));
 }
 
 Bytes TokenClient::sign_hash(const std::string& container, DigestId digest, ByteView hash) const {
   JsonObject request;
-  request.add("funcid", kSignHash)
+  request.add("funcid", number_of(FunctionNumber::SignHash))
       .add("container", utf8_of(container))
       .add("hashAlg", static_cast<uint32_t>(digest))
       .add("inDataType", 0)
@@ -101,19 +81,18 @@ Bytes TokenClient::sign_hash(const std::string& container, DigestId digest, Byte
 }
 
 SecretBytes TokenClient::decrypt(const std::string& container, KeyUse use, ByteView cipher) const {
-  return frame_call(FrameWriter(kAsymmetricDecrypt)
-                        .text(utf8_of(container))
-                        .number(static_cast<uint32_t>(use))
-                        .bytes(cipher)
-                        .frame());
+  const std::string name = utf8_of(container);
+  return frame_call(FunctionNumber::AsymmDecryptData,
+                    {text_field(name), static_cast<uint32_t>(use), FrameBytes(cipher)});
 }
 
 SecretBytes TokenClient::open_envelope(const std::string& container, ByteView envelope) const {
-  return frame_call(FrameWriter(kDecryptData).text(utf8_of(container)).bytes(envelope).frame());
+  const std::string name = utf8_of(container);
+  return frame_call(FunctionNumber::DecryptData, {text_field(name), FrameBytes(envelope)});
 }
 
 Json TokenClient::module_function(ModuleFunction function, JsonObject arguments) const {
-  return call("/token", arguments.add("funcid", static_cast<uint32_t>(function)));
+  return call("/token", arguments.add("funcid", number_of(function)));
 }
 
 Bytes TokenClient::time_stamp(ByteView query) const {

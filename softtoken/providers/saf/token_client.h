@@ -1,6 +1,7 @@
 #pragma once
 
-#include "softtoken/crypto/module_function.h"
+#include "protocol/byte_frame.h"
+#include "protocol/identifiers.h"
 #include "softtoken/crypto/secret.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/providers/saf/configuration.h"
@@ -17,8 +18,7 @@ class TokenClient {
  public:
   explicit TokenClient(Configuration configuration) : configuration_(std::move(configuration)) {}
 
-  /** A container has two keys; the numbers are those that the service knows them by. */
-  enum class KeyUse : uint32_t { exchange = 1, signing = 2 };
+  enum class KeyUse : uint32_t { exchange = protocol::kExchangeKey, signing = protocol::kSigningKey };
 
   Bytes certificate(const std::string& container, KeyUse use) const;
   /** A signature by the container's signing key. */
@@ -28,14 +28,15 @@ class TokenClient {
   SecretBytes open_envelope(const std::string& container, ByteView envelope) const;
 
   /** One of the functions that the service offers to provider modules alone; returns its result, or null. */
-  Json module_function(ModuleFunction function, JsonObject arguments) const;
+  Json module_function(protocol::ModuleFunction function, JsonObject arguments) const;
 
   /** The time-stamp authority's answer to a query. */
   Bytes time_stamp(ByteView query) const;
 
  private:
   Json call(const char* path, const JsonObject& request) const;
-  SecretBytes frame_call(ByteView frame) const;
+  SecretBytes frame_call(protocol::FunctionNumber function,
+                         std::initializer_list<protocol::FrameField> fields) const;
   SecretBytes post(const Endpoint& endpoint, const char* path, const char* content_type, ByteView body) const;
 
   Configuration configuration_;

@@ -17,6 +17,9 @@
 #include "softtoken/providers/saf/saf_call.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using Parser = Handle<xmlParserCtxt, xmlFreeParserCtxt>;

@@ -15,6 +15,9 @@
 #include "softtoken/providers/saf/xml_document.h"
 
 namespace velm::token {
+
+using namespace protocol;
+
 namespace {
 
 using NodeSet = Handle<xmlSecNodeSet, xmlSecNodeSetDestroy>;

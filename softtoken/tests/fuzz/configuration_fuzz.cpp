@@ -2,6 +2,7 @@
 #include "softtoken/providers/saf/configuration.h"
 
 #include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

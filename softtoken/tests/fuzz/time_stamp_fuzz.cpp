@@ -3,6 +3,7 @@
 
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/tests/fuzz/credentials.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

@@ -54,7 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const Request request = request_in(as_bytes(query));
   const TimeStamp stamp(as_bytes(answer.body));
   const Certificate authority =
-      parse_certificate(label(store, authority_label(request.get()), kCertificateLabelType));
+      parse_certificate(label(store, authority_label(request.get()), fuzz::kCertificateLabel));
   expect(stamp.time().size() == sizeof "20260131235959Z" - 1, "a stamp has a time");
   try {
     stamp.verify(authority.get(), [&](DigestId) { return imprint_of(request.get()); });

@@ -48,7 +48,7 @@ TokenUnderFuzz::TokenUnderFuzz() {
   const int64_t own = token.container_id(kOwnContainer);
   set_seal_item(token.store(), own, 0, SealItem::name, as_bytes("seal"));
   write_user_file(token.store(), own, 1, 1, 0, as_bytes("user data"));
-  set_label(token.store(), "LABEL", kCertificateLabelType, as_bytes("label"));
+  set_label(token.store(), "LABEL", kCertificateLabel, as_bytes("label"));
   prepare_time_stamp_authority(token.store());
 
   // From the file into memory; an image in memory knows no write-ahead log.

@@ -9,6 +9,9 @@ namespace velm::token::fuzz {
 /** The PIN of every container under fuzz: long enough that no input holds it by chance. */
 constexpr std::string_view kPin = "4f9c-pin-of-the-fuzzers-71e8";
 
+/** The type of labels that hold a certificate. */
+constexpr uint32_t kCertificateLabel = 7;
+
 /** Containers with fixed credentials, which are logged in, and one that the store's own authority certified.
  */
 constexpr const char* kSm2Container = "SM2";

@@ -8,6 +8,7 @@
 
 #include "provider_abi/velm_client_saf.h"
 #include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/samples.h"
 #include "tests/fuzz/fuzz_target.h"
 

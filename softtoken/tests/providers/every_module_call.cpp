@@ -5,7 +5,6 @@
 #include <string>
 
 #include "provider_abi/velm_openssl_api.h"
-#include "softtoken/providers/saf/saf_codes.h"
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/tests/providers/running_service.h"
 #include "softtoken/tests/providers/signed_xml.h"

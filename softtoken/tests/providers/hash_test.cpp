@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "provider_abi/velm_client_saf.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/samples.h"
 
 namespace velm::token {

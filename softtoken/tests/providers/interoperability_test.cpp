@@ -7,7 +7,7 @@
 
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/store/time_stamp_authority.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/running_service.h"
 
 namespace velm::token {

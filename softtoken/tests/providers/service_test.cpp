@@ -11,11 +11,13 @@
 #include "softtoken/crypto/envelope.h"
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/store/time_stamp_authority.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/running_service.h"
 
 namespace velm::token {
 namespace {
+
+constexpr uint32_t kCertificateLabel = 7;
 
 uint32_t text_length(const char* text) { return static_cast<uint32_t>(std::string_view(text).size()); }
 
@@ -265,9 +267,9 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
   const Bytes text = copy_of(as_bytes("stamped"));
   write_file("stamped.bin", text);
   uint32_t code = 0;
-  const Bytes rsa = label_of(handle(), kStampAuthorityLabel, kCertificateLabelType, code);
+  const Bytes rsa = label_of(handle(), kStampAuthorityLabel, kCertificateLabel, code);
   ASSERT_EQ(code, 0u);
-  const Bytes sm2 = label_of(handle(), kSm2StampAuthorityLabel, kCertificateLabelType, code);
+  const Bytes sm2 = label_of(handle(), kSm2StampAuthorityLabel, kCertificateLabel, code);
   ASSERT_EQ(code, 0u);
   const auto gm = [&](uint32_t selector) {
     return sized_output(
@@ -332,7 +334,7 @@ TEST_F(ModulesOnAService, StampsWithAnAlteredByteAreRefused) {
   const Bytes text = copy_of(as_bytes("stamped"));
   for (const auto& [selector, label] : {std::pair(1u, kSm2StampAuthorityLabel), {4u, kStampAuthorityLabel}}) {
     uint32_t code = 0;
-    const Bytes authority = label_of(handle(), label, kCertificateLabelType, code);
+    const Bytes authority = label_of(handle(), label, kCertificateLabel, code);
     const Bytes stamp = sized_output(
         [&, number = selector](uint8_t* out, uint32_t* length) {
           return SAF_Ext_GM_Tsp_SealTimeStamp(handle(), number, text.data(), size_of(text), out, length);

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "softtoken/crypto/signed_data.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/running_service.h"
 
 namespace velm::token {

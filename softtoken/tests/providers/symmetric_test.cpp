@@ -2,7 +2,7 @@
 
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/samples.h"
 
 namespace velm::token {

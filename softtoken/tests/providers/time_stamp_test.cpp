@@ -9,10 +9,13 @@
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/scripted_server.h"
 
 namespace velm::token {
 namespace {
+
+constexpr uint32_t kCertificateLabel = 7;
 
 constexpr char kStore[] = "time_stamp_test.db";
 constexpr char kText[] = "stamped";
@@ -72,7 +75,7 @@ TEST_F(ScriptedAuthority, OnlyTheAnswerToThisQueryIsTaken) {
     Bytes stamp;
     answer(granted);
     ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
-    EXPECT_EQ(verify(stamp, label(store(), authority, kCertificateLabelType)), kSafSuccess);
+    EXPECT_EQ(verify(stamp, label(store(), authority, kCertificateLabel)), kSafSuccess);
 
     answer([&](ByteView) { return stamp; });
     EXPECT_EQ(fetch(digest), kSafStampAnswer) << "the nonce is another query's";
@@ -108,7 +111,7 @@ TEST_F(ScriptedAuthority, ARefusalIsToldFromAnAnswerThatCannotBeRead) {
 
 TEST_F(ScriptedAuthority, NothingStandsBehindAStamp) {
   for (const auto& [digest, label_name] : kKinds) {
-    const Bytes authority = label(store(), label_name, kCertificateLabelType);
+    const Bytes authority = label(store(), label_name, kCertificateLabel);
     Bytes stamp;
     answer(granted);
     ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);

@@ -3,6 +3,7 @@
 #include <atomic>
 
 #include "softtoken/providers/saf/http_post.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/scripted_server.h"
 
 namespace velm::token {

@@ -5,7 +5,7 @@
 #include <openssl/pem.h>
 
 #include "provider_abi/velm_client_saf.h"
-#include "softtoken/providers/saf/saf_codes.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/signed_xml.h"
 
 namespace velm::token {

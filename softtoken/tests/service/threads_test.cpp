@@ -109,7 +109,7 @@ TEST_F(Threads, WrongPinsAtOnceAreAllCounted) {
                   "B000426");
       },
       {});
-  EXPECT_EQ(service.token.tries_left(kContainers[0]), kPinTries - kClients);
+  EXPECT_EQ(service.token.tries_left(kContainers[0]), 10 - kClients);
 }
 
 TEST_F(Threads, OfPinsChangedAtOnceOneIsTheNewOne) {

@@ -11,6 +11,7 @@
 namespace velm::token {
 namespace {
 
+constexpr uint32_t kPinTries = 10;
 const Bytes kPin = copy_of(as_bytes("12345678"));
 const Bytes kWrong = copy_of(as_bytes("87654321"));
 

@@ -17,6 +17,7 @@
 
 #include "basekit/basic/log_prefix.h"
 #include "basekit/basic/owned_file.h"
+#include "basekit/basic/published_once.h"
 #include "basekit/basic/windows_path_values.h"
 #include "basekit/basic/wow64.h"
 
@@ -38,50 +39,29 @@ struct Configuration {
 
 inline constinit Configuration configuration;
 
-// A log file path, fixed once. Until it is fixed every thread works it out for itself, so that none waits.
-class FixedPath {
- public:
-  using Text = std::array<char, kPathCharacters>;
+using PathText = std::array<char, kPathCharacters>;
 
-  // The path, empty when it cannot be worked out.
-  Text get() noexcept {
-    if (state_.load(std::memory_order_acquire) == kFixed) return path_;
-    Text path{};
-    if (!work_out(path)) return path;
-    int expected = kEmpty;
-    if (state_.compare_exchange_strong(expected, kFixing)) {
-      path_ = path;
-      state_.store(kFixed, std::memory_order_release);
-    }
-    return path;
+// Whether the path of the log file could be worked out.
+inline bool expand_file_template(PathText& path) noexcept {
+  try {
+    std::string expanded;
+    if (path::expand_on_this_machine(kFileTemplate, expanded) != path::kOk) return false;
+    expanded.copy(path.data(), path.size() - 1);
+    return true;
+  } catch (...) {
+    return false;
   }
-
- private:
-  enum { kEmpty, kFixing, kFixed };
-
-  static bool work_out(Text& path) noexcept {
-    try {
-      std::string expanded;
-      if (path::expand_on_this_machine(kFileTemplate, expanded) != path::kOk) return false;
-      expanded.copy(path.data(), path.size() - 1);
-      return true;
-    } catch (...) {
-      return false;
-    }
-  }
-
-  std::atomic<int> state_{kEmpty};
-  Text path_{};
-};
+}
 
 // A source unit as its lines show it: the recorded source path, and the file that it found at its first line.
 struct Unit {
   const char* source;
-  FixedPath file{};
+  PublishedOnce<PathText> file{};
 
-  FixedPath::Text file_path() noexcept {
-    if (configuration.file_path[0] == '\0') return file.get();
-    FixedPath::Text path{};
+  // Empty when it cannot be worked out.
+  PathText file_path() noexcept {
+    if (configuration.file_path[0] == '\0') return file.get(expand_file_template);
+    PathText path{};
     std::copy_n(configuration.file_path, path.size(), path.data());
     return path;
   }
@@ -138,45 +118,25 @@ class WriteLock {
   bool held_;
 };
 
-// The process's module name without its extension, taken once together with the WOW64 state.
-class ProcessName {
- public:
-  static constexpr size_t kCharacters = 1024;
-  using Text = std::array<char, kCharacters>;
+using NameText = std::array<char, 1024>;
 
-  Text get() noexcept {
-    if (state_.load(std::memory_order_acquire) == kFixed) return name_;
-    Text name{};
-    find(name);
-    int expected = kEmpty;
-    if (name[0] != '\0' && state_.compare_exchange_strong(expected, kFixing)) {
-      name_ = name;
-      state_.store(kFixed, std::memory_order_release);
-    }
-    return name;
+// The process's module name without its extension, taken together with the WOW64 state; false when there is
+// none.
+inline bool find_process_name(NameText& name) noexcept {
+  const OwnedHandle process = open_current_process();
+  determine_wow64_state(process.get());
+  HMODULE first = nullptr;
+  DWORD needed = 0;
+  if (!process || !EnumProcessModules(process.get(), &first, sizeof first, &needed)) return false;
+  if (GetModuleBaseNameA(process.get(), first, name.data(), static_cast<DWORD>(name.size())) == 0) {
+    name[0] = '\0';
+    return false;
   }
+  if (char* dot = std::strrchr(name.data(), '.')) *dot = '\0';
+  return name[0] != '\0';
+}
 
- private:
-  enum { kEmpty, kFixing, kFixed };
-
-  static void find(Text& name) noexcept {
-    const OwnedHandle process = open_current_process();
-    determine_wow64_state(process.get());
-    HMODULE first = nullptr;
-    DWORD needed = 0;
-    if (!process || !EnumProcessModules(process.get(), &first, sizeof first, &needed)) return;
-    if (GetModuleBaseNameA(process.get(), first, name.data(), kCharacters) == 0) {
-      name[0] = '\0';
-      return;
-    }
-    if (char* dot = std::strrchr(name.data(), '.')) *dot = '\0';
-  }
-
-  std::atomic<int> state_{kEmpty};
-  Text name_{};
-};
-
-inline constinit ProcessName process_name;
+inline constinit PublishedOnce<NameText> process_name;
 
 inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const char* source, int line) {
   const uint32_t mask = mask_for(code, configuration.enabled, configuration.field_mask);
@@ -186,9 +146,9 @@ inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const 
   const std::time_t seconds = now.time;
   if (const std::tm* local = std::localtime(&seconds)) values.local_time = *local;
   values.milliseconds = now.millitm;
-  ProcessName::Text name{};
+  NameText name{};
   if (mask & kProcessName) {
-    name = process_name.get();
+    name = process_name.get(find_process_name);
     values.process_name = name[0] != '\0' ? name.data() : nullptr;
     values.bitness = wow64_state == kWow64 ? 32 : 64;
   }
@@ -201,7 +161,7 @@ inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const 
 
 // Opens the unit's file, lets `put` write into it and closes it, then applies the size rule.
 template <class Put>
-void append_to_log(const FixedPath::Text& path, Put put) {
+void append_to_log(const PathText& path, Put put) {
   if (path[0] == '\0') return;
   {
     const OwnedFile file = open_for_appending(path.data());

@@ -1,0 +1,58 @@
+// The result codes of velm_client_saf.dll (GM/T 0019 and extensions).
+#pragma once
+
+#include <cstdint>
+
+namespace velm::protocol {
+
+constexpr uint32_t kSafSuccess = 0;
+constexpr uint32_t kSafUnknownError = 0x02000001;
+constexpr uint32_t kSafNotSupported = 0x02000002;
+constexpr uint32_t kSafAlgorithm = 0x02000007;
+constexpr uint32_t kSafNotInitialized = 0x02000011;
+constexpr uint32_t kSafBadObject = 0x02000012;
+constexpr uint32_t kSafNoMemory = 0x02000100;
+constexpr uint32_t kSafBadLength = 0x02000200;
+constexpr uint32_t kSafBadInput = 0x02000201;
+constexpr uint32_t kSafRandomFailed = 0x02000300;
+constexpr uint32_t kSafHashFailed = 0x02000302;
+// A hash value is not the expected one, so a signature does not verify.
+constexpr uint32_t kSafHashNotEqual = 0x02000308;
+constexpr uint32_t kSafKeyNotFound = 0x02000309;
+constexpr uint32_t kSafCertificateNotFound = 0x02000310;
+constexpr uint32_t kSafObjectNotFound = 0x02000311;
+constexpr uint32_t kSafCertificateRevoked = 0x02000316;
+constexpr uint32_t kSafCertificateNotYetValid = 0x02000317;
+constexpr uint32_t kSafCertificateExpired = 0x02000318;
+constexpr uint32_t kSafCertificateInvalid = 0x02000319;
+constexpr uint32_t kSafCertificateFormat = 0x02000320;
+constexpr uint32_t kSafPadding = 0x02000400;
+constexpr uint32_t kSafNotLoggedIn = 0x02000403;
+constexpr uint32_t kSafEncryptFailed = 0x02000505;
+constexpr uint32_t kSafDecryptFailed = 0x02000506;
+constexpr uint32_t kSafSignFailed = 0x02000507;
+// A digital envelope that the file functions do not open; it may still be opened in memory.
+constexpr uint32_t kSafEnvelopeNotOpened = 0x0200050A;
+constexpr uint32_t kSafFileRead = 0x02000514;
+constexpr uint32_t kSafFileExists = 0x02000515;
+constexpr uint32_t kSafNoSpace = 0x02000516;
+constexpr uint32_t kSafFileNotFound = 0x02000517;
+constexpr uint32_t kSafTooManyFiles = 0x02000518;
+constexpr uint32_t kSafFileWrite = 0x02000520;
+constexpr uint32_t kSafNoSuchContainer = 0x02000521;
+constexpr uint32_t kSafKeyMismatch = 0x02000523;
+constexpr uint32_t kSafWrongPin = 0x02000525;
+constexpr uint32_t kSafPinLocked = 0x02000526;
+constexpr uint32_t kSafItemNotFound = 0x02000528;
+constexpr uint32_t kSafNotTrusted = 0x0200052C;
+constexpr uint32_t kSafStampAnswer = 0x02000603;
+constexpr uint32_t kSafStampService = 0x02000604;
+constexpr uint32_t kSafHttpFailed = 0x0200060A;
+constexpr uint32_t kSafJsonFailed = 0x0200060B;
+constexpr uint32_t kSafServerFailed = 0x0200060D;
+constexpr uint32_t kSafHttpTimeout = 0x0200060E;
+constexpr uint32_t kSafFileOpen = 0x02000610;
+constexpr uint32_t kSafDamaged = 0x02000611;
+constexpr uint32_t kSafNoSuchLabel = 0x02001002;
+
+}  // namespace velm::protocol
