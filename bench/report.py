@@ -101,8 +101,9 @@ def this_machine():
     token_openssl = first_match(third_party, r"^openssl_version=(.*)$")
     load = os.getloadavg()[1]
     return (f"Measured on {datetime.date.today()}: {cpu}, {os.cpu_count()} cores, "
-            f"{memory:.0f} GiB of memory, load average {load:.1f};\n"
-            f"{system}, {wine}; the token stands on OpenSSL {token_openssl}, and is compared with {openssl}.")
+            f"{memory:.0f} GiB of memory, load average {load:.1f},\n"
+            f"{system}, {wine}.\n"
+            f"The software token uses OpenSSL {token_openssl} and is compared with {openssl}.")
 
 
 def main():

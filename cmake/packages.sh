@@ -2,7 +2,7 @@
 
 # The third-party sources, the Windows programs, and Wine to run them: all that `./dev demo` needs.
 demo_packages=(
-  gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl tcl xz-utils
+  gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl python3 tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
   nlohmann-json3-dev libcli11-dev
   wine wine64
@@ -10,7 +10,7 @@ demo_packages=(
 
 # `./dev build`: the native programs, the test programs and the call reference. CMake tries out with iproute2
 # whether tests can have network namespaces.
-build_packages=("${demo_packages[@]}" g++ python3 googletest doxygen iproute2)
+build_packages=("${demo_packages[@]}" g++ googletest doxygen iproute2)
 
 # `./dev test`.
 test_packages=(

@@ -53,34 +53,34 @@ Json parse_json(ByteView text) {
 
 const cJSON* json_member(const cJSON* object, const char* name) {
   const cJSON* member = cJSON_GetObjectItemCaseSensitive(object, name);
-  require_saf(member != nullptr, kSafJsonFailed);
+  require_saf(member != nullptr, protocol::kSafJsonFailed);
   return member;
 }
 
 const char* json_text(const cJSON* value) {
   const char* text = cJSON_GetStringValue(value);
-  require_saf(text != nullptr, kSafJsonFailed);
+  require_saf(text != nullptr, protocol::kSafJsonFailed);
   return text;
 }
 
 uint32_t json_number(const cJSON* value) {
-  require_saf(cJSON_IsNumber(value) != 0, kSafJsonFailed);
+  require_saf(cJSON_IsNumber(value) != 0, protocol::kSafJsonFailed);
   const double number = value->valuedouble;
-  require_saf(number >= 0 && number <= UINT32_MAX, kSafJsonFailed);
+  require_saf(number >= 0 && number <= UINT32_MAX, protocol::kSafJsonFailed);
   const auto whole = static_cast<uint32_t>(number);
-  require_saf(whole == number, kSafJsonFailed);
+  require_saf(whole == number, protocol::kSafJsonFailed);
   return whole;
 }
 
 Bytes json_base64(const cJSON* value) {
   auto bytes = base64_decode(json_text(value));
-  require_saf(bytes.has_value(), kSafJsonFailed);
+  require_saf(bytes.has_value(), protocol::kSafJsonFailed);
   return *std::move(bytes);
 }
 
 const cJSON* first_element(const cJSON* list) {
   if (list == nullptr || cJSON_IsNull(list) != 0) return nullptr;
-  require_saf(cJSON_IsArray(list) != 0, kSafJsonFailed);
+  require_saf(cJSON_IsArray(list) != 0, protocol::kSafJsonFailed);
   return list->child;
 }
 

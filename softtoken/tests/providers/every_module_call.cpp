@@ -236,7 +236,7 @@ std::vector<ModuleCall> every_saf_call() {
          return SAF_Ext_SymmDecryptFile(kSm4Cbc, kZeros, 16, kZeros, 16, kCipherFile, kModuleOutputFile);
        }},
       {"SAF_Ext_TspGetTime", [](Outputs& o) { return SAF_Ext_TspGetTime(o.data(), o.length()); }, false,
-       kSafHttpFailed},
+       0x0200060A},
       {"SAF_Ext_TspGetStamp",
        [&](Outputs& o) {
          return SAF_Ext_TspGetStamp(in.handle, kSm2, length_of(kSm2), in.text.data(), size_of(in.text),
