@@ -1,11 +1,13 @@
-"""Checks that a DLL uses mingw_tls/, and that its thread-local variables fit the storage of a thread there.
+"""Checks that a DLL uses mingw_tls/, and that its thread-local variables fit a thread's storage there.
 
 usage: check_mingw_dll.py --nm NM --room BYTES --map MAP DLL
 
-The DLL must not be stripped yet: its symbols name the project's variables. MAP is the linker's map, which names
-those of the compiler's libraries: these have no symbols, but a section each. Prints the variables. Exits with 1 when they need more than BYTES together,
-or when one has an initial value or an alignment that the storage does not support: such a variable would end
-the process at its first use. Exits with 1 too when the compiler's own functions were linked.
+The DLL must not be stripped yet: its symbols name the project's variables. MAP is the linker's map, which
+names those of the compiler's libraries: these have no symbols, but a section each. Prints the variables.
+
+Exits with 1 when they need more than BYTES together, or when one has an initial value or an alignment that
+the storage does not support: such a variable would end the process at its first use. Exits with 1 too when
+the compiler's own functions were linked.
 """
 
 import argparse
@@ -28,7 +30,8 @@ def addresses(nm, dll, link_map):
         sys.exit(f"{dll}: no symbols; check it before it is stripped")
     rows = (line.split() for line in listed.splitlines())
     found = {int(row[2], 16): row[0][len(PREFIX):] for row in rows if row[0].startswith(PREFIX)}
-    for name, address in re.findall(r"^ \.\w+\$__emutls_v\.(\S+)\s+0x([0-9a-f]+) ", link_map, re.MULTILINE):
+    section = re.compile(r"^ \.\w+\$__emutls_v\.(\S+)\s+0x([0-9a-f]+) ", re.MULTILINE)
+    for name, address in section.findall(link_map):
         found.setdefault(int(address, 16), name)
     return found
 
@@ -58,7 +61,7 @@ class Image:
 
 
 def faults(variables, room):
-    """What is wrong with them, a line each; `variables`: name, size, alignment, address of the initial value."""
+    """Faults, a line each; `variables`: name, size, alignment, address of the initial value."""
     total = 0
     for name, size, alignment, initial_value in variables:
         total += (size + ALIGNMENT - 1) // ALIGNMENT * ALIGNMENT

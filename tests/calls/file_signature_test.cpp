@@ -139,7 +139,8 @@ TEST_F(FileSignature, TheUserIdHasAZeroedBufferThatTheProviderMayReadAndWrite) {
     return use_whole_buffer(id);
   });
   STANDIN(SAF_Ext_VerifySignFileByCert)
-      .plays([&](auto, auto, auto, const uint8_t* id, auto, auto, auto, auto) { return use_whole_buffer(id); });
+      .plays(
+          [&](auto, auto, auto, const uint8_t* id, auto, auto, auto, auto) { return use_whole_buffer(id); });
   for (int round = 0; round < 2; ++round) {
     EXPECT_EQ(sign_file().run(), 0u);
     EXPECT_EQ(verify_file().run(), 0u);
