@@ -21,6 +21,7 @@ constexpr const char* kCipherFile = "module_call.cipher";
 constexpr const char* kSm2 = "SM2_TEST";
 constexpr const char* kRsa = "RSA_2048_TEST";
 constexpr uint32_t kSm4Cbc = 0x402;
+constexpr uint32_t kCertificateLabelType = 7;
 constexpr uint8_t kZeros[16] = {};
 
 uint32_t length_of(const char* text) { return static_cast<uint32_t>(std::string_view(text).size()); }
