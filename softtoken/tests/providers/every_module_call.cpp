@@ -13,6 +13,9 @@ namespace velm::token {
 namespace {
 
 using Outputs = ModuleOutputs;
+using Encode = decltype(&SAF_SM2_EncodeSignedData);
+using EncodeDetached = decltype(&SAF_Ext_SM2_EncodeSignedData);
+using Decode = decltype(&SAF_SM2_DecodeSignedData);
 
 constexpr const char* kConfiguration = "module_call.dat";
 constexpr const char* kInputFile = "module_call.in";
@@ -71,13 +74,13 @@ struct Inputs {
     }
   }
 
-  uint32_t encode(decltype(&SAF_SM2_EncodeSignedData) function, const char* container,
-                  const Bytes& certificate, uint32_t digest, uint8_t* out, uint32_t* length) const {
+  uint32_t encode(Encode function, const char* container, const Bytes& certificate, uint32_t digest,
+                  uint8_t* out, uint32_t* length) const {
     return function(handle, container, length_of(container), 2, certificate.data(), size_of(certificate),
                     digest, text.data(), size_of(text), out, length);
   }
-  uint32_t encode_detached(decltype(&SAF_Ext_SM2_EncodeSignedData) function, const char* container,
-                           const Bytes& certificate, uint32_t digest, uint8_t* out, uint32_t* length) const {
+  uint32_t encode_detached(EncodeDetached function, const char* container, const Bytes& certificate,
+                           uint32_t digest, uint8_t* out, uint32_t* length) const {
     return function(handle, container, length_of(container), 2, certificate.data(), size_of(certificate),
                     digest, nullptr, 1, text.data(), size_of(text), out, length);
   }
@@ -101,7 +104,7 @@ Inputs& inputs() {
   return all;
 }
 
-uint32_t decode(decltype(&SAF_SM2_DecodeSignedData) function, const Bytes& message, Outputs& o) {
+uint32_t decode(Decode function, const Bytes& message, Outputs& o) {
   return function(nullptr, message.data(), size_of(message), o.data(0), o.length(0), &o.numbers[0], o.data(1),
                   o.length(1), o.data(2), o.length(2));
 }

@@ -16,7 +16,7 @@ struct ModuleOutputs {
   static constexpr size_t kCount = 6;
 
   Bytes bytes[kCount];
-  uint32_t lengths[kCount];
+  uint32_t lengths[kCount] = {};
   uint32_t numbers[3] = {kRoom, kRoom, kRoom};
   void* handle = nullptr;
 
