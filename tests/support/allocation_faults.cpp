@@ -17,10 +17,10 @@ struct AllocationFaults::Watch {
   size_t peak_bytes = 0;
   size_t fail_countdown = 0;
   bool has_failed = false;
-  bool fails_on = false;  // each allocation after the one that failed fails too
+  bool fails_on = false;  // every later allocation fails too
   std::vector<std::unique_ptr<ImportPatch>> patches;
 
-  // Whether this allocation is one that fails.
+  // Returns true if this allocation must fail.
   bool fails(size_t size) {
     const std::lock_guard lock(mutex);
     sizes.push_back(size);

@@ -1,13 +1,14 @@
-// Watches what a module allocates with the C runtime, operator new included, and makes one allocation fail,
-// or all from one on.
+// Counts the allocations of a module through the C runtime (operator new included) and makes one allocation
+// fail, or one and all later ones.
 //
 //   AllocationFaults memory(library.module());
 //   library.SOF_Initialize();
-//   EXPECT_EQ(memory.outstanding(), 0u);               // what the call allocated, it freed
+//   EXPECT_EQ(memory.outstanding(), 0u);               // the call freed what it allocated
 //   memory.fail_at(2);                                 // the second allocation from now returns null, once
 //   EXPECT_EQ(library.SOF_Initialize(), SOR_MEMORYERR);
 //
-// One at a time; it must end before the module is unloaded. Threads may allocate at once.
+// Only one object may exist at a time, and it must be destroyed before the module is unloaded. Threads may
+// allocate concurrently.
 #pragma once
 
 #include <windows.h>
@@ -25,14 +26,14 @@ class AllocationFaults {
   AllocationFaults(const AllocationFaults&) = delete;
   AllocationFaults& operator=(const AllocationFaults&) = delete;
 
-  // Starts counting anew: blocks that are outstanding are no longer counted, and no allocation will fail.
+  // Resets all counters and cancels a pending failure. Blocks allocated before are no longer counted.
   void restart();
 
-  // The nth allocation from now, counted from 1, fails; 0: none does.
+  // Makes the nth allocation from now fail, counted from 1; 0 cancels.
   void fail_at(size_t nth) { fail(nth, false); }
-  // That one fails, and each after it.
+  // Makes the nth allocation from now and all later ones fail.
   void fail_from(size_t nth) { fail(nth, true); }
-  bool has_failed() const;  // since then
+  bool has_failed() const;  // since the last fail_at() or fail_from()
 
   std::vector<size_t> sizes() const;  // of every allocation since the last restart, in order
   size_t allocations() const { return sizes().size(); }
@@ -40,7 +41,7 @@ class AllocationFaults {
   size_t outstanding_bytes() const;
   size_t peak_bytes() const;
 
-  struct Watch;  // what the replacements of the C runtime's functions share
+  struct Watch;  // state shared by the replaced C runtime functions
 
  private:
   void fail(size_t nth, bool fails_on);

@@ -1,4 +1,4 @@
-// One scripted answer of the service double: what goes over the wire, in which pieces, and how it ends.
+// One scripted answer of the service double: the bytes to send, in which pieces, and how the connection ends.
 //
 //   json(R"({"ErrorCode":"0"})")
 //   json(text).chunked(16).split(3, 20ms)
@@ -22,47 +22,47 @@ class Answer {
  public:
   explicit Answer(std::string body, std::string content_type = "application/octet-stream");
 
-  // The connection is closed without an answer, at once or after `wait`.
+  // Closes the connection without an answer, immediately or after `wait`.
   static Answer nothing(Milliseconds wait = Milliseconds(0));
 
-  // 302 to another address.
+  // 302 with this Location.
   static Answer redirect(std::string location);
 
-  // These bytes and no others: status line, headers and all.
+  // Sends exactly these bytes, status line and headers included.
   static Answer raw(std::string wire);
 
   Answer& status(int code, std::string reason = "Status");
   Answer& header(std::string name, std::string value);
 
-  // Content-Length says this, whatever the body's length is.
+  // Sends this Content-Length regardless of the body's length.
   Answer& announcing(uint64_t length);
 
-  // Transfer-Encoding: chunked, in chunks of this many bytes.
+  // Transfer-Encoding: chunked with chunks of this size.
   Answer& chunked(size_t chunk_bytes = 7);
 
-  // Chunked, and the length of the last chunk of the body is no number.
+  // Chunked, but the length of the last body chunk is not a number.
   Answer& with_bad_chunk_length(size_t chunk_bytes = 7);
 
-  // "100 Continue" goes before the answer.
+  // Sends "100 Continue" before the answer.
   Answer& with_continue();
 
-  // The answer waits before its first byte.
+  // Waits before the first byte.
   Answer& after(Milliseconds delay);
 
-  // Sent in this many pieces of about equal size, with a pause between two.
+  // Sends the answer in this many pieces of about equal size, with a pause between two pieces.
   Answer& split(size_t pieces, Milliseconds pause = Milliseconds(0));
 
-  // Sent byte by byte, with a pause between two.
+  // Sends the answer byte by byte, with a pause between two bytes.
   Answer& slowly(Milliseconds pause = Milliseconds(1));
 
-  // The connection ends after this many bytes of the body as it is sent.
+  // Ends the connection after this many bytes of the encoded body.
   Answer& cut_after(size_t body_bytes);
 
-  // The connection ends with a reset in place of an orderly close. (Under Wine a reset reaches the client as
-  // an orderly close all the same.)
+  // Ends the connection with a reset instead of an orderly close. (Under Wine the client still sees an
+  // orderly close.)
   Answer& reset();
 
-  // What the double does, in this order: wait, then send the pieces with the pause between two, then end.
+  // The double waits for delay(), sends pieces() with pause() between two, then ends the connection.
   Milliseconds delay() const { return delay_; }
   Milliseconds pause() const { return pause_; }
   std::vector<std::string> pieces() const;
@@ -90,16 +90,16 @@ class Answer {
   bool reset_ = false;
 };
 
-// An answer of the JSON calls.
+// An answer to a JSON call.
 Answer json(std::string text);
 
-// An answer of the byte-frame calls: the code, the length of the data, the data.
+// An answer to a byte-frame call: result code, data length, data.
 Answer frame(uint32_t code, std::string_view data);
 
-// A byte frame of a code alone.
+// A byte frame with a result code only.
 Answer frame_code(uint32_t code);
 
-// A number as byte frames carry it: 32 bits, the lowest byte first.
+// Encodes a number as in byte frames: 32 bits, little-endian.
 std::string little_endian(uint32_t number);
 
 }  // namespace velm::test

@@ -1,4 +1,4 @@
-// The base64 of RFC 4648, for what tests send and expect and for the stand-in modules' default.
+// Base64 (RFC 4648) for test data and for the default scripts of the stand-in modules.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@ namespace velm::test {
 
 std::string base64(std::string_view bytes);
 
-// The bytes; nothing when the text is not base64 with padding. The empty text is no bytes.
+// Returns nullopt unless the text is valid padded base64. An empty text decodes to no bytes.
 std::optional<std::string> from_base64(std::string_view text);
 
 }  // namespace velm::test

@@ -9,7 +9,7 @@
 namespace velm::test {
 namespace {
 
-// Beside the test program, unless the environment names a folder there with another build.
+// An environment variable selects another build in a subfolder of the test program's folder.
 std::wstring library_path() {
   const wchar_t* build = _wgetenv(L"VELM_TEST_LIBRARY");
   return program_folder() + (build ? build + std::wstring(L"\\") : L"") + L"velm_sof_client.dll";

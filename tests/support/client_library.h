@@ -1,5 +1,5 @@
-// The library under test, loaded afresh: velm_sof_client.dll from the test program's folder, whose state
-// begins anew with each ClientLibrary. Its provider modules are the stand-ins.
+// Loads the library under test: velm_sof_client.dll from the test program's folder. Each ClientLibrary starts
+// with fresh library state. The provider modules are the stand-ins.
 //
 //   ClientLibrary library;                        // or library{Marker::kPresent}: every log line is written
 //   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
@@ -16,7 +16,7 @@
 
 namespace velm::test {
 
-// An exported function. Calling one that the library does not export fails the test and gives a zero result.
+// An exported function. If the library does not export it, a call fails the test and returns zero.
 template <class Signature>
 class ClientFunction;
 
@@ -47,7 +47,7 @@ class ClientLibrary {
   HMODULE module_;
 
  public:
-  // Empties the log folder, puts the stand-in modules in place, loads the library.
+  // Empties the log folder, loads the stand-in modules and then the library.
   explicit ClientLibrary(Marker marker = Marker::kAbsent);
   ~ClientLibrary();
   ClientLibrary(const ClientLibrary&) = delete;
@@ -55,7 +55,7 @@ class ClientLibrary {
 
   HMODULE module() const { return module_; }
 
-  // Any export by its name, cJSON's for example: function<cJSON* (const char*)>("cJSON_Parse").
+  // Any export by name, for example a cJSON function: function<cJSON* (const char*)>("cJSON_Parse").
   template <class Signature>
   ClientFunction<Signature> function(const char* name) const {
     return ClientFunction<Signature>(module_, name);

@@ -1,5 +1,5 @@
-// The fixture of most tests of exported functions: stand-in modules, the scripted service, a freshly loaded
-// library with every log line written. A test ends with every answer played and no request unanswered.
+// Fixture of most tests of exported functions: stand-in modules, the service double, and a freshly loaded
+// library that writes every log line. A test fails if an answer was not played or a request had no answer.
 #pragma once
 
 #include <gmock/gmock.h>

@@ -19,7 +19,7 @@ std::map<std::string, ChildProcess::Body>& children() {
   return registered;
 }
 
-// Quoted as CommandLineToArgvW and the C runtime take it apart.
+// Quotes an argument for CommandLineToArgvW and the C runtime.
 std::string quoted(const std::string& argument) {
   std::string text = "\"";
   size_t backslashes = 0;

@@ -1,4 +1,4 @@
-// Runs a part of a test in a process of its own: the test program starts itself again with a child's name.
+// Runs part of a test in a separate process: the test program starts itself with the name of a child.
 //
 //   CHILD_PROCESS(exits_loaded) {                 // at namespace scope; `arguments` are run_child's
 //     ClientLibrary* library = new ClientLibrary;
@@ -16,11 +16,11 @@ namespace velm::test {
 using Arguments = std::vector<std::string>;
 
 struct ChildResult {
-  uint32_t exit_code;  // the child's result; 0xC0000005 when it ended by an access violation
-  std::string output;  // what it wrote to standard output
+  uint32_t exit_code;  // return value of the body; 0xC0000005 after an access violation
+  std::string output;  // what the child wrote to standard output
 };
 
-// Fails the test and gives exit code 0xFFFFFFFF when the child cannot be started.
+// Fails the test and returns exit code 0xFFFFFFFF if the child cannot be started.
 ChildResult run_child(const std::string& name, const Arguments& arguments = {});
 
 struct ChildProcess {
@@ -28,7 +28,7 @@ struct ChildProcess {
   ChildProcess(const char* name, Body body);
 };
 
-// Main's part: whether this process is a child; then `exit_code` is its result.
+// Called by main(). Returns true if this process is a child; `exit_code` is then its result.
 bool ran_as_child(int argument_count, char** arguments, int& exit_code);
 
 }  // namespace velm::test

@@ -1,4 +1,4 @@
-// Memory that ends at a page without access, so that one byte too far is a fault at the very place.
+// Memory that ends at an inaccessible page, so an overrun by a single byte faults immediately.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +8,7 @@
 
 namespace velm::test {
 
-// An output of exactly `size` bytes, filled with 0xAA.
+// An output buffer of exactly `size` bytes, filled with 0xAA.
 class GuardedBuffer {
  public:
   static constexpr unsigned char kFill = 0xAA;
@@ -26,7 +26,7 @@ class GuardedBuffer {
   std::string bytes(size_t length) const;
   std::string bytes() const { return bytes(size_); }
 
-  // Nothing was written: at `from` and after, and not just before the buffer either.
+  // Returns true if nothing was written at or after `from`, nor directly before the buffer.
   bool untouched(size_t from = 0) const;
 
  private:
@@ -36,7 +36,7 @@ class GuardedBuffer {
   unsigned char* data_;
 };
 
-// An input whose last byte is followed by the page without access.
+// An input whose last byte is followed by the inaccessible page.
 class GuardedBytes {
  public:
   explicit GuardedBytes(std::string_view bytes);
@@ -47,7 +47,7 @@ class GuardedBytes {
   GuardedBuffer buffer_;
 };
 
-// A text whose terminating zero is followed by the page without access.
+// A text whose terminating zero is followed by the inaccessible page.
 class GuardedText {
  public:
   explicit GuardedText(std::string_view text) : bytes_(std::string(text) + '\0') {}

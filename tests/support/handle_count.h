@@ -1,11 +1,11 @@
-// How many handles this process has open. Under Wine the GetProcessHandleCount of the system always says 0.
+// The number of open handles of this process. Under Wine GetProcessHandleCount always returns 0.
 #pragma once
 
 #include <cstddef>
 
 namespace velm::test {
 
-// Throws when the system does not tell.
+// Throws if the system does not report the number.
 size_t open_handles();
 
 }  // namespace velm::test

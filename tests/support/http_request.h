@@ -1,4 +1,4 @@
-// A request as the service double received it.
+// A request as received by the service double.
 #pragma once
 
 #include <cstdint>
@@ -16,14 +16,14 @@ struct Request {
   std::string method() const;
   std::string target() const;
 
-  // The value of the first header of that name, whatever its case, without blanks around it; or empty.
+  // Returns the trimmed value of the first header with this name (case-insensitive), or an empty string.
   std::string header(const std::string& name) const;
 
-  // How many headers of that name there are.
+  // Number of headers with this name.
   size_t header_count(const std::string& name) const;
 };
 
-// Reads the head that ends in an empty line; the body stays empty.
+// Parses a request head that ends in an empty line. The body stays empty.
 Request parse_head(const std::string& head);
 
 }  // namespace velm::test

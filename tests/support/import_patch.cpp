@@ -7,7 +7,7 @@
 namespace velm::test {
 namespace {
 
-// The module's entry for the function in its import address table; null when it does not import it by name.
+// Returns the module's import address table entry for the function, or null if it does not import it by name.
 void** find_entry(HMODULE module, const char* dll, const char* function) {
   auto* base = reinterpret_cast<unsigned char*>(module);
   const auto* dos = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);

@@ -1,10 +1,10 @@
-// Replaces one function that a loaded module imports, for that module only and as long as the patch lives.
-// This is how the library is made to see a system that fails.
+// Replaces one imported function of a loaded module, for that module only and for the lifetime of the patch.
+// Tests use it to simulate system calls that fail.
 //
 //   ImportPatch patch(library.module(), "kernel32.dll", "GetACP", +[]() -> UINT { return 936; });
 //
-// The replacement is a plain function; patch.original<Function>() is what it replaces. The compiler may have
-// the module read an import once for several calls of one of its functions.
+// The replacement is a plain function; patch.original<Function>() returns the replaced one. The compiler may
+// let the module load an import once for several calls in the same function.
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,8 @@ namespace velm::test {
 
 class ImportPatch {
  public:
-  // `dll` in any case, with its extension. Throws when the module does not import the function.
+  // `dll` is matched case-insensitively and includes the extension. Throws if the module does not import the
+  // function.
   template <class Result, class... Arguments>
   ImportPatch(HMODULE module, const char* dll, const char* function, Result (*replacement)(Arguments...))
       : ImportPatch(module, dll, function, reinterpret_cast<void*>(replacement)) {}

@@ -1,5 +1,5 @@
-// What the library has logged: the files {common application data}\VELM\log\{date}\velm_client_sof.log of all
-// days, as one, so that a test that runs past midnight sees its lines.
+// Reads the library's log: the files {common application data}\VELM\log\{date}\velm_client_sof.log of all
+// days, concatenated, so that a test may run past midnight.
 #pragma once
 
 #include <cstdint>
@@ -8,10 +8,10 @@
 
 namespace velm::test {
 
-// kNone: a line that does not open like a log line, such as a hex dump or the second line of a message.
+// kNone: a line without the prefix of a log line, such as a hex dump or the second line of a message.
 enum class Level { kVerbose, kInformation, kWarning, kError, kNone };
 
-// One line. The fields are those of the mask that holds from load on: level, time, process, ids, source.
+// One line. The fields are those of the default log mask: level, time, process, ids, source.
 struct LogEntry {
   Level level = Level::kNone;
   std::string time;  // "2024-05-06 10:11:12.345"
@@ -21,13 +21,13 @@ struct LogEntry {
   uint32_t thread_id = 0;
   std::string source;
   int line = 0;
-  std::string message;  // without its line end
+  std::string message;  // without the line end
   std::string raw;
 };
 
 class LogReader {
  public:
-  // Lines without their ends.
+  // Lines without line ends.
   static std::vector<std::string> lines();
   static std::vector<LogEntry> entries();
   static std::vector<std::string> messages();

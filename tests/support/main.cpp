@@ -1,4 +1,4 @@
-// The main function of every test program on Windows: runs the child of the command line, or the tests.
+// main() of every Windows test program: runs the child named on the command line, or the tests.
 #include <windows.h>
 
 #include <cstdio>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// A fault ends the process at once with the fault's code, and starts no debugger.
+// A fault terminates the process with the exception code, without starting a debugger.
 LONG WINAPI end_by_fault(EXCEPTION_POINTERS* fault) {
   const DWORD code = fault->ExceptionRecord->ExceptionCode;
   const auto* address = static_cast<const char*>(fault->ExceptionRecord->ExceptionAddress);

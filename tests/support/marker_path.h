@@ -1,12 +1,12 @@
-// The path by which a user asks for every log line.
+// The path whose existence enables all log lines.
 #pragma once
 
 namespace velm::test {
 
-// Whether the path c:\velm_log exists when the library is loaded; it lowers the log threshold to 0.
+// Whether c:\velm_log exists when the library is loaded; if it does, the log threshold is 0.
 enum class Marker { kAbsent, kPresent };
 
-// Makes c:\velm_log exist, or not, as long as it lives; afterwards the path does not exist.
+// Creates c:\velm_log or makes sure that it does not exist. The destructor removes it.
 class MarkerPath {
  public:
   explicit MarkerPath(Marker marker);

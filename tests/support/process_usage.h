@@ -1,4 +1,4 @@
-// What this process holds: a leak shows as growth between two moments at which it holds nothing on purpose.
+// Resource usage of this process. A leak shows as growth between two points at which nothing is in use.
 //
 //   const ProcessUsage before = ProcessUsage::now();
 //   ... many calls ...
@@ -11,21 +11,21 @@
 namespace velm::test {
 
 struct ProcessUsage {
-  size_t handles;        // of the system's objects
-  size_t blocks;         // allocated on the process's heaps, the C runtime's among them
-  size_t block_bytes;    // in those blocks
-  size_t private_bytes;  // of memory that belongs to this process alone
+  size_t handles;        // open system handles
+  size_t blocks;         // allocated on all heaps of the process, including the C runtime's
+  size_t block_bytes;    // total size of those blocks
+  size_t private_bytes;  // private memory of the process
 
   static ProcessUsage now();
 
-  // How much more than `before` is unremarkable.
+  // Tolerated growth.
   struct Allowance {
     size_t handles = 0;
     size_t blocks = 0;
     size_t private_bytes = 0;
   };
 
-  // What has grown by more than is allowed, in words; empty: nothing.
+  // Describes what has grown by more than allowed; empty if nothing has.
   std::string growth_since(const ProcessUsage& before, const Allowance& allowed) const;
 
   std::string text() const;

@@ -1,4 +1,4 @@
-// The folder of the running test program, with its last backslash; all that the program loads lies there.
+// The folder of the running test program, with a trailing backslash. It contains every DLL the program loads.
 #pragma once
 
 #include <windows.h>

@@ -17,15 +17,15 @@ using namespace std::chrono_literals;
 
 constexpr auto kPatience = 5s;
 
-// Wine loses the word of a new client when another one is being accepted meanwhile, and gives none from then
-// on: so the listener is also looked at without it.
+// Wine can lose an FD_ACCEPT event while another client is being accepted, and signals no further one. So
+// poll the listener as well.
 constexpr DWORD kUnannouncedMilliseconds = 20;
 
 [[noreturn]] void fail(const char* what) {
   throw std::runtime_error(std::string("service double: ") + what + " " + std::to_string(WSAGetLastError()));
 }
 
-// A test before this one may have left the port in use for a moment.
+// The previous test may still hold the port for a moment.
 void bind_when_free(SOCKET socket) {
   sockaddr_in address{};
   address.sin_family = AF_INET;
@@ -47,7 +47,7 @@ bool send_all(SOCKET socket, const std::string& bytes) {
   return true;
 }
 
-// Appends what has arrived; false at the end of the stream.
+// Appends received bytes; returns false at the end of the stream.
 bool receive_some(SOCKET socket, std::string& bytes) {
   std::array<char, 65536> block;
   const int count = recv(socket, block.data(), static_cast<int>(block.size()), 0);
@@ -55,7 +55,7 @@ bool receive_some(SOCKET socket, std::string& bytes) {
   return count > 0;
 }
 
-// The client sees the whole answer, then the end; what it may still be sending is read until it closes.
+// Sends the end of the stream, then drains the input until the client closes, so the client gets everything.
 void close_in_order(SOCKET socket) {
   shutdown(socket, SD_SEND);
   for (std::string rest; receive_some(socket, rest); rest.clear()) {
@@ -227,7 +227,7 @@ void ServiceDouble::play(SOCKET socket, const Answer& answer) {
   }
 }
 
-// Waits, but no longer than the double lives.
+// Waits, but not beyond the lifetime of the double.
 void ServiceDouble::wait(Milliseconds time) {
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, time, [this] { return stopped_; });

@@ -1,13 +1,13 @@
-// A scripted local service in the test program, on 127.0.0.1:55661. It keeps every request and plays the
-// answers that the test has queued, each once, in the order in which requests arrive; several connections at
-// a time are served.
+// A scripted local service in the test program, on 127.0.0.1:55661. It records every request and plays the
+// queued answers in the order in which requests arrive, each answer once. It serves several connections
+// concurrently.
 //
 //   ServiceDouble service;
 //   service.answers(json(R"({"ErrorCode":"0"})"), frame(0, "data"));
 //   ... the calls ...
 //   EXPECT_EQ(service.take_request().body, R"({"funcid":58})");
 //
-// A request that finds no answer gets status 500 without a body, and counts as unexpected.
+// A request without an answer gets status 500 with no body and is counted as unexpected.
 #pragma once
 
 #include <winsock2.h>
@@ -42,21 +42,21 @@ class ServiceDouble {
     (queue(std::move(answers)), ...);
   }
 
-  // Asked for the answer when the queue is empty; called on several threads at once.
+  // Called for the answer when the queue is empty, possibly on several threads concurrently.
   void responds(Responder responder);
 
-  // Every request so far.
+  // All requests so far.
   std::vector<Request> requests() const;
 
-  // The oldest request not taken yet; waits for one up to 5 s, then fails the test.
+  // Returns the oldest request that was not taken yet. Fails the test if none arrives within 5 s.
   Request take_request();
 
-  size_t unexpected() const;   // requests that found no answer
-  size_t unplayed() const;     // answers that no request has taken
-  size_t connections() const;  // connections accepted, with or without a request on them
+  size_t unexpected() const;   // requests without an answer
+  size_t unplayed() const;     // answers not used by any request
+  size_t connections() const;  // accepted connections, with or without a request
 
  private:
-  // One client's connection, served by its own thread; the socket is gone when it has been served.
+  // One client connection, served by its own thread, which closes the socket when it has finished.
   struct Connection {
     SOCKET socket;
     std::thread thread;

@@ -1,11 +1,11 @@
-// What the library takes once and keeps, taken before a test watches its memory.
+// Triggers the library's one-time allocations before a test counts memory.
 #pragma once
 
 #include "support/client_library.h"
 
 namespace velm::test {
 
-// On this thread: its storage, and what the first log line takes. No AllocationFaults may watch meanwhile.
+// Allocates this thread's storage and the buffers of the first log line. No AllocationFaults may be active.
 inline void settle_memory(const ClientLibrary& library) {
   library.SOF_GenRandom(1, nullptr);
 }

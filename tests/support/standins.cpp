@@ -14,7 +14,7 @@
 namespace velm::test {
 namespace {
 
-// A row of a stand-in module's table.
+// A row of the table of a stand-in module.
 struct Row {
   const char* name;
   void (*target)();
@@ -27,12 +27,12 @@ constexpr size_t kMostFunctions = 128;
 struct State {
   std::mutex mutex;
   std::map<std::string, Row*> rows;
-  std::vector<const char*> names;  // of the functions in the order of their unscripted entries
+  std::vector<const char*> names;  // function names in the order of their unscripted entries
   std::vector<std::string> log;
   std::vector<std::function<void()>> resets;
 };
 
-// Never destroyed: the library calls its provider when the process ends.
+// Never destroyed: the library calls its provider while the process ends.
 State& state() {
   static State& only = *new State;
   return only;

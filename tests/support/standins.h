@@ -1,4 +1,4 @@
-// The stand-ins of the four provider modules: DLLs of the modules' names whose every function the test plays.
+// Stand-ins for the four provider modules: DLLs with the modules' names whose functions the test scripts.
 //
 //   Standins standins;                                   // before the library is loaded
 //   STANDIN(SAF_Finalize).returns(0x02000001);
@@ -6,8 +6,8 @@
 //   EXPECT_EQ(STANDIN(SAF_Hash).count(), 1u);
 //   EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Hash"));
 //
-// A function without a script returns 0. The four base64 functions have a real codec as their script, which a
-// test may replace.
+// A function without a script returns 0. The four base64 functions default to a working codec, which a test
+// may replace.
 #pragma once
 
 #include <algorithm>
@@ -27,7 +27,8 @@
 
 namespace velm::test {
 
-// Loads the modules, once a process. When it is made and when it ends, every script and call is forgotten.
+// Loads the modules once per process. The constructor and the destructor clear all scripts and recorded
+// calls.
 class Standins {
  public:
   Standins();
@@ -37,20 +38,21 @@ class Standins {
 
   static void reset();
 
-  // Every call of every module since the last reset, in order.
+  // All calls of all modules since the last reset, in order.
   static std::vector<std::string> call_log();
 
-  // Only the calls whose name begins with `prefix`.
+  // Only the calls whose names begin with `prefix`.
   static std::vector<std::string> call_log(const std::string& prefix);
 };
 
-// What a pointer argument points to, copied while the call is on: a script keeps this, never the pointer.
+// Copies the bytes behind a pointer argument. Scripts must copy during the call and must not keep the
+// pointer.
 inline std::string bytes(const void* pointer, size_t length) {
   return pointer ? std::string(static_cast<const char*>(pointer), length) : std::string();
 }
 inline std::string text(const char* pointer) { return pointer ? pointer : "(null)"; }
 
-// Writes an output the way the modules do: null asks for the size, too little room refuses with `refusal`.
+// Writes an output as the modules do: a null output queries the size, a short buffer returns `refusal`.
 uint32_t give(const std::string& content, void* output, uint32_t* length, uint32_t refusal = 0x02000200);
 
 namespace standin_detail {
@@ -67,7 +69,7 @@ struct Name {
 
 }  // namespace standin_detail
 
-// One function of one module; reached by STANDIN(name).
+// One function of one module. Use STANDIN(name).
 template <class Signature, standin_detail::Name name>
 class Standin;
 
@@ -88,7 +90,7 @@ class Standin<Result(Arguments...), name> {
     script_ = std::make_shared<Script>(std::move(script));
   }
 
-  // The results of the calls to come, one each; the last one stays.
+  // Returns these results one per call; the last one repeats.
   void returns_in_turn(std::vector<Result> results) {
     plays([results = std::move(results), next = size_t{0}](Arguments...) mutable {
       const size_t at = next;
@@ -113,15 +115,15 @@ class Standin<Result(Arguments...), name> {
     });
   }
 
-  // Connected before main() wherever the program names it, so that no call of it goes unseen; and never
-  // destroyed: modules are called until the very end of the process.
+  // Connected before main() in every program that names it, so that no call is missed. Never destroyed:
+  // modules are called until the very end of the process.
   static inline Standin& only_ = *new Standin;
 
   static Result entry(Arguments... arguments) { return instance().play(arguments...); }
 
   Result play(Arguments... arguments) {
     standin_detail::record(name.text);
-    std::shared_ptr<Script> script;  // a test may replace it while this call is on
+    std::shared_ptr<Script> script;  // keeps the script alive if a test replaces it during this call
     {
       const std::lock_guard lock(mutex_);
       calls_.emplace_back(arguments...);
@@ -137,5 +139,5 @@ class Standin<Result(Arguments...), name> {
 
 }  // namespace velm::test
 
-// The stand-in of a provider function, typed by its declaration in provider_abi/.
+// The stand-in for a provider function, typed by its declaration in provider_abi/.
 #define STANDIN(function) (::velm::test::Standin<decltype(::function), #function>::instance())
