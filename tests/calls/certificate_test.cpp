@@ -1,4 +1,4 @@
-// The user's certificates, and questions about a certificate.
+// The user's certificates, and information about a given certificate.
 #include "calls/service_case.h"
 #include "support/client_test.h"
 
@@ -43,7 +43,7 @@ Call algorithm(const std::string* certificate, uint32_t size) {
   };
 }
 
-// One of the two exports: its name, its number, itself.
+// One of the two export functions, with its name and its function number.
 struct Export {
   std::string name;
   std::string number;
@@ -121,7 +121,7 @@ const std::vector<ServiceCase> kVariants{
     export_case(kSigning, R"(C"1\)", kOwnCertificate),
     export_case(kExchange, kLongName.c_str(), kOwnCertificate),
     export_case(kExchange, R"(C"1\)", kOwnCertificate),
-    // Larger than the answer of the size query.
+    // Larger than the length that the size query returns.
     export_case(kSigning, "C1", std::string(3000, '\x55')),
     export_case(kExchange, "C1", std::string(3000, '\x55')),
     export_case(kSigning, "C1", ""),
@@ -162,7 +162,8 @@ const std::vector<LocalCase> kLocalCalls{
     {"SOF_GetCertInfo uCertLen=4294967295 uInfoType=0x00000001", "", SOR_OK, 0xFFFFFFFF,
      without_output(information(&kCertificate, 0xFFFFFFFF, 1))},
 
-    // The checks of the one come before its entry line, those of the others after it.
+    // Sic: SOF_ExportUserCert checks its arguments before it writes its entry line; the other calls check
+    // after it.
     null_case("", "pszContainerName", export_certificate(kSigning.function, nullptr)),
     null_case("", "pszContainerName", without_length(export_certificate(kSigning.function, nullptr))),
     null_case("", "pCertDataLen", without_length(kSigningCall)),
@@ -238,7 +239,7 @@ TEST_F(Certificate, ALengthThatIsToldWithoutABufferMayLackMemory) {
   service.responds([](const Request&) { return json(R"({"ErrorCode":"0","Result":{"Info":"bmFtZQ=="}})"); });
   uint32_t length = kUntouched;
   const Call call = by_oid(&kCertificate, 64, "2.5.4.3");
-  EXPECT_EQ(call(library, nullptr, nullptr), SOR_NULLPOINTERERR);  // what only the first call allocates
+  EXPECT_EQ(call(library, nullptr, nullptr), SOR_NULLPOINTERERR);  // triggers the one-time allocations
   AllocationFaults memory(library.module());
   EXPECT_EQ(call(library, nullptr, &length), SOR_OK);
   const size_t last = memory.allocations();
@@ -250,7 +251,7 @@ TEST_F(Certificate, ALengthThatIsToldWithoutABufferMayLackMemory) {
   EXPECT_EQ(memory.outstanding(), 0u);
 }
 
-// No answer fits in less than a frame needs.
+// Sic: the answer capacity is the certificate length, so below 8 bytes even an empty frame is refused.
 TEST_F(Certificate, AnItemOfATinyCertificateIsRefused) {
   for (uint32_t size : {0u, 1u, 3u, 4u, 7u}) {
     LogReader::clear();

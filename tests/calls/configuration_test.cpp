@@ -36,7 +36,7 @@ INSTANTIATE_SERVICE_FAMILY(Configuration, kCalls, kVariants, kLocalCalls);
 
 class SettingDump : public testing::Test {
  protected:
-  // The lines that are no log lines.
+  // The dump lines, which do not have the prefix of a log line.
   std::vector<std::string> dumped_by(Marker marker, const std::string* value, uint32_t size) {
     ClientLibrary library{marker};
     service.answers(frame_code(0));
@@ -61,7 +61,7 @@ TEST_F(SettingDump, ShowsNothingOtherwise) {
 
 TEST(Setting, IsLoggedThenDumpedThenFails) {
   const Standins standins;
-  const ClientLibrary library{Marker::kPresent};  // nothing listens
+  const ClientLibrary library{Marker::kPresent};  // no service is running
   EXPECT_EQ(library.SOF_Config(5, bytes_of(kValue), 2), SOR_COMMUNICATIONERR);
   EXPECT_THAT(LogReader::messages(),
               testing::ElementsAre("DllMain->Process attach.", "SOF_Config uiSetType=5 uiValLen=2",

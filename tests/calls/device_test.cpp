@@ -1,4 +1,4 @@
-// Device information, user list, device type.
+// Device information, user list and device type.
 #include <cstring>
 
 #include "calls/service_case.h"
@@ -22,7 +22,7 @@ Call information(const char* container, int32_t type) {
   };
 }
 
-// The same with a size of the caller's buffer, which a refusal leaves as it was.
+// The same call with the size of the caller's buffer, which must be unchanged if the call is refused.
 Call information_of_size(uint32_t size) {
   return [=](const ClientLibrary& library, uint8_t* output, uint32_t* length) {
     uint32_t given = size;
@@ -77,9 +77,9 @@ const std::vector<ServiceCase> kVariants{
     list_case(R"([""])", ""),
     list_case(R"(["",""])", "&&&"),
     list_case("[\"\u5F20\u4E09\",\"\u674E\u56DB\",\"x\"]", "\xD5\xC5\xC8\xFD&&&\xC0\xEE\xCB\xC4&&&x"),
-    // The two-byte characters of UTF-8 are converted too.
+    // UTF-8 characters of two bytes are converted, too.
     list_case("[\"\u03B1\",\"\u00D7\"]", "\xA6\xC1&&&\xA1\xC1"),
-    // What is no text counts as the empty one.
+    // An item that is not text counts as empty.
     list_case(R"([1,"a",null,{"b":"c"},["d"]])", "&&&a&&&&&&&&&"),
     list_case("[7]", ""),
     list_case(R"({"first":"a","second":"b"})", "a&&&b"),
@@ -112,7 +112,7 @@ class UserList : public ClientTest {
  protected:
   static constexpr uint32_t kCapacity = 2048;
 
-  // Lists the users into a buffer of the size that the size query reports.
+  // Lists the users into a buffer of the size that the size query returns.
   uint32_t list() { return library.SOF_GetUserList(users.text(), &length); }
 
   void expect_failure(Answer answer, uint32_t code, const std::vector<std::string>& lines) {
@@ -148,7 +148,7 @@ TEST_F(UserList, ThatIsEmptyLeavesTheBuffer) {
   }
 }
 
-// 683 names, all but the last of them empty, and thus 682 separators of three bytes.
+// 683 names, all but the last one empty, hence 682 separators of three bytes.
 std::string names_ending_in(const std::string& last) {
   std::string names = "[";
   for (int i = 0; i < 682; ++i) names += "1,";
@@ -190,8 +190,8 @@ TEST_F(UserList, ThatCannotBeConvertedIsNotWritten) {
 
 std::vector<UINT> pages;
 
-// Takes what the page GB18030 allows: no flags and no substitutes. Converts by the page GBK, which has the
-// same two-byte characters and is on every system.
+// Code page 54936 (GB18030) accepts no flags and no default character. Convert with 936 (GBK), which has the
+// same two-byte characters and is available on every system.
 int WINAPI convert_as_gb18030(UINT page, DWORD flags, LPCWCH text, int length, LPSTR result, int capacity,
                               LPCCH substitute, LPBOOL substituted) {
   pages.push_back(page);
@@ -250,8 +250,8 @@ TEST_F(UserList, IsNotWrittenWhenMemoryRunsOut) {
     EXPECT_TRUE(output.untouched());
     EXPECT_EQ(length, 0u);
   }
-  // The exchange comes first, then the answer's reader, which cannot tell why it has not read it, then the
-  // list and its conversion.
+  // Order of the allocations: the HTTP exchange, the JSON reader (which cannot report why it failed), then
+  // the list and its conversion.
   const auto is_readers = [](uint32_t result) { return result == SOR_JSONPARSEERR; };
   const auto first = std::find_if(results.begin(), results.end(), is_readers);
   const auto behind = std::find_if_not(first, results.end(), is_readers);

@@ -1,4 +1,4 @@
-// SOF_Initialize, SOF_Finalize, SOF_GetVersion, SOF_GenRandom, and with them every step of the JSON exchange.
+// SOF_Initialize, SOF_Finalize, SOF_GetVersion and SOF_GenRandom, and with them each step of a JSON exchange.
 #include <cstring>
 
 #include "support/allocation_faults.h"
@@ -17,12 +17,12 @@ class Environment : public ClientTest {
  protected:
   std::vector<std::string> entry_lines() {
     auto lines = log.messages(Level::kInformation);
-    lines.erase(lines.begin());  // of the load
+    lines.erase(lines.begin());  // written by the load
     return lines;
   }
 };
 
-// A JSON text of exactly `size` bytes that says that the call succeeded.
+// A JSON text of exactly `size` bytes that reports success.
 std::string success_of_size(size_t size) {
   const std::string text = R"({"ErrorCode":"0"})";
   return text + std::string(size - text.size(), ' ');
@@ -45,7 +45,7 @@ TEST_F(Environment, TheServicesCodeIsTheResult) {
   EXPECT_THAT(log.errors(), IsEmpty());
 }
 
-// Each way in which an answer can be no success, with its result and its one log line ("": none).
+// An answer that is not a success, with the result code and the only log line ("": none).
 struct BadAnswer {
   const char* body;
   uint32_t code;
@@ -224,7 +224,7 @@ TEST_F(Environment, GenRandomsCapacityWrapsAt32BitsAndNeverFallsBelow256) {
   EXPECT_TRUE(buffer.untouched());
 }
 
-// What a thread needs to report a failure, it takes before anything else.
+// A thread allocates what it needs to report a failure before anything else.
 TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
   const auto first_call_of_a_thread = [&] {
     uint32_t code = 0;
@@ -283,8 +283,7 @@ TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
       memory.fail_at(nth);
       const uint32_t code = call();
       if (!memory.has_failed()) break;
-      // cJSON reports memory that is not to be had as text that it cannot read; a log line is lost without a
-      // word.
+      // cJSON reports missing memory as a parse error. Without memory a log line is dropped silently.
       EXPECT_TRUE(code == SOR_MEMORYERR || code == SOR_JSONPARSEERR || code == SOR_OK)
           << nth << std::hex << code;
       EXPECT_EQ(memory.outstanding(), 0u) << nth;

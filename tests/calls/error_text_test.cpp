@@ -1,4 +1,4 @@
-// The texts of result codes, as an application gets them.
+// The texts of result codes as an application receives them.
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -67,7 +67,7 @@ TEST(ErrorTextLog, IsNotLogged) {
   ClientLibrary library{Marker::kPresent};
   char text[kEnough];
   library.SOF_Ext_GetErrInfo(0x0B000001, text);
-  EXPECT_EQ(LogReader::messages().size(), 1u);  // of the load
+  EXPECT_EQ(LogReader::messages().size(), 1u);  // written by the load
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ constexpr uint8_t kCertificate[] = "certificate";
 constexpr uint32_t kCertificateLength = sizeof kCertificate - 1;
 constexpr uint32_t kMiB = 0x100000;
 
-// Files by their paths' bytes, as the library opens them.
+// Opens files with the path bytes unchanged, as the library does.
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
 File open(const std::string& path, const char* mode) {
@@ -75,7 +75,7 @@ class FileEnvelopeTest : public ProviderTest {
     return "SOF_DecryptFile pszContainerName=[C1] pszInFilePath=[" + in + "] pszOutFilePath=[" + out + "]";
   }
 
-  // The certificate has a key of this type.
+  // Lets the certificate have a key of this type.
   static void play_certificate(uint32_t public_key_type) {
     STANDIN(VELM_Openssl_ParseCertInfo).plays([public_key_type](auto, auto, auto, auto, void* record) {
       EXPECT_EQ(bytes(record, sizeof(CertificateRecord)), std::string(6008, '\0'));
@@ -84,7 +84,7 @@ class FileEnvelopeTest : public ProviderTest {
     });
   }
 
-  // The provider cannot open the envelope in place; in memory it finds `content`.
+  // The provider cannot open the envelope file; from memory it decodes `content`.
   static void play_memory_only(const std::string& content) {
     STANDIN(SAF_Ext_DecodeEnvelopedFile).returns(0x0200050A);
     STANDIN(SAF_Ext_CMS_DecodeEnvelopedData)
@@ -190,7 +190,7 @@ TEST_F(FileEnvelopeTest, AnyOtherTypeGoesToTheProvider) {
     EXPECT_EQ(library.SOF_Ext_SetEnvelopType(type), SOR_OK);
     new_lines();
     const size_t before = STANDIN(SAF_Ext_EncodeEnvelopedFile).count();
-    EXPECT_EQ(encrypt(), SOR_OK);  // though there is no such file
+    EXPECT_EQ(encrypt(), SOR_OK);  // the library does not open the file itself
     EXPECT_EQ(STANDIN(SAF_Ext_EncodeEnvelopedFile).count(), before + 1);
     EXPECT_EQ(new_lines(), Lines{entry_line(encrypt_entry())});
   };
@@ -267,7 +267,7 @@ TEST_F(FileEnvelopeTest, TheServicesCodeIsTheResult) {
 // ---- Decryption
 
 TEST_F(FileEnvelopeTest, DecryptsThroughTheProvider) {
-  for (const uint32_t type : {2u, 1u}) {  // which makes no difference
+  for (const uint32_t type : {2u, 1u}) {  // must make no difference
     library.SOF_Ext_SetEnvelopType(type);
     new_lines();
     STANDIN(SAF_Ext_DecodeEnvelopedFile)
@@ -366,7 +366,7 @@ TEST_F(FileEnvelopeTest, ALengthBeyondTheBufferIsNotBelieved) {
   EXPECT_EQ(new_lines(), (Lines{entry_line(decrypt_entry()), "out_file_data.length2= -1"}));
 }
 
-// ---- Files that cannot be used: both directions, each with its texts
+// ---- Unusable files, in both directions, each with its log line
 
 class FileFailureTest : public FileEnvelopeTest, public testing::WithParamInterface<bool> {
  protected:
@@ -384,7 +384,7 @@ class FileFailureTest : public FileEnvelopeTest, public testing::WithParamInterf
     if (encrypts()) service.answers(frame(0, "result"));
   }
 
-  // The last line, and that no output appeared.
+  // Checks the code and the last log line, and that no output file exists.
   void expect_failure(uint32_t result, uint32_t code, const std::string& line) {
     EXPECT_EQ(result, code);
     const Lines lines = new_lines();
@@ -397,7 +397,7 @@ INSTANTIATE_TEST_SUITE_P(BothDirections, FileFailureTest, testing::Bool(),
                          [](const auto& row) { return row.param ? "Encrypt" : "Decrypt"; });
 
 TEST_P(FileFailureTest, AMissingFile) {
-  // The line names the encryption in both directions.
+  // Sic: the log line names SOF_EncryptFile in both directions.
   expect_failure(run(), 0x0B01000E, "SOF_EncryptFile->xfile_get_size [" + in + "] -23");
 }
 
@@ -419,7 +419,7 @@ TEST_P(FileFailureTest, AnEmptyFile) {
   expect_failure(run(), 0x0B000200, std::string(function()) + "->in file is empty!");
 }
 
-// The library opens files as the system does, but for one path, of which only the first opening succeeds.
+// An fopen() that opens one path only the first time.
 std::string opened_once;
 int openings = 0;
 
@@ -445,7 +445,7 @@ TEST_P(FileFailureTest, AnOutputThatCannotBeCreated) {
                  std::string(function()) + "->xfile_write -23 [" + nowhere + "] 6");
 }
 
-// Memory: the file has 3000 bytes, so that its two buffers can be told from everything else.
+// Missing memory. With a file of 3000 bytes the two buffers have sizes that no other allocation has.
 class FileMemoryTest : public FileFailureTest {
  protected:
   static constexpr size_t kInput = 3000;
@@ -454,14 +454,14 @@ class FileMemoryTest : public FileFailureTest {
   FileMemoryTest() {
     write(in, std::string(kInput, 'c'));
     service.responds([](const Request&) { return frame(0, "result"); });
-    // What a thread allocates once, for its first success and its first failure, is no part of the balance.
+    // Triggers the one-time allocations of a thread's first success and first failure.
     run();
     run(out + "missing", out);
     std::remove(out.c_str());
     new_lines();
   }
 
-  // What one call that goes well allocates.
+  // Sizes of the allocations of one successful call.
   std::vector<size_t> allocations() {
     AllocationFaults memory(library.module());
     EXPECT_EQ(run(), SOR_OK);
@@ -494,9 +494,9 @@ TEST_P(FileMemoryTest, NoneForTheOutput) {
   expect_no_memory_for(kOutput, std::string(function()) + "->malloc out file data buffer 3512");
 }
 
-// A conversion that finds no memory fails as every conversion does.
+// Sic: a path conversion without memory returns SOR_FILEERR, like any other failed conversion.
 TEST_P(FileMemoryTest, EachAllocationFailingInTurn) {
-  // Both paths become wide texts, with a terminator and one character to spare.
+  // Both paths are converted to wide text, with room for a terminator and one more character.
   const auto is_wide_path = [&](size_t size) {
     return size == 2 * (in.size() + 2) || size == 2 * (out.size() + 2);
   };
@@ -527,7 +527,7 @@ TEST_P(FileMemoryTest, EveryFailureFreesWhatItTook) {
 
 // ---- Paths
 
-// The form in which the provider sees a path of the caller.
+// A path as the caller passes it and as the provider receives it.
 struct PathRow {
   const char* name;
   std::string given;
@@ -536,7 +536,7 @@ struct PathRow {
 
 class PathTest : public FileEnvelopeTest, public testing::WithParamInterface<PathRow> {};
 
-const std::string kAccent = "c:\\caf\xC3\xA9";  // two bytes of UTF-8, which are a character of GBK as well
+const std::string kAccent = "c:\\caf\xC3\xA9";  // two bytes of UTF-8 that are also a valid GBK character
 
 INSTANTIATE_TEST_SUITE_P(
     AllForms, PathTest,
@@ -581,7 +581,7 @@ TEST_P(FileFailureTest, APathThatIsTooLongToConvert) {
   const auto expect_refused = [&](const std::string& input, const std::string& output,
                                   const std::string& refused) {
     EXPECT_EQ(run(input, output), 0x0B000003u);
-    // A line that is cut loses its end, and takes the next one along.
+    // A truncated log line has no line end, so the next line follows directly.
     std::string everything;
     for (const std::string& line : log.lines()) everything += line + '\n';
     EXPECT_THAT(everything, testing::HasSubstr(std::string(function()) + "->xencoding_utf8_to_gbk -14 [" +

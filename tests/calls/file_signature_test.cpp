@@ -126,7 +126,7 @@ TEST_F(FileSignature, SigningHandsItsArgumentsOn) {
   EXPECT_EQ(new_lines(), call.entry_lines(call.arguments));
 }
 
-// Providers may take the whole buffer of 128 bytes for their own.
+// Providers may use the whole buffer of 128 bytes.
 TEST_F(FileSignature, TheUserIdHasAZeroedBufferThatTheProviderMayReadAndWrite) {
   constexpr size_t kBufferBytes = 128;
   std::vector<std::string> seen;

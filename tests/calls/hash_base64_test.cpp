@@ -10,7 +10,7 @@ constexpr uint8_t kSignerId[] = "1234567812345678";
 
 class HashBase64Test : public ProviderTest {
  protected:
-  // The provider gets a length of its own, holding what came in; only a success brings it back.
+  // The provider gets a separate length with the caller's value. It is copied back only on success.
   template <class... Arguments, class Provider>
   void expect_own_length(const Call<Arguments...>& call, Provider& provider, const char* logged_name) {
     uint32_t went_in = 0;
@@ -167,10 +167,10 @@ TEST_F(HashBase64Test, ANullInputLeavesTheLength) {
   EXPECT_EQ(new_lines(), (Lines{"pucInData is null!", "pucInData is null!"}));
 }
 
-// The pair of the crypto module: what is each function's own, and the checks that both stand.
+// What differs between the two base64 functions of the crypto module. The checks are the same for both.
 struct ModuleCall {
   const char* function;
-  const char* first;  // the names of the arguments, as the log has them
+  const char* first;  // argument names as logged
   const char* first_length;
   const char* output;
   const char* output_length;

@@ -1,4 +1,4 @@
-// Signatures held against a hash value that the caller computed.
+// Verifies signatures against a hash value that the caller computed.
 #include "calls/signed_message_double.h"
 #include "calls/signing_test.h"
 
@@ -11,7 +11,7 @@ namespace {
 constexpr char kPkcs7[] = "SAF_Pkcs7_DecodeSignedData";
 constexpr char kSm2[] = "SAF_SM2_DecodeSignedData";
 
-// What SAF_Ext_VerifySignHashByCert was given.
+// The arguments of SAF_Ext_VerifySignHashByCert.
 struct Verified {
   uint32_t digest;
   std::string certificate, hash, signature;
@@ -41,7 +41,7 @@ class VerifySignedMessage : public SigningTest {
     return balanced([&] { return call(); });
   }
 
-  // The lines of the last call behind its entry line.
+  // Returns the last call's log lines after its entry line.
   Lines failures() {
     Lines lines = new_lines();
     EXPECT_EQ(lines.at(0),
@@ -208,7 +208,7 @@ TEST_F(VerifySignedMessage, NullArguments) {
   EXPECT_THAT(new_lines(), ElementsAre("pMessageData is null!"));
   EXPECT_THAT(standins.call_log(), IsEmpty());
 
-  // A null hash has no bytes, whatever its length says.
+  // A null hash counts as empty regardless of its length.
   EXPECT_EQ(library.SOF_Ext_VerifySignedMessage(encoded.data(), encoded.size(), nullptr, 32), 0u);
   const auto given = STANDIN(SAF_Ext_VerifySignHashByCert).calls().at(0);
   EXPECT_EQ(std::get<3>(given), nullptr);
@@ -247,7 +247,7 @@ class VerifySignedHash : public SigningTest {
                     signature.size()});
   }
 
-  // Runs the call with these hash lengths; its only lines beyond the entry line are `failure`.
+  // Runs the call with this hash length. After the entry line it must log only `failure`.
   void expect_refused(uint32_t hash_length, uint32_t code, const std::string& failure) {
     SCOPED_TRACE(failure);
     const auto call = verify_hash(hash_length);

@@ -1,4 +1,4 @@
-// Load and unload.
+// Loading and unloading.
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -32,7 +32,7 @@ TEST_F(Lifecycle, LoadAndUnloadAreLoggedWithTheMarkerPath) {
 
 TEST_F(Lifecycle, WithoutTheMarkerPathOnlyFailuresAreLogged) {
   ClientLibrary library;
-  library.SOF_Initialize();  // nothing listens
+  library.SOF_Initialize();  // no service is running
   library.unload();
   EXPECT_THAT(LogReader::messages(Level::kInformation), IsEmpty());
   EXPECT_THAT(LogReader::errors(), Contains("SOF_Initialize->post_json xrv = -57"));
@@ -84,13 +84,13 @@ TEST_F(Lifecycle, AProcessThatRunsPastMidnightKeepsItsFile) {
   ClientLibrary library{Marker::kPresent};
   days_from_now = 0;
   const ImportPatch clock(library.module(), "msvcrt.dll", "_time64", moved_time);
-  library.SOF_Initialize();  // nothing listens: load, call and transport have all written
+  library.SOF_Initialize();  // no service is running: load, call and transport have each logged
   const auto files = LogReader::files();
   const size_t lines = LogReader::lines().size();
   days_from_now = 1;
   library.SOF_Initialize();
   EXPECT_EQ(LogReader::files(), files);
-  EXPECT_EQ(LogReader::lines().size(), 2 * lines - 1);  // the line of the load comes once
+  EXPECT_EQ(LogReader::lines().size(), 2 * lines - 1);  // the line of the load is written once
 }
 
 TEST_F(Lifecycle, TheDumpFindsItsFileAtItsOwnFirstLine) {
@@ -104,7 +104,7 @@ TEST_F(Lifecycle, TheDumpFindsItsFileAtItsOwnFirstLine) {
   const uint8_t value[] = {1, 2};
   library.SOF_Config(5, value, sizeof value);
   EXPECT_EQ(LogReader::files().size(), files + 1);
-  auto messages = LogReader::messages();  // file after file
+  auto messages = LogReader::messages();  // in the order of the files
   messages.erase(messages.begin(), messages.begin() + static_cast<ptrdiff_t>(lines));
   EXPECT_THAT(messages, ElementsAre("SOF_Config uiSetType=5 uiValLen=2", StartsWith("xhttp_request_w->"),
                                     "SOF_Config->xhttp::post xrv = -57", "pSetVal = 01 02 [2]"));

@@ -32,7 +32,7 @@ std::string state_request(const char* number, const std::string& container, cons
          type + "}";
 }
 
-// A text argument, or a null one.
+// A text argument that may be null.
 struct Text {
   Text(const char* text) : is_null(!text), value(text ? text : "") {}
   Text(const std::string& text) : is_null(false), value(text) {}
@@ -107,7 +107,7 @@ const std::vector<ServiceCase> kCalls{
 };
 
 const std::vector<ServiceCase> kVariants{
-    // A PIN of any length goes whole.
+    // A PIN of any length is sent in full.
     login_case("C1", ""),
     login_case("C1", "1"),
     login_case("C1", "1234"),
@@ -120,7 +120,7 @@ const std::vector<ServiceCase> kVariants{
     change_case("C1", std::string(31, 'p'), std::string(32, 'q')),
     change_case("C1", kLongPin, kLongPin),
 
-    // So does a container name, and nothing in it is escaped.
+    // Sic: container names are sent in full and without JSON escaping.
     login_case("", kPin),
     login_case(kLongName, kPin),
     login_case(R"(C"1\)", kPin),
@@ -136,7 +136,7 @@ const std::vector<ServiceCase> kVariants{
     {"SOF_Ext_isLogin", Form::kJson, 128, "SOF_Ext_isLogin [" + kLongName + "] ulLoginType=4294967295",
      state_request("45", kLongName, "4294967295"), "{}", "", kUntouched, is_login(kLongName, 0xFFFFFFFF)},
 
-    // Names that are not checked.
+    // Sic: null names are not refused; they are sent as "(null)".
     {"SOF_Login", Form::kJson, 128, "SOF_Login pszContainerName=[NULL]", login_request("(null)", kPin), "{}",
      "", kUntouched, login(nullptr, kPin)},
     {"SOF_Ext_Logout", Form::kJson, 128, "SOF_Ext_Logout [null] ulLoginType=0",
@@ -144,7 +144,7 @@ const std::vector<ServiceCase> kVariants{
     {"SOF_Ext_isLogin", Form::kJson, 128, "SOF_Ext_isLogin [(null)] ulLoginType=0",
      state_request("45", "(null)", "0"), "{}", "", kUntouched, is_login(nullptr, 0)},
 
-    // What is no number counts as 0, except true, which the JSON reader takes for 1.
+    // A value that is not a number counts as 0, except true, which the JSON reader reads as 1.
     retry_case("C1", R"({"RetryCount":0})", 0),
     retry_case("C1", R"({"RetryCount":-1})", 0xFFFFFFFF),
     retry_case("C1", R"({"RetryCount":1e20})", 0x7FFFFFFF),
@@ -186,7 +186,7 @@ INSTANTIATE_SERVICE_FAMILY(Login, kCalls, kVariants, kLocalCalls);
 
 const Answer kSuccess = json(R"({"ErrorCode":"0"})");
 
-// A prompt into which this is typed.
+// Plays a prompt into which the user types this text.
 auto types(const std::string& typed, int32_t result = 0) {
   return [=](uint32_t, uint32_t, char* pin) {
     std::strcpy(pin, typed.c_str());
@@ -223,7 +223,7 @@ TEST_F(Pin, IsNeverLogged) {
   }
 }
 
-// Set when a block that the library frees still holds the PIN as its requests carry it.
+// Set if a block that the library frees still contains the PIN in the form that requests carry.
 bool pin_was_freed = false;
 size_t blocks_freed = 0;
 void (*real_free)(void*) = nullptr;
@@ -237,7 +237,7 @@ void free_after_a_look(void* block) {
   real_free(block);
 }
 
-// Memory that the library gets is blank, so that what a look finds is the library's own.
+// Zeroed memory, so that free_after_a_look() finds only what the library itself has written.
 void* blank_memory(size_t size) { return std::calloc(1, size); }
 
 TEST_F(Pin, IsWipedFromTheRequestBeforeItsMemoryIsFreed) {
@@ -301,7 +301,7 @@ TEST_F(Prompt, LeavesNoPinOnTheStack) {
     if (result == 0) service.answers(kSuccess);
     char left[sizeof kPin];
     library.SOF_Login("C1", nullptr);
-    std::memcpy(left, buffer, sizeof left);  // before anything else runs where the buffer was
+    std::memcpy(left, buffer, sizeof left);  // before another call overwrites the stack
     EXPECT_NE(std::string(left, sizeof left), std::string(kPin, sizeof kPin)) << result;
   }
 }
@@ -316,7 +316,7 @@ TEST_F(Prompt, ThatIsCancelledEndsTheCall) {
   EXPECT_THAT(service.requests(), testing::IsEmpty());
 }
 
-// The window handles of this process, in the order in which the system lists them.
+// The windows of this process, in the system's order of enumeration.
 std::vector<HWND> own_windows() {
   std::vector<HWND> windows;
   EnumWindows(
@@ -336,7 +336,7 @@ uint32_t low_32_bits(const void* handle) {
 
 class PromptParent : public Pin {
  protected:
-  // The parent window that a login's prompt gets.
+  // Returns the parent window that the prompt of a login receives.
   uint32_t parent() {
     STANDIN(vc_input_pin).plays(types(kPin));
     service.answers(kSuccess);
@@ -364,7 +364,7 @@ TEST_F(PromptParent, IsTheProcessesOwnWindow) {
   DestroyWindow(window);
 }
 
-// A desktop as the library may find it. Handles are wider than what the prompt takes.
+// A simulated desktop. Its handles are wider than the prompt's 32-bit argument.
 constexpr uintptr_t kHigh = 0x700000000;
 const HWND kForeign = reinterpret_cast<HWND>(kHigh + 1), kOwn = reinterpret_cast<HWND>(kHigh + 2),
            kSecondOwn = reinterpret_cast<HWND>(kHigh + 3), kActive = reinterpret_cast<HWND>(kHigh + 4),

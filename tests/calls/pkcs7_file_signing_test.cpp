@@ -20,7 +20,7 @@ constexpr char kRsaExtended[] = "SAF_Ext_Pkcs7_EncodeSignedData";
 constexpr char kSm2[] = "SAF_SM2_EncodeSignedData";
 constexpr char kSm2Extended[] = "SAF_Ext_SM2_EncodeSignedData";
 
-// What an encoder was given.
+// The arguments of an encoder call.
 struct Encoded {
   std::string encoder;
   void* application;
@@ -29,12 +29,12 @@ struct Encoded {
   std::string certificate;
   uint32_t digest;
   const void* reserved;
-  uint32_t kind;  // 0: the encoder takes none
+  uint32_t kind;  // 0: this encoder has no such argument
   size_t data_length;
-  std::string data;  // its beginning
+  std::string data;  // at most the first 16384 bytes
 };
 
-// What the library sees when it opens the file for the nth time.
+// Hooks the library's fopen() calls for the file, and counts them.
 struct OpenHook {
   std::function<void(int)> before;
   bool refused_at_second = false;
@@ -128,7 +128,7 @@ class Pkcs7FileSigning : public SigningTest {
     return balanced([&] { return call(flag, container, path); });
   }
 
-  // The call fails with this code and this one line, and no encoder is asked.
+  // The call fails with this code and only this log line, and calls no encoder.
   void expect_refused(uint32_t code, const std::string& line, uint32_t flag = 0,
                       const char* container = kScanContainer, const char* path = kPath) {
     SCOPED_TRACE(line);
@@ -345,7 +345,7 @@ TEST_F(Pkcs7FileSigning, PfxContainersAskForTheWindowsVersion) {
   EXPECT_EQ(digest_of(kPfx), 2u);
   play_key(1, 270);
 
-  // A hash value's digest is that of its length.
+  // If the file holds a hash value, its length selects the digest.
   windows_version = {5, 1, 2, true};
   file.write(std::string(32, 'h'));
   EXPECT_EQ(digest_of(kPfx, 2), 4u);
@@ -383,7 +383,7 @@ TEST_F(Pkcs7FileSigning, TheFlagIsJudgedLast) {
   expect_refused(0x0B000443, "SOF_Ext_PKCS7_SignFile, VELM_Openssl_ParseCertInfo goa_rv=-3", 3);
 }
 
-// While signatures are detached, the file is base64 text.
+// With detached signatures the file is read as base64 text.
 
 class DetachedSigning : public Pkcs7FileSigning {
  protected:
@@ -393,7 +393,7 @@ class DetachedSigning : public Pkcs7FileSigning {
     new_lines();
   }
 
-  // Whether what is signed is what the file's text encodes, rather than the text.
+  // Returns true if the decoded content of the file is signed, false if its text is.
   bool decodes() {
     encoded.clear();
     EXPECT_EQ(sign(0), 0u);
@@ -442,7 +442,8 @@ TEST_F(DetachedSigning, TheEncryptMethodsBitCountsToo) {
   }
 }
 
-// The method that an SM2 certificate enforces is without the bit, which counts only when the caller sets it.
+// An SM2 certificate forces encrypt method 0x402, which lacks the detached bit. Only methods set by the
+// caller change whether signatures are detached.
 TEST_F(DetachedSigning, AFileForAnSm2CertificateChangesNothing) {
   library.SOF_Ext_SetEnvelopType(1);
   STANDIN(VELM_Openssl_ParseCertInfo).plays([](auto, auto, auto, auto, void* record) {
@@ -546,7 +547,7 @@ class ChangingFile : public Pkcs7FileSigning {
   ChangingFile() { open_hook = &hook; }
   ~ChangingFile() { open_hook = nullptr; }
 
-  // The file has this content when it is read, after it was sized.
+  // Changes the file between the size query and the read.
   void change_to(const std::string& content) {
     hook.before = [=, this](int count) {
       if (count == 2) file.write(content);
@@ -611,7 +612,7 @@ TEST_F(Pkcs7FileSigning, APathLongerThanTheConversionBuffer) {
   for (const size_t size : {8192, 100'000}) {
     EXPECT_EQ(sign(0, kScanContainer, std::string(size, 'x').c_str()), 0x0B000003u);
   }
-  // The line is cut before its end, so that the next one follows at once.
+  // The log line is truncated before its line end, so the second call's line follows on the same line.
   EXPECT_THAT(new_lines(), ElementsAre(StartsWith("SOF_Ext_PKCS7_SignFile->xencoding_utf8_to_gbk -14 [xxx")));
   EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Initialize"));
 }

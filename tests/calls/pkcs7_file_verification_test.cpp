@@ -1,4 +1,4 @@
-// Signed messages over whole files, verified.
+// Verification of signed messages over whole files.
 #include "calls/signed_message_double.h"
 #include "calls/signing_test.h"
 
@@ -99,7 +99,8 @@ class Pkcs7FileVerification : public SigningTest {
     return {algorithm, message.certificate, over, message.signature};
   }
 
-  // The last pass filled what it should, in buffers of the sizes that were told before.
+  // Only the last pass has output buffers. Their capacities derive from the sizes that the pass before
+  // returned.
   void expect_passes(std::initializer_list<const char*> decoders, uint32_t flag) {
     EXPECT_EQ(message.decoders(), std::vector<std::string>(decoders.begin(), decoders.end()));
     for (size_t i = 0; i < message.passes.size(); ++i) {

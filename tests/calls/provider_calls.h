@@ -1,5 +1,5 @@
-// What the tests share of calls that hand their work to the provider modules: a call as one value, and the
-// checks that hold for every one of them.
+// Shared by the tests of calls that the library passes to the provider modules: a call as a value, and the
+// checks that apply to all such calls.
 #pragma once
 
 #include <algorithm>
@@ -32,15 +32,14 @@ std::string print(const char* format, Values... values) {
   return text;
 }
 
-// The low half of an address, as log lines show it.
+// The low 32 bits of an address, as logged.
 inline uint32_t low_half(const void* pointer) {
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
 }
 
 inline std::string or_NULL(const char* text) { return text ? text : "NULL"; }
 
-// A logged line as the tests of these calls have it: that of a failure as it stands, every other one marked
-// with its level.
+// Log lines as these tests write them: error lines unchanged, other lines prefixed with their level.
 inline std::string entry_line(const std::string& message) { return "(information) " + message; }
 inline std::string with_level(const LogEntry& entry) {
   if (entry.level == Level::kError) return entry.message;
@@ -48,9 +47,9 @@ inline std::string with_level(const LogEntry& entry) {
   return "(another level) " + entry.message;
 }
 
-// An exported function and one set of arguments that it accepts. `entry` gives its entry line for any
-// arguments, the empty text where it writes none; `checked` names the arguments that it checks for null, null
-// for the others.
+// An exported function with one set of valid arguments. `entry` returns the entry line for given arguments,
+// or an empty string if there is none. `checked` holds the names of the arguments that are checked for null,
+// and null for the others.
 template <class... Arguments>
 struct Call {
   using Values = std::tuple<Arguments...>;
@@ -78,7 +77,7 @@ Call<Arguments...> call_of(const ClientFunction<uint32_t(Arguments...)>& functio
   return {function, std::move(entry), checked, arguments};
 }
 
-// Calls `visit` with the position of each pointer, as a constant.
+// Calls `visit` with the index of each pointer argument, as an integral constant.
 template <class... Arguments, class Visit>
 void for_each_pointer(const std::tuple<Arguments...>&, Visit&& visit) {
   const auto visit_one = [&]<size_t position>(std::integral_constant<size_t, position> at) {
@@ -90,17 +89,17 @@ void for_each_pointer(const std::tuple<Arguments...>&, Visit&& visit) {
   (std::index_sequence_for<Arguments...>{});
 }
 
-// A fixture without a service: whatever asks one fails the test, since nothing listens.
+// A fixture without a service: a call that contacts the local service fails.
 class ProviderTest : public testing::Test {
  protected:
   static constexpr uint32_t kNullPointer = 0x0B000403;
 
-  // A handle that the library passes on as the open application.
+  // A handle that the library passes on as its application handle.
   static void* open_application() { return reinterpret_cast<void*>(uintptr_t{0x123456789A}); }
 
   ProviderTest() { new_lines(); }
 
-  // The lines since the last time, by with_level().
+  // Returns the log lines since the last call, formatted by with_level().
   Lines new_lines() {
     const std::vector<LogEntry> all = log.entries();
     Lines fresh;
@@ -108,7 +107,7 @@ class ProviderTest : public testing::Test {
     return fresh;
   }
 
-  // Opens the library's application handle through a call that does so.
+  // Calls a function that opens the library's application handle.
   void open_handle() {
     STANDIN(SAF_Initialize).plays([](void** application, const char*) {
       *application = open_application();
@@ -121,9 +120,9 @@ class ProviderTest : public testing::Test {
     standins.reset();
   }
 
-  // Each checked pointer null by itself is refused under its name, without a call of a module; each other
-  // null pointer gets as far as a call with all pointers given. With all from one on null, the first checked
-  // one among them counts.
+  // Sets each pointer argument to null. A checked one is refused with its name, without calling a module; an
+  // unchecked one is accepted. Then sets all from one index on to null: the first checked one among them
+  // decides.
   template <class... Arguments>
   void expect_null_checks(const Call<Arguments...>& call) {
     for_each_pointer(call.arguments, [&](auto position) {
@@ -143,8 +142,8 @@ class ProviderTest : public testing::Test {
     }
   }
 
-  // The provider gets `handed(arguments...)`, once, with every pointer given and with each unchecked one
-  // null.
+  // Checks that the provider is called once with `handed(arguments...)`, both for the valid arguments and
+  // with each unchecked pointer set to null.
   template <class... Arguments, class Provider, class Handed>
   void expect_handed(const Call<Arguments...>& call, Provider& provider, Handed handed) {
     const auto expect_one = [&](const std::tuple<Arguments...>& values) {
@@ -164,7 +163,8 @@ class ProviderTest : public testing::Test {
     });
   }
 
-  // A failing provider is logged with its raw code under `logged_name`, and its code mapped.
+  // Checks that a provider failure is logged under `logged_name` with its raw code, and that the code is
+  // mapped.
   template <class... Arguments, class Provider>
   void expect_mapped(const Call<Arguments...>& call, Provider& provider, const char* logged_name) {
     constexpr std::pair<uint32_t, uint32_t> kCodes[] = {
@@ -184,8 +184,8 @@ class ProviderTest : public testing::Test {
     provider.returns(0);
   }
 
-  // The call frees what it allocates, and an allocation that fails changes nothing: the only memory that
-  // these calls take is that of the failure itself, which has a reserve.
+  // Checks that the call frees what it allocates and that a failed allocation does not change its result:
+  // these calls allocate only for a failure, and for that there is a reserve.
   template <class... Arguments>
   void expect_balance(const Call<Arguments...>& call) {
     settle_memory(library);
@@ -205,7 +205,7 @@ class ProviderTest : public testing::Test {
     new_lines();
   }
 
-  // All of it, for a call that hands on what it gets.
+  // All of these checks, for a call that passes its arguments on.
   template <class... Arguments, class Provider, class Handed>
   void expect_pass_through(const Call<Arguments...>& call, Provider& provider, const char* logged_name,
                            Handed handed) {
@@ -219,7 +219,7 @@ class ProviderTest : public testing::Test {
     provider.returns(0);
   }
 
-  // The same for a call that leaves the application handle as it is: null at first, and then open.
+  // The same for a call that does not open the application handle. The handle is null first, then open.
   template <class... Arguments, class Provider, class Handed>
   void expect_pass_through_unopened(const Call<Arguments...>& call, Provider& provider,
                                     const char* logged_name, Handed handed) {
@@ -232,7 +232,7 @@ class ProviderTest : public testing::Test {
   Standins standins;
   ClientLibrary library{Marker::kPresent};
   LogReader log;
-  void* handle = nullptr;  // what the library holds as the application handle
+  void* handle = nullptr;  // the library's application handle
 
  private:
   template <class... Arguments>

@@ -1,5 +1,5 @@
-// The provider context as applications see it: when its handle is opened and closed, and what its codes
-// become.
+// The provider context as applications see it: when its handle is opened and closed, and how provider codes
+// are mapped.
 #include <map>
 
 #include "calls/signing_test.h"
@@ -15,7 +15,7 @@ class ProviderContext : public SigningTest {
  protected:
   uint32_t use() { return library.SOF_VerifySignedDataXML(reinterpret_cast<const uint8_t*>("<xml/>"), 6); }
 
-  // The handle that the library passed on in its last use.
+  // The handle that the library passed in its last call.
   static void* passed_handle() { return std::get<0>(STANDIN(SAF_Ext_XMLVerify).calls().back()); }
 
   ProviderContext() { STANDIN(SAF_Ext_XMLVerify).returns(0); }
@@ -55,7 +55,7 @@ TEST_F(ProviderContext, AFailedOpeningLeavesTheHandleNullAndIsTriedAgain) {
   EXPECT_EQ(passed_handle(), open_application());
 }
 
-// Every code of the table, written out one by one.
+// The complete table of mapped codes.
 const std::map<uint32_t, uint32_t> kMapped{
     {0x02000002, 0x0B000002}, {0x02000003, 0x0B000003}, {0x02000004, 0x0B000004}, {0x02000005, 0x0B000005},
     {0x02000006, 0x0B000006}, {0x02000007, 0x0B000007}, {0x02000008, 0x0B000008}, {0x02000009, 0x0B000009},
@@ -95,7 +95,7 @@ TEST_F(ProviderContext, EveryCodeOfTheProviderIsMapped) {
   expect_mapped_to(0, 0);
 }
 
-// The end of the handle.
+// Closing the handle.
 
 Lines lines_of_detach() {
   const Lines all = LogReader::messages();
@@ -146,8 +146,8 @@ TEST_F(ProviderContext, ALibraryLoadedAgainOpensAHandleAgain) {
 
 constexpr char kTrace[] = "provider_context.trace";
 
-// Ends with the library loaded and the handle open, if the argument says so; each closing leaves a line in
-// the trace.
+// Exits with the library loaded, and with the handle open if the argument is "open". Each SAF_Finalize call
+// appends a line to the trace file.
 CHILD_PROCESS(ends_with_the_library_loaded) {
   static ClientLibrary& library = *new ClientLibrary{Marker::kPresent};
   STANDIN(SAF_Initialize).plays([](void** application, const char*) {

@@ -52,7 +52,7 @@ ServiceCase information_case(const std::string& container) {
           }};
 }
 
-// The most that an answer can bring.
+// The largest possible answer.
 ServiceCase largest_information_case() {
   ServiceCase row = information_case("C1");
   row.output = std::string(48 * 1024 - 48, 's');
@@ -61,7 +61,7 @@ ServiceCase largest_information_case() {
   return row;
 }
 
-// Without a buffer the length is reported all the same.
+// The length is returned even without an output buffer.
 ServiceCase information_length_case() {
   ServiceCase row = information_case("C1");
   row.output.clear();

@@ -1,4 +1,4 @@
-// What all exported functions that ask the local service have in common, as tests over tables of calls. A
+// Tests shared by all exported functions that use the local service, parametrised with tables of calls. A
 // test program instantiates the suites with its calls:
 //
 //   INSTANTIATE_TEST_SUITE_P(Seal, ServiceRequest, testing::ValuesIn(kCalls));
@@ -28,13 +28,13 @@
 
 namespace velm::test {
 
-// What a 32-bit output holds before a call.
+// The value of a 32-bit output before a call.
 constexpr uint32_t kUntouched = 0xAAAAAAAA;
 
-// Makes the call. A function without the one output or the other leaves it out.
+// Makes the call. Functions that lack one of the two outputs ignore that argument.
 using Call = std::function<uint32_t(const ClientLibrary& library, uint8_t* output, uint32_t* length)>;
 
-// The same call with a null pointer in place of an output.
+// The same call with an output set to null.
 inline Call without_output(Call call) {
   return [=](const ClientLibrary& library, uint8_t*, uint32_t* length) {
     return call(library, nullptr, length);
@@ -53,7 +53,7 @@ inline const uint8_t* bytes_of(const std::string& text) {
 inline const uint8_t* bytes_of(const std::string* text) { return text ? bytes_of(*text) : nullptr; }
 inline uint32_t size_of(const std::string& text) { return static_cast<uint32_t>(text.size()); }
 
-// An address as log lines show it.
+// An address as logged.
 inline std::string digits_of(const void* address) {
   char digits[17];
   std::snprintf(digits, sizeof digits, "%016llX",
@@ -61,7 +61,7 @@ inline std::string digits_of(const void* address) {
   return digits;
 }
 
-// Byte frames as requests.
+// Builders for byte-frame requests.
 inline std::string request_frame(char number, std::initializer_list<std::string> fields) {
   return std::accumulate(fields.begin(), fields.end(), std::string{'w', number});
 }
@@ -72,25 +72,25 @@ inline std::string frame_text(const std::string& text) { return frame_bytes(text
 
 enum class Form { kJson, kFrame, kFrameCode };
 
-// A call that the service answers.
+// A call that the local service answers.
 struct ServiceCase {
-  std::string log_name;  // what the function's failure lines open with
+  std::string log_name;  // the prefix of the function's failure lines
   Form form;
-  uint32_t capacity;  // the bytes of answer that it takes
-  std::string entry;  // its entry line, <output> and <length> standing for the addresses; empty: it has none
-  std::string request;  // the body that the service gets
+  uint32_t capacity;  // the largest answer that it accepts, in bytes
+  std::string entry;  // entry line; <output> and <length> are replaced by the addresses; empty: none
+  std::string request;  // the request body
   std::string answer;   // JSON: the text of "Result"; frame: the data
-  std::string output;   // what the caller gets
-  uint32_t length;      // what the 32-bit output holds afterwards
+  std::string output;   // what the caller receives
+  uint32_t length;      // the 32-bit output after the call
   Call call;
 };
 
 inline void PrintTo(const ServiceCase& row, std::ostream* stream) { *stream << row.log_name; }
 
-// A call that is answered without the service: a size query, a refused argument.
+// A call that needs no service: a size query or a refused argument.
 struct LocalCase {
   std::string entry;
-  std::string error;  // its one failure line; empty: none
+  std::string error;  // its only failure line; empty: none
   uint32_t result;
   uint32_t length;
   Call call;
@@ -98,14 +98,14 @@ struct LocalCase {
 
 inline void PrintTo(const LocalCase& row, std::ostream* stream) { *stream << row.entry << ' ' << row.error; }
 
-// A call that was made, with its outputs. The output has one byte more than is to be written.
+// The result and outputs of one call. The output buffer is one byte larger than needed, to detect overruns.
 struct MadeCall {
   MadeCall(const ClientLibrary& library, const Call& call, size_t output_size)
       : output(output_size + 1), result(call(library, output.data(), &length)) {}
 
   bool outputs_untouched() const { return output.untouched() && length == kUntouched; }
 
-  // The entry line with this call's addresses.
+  // Replaces the placeholders of an entry line by this call's addresses.
   std::string with_addresses(std::string line) {
     replace(line, "<output>", output.data());
     replace(line, "<length>", &length);
@@ -123,10 +123,10 @@ struct MadeCall {
   }
 };
 
-// The entry lines written since the library was loaded.
+// The entry lines since the load.
 inline std::vector<std::string> entry_lines() {
   auto lines = LogReader::messages(Level::kInformation);
-  if (!lines.empty()) lines.erase(lines.begin());  // of the load
+  if (!lines.empty()) lines.erase(lines.begin());  // written by the load
   return lines;
 }
 
@@ -178,8 +178,7 @@ class ServiceFailure : public testing::TestWithParam<ServiceCase> {
 
   MadeCall make_call() { return {library, GetParam().call, GetParam().output.size()}; }
 
-  // The service plays the answer: the call fails with this code and these lines, and leaves its outputs
-  // alone.
+  // Plays the answer. The call must fail with this code, log only this line and leave its outputs unchanged.
   void expect_failure(Answer answer, uint32_t code, const std::string& failure_line) {
     LogReader::clear();
     service.answers(std::move(answer));
@@ -189,7 +188,7 @@ class ServiceFailure : public testing::TestWithParam<ServiceCase> {
     EXPECT_EQ(LogReader::errors(), lines_of(failure_line));
   }
 
-  // What the function says of an answer that it cannot read.
+  // Checks the failure for an answer that the function cannot parse.
   void expect_refusal(const std::string& body) {
     if (is_json()) {
       expect_failure(Answer(body), SOR_JSONPARSEERR, line("cJSON_Parse [" + body + "]"));
@@ -199,7 +198,7 @@ class ServiceFailure : public testing::TestWithParam<ServiceCase> {
     }
   }
 
-  // The answer of a success, made longer by what a reader of it skips.
+  // A success answer padded to `size` bytes with content that parsers ignore.
   static std::string padded_success(size_t size) {
     std::string body = success_body(GetParam());
     EXPECT_LE(body.size(), size);
@@ -301,8 +300,8 @@ TEST_P(ServiceFailure, ASuccessWithoutAReadableResultHasNoOutput) {
   }
 }
 
-// What follows the transport's read buffer is the JSON reader's: one that gets no memory has not read the
-// answer.
+// Allocations after the transport's read buffer belong to the JSON reader, which reports missing memory as a
+// parse error.
 TEST_P(ServiceFailure, EachAllocationMayFail) {
   constexpr size_t kReadBuffer = 1'048'576;
   service.responds([](const Request&) { return Answer(success_body(GetParam())); });
@@ -332,7 +331,7 @@ TEST_P(ServiceFailure, EachAllocationMayFail) {
   }
 }
 
-// Nothing listens: a call that asked the service would say that it cannot be reached.
+// No service is running, so a call that contacts it fails to connect.
 class ServiceAbsent : public testing::TestWithParam<ServiceCase> {
  protected:
   Standins standins;
@@ -344,7 +343,7 @@ TEST_P(ServiceAbsent, CannotBeReached) {
   EXPECT_EQ(made.result, SOR_COMMUNICATIONERR);
   EXPECT_TRUE(made.outputs_untouched());
   const std::vector<std::string> errors = LogReader::errors();
-  ASSERT_EQ(errors.size(), 2u);  // the transport's line comes first
+  ASSERT_EQ(errors.size(), 2u);  // the first one is the transport's
   EXPECT_EQ(errors[1], GetParam().log_name + (GetParam().form == Form::kJson ? "->post_json xrv = -57"
                                                                              : "->xhttp::post xrv = -57"));
 }
@@ -366,8 +365,8 @@ TEST_P(LocalAnswer, NeedsNoService) {
 
 }  // namespace velm::test
 
-// The suites of a family: what its calls do with any answer, and what it answers without the service.
-// `variants` are further requests of the same functions, with arguments left out for example.
+// The suites of a family of calls: how they handle any answer, and what they answer without the service.
+// `variants` are further requests of the same functions, for example with optional arguments omitted.
 #define INSTANTIATE_SERVICE_FAMILY(family, calls, variants, local_calls)                   \
   INSTANTIATE_TEST_SUITE_P(family, ServiceRequest, testing::ValuesIn(calls));              \
   INSTANTIATE_TEST_SUITE_P(family##Variants, ServiceRequest, testing::ValuesIn(variants)); \

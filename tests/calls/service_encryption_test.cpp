@@ -1,4 +1,4 @@
-// Envelopes and key operations of the local service, and the encrypt method.
+// Digital envelopes and key operations of the local service, and the encrypt method.
 #include "calls/service_case.h"
 
 using namespace velm::test;
@@ -84,7 +84,7 @@ std::string decrypt_request(const std::string& container) {
 }
 
 const std::vector<ServiceCase> kVariants{
-    // Long names go whole; names with quotes as they stand.
+    // Long names are sent in full, and quotes unchanged.
     {"SOF_DecryptData", Form::kFrame, 64, decrypt_entry(kLongName, kCipher.data(), "<output>"),
      decrypt_request(kLongName), kOutput, kOutput, 7, decrypt(kLongName.c_str())},
     {"SOF_DecryptData", Form::kFrame, 64, decrypt_entry(R"(C"1)", kCipher.data(), "<output>"),
@@ -94,13 +94,13 @@ const std::vector<ServiceCase> kVariants{
     {"SAF_Ext_ExportPublicKey", Form::kFrame, 1024, "", public_key_request(kLongName), kOutput, kOutput, 7,
      export_public_key(kLongName.c_str())},
 
-    // Data of no bytes and of one; no data in the answer.
+    // Empty data, data of one byte, and an answer without data.
     {"SOF_EncryptData", Form::kFrame, 1024, "SOF_EncryptData uEncryptCertLen=3 uPlainDataLen=0",
      request_frame(19, {frame_bytes(kKey), frame_bytes("")}), kOutput, kOutput, 7, encrypt_whole("")},
     {"SOF_EncryptData", Form::kFrame, 1025, "SOF_EncryptData uEncryptCertLen=3 uPlainDataLen=1",
      request_frame(19, {frame_bytes(kKey), frame_bytes("h")}), "", "", 0, encrypt_whole("h")},
 
-    // Pointers that are not checked.
+    // Pointers that are not checked for null.
     {"SOF_DecryptData", Form::kFrame, 64, decrypt_entry("null", kCipher.data(), "<output>"),
      decrypt_request(""), kOutput, kOutput, 7, decrypt(nullptr)},
     {"SOF_Ext_AsymmEncryptData", Form::kFrame, 1027, "", asymmetric_encrypt_request("", ""), kOutput, kOutput,
@@ -136,7 +136,7 @@ const std::vector<LocalCase> kLocalCalls{
     {"", "", SOR_OK, 1024, without_output(export_public_key("C1"))},
     {"", "", SOR_OK, kUntouched, without_outputs(export_public_key(nullptr))},
 
-    // Null arguments; the first one decides.
+    // Null arguments; the first one decides the result.
     {kEncryptEntry, "pEncryptCert is null!", SOR_NULLPOINTERERR, kUntouched,
      without_outputs(encrypt(nullptr, nullptr))},
     {kEncryptEntry, "pPlainData is null!", SOR_NULLPOINTERERR, kUntouched,
@@ -168,7 +168,7 @@ TEST_F(ServiceEncryption, TheEncryptMethodIsKept) {
   EXPECT_THAT(entry_lines(), testing::IsEmpty());
 }
 
-// A length that 32 bits cannot hold is refused before the service is asked.
+// A length that exceeds 32 bits is refused before the service is contacted.
 TEST_F(ServiceEncryption, WhatCannotBeSizedIsNotSent) {
   uint8_t output[1] = {0};
   uint32_t length = kUntouched;
@@ -178,7 +178,7 @@ TEST_F(ServiceEncryption, WhatCannotBeSizedIsNotSent) {
   EXPECT_EQ(length, kUntouched);
   EXPECT_EQ(library.SOF_EncryptData(output, 1, output, longest, nullptr, &length), SOR_OK);
   EXPECT_EQ(length, 0xFFFFFFFFu);
-  // The frame of its parts would pass 4 GiB.
+  // The request frame would exceed 4 GiB.
   length = kUntouched;
   EXPECT_EQ(library.SOF_Ext_AsymmEncryptData(output, 1, output, 0xFFFFFFFF, output, &length), SOR_MEMORYERR);
   EXPECT_EQ(length, kUntouched);
@@ -193,7 +193,7 @@ TEST_F(ServiceEncryption, EncryptsSixtyFourMebibytes) {
   EXPECT_EQ(library.SOF_EncryptData(bytes_of(kKey), 3, bytes_of(data), size_of(data), output.data(), &length),
             SOR_OK);
   EXPECT_EQ(length, envelope.size());
-  EXPECT_TRUE(output.bytes() == envelope);  // not printed when it differs
+  EXPECT_TRUE(output.bytes() == envelope);  // EXPECT_EQ would print 64 MiB
   EXPECT_TRUE(service.take_request().body == request_frame(19, {frame_bytes(kKey), frame_bytes(data)}));
 }
 

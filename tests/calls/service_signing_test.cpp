@@ -90,7 +90,7 @@ const std::vector<ServiceCase> kCalls{
 };
 
 const std::vector<ServiceCase> kVariants{
-    // Names that need escaping go as they stand, and long ones whole.
+    // Sic: names are sent in full and without JSON escaping.
     {"SOF_SignData", Form::kJson, 2048, R"(SOF_SignData [C"1\] uInDataLen=5)", sign_data_request(R"(C"1\)"),
      R"({"Sign":"c2lnbmF0dXJl"})", kSignature, 9, sign_data(R"(C"1\)", kData)},
     {"SOF_SignData", Form::kJson, 2048, "SOF_SignData [" + kLongName + "] uInDataLen=5",
@@ -105,7 +105,7 @@ const std::vector<ServiceCase> kVariants{
      sign_hash_request(kLongName, "aGVsbG8="), R"("c2lnbmF0dXJl")", kSignature, 9,
      sign_hash(kLongName.c_str(), &kData)},
 
-    // Data of no bytes and of one.
+    // Empty data and data of one byte.
     {"SOF_SignData", Form::kJson, 2048, "SOF_SignData [C1] uInDataLen=0",
      R"({"funcid":15,"ContainerName":"C1","InData":"","base64":1})", R"({"Sign":"c2lnbmF0dXJl"})", kSignature,
      9, sign_data("C1", "")},
@@ -113,7 +113,7 @@ const std::vector<ServiceCase> kVariants{
      R"({"funcid":15,"ContainerName":"C1","InData":"aA==","base64":1})", R"({"Sign":"c2lnbmF0dXJl"})",
      kSignature, 9, sign_data("C1", "h")},
 
-    // Pointers that are not checked.
+    // Pointers that are not checked for null.
     {"SOF_SignMessage", Form::kJson, 8200, "SOF_SignMessage lFlag=0 [NULL] uInDataLen=5",
      sign_message_request("0", "(null)", ""), R"({"SignData":"c2lnbmF0dXJl"})", kSignature, 9,
      sign_message(0, nullptr, nullptr, 5)},
@@ -171,7 +171,7 @@ const std::vector<LocalCase> kLocalCalls{
     {"SOF_Ext_SignHash [C1] uiHashAlgorithmID=0xFFFFFFFF uiInDataType=2 uiInDataLen=5", "", SOR_OK,
      kUntouched, without_outputs(sign_hash("C1", &kData))},
 
-    // Null arguments; the first one decides.
+    // Null arguments; the first one decides the result.
     {"SOF_SignData [NULL] uInDataLen=5", "pszContainerName is null!", SOR_NULLPOINTERERR, kUntouched,
      without_outputs(sign_data_with(nullptr, nullptr))},
     {"SOF_SignData [C1] uInDataLen=5", "pInData is null!", SOR_NULLPOINTERERR, kUntouched,
@@ -197,7 +197,7 @@ INSTANTIATE_SERVICE_FAMILY(ServiceSigning, kCalls, kVariants, kLocalCalls);
 
 class ServiceSigning : public ClientTest {
  protected:
-  // A call of SOF_SignMessage() for a message that carries its data, answered in this many bytes.
+  // Calls SOF_SignMessage() for a message with embedded data, and answers with this many bytes.
   MadeCall answered_with(const std::string& data, size_t answer_size) {
     std::string body = R"({"ErrorCode":"0","Result":{"SignData":"c2lnbmF0dXJl"}})";
     body.resize(answer_size, ' ');
@@ -228,8 +228,8 @@ TEST_F(ServiceSigning, AVerifiedMessageCarriesItsPlainData) {
   EXPECT_THAT(entry_lines(), testing::ElementsAre(entry));
 }
 
-// The answer of a message that carries its data grows by 1.6 times the data, truncated. In single precision
-// 16,777,217 counts as 16,777,216 and 1.6 as 13,421,773 / 2^23.
+// Sic: the answer capacity for a message with embedded data grows by 1.6 times the data, computed in single
+// precision and truncated: 16,777,217 becomes 16,777,216, and 1.6 becomes 13,421,773 / 2^23.
 TEST_F(ServiceSigning, TheAnswerToASignedMessageGrowsWithItsData) {
   const struct {
     uint32_t data_size;
@@ -247,7 +247,7 @@ TEST_F(ServiceSigning, TheAnswerToASignedMessageGrowsWithItsData) {
   }
 }
 
-// No answer fits in less than a frame needs.
+// Sic: the answer capacity is the message length, so below 8 bytes even an empty frame is refused.
 TEST_F(ServiceSigning, InformationOfATinyMessageIsRefused) {
   for (uint32_t size = 0; size < 8; ++size) {
     LogReader::clear();
@@ -279,7 +279,7 @@ TEST_F(ServiceSigning, SignsSixtyFourMebibytes) {
   EXPECT_EQ(length, 9u);
   const std::string expected =
       R"({"funcid":15,"ContainerName":"C1","InData":")" + base64(data) + R"(","base64":1})";
-  EXPECT_TRUE(service.take_request().body == expected);  // not printed when it differs
+  EXPECT_TRUE(service.take_request().body == expected);  // EXPECT_EQ would print 64 MiB
 }
 
 }  // namespace

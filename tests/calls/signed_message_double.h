@@ -1,5 +1,5 @@
-// A signed message as the provider's decoders play it: sizes without buffers, contents with them. What was
-// asked of the decoders is kept, pass by pass. Whatever the provider is to write finds zeros in its place.
+// Plays the provider's decoders for one signed message: without buffers they return sizes, with buffers also
+// contents. Records every pass, and checks that the library zeroes the outputs first.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@
 namespace velm::test {
 
 struct SignedMessageDouble {
-  // One decoding pass: what was there to be filled, and the capacities.
+  // One decoding pass: which buffers were given, and their capacities.
   struct Pass {
     std::string decoder;
     void* application;
@@ -29,10 +29,10 @@ struct SignedMessageDouble {
   std::string signature = std::string(72, 's');
   uint32_t digest = 4;
 
-  // Added to every length that a filling pass reports.
+  // Added to each length that a filling pass returns.
   uint32_t overstatement = 0;
 
-  // Results of the passes by either decoder; the last one stays.
+  // Result codes of the passes, by decoder; the last one repeats.
   std::vector<uint32_t> pkcs7_results{0}, sm2_results{0};
 
   // The signed attributes.
@@ -44,7 +44,7 @@ struct SignedMessageDouble {
   uint32_t attribute_hash_overstatement = 0;
 
   std::vector<Pass> passes;
-  std::vector<uint32_t> attribute_capacities;  // of the attributes and of their hash, in the last reading
+  std::vector<uint32_t> attribute_capacities;  // of the attributes and their hash, in the last call
 
   void play() {
     STANDIN(SAF_Ext_Pkcs7_ReadContentData)

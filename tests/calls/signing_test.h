@@ -1,5 +1,5 @@
-// What the tests of signing and verification in process share: every call balanced in memory, allocations
-// that fail, the application handle open, files of the test's own.
+// Shared by the tests of in-process signing and verification: calls checked for leaks, failing allocations,
+// the open application handle, and test files.
 #pragma once
 
 #include <windows.h>
@@ -19,7 +19,7 @@ namespace velm::test {
 
 constexpr char kSignerId[] = "1234567812345678";
 
-// A file that is there as long as the object, under a name of any bytes.
+// A file that exists for the lifetime of the object. The path may contain any bytes.
 class TestFile {
  public:
   TestFile(std::string path, const std::string& content) : path_(std::move(path)) { write(content); }
@@ -47,7 +47,7 @@ class SigningTest : public ProviderTest {
     new_lines();
   }
 
-  // Makes SAF_Initialize open a handle.
+  // Lets SAF_Initialize open a handle.
   static void let_handle_open() {
     STANDIN(SAF_Initialize).plays([](void** application, const char*) {
       *application = open_application();
@@ -55,7 +55,7 @@ class SigningTest : public ProviderTest {
     });
   }
 
-  // Runs a call that frees what it allocates, and keeps the sizes of its allocations.
+  // Runs the call, checks that it frees what it allocates, and records the sizes of its allocations.
   template <class Run>
   uint32_t balanced(Run run) {
     AllocationFaults memory(library.module());
@@ -65,7 +65,7 @@ class SigningTest : public ProviderTest {
     return result;
   }
 
-  // Runs the call without getting its first allocation of `size` bytes.
+  // Runs the call with its first allocation of `size` bytes failing.
   template <class Run>
   uint32_t without_allocation_of(size_t size, Run run) {
     balanced(run);
@@ -83,9 +83,9 @@ class SigningTest : public ProviderTest {
     return result;
   }
 
-  // Each allocation of the call fails once, in turn: nothing leaks, and the result is that of memory, or,
-  // where it was only the memory of the call's own failure or of its log line, what it would have been. A
-  // path that cannot be converted for want of memory is a path that cannot be converted.
+  // Fails each allocation of the call once, in turn. Nothing may leak. The result must be 0x0B000100 (no
+  // memory), 0x0B000003 (a path was not converted for lack of memory), or the usual result if only the memory
+  // for reporting a failure or for its log line was missing.
   template <class Run>
   void expect_survives_allocation_faults(Run run) {
     const uint32_t expected = balanced(run);
@@ -104,7 +104,7 @@ class SigningTest : public ProviderTest {
     return std::find(allocated.begin(), allocated.end(), size) != allocated.end();
   }
 
-  std::vector<size_t> allocated;  // by the last balanced call
+  std::vector<size_t> allocated;  // by the last call of balanced()
 };
 
 }  // namespace velm::test

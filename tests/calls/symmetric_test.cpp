@@ -8,7 +8,7 @@ constexpr uint8_t kKey[] = "0123456789abcdef";
 constexpr uint8_t kIv[] = "fedcba9876543210";
 constexpr uint8_t kData[] = "data";
 
-// The two calls for data, each with what is its own.
+// What differs between the two calls for data.
 struct Direction {
   const char* function;
   const char* operation;
@@ -26,7 +26,7 @@ class SymmetricTest : public ProviderTest, public testing::WithParamInterface<Di
     return encrypts() ? library.SOF_Ext_SymmEncrypt : library.SOF_Ext_SymmDecrypt;
   }
 
-  // The stand-in of the operation; both directions have the same signature but each its own type.
+  // The stand-in of the operation. Both directions have the same signature but different types.
   template <class Visit>
   auto operation(Visit visit) const {
     return encrypts() ? visit(STANDIN(VELM_Openssl_Encrypt)) : visit(STANDIN(VELM_Openssl_Decrypt));
@@ -50,7 +50,7 @@ class SymmetricTest : public ProviderTest, public testing::WithParamInterface<Di
                             GetParam().function));
   }
 
-  // The module makes a context, and the operation writes "result".
+  // The module returns a context, and the operation writes "result".
   void play_success() {
     STANDIN(VELM_Openssl_SymmAcquireContext).plays([](void** context, auto...) {
       *context = kContext;
@@ -145,7 +145,7 @@ TEST_P(SymmetricTest, NumbersOfCipherAndMode) {
 }
 
 TEST_P(SymmetricTest, NoContext) {
-  // Whatever the module leaves behind when it fails is no context.
+  // A context that the module returns together with a failure must be ignored.
   STANDIN(VELM_Openssl_SymmAcquireContext).plays([](void** context, auto...) {
     *context = kContext;
     return -7;
@@ -190,7 +190,7 @@ TEST_P(SymmetricTest, Balance) {
   expect_balance(call());
 }
 
-// The two calls for files.
+// Sic: the log format of the two calls for files prints `ulIVLen` twice.
 class SymmetricFileTest : public ProviderTest {
  protected:
   template <class Function, class Provider>
@@ -222,7 +222,7 @@ TEST_F(SymmetricFileTest, Decrypt) {
 }
 
 TEST_F(SymmetricFileTest, PathsAreHandedOnAsTheyStand) {
-  const std::string chinese = "c:\\\xE6\x96\x87\xE4\xBB\xB6.txt";  // UTF-8, and not converted
+  const std::string chinese = "c:\\\xE6\x96\x87\xE4\xBB\xB6.txt";  // UTF-8, which is not converted
   const std::string deep(20000, 'p');
   STANDIN(SAF_Ext_SymmEncryptFile).plays([&](auto, auto, auto, auto, auto, const char* in, const char* out) {
     EXPECT_EQ(text(in), chinese);

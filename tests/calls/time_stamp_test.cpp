@@ -14,7 +14,7 @@ class TimeStampTest : public ProviderTest {
   uint32_t length = 64;
 };
 
-// None of these calls has an entry line.
+// None of these calls writes an entry line.
 constexpr auto kNoEntry = nullptr;
 
 TEST_F(TimeStampTest, GetTime) {
@@ -48,7 +48,7 @@ TEST_F(TimeStampTest, GetFileStamp) {
   expect_pass_through_unopened(call, STANDIN(SAF_Ext_TspGetFileStamp), "SAF_Ext_TspGetFileStamp", handed);
 }
 
-// The application handle never goes along, open or not.
+// The application handle is never passed, whether open or not.
 const auto kUnchanged = [](const uint8_t* input, uint32_t input_length, const uint8_t* stamp,
                            uint32_t stamp_length, const uint8_t* certificate, uint32_t certificate_length,
                            uint8_t* info, uint32_t* info_length) {
@@ -89,10 +89,11 @@ TEST_F(TimeStampTest, OutputsComeStraightFromTheProvider) {
   EXPECT_TRUE(output.untouched(3));
 }
 
-// The calls that open the application handle.
+// Calls that open the application handle.
 class OpeningTimeStampTest : public TimeStampTest {
  protected:
-  // Everything that holds for a call while the handle is open, and what is special while it is not.
+  // Sic: a call that cannot open the handle returns SOR_OK although nothing was done. All other checks are
+  // made with the handle open.
   template <class... Arguments, class Provider, class Handed>
   void expect_opening_call(const Call<Arguments...>& call, Provider& provider, const char* provider_name,
                            Handed handed) {
@@ -131,7 +132,7 @@ class OpeningTimeStampTest : public TimeStampTest {
     new_lines();
   }
 
-  // The handle that the call opens goes along in it.
+  // The call opens the handle and passes it to the provider.
   template <class... Arguments, class Provider>
   void expect_opening(const Call<Arguments...>& call, Provider& provider, const char* provider_name) {
     STANDIN(SAF_Initialize).plays([](void** application, const char* path) {

@@ -1,4 +1,4 @@
-// The HTTP exchange, seen from the service and through a system whose calls fail.
+// The HTTP exchange as the service sees it, and with system calls that fail.
 #include <winsock2.h>
 #include <windows.h>
 #include <winhttp.h>
@@ -159,7 +159,7 @@ TEST_F(NothingListening, EachCallHasItsOwnLine) {
                                                    "SOF_GenRandom->post_json xrv = -57"}));
 }
 
-// The platform's calls as one exchange makes them, and each made to fail.
+// Records the system calls of one exchange and lets one of them fail.
 struct Recorded {
   std::vector<std::string> order;
   std::vector<HINTERNET> opened, closed;
@@ -326,7 +326,7 @@ TEST_F(PlatformCalls, AFailingReadEndsTheBodyWithoutAnError) {
   }
 }
 
-// An answer that the system has in one piece of three chunks.
+// An answer that WinHTTP reports as one piece, as large as three chunks.
 constexpr DWORD kChunk = 1 << 20, kPiece = 3 << 20;
 DWORD piece_left = 0;
 

@@ -1,4 +1,4 @@
-// Calls that always answer "not supported".
+// Calls that always return "not supported".
 #include <gmock/gmock.h>
 
 #include "support/client_library.h"
@@ -15,10 +15,10 @@ constexpr uint32_t kNotSupported = 0x0B000002;
 
 class Unsupported : public testing::Test {
  protected:
-  // The entry lines of the calls since the library was loaded.
+  // The entry lines since the load.
   static std::vector<std::string> entry_lines() {
     auto lines = LogReader::messages(Level::kInformation);
-    lines.erase(lines.begin());  // of the load
+    lines.erase(lines.begin());  // written by the load
     return lines;
   }
 

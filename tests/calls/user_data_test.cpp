@@ -83,7 +83,7 @@ const std::string kPinWithZero(
 const std::string kPinWithQuote = R"(12"34\)";
 
 const std::vector<ServiceCase> kVariants{
-    // Fewer bytes than wanted leave the rest of the buffer as it was.
+    // If fewer bytes than requested arrive, the rest of the buffer stays unchanged.
     read_case("C1", "C1", "cont"),
     read_case("C1", "C1", ""),
     read_case(kLongName.c_str(), kLongName.c_str(), "contents"),
@@ -92,7 +92,7 @@ const std::vector<ServiceCase> kVariants{
     {"SOF_Ext_ReadUsrDataFile", Form::kFrame, 40, read_entry("C1"), read_request("C1"), "contents", "",
      kUntouched, without_output(read("C1"))},
 
-    // A PIN goes whole and unescaped, and ends at its length or at its first zero.
+    // Sic: a PIN is sent in full and without escaping. It ends at its length or at its first zero byte.
     write_case("C1", &kPin31, &kData, kPin31, "aGVsbG8="),
     write_case("C1", &kPin32, &kData, kPin32, "aGVsbG8="),
     write_case("C1", &kPin400, &kData, kPin400, "aGVsbG8="),
@@ -121,7 +121,7 @@ INSTANTIATE_SERVICE_FAMILY(UserData, kCalls, kVariants, kLocalCalls);
 
 using UserData = ClientTest;
 
-// The answer's capacity is 32 bytes above what the caller's buffer holds.
+// The answer capacity is 32 bytes above the buffer size, so excess data must be refused separately.
 TEST_F(UserData, MoreThanWantedIsRefused) {
   GuardedBuffer output(8);
   for (const size_t size : {9, 32}) {

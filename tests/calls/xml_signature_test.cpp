@@ -13,8 +13,8 @@ class XmlSignature : public SigningTest {
 
   XmlSignature() { play_items(); }
 
-  // Sizes the items and, when there are buffers, fills them; `extra` is what the filling pass says beyond
-  // that.
+  // Returns the item sizes and, if buffers are given, fills them. `extra` is added to the lengths that the
+  // filling pass returns.
   void play_items(uint32_t extra = 0) {
     STANDIN(SAF_Ext_XMLParse)
         .plays([this, extra](void*, uint32_t, const uint8_t*, uint32_t, uint8_t* item1, uint32_t* length1,
