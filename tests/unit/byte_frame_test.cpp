@@ -14,7 +14,7 @@ namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// As the library collects a request, in memory of exactly the size that was summed up, and as others do.
+// Builds a request as the library does, in memory of exactly the computed size, and once more in a string.
 Bytes request(FunctionNumber function, std::initializer_list<FrameField> fields) {
   velm::RequestMemory memory(request_size(fields));
   append_request(memory, function, fields);
@@ -73,7 +73,7 @@ Bytes response(uint32_t code, const Bytes& data) {
   return frame;
 }
 
-// Read from memory of exactly this size, so that a sanitizer sees every byte beyond it.
+// Reads from a block of exactly this size, so that a sanitizer detects any overrun.
 FrameAnswer read(const Bytes& frame, FrameContent content = FrameContent::code_and_data) {
   return read_answer(frame, frame.size(), content);
 }
@@ -126,7 +126,7 @@ TEST(ResponseFrame, ACallThatReadsNoDataNeedsTheCodeOnly) {
   EXPECT_TRUE(read({0, 0, 0}, FrameContent::code_only).refused);
 }
 
-// Read from memory of exactly this size, as above.
+// Reads from a block of exactly this size, as above.
 TEST(RequestFrame, IsReadAsItWasWritten) {
   const uint8_t block[] = {0xAA, 0xBB};
   const Bytes frame =

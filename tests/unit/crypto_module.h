@@ -1,4 +1,4 @@
-// The crypto module's base64 encoder, as these tests play it.
+// The crypto module's base64 encoder, as scripted by these tests.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@ namespace velm::test {
 using Encoder =
     std::function<int32_t(const uint8_t* data, uint32_t length, uint8_t* text, uint32_t* text_length)>;
 
-// What VELM_Openssl_Base64Encode does, until another is put in its place.
+// The implementation of VELM_Openssl_Base64Encode; tests may replace it.
 extern Encoder encoder;
 
-// Writes "<" data ">" in place of base64.
+// Writes "<" data ">" instead of base64.
 int32_t plain_encoder(const uint8_t* data, uint32_t length, uint8_t* text, uint32_t* text_length);
 
-// Succeeds or fails with `result`, with `text` written and `claimed` said to be its length.
+// Returns `result`, writes `text` and reports `claimed` as its length.
 Encoder encoder_that(int32_t result, const char* text, uint32_t claimed);
 
 }  // namespace velm::test

@@ -1,4 +1,4 @@
-// Compiled with GBK as its execution character set, like the table.
+// Compiled with GBK as the execution character set, like the table itself.
 #include "velm_sof_client/error_texts.h"
 
 #include <gtest/gtest.h>

@@ -44,7 +44,7 @@ INSTANTIATE_TEST_SUITE_P(
                     UrlCase{L"h: ", L"h", 0, L""},
                     UrlCase{L"h:", L"h", 0, L""},
                     UrlCase{L"/path", L"", 80, L"path"},
-                    // The scheme is looked for anywhere, and skipped from the start.
+                    // Sic: the scheme is searched for anywhere, but its length is skipped at the start.
                     UrlCase{L"1234567host/http://", L"host", 80, L"http://"},
                     UrlCase{L"a/http://", L"", 80, L"/"}));
 

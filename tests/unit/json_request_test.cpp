@@ -28,7 +28,7 @@ TEST_F(JsonRequest, PutsFieldsInPlaceOfTheirConversions) {
             R"({"funcid":13,"ContainerName":"C "1"","Type":-7,"Len":4000000000,"In":"<abc>"})");
 }
 
-// What does not fit does not compile.
+// A format that does not match its fields must not compile.
 TEST(JsonFormat, HasAConversionForEachFieldAndNoMore) {
   static_assert(fits_fields<>("{}"));
   static_assert(fits_fields<FunctionNumber, int32_t, uint32_t>("%d,%d,%u"));
@@ -73,7 +73,7 @@ TEST_F(JsonRequest, WhatCannotBeEncodedIsTheEmptyText) {
   EXPECT_EQ(text_of(format_json("[%s]", Base64{"abc", 3})), "[]");
 }
 
-// Fills all the room that three bytes have, without a terminating zero.
+// Fills all the room that base64 of three bytes has, without a terminating zero.
 Encoder encoder_that_claims(size_t claimed) {
   return [=](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
     std::memset(text, 'A', base64_room(3));
@@ -110,7 +110,7 @@ TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
   for (const size_t size : {size_t{0xBFFFFFFE}, size_t{0xFFFFFFFF}, size_t{0x100000003}, SIZE_MAX / 4}) {
     EXPECT_THROW(format_json("[%s]", Base64{"", size}), std::bad_alloc) << size;
   }
-  // Each fits, but not both.
+  // Each fits by itself, but not both together.
   EXPECT_THROW(format_json("[%s][%s]", Base64{"", 0x60000000}, Base64{"", 0x60000000}), std::bad_alloc);
   const size_t just_too_long = UINT32_MAX - 3;
   EXPECT_THROW(format_json("[%s]", std::string_view("", just_too_long)), std::bad_alloc);

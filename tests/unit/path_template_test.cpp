@@ -10,7 +10,7 @@ using testing::IsEmpty;
 
 namespace {
 
-// Values of the test's own, and the placeholders in the order in which they were asked for.
+// A value source with scripted values, which records the placeholders in the order of the requests.
 struct Values {
   std::map<Placeholder, Value> known;
   std::vector<Placeholder> asked;
@@ -123,7 +123,7 @@ TEST(PathTemplate, OnlyTheFirstRandomNameIsRemembered) {
   EXPECT_EQ(values.expand("{rand2}-{rand3}-{rand2}"), "01-{rand3}-01");
 }
 
-// "rand3" lies in the slot of "clock", "rand2" in none that has a placeholder.
+// "rand3" hashes to the slot of "clock", "rand2" to a slot without a placeholder.
 TEST(PathTemplate, AllRandomNamesButTheFirstMarkTheirSlots) {
   Values values;
   values.expand("{rand3}{rand2}");

@@ -13,7 +13,7 @@ using namespace velm;
 
 namespace {
 
-// Works out this number.
+// Returns an initialiser that sets this number.
 auto gives(int number) {
   return [number](int& value) {
     value = number;
@@ -44,7 +44,7 @@ TEST(PublishedOnce, IsReadyBeforeTheProgramStarts) {
   EXPECT_EQ(once.get(gives(1)), 1);
 }
 
-// Another thread publishes while this one still works; this one keeps what it has worked out.
+// Another thread publishes first; the slower thread keeps its own result.
 TEST(PublishedOnce, WhoIsSlowerKeepsItsOwnValue) {
   PublishedOnce<int> once;
   const int own = once.get([&](int& value) {
@@ -56,7 +56,7 @@ TEST(PublishedOnce, WhoIsSlowerKeepsItsOwnValue) {
   EXPECT_EQ(once.get(never_called), 1);
 }
 
-// A value whose copy into its place can be interrupted.
+// A value that runs a hook while it is copied into place.
 struct Interrupted {
   int number = 0;
   std::function<void()> while_published;

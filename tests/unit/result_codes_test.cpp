@@ -39,11 +39,11 @@ TEST(ResultCodes, OfTheServiceInTheProvider) {
   EXPECT_EQ(saf_code_of(0xFFFFFFFF), 0x02000001u);
 }
 
-// Some; the test of the provider context has them all.
+// A selection; the test of the provider context has the complete table.
 TEST(ResultCodes, OfTheProviderInTheLibrary) {
   constexpr Pair kExpected[] = {
       {0, 0},
-      {0x02000009, 0x0B000009},  // the last of a range, and behind it
+      {0x02000009, 0x0B000009},  // the last code of a range, and the one after it
       {0x0200000A, 0x0B000001},
       {0x02000301, 0x0B000001},  // a gap between two ranges
       {0x02000302, 0x0B000302},

@@ -1,4 +1,4 @@
-// Loading the library afresh, what it logs, and the fixture that most tests use.
+// Loading the library with fresh state, its log, and the fixture of most tests.
 #include <gmock/gmock.h>
 
 #include <fstream>

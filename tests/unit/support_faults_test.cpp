@@ -1,4 +1,4 @@
-// Guarded memory, patched imports, failing allocations, child processes.
+// Guarded memory, patched imports, failing allocations and child processes.
 #include <gmock/gmock.h>
 
 #include <cstdio>
@@ -22,7 +22,7 @@ using testing::IsEmpty;
 
 constexpr uint32_t kAccessViolation = 0xC0000005;
 
-// Reads or writes one byte at `offset` from the end of what is guarded.
+// Reads or writes one byte at `offset` from the end of the guarded memory.
 CHILD_PROCESS(touches) {
   const std::string what = arguments[0];
   const long offset = std::stol(arguments[1]);
@@ -76,7 +76,7 @@ TEST(GuardedMemory, HoldsInputs) {
   EXPECT_EQ(GuardedBytes("").size(), 0u);
 }
 
-// The compiler takes an import for a constant within one function.
+// Not inlined: within one function the compiler treats an import as a constant.
 [[gnu::noinline]] DWORD process_id() { return GetCurrentProcessId(); }
 
 TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
@@ -109,7 +109,7 @@ TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
   EXPECT_THAT(LogReader::errors(), Contains("xhttp_request_w->WinHttpOpen 1234"));
 }
 
-// An object with one member: two nodes of 64 bytes, a name, a text.
+// An object with one member takes two nodes of 64 bytes, a name and a text.
 TEST(AllocationFaults, CountsWhatIsAllocatedAndFreed) {
   const Standins standins;
   const ClientLibrary library;

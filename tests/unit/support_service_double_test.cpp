@@ -1,4 +1,4 @@
-// The scripted service, seen by a plain socket client.
+// Tests of the service double with a plain socket client.
 #include <winsock2.h>
 
 #include <gmock/gmock.h>
@@ -43,7 +43,7 @@ class Client {
               "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
   }
 
-  // All until the end of the stream; `error` is 0 when it ended in order.
+  // Receives up to the end of the stream. `error` is 0 after an orderly close.
   std::string receive(int* error = nullptr) {
     std::string text;
     std::array<char, 4096> block;
@@ -149,7 +149,7 @@ TEST(ServiceDouble, ClosesWithoutAnAnswerOrWithAReset) {
   client.post("");
   int error = 0;
   const std::string answer = client.receive(&error);
-  // Wine ends the stream in order before it closes a socket.
+  // Wine ends the stream in an orderly way even when the socket is reset.
   EXPECT_THAT(error, testing::AnyOf(0, WSAECONNRESET));
   if (error == 0) {
     EXPECT_THAT(answer, EndsWith("\r\n\r\nabc"));

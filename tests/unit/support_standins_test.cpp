@@ -1,4 +1,4 @@
-// The stand-in modules, called through their export tables as the library calls them.
+// The stand-in modules, called through their export tables as the library does.
 #include <windows.h>
 
 #include <gmock/gmock.h>

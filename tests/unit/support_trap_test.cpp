@@ -1,4 +1,4 @@
-// Test programs and the library that is built for them end at undefined behaviour.
+// Test programs, and the library built for them, trap on undefined behaviour.
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -11,7 +11,7 @@ using namespace velm::test;
 
 constexpr uint32_t kIllegalInstruction = 0xC000001D;
 
-// What it adds comes from outside, so that the compiler cannot know the sum.
+// Adds a number from outside, so that the compiler cannot compute the sum.
 const ChildProcess adds_its_arguments("adds its arguments", [](const Arguments& arguments) {
   int sum = std::numeric_limits<int>::max();
   sum += static_cast<int>(arguments.size());

@@ -10,7 +10,7 @@ using velm::xencoding_is_utf8;
 
 namespace {
 
-// The bytes in memory of exactly their size, where a sanitizer sees a step beyond them.
+// Copies the bytes to a block of exactly their size, so that a sanitizer detects an overrun.
 bool is_utf8(std::string_view text) {
   const auto bytes = std::make_unique<char[]>(text.size());
   text.copy(bytes.get(), text.size());

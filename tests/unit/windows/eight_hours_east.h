@@ -1,5 +1,4 @@
-// A local time that is not UTC, whatever the machine's own: eight hours ahead of it, as long as the object
-// lives.
+// Sets the local time zone to UTC+8 for the lifetime of the object, whatever the machine's own.
 #pragma once
 
 #include <cstdlib>

@@ -13,7 +13,7 @@ namespace {
 
 constexpr char kMissing[] = "file_test.missing\\file";
 
-// A file of the test's own, gone when it ends.
+// A fixture with a file that is removed after the test.
 class File : public testing::Test {
  protected:
   ~File() override { std::remove(path); }
@@ -117,7 +117,7 @@ TEST_F(File, AWriteThatFallsShortIsNotNoticed) {
   EXPECT_EQ(content(), "");
 }
 
-// Sets the length of a file without writing what lies before its end.
+// Sets the length of a file without writing its content.
 void set_length(const char* path, int64_t length) {
   const OwnedFile file = open_file(path, "wb");
   ASSERT_TRUE(file);

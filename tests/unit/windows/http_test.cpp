@@ -1,4 +1,4 @@
-// The transport's own arguments, beyond what the library passes.
+// Arguments of the transport that the library does not use.
 #include "basekit/basic/http.h"
 
 #include <gmock/gmock.h>
@@ -13,7 +13,7 @@ using testing::HasSubstr;
 
 namespace {
 
-// The arguments of the platform calls of the last exchange, which goes no further than its request.
+// The arguments of the system calls of the last exchange, which fails when it sends the request.
 struct Seen {
   std::wstring agent, host, path, headers, proxy, bypass;
   INTERNET_PORT port = 0;

@@ -1,4 +1,4 @@
-// The log facility by itself: its hooks, its file, its cuts.
+// The log facility alone: its hooks, its file and its truncation of lines.
 #include "basekit/basic/log.h"
 
 #include <gmock/gmock.h>
@@ -117,7 +117,7 @@ void log_name_only(const char* message) {
   log::write(unit, log::kError | 1u << 20 | (log::kLevelTag | log::kProcessName) << 21, 1, "%s\n", message);
 }
 
-// Writes a line while this system call fails, and one afterwards, into the file named.
+// Writes one line while the given system call fails and one afterwards, to the given file.
 CHILD_PROCESS(logs_without_its_name) {
   arguments[1].copy(log::configuration.file_path, log::kPathCharacters - 1);
   {
@@ -139,7 +139,7 @@ TEST_F(Log, AProcessNameThatCannotBeFoundIsLeftOutUntilItCan) {
   }
 }
 
-// The local time of now, as a line shows it.
+// The current local time, as a log line shows it.
 std::string clock_text() {
   FILETIME now;
   GetSystemTimeAsFileTime(&now);
@@ -276,7 +276,7 @@ TEST_F(Log, TheDumpFollowsTheSizeRule) {
 constexpr int kThreads = 4;
 constexpr int kLinesOfAThread = 25;
 
-// Lines that differ, in length too.
+// Lines that differ in content and length.
 std::string message_of(int thread, int n) {
   return std::to_string(thread) + "." + std::to_string(n) + std::string(size_t(n % 5) * 1000, 'x');
 }
@@ -336,7 +336,7 @@ TEST_F(Log, TheExpandedPathIsKeptByEachUnit) {
   EXPECT_EQ(kept.file_path().data(), first);
 }
 
-std::string special_folder;  // empty: there is none
+std::string special_folder;  // empty: no such folder
 
 BOOL WINAPI give_special_folder(HWND, LPSTR folder, int, BOOL) {
   folder[special_folder.copy(folder, MAX_PATH - 1)] = '\0';

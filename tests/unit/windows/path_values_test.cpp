@@ -107,13 +107,13 @@ BOOL WINAPI folder_with_two_locals(HWND, LPSTR folder, int, BOOL) {
   return TRUE;
 }
 
-// Replaces one import of this very program.
+// Replaces an import of the test program itself.
 template <class Function>
 test::ImportPatch patch(const char* dll, const char* name, Function* replacement) {
   return test::ImportPatch(GetModuleHandleW(nullptr), dll, name, reinterpret_cast<void*>(replacement));
 }
 
-// An instant that is on the next day here already.
+// A time at which the local date is already the next day.
 __time64_t __cdecl fixed_time(__time64_t* result) {
   constexpr __time64_t kThen = 1714930245;  // 2024-05-05 17:30:45 UTC
   if (result) *result = kThen;
@@ -205,7 +205,7 @@ template <class Function>
 FARPROC as_procedure(Function* function) {
   return reinterpret_cast<FARPROC>(reinterpret_cast<void*>(function));
 }
-// A system that has the older function only, with this answer.
+// Simulates a system that has only the older function, with this answer.
 template <BOOL(WINAPI* kAnswer)(HANDLE, BOOL*)>
 FARPROC WINAPI only_the_older_function(HMODULE, LPCSTR name) {
   return std::strcmp(name, "IsWow64Process") == 0 ? as_procedure(kAnswer) : nullptr;

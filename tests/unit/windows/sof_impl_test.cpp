@@ -1,5 +1,5 @@
-// The provider context by itself: the table of user certificates, which no exported call fills, and the sizes
-// of buffers.
+// The provider context alone: the table of user certificates, which no exported function fills, and the
+// buffer sizes.
 #include "sof_impl.h"
 
 #include <cstdlib>
@@ -10,7 +10,7 @@
 
 #include "provider_abi/velm_client_saf.h"
 
-// The unit takes these from the provider; nothing here comes to them.
+// The unit imports these functions from the provider; this test never calls them.
 extern "C" uint32_t SAF_Initialize(void**, const char*) { std::abort(); }
 extern "C" uint32_t SAF_Ext_ReadLabel(void*, const char*, uint32_t, const char*, uint32_t, uint32_t, uint8_t*,
                                       uint32_t*) {
@@ -35,7 +35,8 @@ class UserCertificates : public testing::Test {
     table.certificate_type[at] = type;
   }
 
-  // The certificate that is found; the empty text when there is none, which leaves the outputs alone.
+  // Returns the certificate found, or an empty string if none is found, which must leave the outputs
+  // unchanged.
   static std::string find(const char* name) {
     std::string buffer(velm::kUserCertificateCapacity, '\xAA');
     uint32_t length = 7;
