@@ -1,4 +1,4 @@
-// What a caller sees when the channel to the service fails in ways that no single answer can show.
+// What a caller sees when the connection to the local service fails in ways that no single answer can show.
 #include <winsock2.h>
 #include <windows.h>
 #include <winhttp.h>
@@ -36,9 +36,9 @@ TimedResult timed(Call call) {
 
 class ChannelFaults : public ClientTest {};
 
-// A service that falls silent, before its answer or within the body, is given up after ten seconds of
-// silence; one that goes on sending, however slowly, is not. All at once, since each takes its time. (Silence
-// within the head is left out: after it Wine 8's WinHTTP ends any program that asks how much data there is.)
+// A call gives up after ten seconds without data, before the answer or within the body, but not on a service
+// that sends slowly. The calls run concurrently to save time. (Silence within the head is not tested: Wine
+// 8's WinHTTP then crashes any program that queries the available data.)
 TEST_F(ChannelFaults, SilenceIsGivenUpAfterTenSecondsAndSlownessIsNot) {
   const std::string long_list = R"({"ErrorCode":"0","Result":["a"]})" + std::string(1500, ' ');
   service.responds([&](const Request& request) {
@@ -60,7 +60,7 @@ TEST_F(ChannelFaults, SilenceIsGivenUpAfterTenSecondsAndSlownessIsNot) {
     EXPECT_LE(result.time, 12s);
   }
   EXPECT_EQ(silent.code, SOR_COMMUNICATIONERR);
-  EXPECT_EQ(in_body.code, SOR_OK);  // what had come by then is a whole JSON text
+  EXPECT_EQ(in_body.code, SOR_OK);  // what has arrived by then is a complete JSON text
   EXPECT_GE(slow.time, 10s);
   EXPECT_EQ(slow.code, SOR_OK);
   EXPECT_STREQ(version, "7");
@@ -69,7 +69,7 @@ TEST_F(ChannelFaults, SilenceIsGivenUpAfterTenSecondsAndSlownessIsNot) {
 struct Row {
   const char* name;
   Answer answer;
-  std::vector<uint32_t> codes;  // the systems' HTTP clients differ
+  std::vector<uint32_t> codes;  // several, because HTTP clients of Windows and Wine differ
 };
 
 TEST_F(ChannelFaults, EachHasItsCode) {
@@ -113,7 +113,7 @@ TEST_F(ChannelFaults, ARedirectIsFollowedOrRefusedAndALoopEnds) {
   EXPECT_LT(loop.time, 9s);
 }
 
-// Faults of one caller's exchange are no other's.
+// A fault in one thread's exchange must not affect the other threads.
 TEST_F(ChannelFaults, SixteenThreadsKeepTheirFaultsApart) {
   service.responds([](const Request& request) {
     if (request.body == R"({"funcid":58})") return Answer::nothing();
@@ -154,7 +154,7 @@ TEST(Restart, ACallFindsTheServiceThatIsThereNow) {
   }
 }
 
-// A listener that answers nobody and knows whether anyone has come.
+// A listener that never answers, but reports whether a client has connected.
 class Listener {
  public:
   Listener() : socket_(socket(AF_INET, SOCK_STREAM, IPPROTO_TCP)) {
@@ -185,7 +185,7 @@ class Listener {
   sockaddr_in address_{};
 };
 
-// The proxy of the machine's HTTP settings, as long as this lives.
+// Sets the machine's WinHTTP proxy for the lifetime of the object.
 class DefaultProxy {
  public:
   DefaultProxy(std::wstring server, std::wstring bypass) {
@@ -206,7 +206,7 @@ class DefaultProxy {
   bool is_set_;
 };
 
-// One call in a process of its own; the result is its code.
+// Makes one call in a separate process and exits with its result code.
 CHILD_PROCESS(calls_with_a_proxy_about) {
   Standins standins;
   ServiceDouble service;
@@ -224,7 +224,7 @@ class Proxy : public testing::Test {
   WSADATA sockets_;
 };
 
-// Calls follow the proxy settings of whoever runs them; what is set aside there for this machine holds.
+// Calls use the proxy settings of the current user, including the exceptions for this machine.
 TEST_F(Proxy, OfTheMachineIsPassedByWhereTheSettingSaysSo) {
   const Listener proxy;
   const DefaultProxy setting(L"127.0.0.1:" + std::to_wstring(proxy.port()), L"127.0.0.1");

@@ -1,4 +1,4 @@
-// Each exported function with arguments of its types that take it as far as its module or its service.
+// Each exported function, with arguments with which it reaches its module or the local service.
 #pragma once
 
 #include <concepts>
@@ -13,7 +13,7 @@
 
 namespace velm::test {
 
-// What the functions write to. Every text that they get is `kText`, the name of a container and of a file.
+// The outputs of the functions. Every text argument is `kText`, the name of a container and of a file.
 struct EveryOutput {
   static constexpr uint32_t kRoom = 65536;
   static constexpr uint8_t kFill = 0xAA;

@@ -43,13 +43,13 @@ std::string text_of(const cJSON* value, const char* otherwise = "") {
   return text ? text : otherwise;
 }
 
-// The service's base64 may be broken into lines.
+// The service's base64 may contain line breaks.
 std::optional<std::string> decoded(std::string text) {
   std::erase_if(text, [](char c) { return c == '\r' || c == '\n'; });
   return from_base64(text);
 }
 
-// A number of random bytes is fixed by the caller: what the service leaves out is zero.
+// The caller chooses the number of random bytes; missing bytes are zero.
 Outcome outcome_of_random(const ServiceFunction& function, const std::string& text, uint32_t size) {
   std::optional<std::string> bytes = decoded(text);
   if (!bytes) return only(SOR_BASE64DECODEERR);
@@ -65,7 +65,7 @@ Outcome outcome_of_result(const ServiceFunction& function, uint32_t size, const 
     case ResultKind::kNumber:
       return success(function, "", value ? static_cast<uint32_t>(value->valueint) : 0);
     case ResultKind::kTexts:
-      return {{SOR_OK, SOR_INDATALENERR}};  // what GBK makes of a text is not foretold here
+      return {{SOR_OK, SOR_INDATALENERR}};  // the conversion to GBK is not modelled here
     case ResultKind::kText: {
       const bool is_version = std::string(function.name) == "SOF_GetVersion";
       const std::string text = is_version ? text_of(value, "0.0.0") + '\0' : text_of(value);

@@ -1,5 +1,5 @@
-// What a call has to make of an answer, worked out apart from the library: the rules of the two answer forms,
-// and no more.
+// Computes the expected result of a call from the service's answer, independently of the library: the rules
+// of the two answer formats only.
 #pragma once
 
 #include <cstdint>
@@ -12,9 +12,8 @@
 namespace velm::test {
 
 struct Outcome {
-  std::vector<uint32_t> codes;  // one of these; none: any
-  // With code 0, unless they are not foretold: exactly what is written, and what the length becomes (nothing:
-  // it stays).
+  std::vector<uint32_t> codes;  // allowed codes; empty: any
+  // With code 0 and if set: the exact output, and the value of the length (nullopt: unchanged).
   bool is_foretold = false;
   std::string output{};
   std::optional<uint32_t> length{};
@@ -22,7 +21,7 @@ struct Outcome {
   bool allows(uint32_t code) const;
 };
 
-// `received` is the whole body as it came; `capacity` what the call takes of it.
+// `received` is the whole body as received; `capacity` is the largest answer that the call accepts.
 Outcome expected_outcome(const ServiceFunction& function, uint32_t size, const std::string& received,
                          size_t capacity);
 

@@ -12,7 +12,7 @@ constexpr const char* kMembers[] = {"ErrorCode", "errorcode",  "Result",     "RE
                                     "UserCert",  "RetryCount", "RandomData", "Sign",     "SignData",
                                     "Info",      "DeviceInfo", "sealCount",  "sealcount", ""};
 
-// As the service writes codes, and as it should not.
+// Result codes as the service writes them, and malformed ones.
 constexpr const char* kCodes[] = {
     R"("0")",        R"("0")",        R"("0")",          R"("00000000")",  R"("0x0")",       R"("-0")",
     R"(" 0")",       R"("")",         R"("no code")",    R"("0 then")",    R"("B000403")",   R"("b000438")",
@@ -52,7 +52,7 @@ constexpr const char* kTexts[] = {R"("")",
                                   R"("%s%s%n%n")",
                                   "\"unterminated"};
 
-// A length from 0 to `most`, now and then at or around it.
+// Returns a length from 0 to `most`, often equal or close to it.
 size_t length_up_to(RandomSource& random, size_t most) {
   switch (random.below(4)) {
     case 0: return random.below(16);
@@ -86,7 +86,7 @@ std::string any_value(RandomSource& random, size_t depth) {
   }
 }
 
-// The text of the function's result, of about the right type and of any size.
+// A value for the function's result, mostly of the right type and of any size.
 std::string result_value(RandomSource& random, const ServiceFunction& function, size_t room) {
   if (random.one_in(4)) return any_value(random, 3);
   const size_t length = length_up_to(random, room);
@@ -140,7 +140,7 @@ std::string altered(RandomSource& random, const ServiceFunction& function, uint3
   return body;
 }
 
-// Filled to the capacity, or a little or much above it.
+// Padded to the capacity, or to slightly or far more.
 std::string filled(RandomSource& random, const ServiceFunction& function, uint32_t size) {
   std::string body = well_formed(random, function, size);
   const size_t capacity = function.capacity.of(size);
@@ -158,7 +158,7 @@ std::string any_document(RandomSource& random, const ServiceFunction&, uint32_t)
   return any_list(random, 6, true);
 }
 
-// More levels than a reader can go down, some of them closed.
+// Nested deeper than a parser can recurse, with some levels closed.
 std::string nested(RandomSource& random, const ServiceFunction& function, uint32_t size) {
   constexpr const char* kOpenings[] = {"[", R"({"Result":)", R"([{"ErrorCode":)",
                                        R"({"ErrorCode":"0","Result":)"};

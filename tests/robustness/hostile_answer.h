@@ -1,5 +1,5 @@
-// Answers that no honest service gives, and some that one would: truncated, overlong, of wrong types, at odds
-// with themselves, or no answers at all.
+// Answers that a correct service never sends, and some that it does: truncated, oversized, of wrong types,
+// inconsistent, or not an answer at all.
 #pragma once
 
 #include <string>
@@ -9,7 +9,7 @@
 
 namespace velm::test {
 
-// The body of an answer to a call of `function` with `size` bytes of data.
+// Returns the body of an answer to a call of `function` with `size` bytes of data.
 std::string hostile_answer(RandomSource& random, const ServiceFunction& function, uint32_t size);
 
 }  // namespace velm::test

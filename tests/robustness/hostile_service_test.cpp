@@ -1,9 +1,9 @@
-// Every function that asks the local service, against answers that no honest service gives. The library
-// stands on the token's provider modules, as it is installed.
+// Every function that uses the local service, with answers that a correct service never sends. The library
+// runs with the token's provider modules, as it is installed.
 //
-//   VELM_HOSTILE_EXCHANGES=N  exchanges in memory (100,000 unless told); a fiftieth of them over a connection
-//   VELM_HOSTILE_SEED=N       the seed, which every run prints: the same seed makes the same answers
-//   VELM_HOSTILE_FIRST=N      the exchange to begin with, so that one that failed can be repeated alone
+//   VELM_HOSTILE_EXCHANGES=N  exchanges in memory (default 100,000); a fiftieth as many over a connection
+//   VELM_HOSTILE_SEED=N       the seed, printed by every run; the same seed produces the same answers
+//   VELM_HOSTILE_FIRST=N      number of the first exchange, to repeat a failed one alone
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -47,7 +47,7 @@ size_t exchanges() { return setting("VELM_HOSTILE_EXCHANGES", 100'000); }
 uint64_t seed() { return setting("VELM_HOSTILE_SEED", kDefaultSeed); }
 size_t first_exchange() { return setting("VELM_HOSTILE_FIRST", 0); }
 
-// The exchange under way, named when it ends the process.
+// The current exchange, reported if it crashes the process.
 size_t current = 0;
 
 std::string position() {
@@ -66,7 +66,7 @@ LONG WINAPI name_the_exchange(EXCEPTION_POINTERS* fault) {
   return EXCEPTION_CONTINUE_SEARCH;
 }
 
-// One call with its outputs: each ends at a page without access, and is filled before the call.
+// One call with its outputs, each of which ends at an inaccessible page and is filled before the call.
 class HostileCall {
  public:
   HostileCall(RandomSource& random, const ServiceFunction& function)
@@ -90,8 +90,8 @@ class HostileCall {
     return code_;
   }
 
-  // Each check returns the call's code. This one is for a call that was answered without the service: a size
-  // query, or a refused argument.
+  // The checks return the result code of the call. This one is for calls answered without the service: size
+  // queries and refused arguments.
   uint32_t expect_local_answer() const {
     EXPECT_THAT(code_, testing::AnyOf(SOR_OK, SOR_NULLPOINTERERR, SOR_INDATALENERR));
     EXPECT_TRUE(output_.untouched());
@@ -151,8 +151,8 @@ class HostileService : public testing::Test {
   }
   ~HostileService() override { RemoveVectoredExceptionHandler(reporter_); }
 
-  // Runs the exchanges in blocks. Between two blocks the test gives back what it has collected itself; what
-  // grows from one half to the other is the library's.
+  // Runs the exchanges in blocks. Between two blocks the test frees what it has collected itself, so growth
+  // from one half to the other is a leak of the library.
   template <class Exchange>
   void run(size_t count, const std::function<void()>& begin_block, const std::function<void()>& end_block,
            Exchange exchange) {
@@ -202,7 +202,7 @@ HttpFault fault_of(RandomSource& random) {
   return random.one_in(32) ? random.one_of(kFaults) : HttpFault::kNone;
 }
 
-// A body that comes in part, or not at all, is judged as far as it came.
+// If the body arrives in part or not at all, the part that arrived determines the outcome.
 Outcome outcome_of(const ServiceFunction& function, uint32_t size, const std::string& body, Arrival arrival) {
   if (arrival == Arrival::kAnything) return {};
   const Outcome whole = expected_outcome(function, size, body, function.capacity.of(size));

@@ -7,7 +7,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// A pause now and then, short enough for thousands of answers.
+// An occasional pause, short enough for thousands of answers.
 Milliseconds pause(RandomSource& random) { return random.one_in(8) ? 1ms : 0ms; }
 
 WireAnswer whole(RandomSource&, const std::string& body) { return {Answer(body), Arrival::kWhole}; }

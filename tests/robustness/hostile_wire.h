@@ -1,4 +1,4 @@
-// Ways in which a hostile or broken service sends a body over a real connection.
+// Ways in which a hostile or faulty service sends a body over a real connection.
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace velm::test {
 
-// What of the body reaches an HTTP client.
+// How much of the body reaches an HTTP client.
 enum class Arrival { kWhole, kInPart, kAnything };
 
 struct WireAnswer {

@@ -1,4 +1,4 @@
-// The library loaded, used and unloaded many times in one process: it leaves nothing behind.
+// Loads, uses and unloads the library many times in one process, and checks that nothing leaks.
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -17,7 +17,7 @@ using namespace velm::test;
 
 namespace {
 
-// A call that fails at its first check: it writes its line and throws within the library.
+// A call that fails at its first check: it logs a line and throws inside the library.
 uint32_t failing_call(const LoadedLibrary& library) {
   return library.function<decltype(SOF_GenRandom)>("SOF_GenRandom")(1, nullptr);
 }
@@ -32,7 +32,7 @@ void use_on_a_thread_that_ends_before() {
   std::thread([&] { EXPECT_EQ(failing_call(library), SOR_NULLPOINTERERR); }).join();
 }
 
-// What the library keeps for this thread has to go while the thread lives.
+// Unloading must free the storage of a thread that is still running.
 void use_on_a_thread_that_lives_on() {
   std::latch used(1), unloaded(1);
   std::thread user;
@@ -49,7 +49,7 @@ void use_on_a_thread_that_lives_on() {
   user.join();
 }
 
-// More threads than processors come to their first failure together.
+// More threads than processors have their first failure at the same time.
 void use_on_many_threads_at_once() {
   constexpr int kThreads = 32;
   const LoadedLibrary library;
@@ -71,7 +71,7 @@ struct Row {
 
 class LoadUnload : public testing::TestWithParam<Row> {
  protected:
-  // Wine's own HTTP library keeps two blocks each time it is unloaded, so it stays.
+  // Keep winhttp.dll loaded: Wine's leaks two blocks each time it is unloaded.
   LoadUnload() { LoadLibraryW(L"winhttp.dll"); }
 
   Standins standins;

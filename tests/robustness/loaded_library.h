@@ -1,4 +1,4 @@
-// The library for the time of one use, and nothing but loaded: its log folder is left as it is.
+// Loads the library for the lifetime of the object and nothing else: the log folder is not emptied.
 #pragma once
 
 #include <windows.h>

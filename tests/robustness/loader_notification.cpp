@@ -7,7 +7,7 @@
 namespace velm::test {
 namespace {
 
-// As the system documents them; the compiler has no header for them.
+// As documented by Microsoft; the compiler has no header for them.
 struct NotificationData {
   ULONG flags;
   const UNICODE_STRING* full_name;

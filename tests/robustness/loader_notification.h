@@ -1,5 +1,5 @@
-// Tells of a DLL between its loading and its entry point, so that a test can change what it imports before
-// any of its code runs.
+// Reports a DLL after it is mapped and before its entry point runs, so that a test can patch its imports
+// first.
 #pragma once
 
 #include <windows.h>
@@ -11,7 +11,7 @@ namespace velm::test {
 
 class LoaderNotification {
  public:
-  // `loaded` runs under the loader's lock, once for each load of a DLL of this name.
+  // Calls `loaded` under the loader lock, once for each load of a DLL with this name.
   LoaderNotification(std::wstring dll, std::function<void(HMODULE)> loaded);
   ~LoaderNotification();
   LoaderNotification(const LoaderNotification&) = delete;

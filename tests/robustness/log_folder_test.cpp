@@ -1,4 +1,4 @@
-// A log that cannot be written: calls go on with the results that they would have had, and the line is lost.
+// A log that cannot be written: calls return their usual results, and the log line is dropped.
 #include <windows.h>
 
 #include <gmock/gmock.h>
@@ -20,7 +20,7 @@ namespace {
 
 class LogFolder : public testing::Test {
  protected:
-  // Calls that succeed and calls that would write a line.
+  // Makes calls that succeed and calls that would log a line.
   void expect_calls_to_go_on() {
     const LoadedLibrary library;
     const auto initialize = library.function<decltype(SOF_Initialize)>("SOF_Initialize");
@@ -33,12 +33,12 @@ class LogFolder : public testing::Test {
     calls();
     const ProcessUsage before = ProcessUsage::now();
     calls();
-    // The double keeps its requests.
+    // The service double keeps its requests, hence the allowance.
     constexpr ProcessUsage::Allowance kAllowance{.handles = 8, .blocks = 300, .private_bytes = 1 << 20};
     EXPECT_EQ(ProcessUsage::now().growth_since(before, kAllowance), "");
   }
 
-  // Whether a file takes a line from this test; it would take the library's too.
+  // Returns true if this test can append to the file; then the library could, too.
   static bool can_be_written(const std::filesystem::path& file) {
     const HANDLE handle = CreateFileW(file.c_str(), FILE_APPEND_DATA, FILE_SHARE_READ | FILE_SHARE_WRITE,
                                       nullptr, OPEN_ALWAYS, 0, nullptr);
@@ -49,7 +49,7 @@ class LogFolder : public testing::Test {
     return taken;
   }
 
-  // A log file with one line.
+  // Creates a log file with one line.
   static std::wstring a_log_file() {
     LogReader::clear();
     const LoadedLibrary library;
@@ -62,8 +62,8 @@ class LogFolder : public testing::Test {
   ServiceDouble service;
 };
 
-// The library makes two levels of folders when it is loaded and one more when it writes; with a file in their
-// place it can make none.
+// The library creates two folder levels when it is loaded and a third when it logs. A file in place of the
+// folder prevents that.
 TEST_F(LogFolder, IsAFile) {
   LogReader::clear();
   std::filesystem::remove(folder);
@@ -106,7 +106,7 @@ TEST_F(LogFolder, HoldsAReadOnlyFile) {
   if (!is_protected) GTEST_SKIP() << "this user may write read-only files";
 }
 
-// Run by staged_log.sh, which has put a fault of the system in place of the folder or the file.
+// Run by staged_log.sh, which replaces the folder or the file to simulate a fault of the system.
 TEST_F(LogFolder, IsStaged) {
   const char* file = std::getenv("VELM_STAGED_LOG");
   if (!file) GTEST_SKIP() << "no fault is staged";

@@ -1,5 +1,5 @@
-// No memory: every exported function on a thread that has not called before, with every log line wanted, and
-// the load of the library itself. The process lives, the function says so, its outputs stay as they were.
+// Missing memory: every exported function on a new thread with all log lines enabled, and the load of the
+// library itself. The process survives, the call reports it, and its outputs are unchanged.
 #include <gmock/gmock.h>
 #include <windows.h>
 
@@ -20,19 +20,19 @@ using namespace velm::test;
 
 namespace {
 
-// Functions that neither log nor allocate; they work without memory.
+// Functions that neither log nor allocate, so they succeed without memory.
 const std::set<std::string> kNeedNoMemory{"SOF_GetSignMethod",         "SOF_SetEncryptMethod",
                                           "SOF_GetEncryptMethod",      "SOF_Ext_GetErrInfo",
                                           "SOF_Ext_GetSealInfoEPoint", "SOF_Ext_ParseSealInfo"};
 
-// Success of every function of the service.
+// A success answer for every function of the service.
 Answer success(const Request& request) {
   if (request.header("Content-Type").starts_with("application/octet")) return frame(0, "data");
   const bool user_list = request.body.starts_with(R"({"funcid":5,)");
   return json(user_list ? R"({"ErrorCode":"0","Result":["a"]})" : R"({"ErrorCode":"0","Result":{}})");
 }
 
-// The codes of missing memory. JSON that cannot be parsed and paths that cannot be converted have their own.
+// Missing memory may also be reported as unparsable JSON or as an unconvertible path, with their codes.
 bool tells_of_memory(uint32_t code) {
   return code == SOR_MEMORYERR || code == SOR_JSONPARSEERR || code == SOR_FILEERR;
 }
@@ -49,7 +49,7 @@ class MemoryExhausted : public testing::TestWithParam<EveryFunction> {
   }
   ~MemoryExhausted() override { DeleteFileA(kEveryText); }
 
-  // The call on a thread of its own.
+  // Makes the call on a new thread.
   uint32_t call_on_new_thread(EveryOutput& output) {
     uint32_t result = 0;
     std::thread([&] { result = GetParam().call(library, output); }).join();
@@ -80,7 +80,7 @@ TEST_P(MemoryExhausted, OnANewThreadFromEachAllocationOn) {
     }
     ASSERT_FALSE(needs_no_memory);
     EXPECT_TRUE(nth > 1 || result == SOR_MEMORYERR);
-    if (!tells_of_memory(result)) continue;  // only a log line was lost
+    if (!tells_of_memory(result)) continue;  // only a log line was dropped
     EXPECT_TRUE(output.untouched());
     EXPECT_TRUE(output.lengths_untouched() || clears_its_length);
     ASSERT_LT(nth, 1000u);
@@ -88,7 +88,7 @@ TEST_P(MemoryExhausted, OnANewThreadFromEachAllocationOn) {
   EXPECT_EQ(nth == 1, needs_no_memory);
 }
 
-// Without memory for a thread's storage no other effect shows either.
+// A call without memory for the thread's storage has no side effects.
 TEST_P(MemoryExhausted, WithoutThreadStorageNothingHappens) {
   if (kNeedNoMemory.contains(GetParam().name)) return;
   const size_t lines = LogReader::lines().size();
@@ -109,7 +109,7 @@ INSTANTIATE_TEST_SUITE_P(Every, MemoryExhausted, testing::ValuesIn(every_functio
 
 TEST(EveryFunctionList, HasAllOfThem) { EXPECT_EQ(every_function().size(), 88u); }
 
-// Loads the library from each allocation on without memory; afterwards it works.
+// Loads the library with all allocations from the nth on failing, for each n. It must work afterwards.
 CHILD_PROCESS(loads_without_memory) {
   const MarkerPath marker(Marker::kPresent);
   Standins standins;
@@ -138,7 +138,7 @@ TEST(LoadWithoutMemory, Succeeds) {
   EXPECT_EQ(child.exit_code, 0u) << child.output;
 }
 
-// Takes every slot of the process, then loads the library and calls everything.
+// Allocates all FLS slots of the process, then loads the library and calls every function.
 CHILD_PROCESS(loads_without_slots) {
   Standins standins;
   LoadLibraryW(L"winhttp.dll");

@@ -1,5 +1,5 @@
-// The process ends while its threads are inside calls of the library and of the token's modules: the
-// unloading waits for nothing that a stopped thread holds.
+// Ends the process while threads are inside calls of the library and of the token's modules. Unloading must
+// not wait for a lock that a terminated thread holds.
 #include <gmock/gmock.h>
 #include <windows.h>
 
@@ -30,7 +30,7 @@ Function provider_function(const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(provider(), name)));
 }
 
-// The module's own functions, whose application handles are looked up under a lock.
+// Calls module functions that look up application handles under a lock.
 void open_and_close() {
   const auto open = provider_function<decltype(&SAF_Initialize)>("SAF_Initialize");
   const auto close = provider_function<decltype(&SAF_Finalize)>("SAF_Finalize");
@@ -48,7 +48,7 @@ void hash() {
   SOF_Ext_HashData(1, data, sizeof data, nullptr, 0, nullptr, 0, value, &length);
 }
 
-// Logs, opens the library's application handle, and finds no service.
+// Logs, opens the library's application handle, and fails to reach the service.
 void fail() {
   uint32_t length = 0;
   SOF_Ext_GM_Tsp_GetTime(nullptr, &length);
@@ -72,7 +72,7 @@ CHILD_PROCESS(ends_inside_calls) {
   ExitProcess(kEnded);
 }
 
-// Ends while a thread is kept inside the module's lock: it copies a configuration there, and gets no memory.
+// Exits while a thread loops inside the module's lock, in the allocation for a copy of the configuration.
 CHILD_PROCESS(ends_inside_the_lock) {
   static std::atomic<DWORD> kept_thread{0};
   static std::atomic<bool> inside{false};
@@ -88,7 +88,7 @@ CHILD_PROCESS(ends_inside_the_lock) {
     uint32_t length = 0;
     provider_function<decltype(&SAF_Initialize)>("SAF_Initialize")(&application, "process_end.dat");
     kept_thread = GetCurrentThreadId();
-    // This function looks up its application before it looks at anything else.
+    // This function looks up the application before it checks its other arguments.
     provider_function<decltype(&SAF_Ext_CMS_DecodeEnvelopedData)>("SAF_Ext_CMS_DecodeEnvelopedData")(
         application, nullptr, 0, nullptr, 0, nullptr, &length);
   }).detach();
@@ -97,7 +97,8 @@ CHILD_PROCESS(ends_inside_the_lock) {
   ExitProcess(kEnded);
 }
 
-// What became of a child that ends `pause` milliseconds after all of its threads have been inside a call.
+// Runs a child that exits `pause` milliseconds after each of its threads has completed a call; returns how it
+// ended.
 std::string outcome(const std::wstring& name, unsigned pause) {
   SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
   const HANDLE ending = CreateEventW(&inheritable, TRUE, FALSE, nullptr);

@@ -1,4 +1,4 @@
-// Choices that are the same for the same seed, whatever the C++ library.
+// Pseudo-random choices that depend on the seed only, not on the C++ library.
 #pragma once
 
 #include <array>
@@ -11,12 +11,12 @@ namespace velm::test {
 
 class RandomSource {
  public:
-  // The choices of one step of a run: any step can be repeated without those before it.
+  // Each step has its own sequence, so that it can be repeated without the steps before it.
   RandomSource(uint64_t seed, uint64_t step) : engine_(seed * 0x9E3779B97F4A7C15u + step) {}
 
   uint64_t number() { return engine_(); }
 
-  // From 0 up to and without `bound`; 0 when the bound is 0.
+  // Returns a number less than `bound`, or 0 if `bound` is 0.
   size_t below(size_t bound) { return bound == 0 ? 0 : static_cast<size_t>(engine_() % bound); }
 
   bool one_in(size_t count) { return below(count) == 0; }

@@ -34,7 +34,7 @@ constexpr ServiceFunction frame(const char* name, ByteCount capacity, ByteCount 
   return {name, kFrame, capacity, room, Kind::kNone, nullptr, Length::kWritten, call};
 }
 
-// Room that a function's documentation names is named here again: it is the promise that is tested.
+// Documented buffer sizes are repeated here, because they are what is tested.
 constexpr ServiceFunction kFunctions[] = {
     code_only("SOF_Initialize", [](const Arguments&) { return SOF_Initialize(); }),
     code_only("SOF_Finalize", [](const Arguments&) { return SOF_Finalize(); }),

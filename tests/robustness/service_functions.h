@@ -1,5 +1,5 @@
-// The 32 functions that ask the local service, as data: how each is called, what it takes as an answer, and
-// what a caller's buffer needs.
+// The 32 functions that use the local service, as data: how each is called, which answers it accepts, and the
+// buffer size it requires.
 #pragma once
 
 #include <cstdint>
@@ -9,14 +9,14 @@ namespace velm::test {
 
 enum class AnswerForm { kJson, kFrame, kFrameCode };
 
-// What a JSON answer of success holds for the function.
+// The type of the result in a JSON success answer.
 enum class ResultKind { kNone, kText, kBase64, kNumber, kTexts };
 
-// What becomes of the 32-bit output, where there is one: it is written on success, and some functions clear
-// it as soon as they ask the service.
+// Use of the 32-bit output, if any: it is written on success; some functions also clear it when they contact
+// the service.
 enum class LengthUse { kNone, kWritten, kCleared };
 
-// A count of bytes that may grow with the length of the caller's data.
+// A number of bytes that may depend on the length of the caller's data.
 struct ByteCount {
   uint32_t constant = 0;
   float for_each_byte = 0;
@@ -27,17 +27,17 @@ struct ByteCount {
 };
 
 struct ServiceArguments {
-  const uint8_t* data;  // `size` bytes that end at a page without access
+  const uint8_t* data;  // `size` bytes that end at an inaccessible page
   uint32_t size;
-  uint8_t* output;   // null: left out
-  uint32_t* length;  // null: left out
+  uint8_t* output;   // null: omitted
+  uint32_t* length;  // null: omitted
 };
 
 struct ServiceFunction {
   const char* name;
   AnswerForm form;
-  ByteCount capacity;  // bytes of answer that it takes
-  ByteCount room;      // bytes of output that are always enough
+  ByteCount capacity;  // the largest answer that it accepts
+  ByteCount room;      // output size that is always sufficient
   ResultKind kind;     // of JSON answers
   const char* member;  // of "Result"; null: "Result" itself
   LengthUse length;

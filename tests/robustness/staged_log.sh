@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# staged_log.sh FAULT PROGRAM: runs the program's test of a log that cannot be written, with a fault of the
-# system in place. FAULT: unwritable, a log folder where nobody may make a folder; full, a log file on a disk
-# without room.
+# staged_log.sh FAULT PROGRAM: runs the program's test of a log that cannot be written, with a simulated
+# fault. FAULT: unwritable, a log folder in which no folder can be created; full, a log file on a full disk.
 set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 fail() { printf 'staged_log.sh: %s\n' "$*" >&2; exit 1; }
@@ -15,7 +14,7 @@ mkdir -p "$(dirname "$folder")"
 case "$fault" in
   unwritable) ln -s /proc/fs "$folder" ;;
   full)
-    # Tomorrow's too: a test may run past midnight.
+    # Tomorrow's log, too: a test may run past midnight.
     for day in today tomorrow; do
       mkdir -p "$folder/$(date -d "$day" +%Y%m%d)"
       ln -s /dev/full "$folder/$(date -d "$day" +%Y%m%d)/velm_client_sof.log"

@@ -18,7 +18,7 @@ struct Exchange {
   size_t handles = 0;
 } exchange;
 
-// Any address of this program serves as a handle.
+// Handles are never dereferenced, so any address will do.
 HINTERNET handle_unless(HttpFault fault) {
   if (exchange.fault == fault) {
     SetLastError(ERROR_WINHTTP_INTERNAL_ERROR);
@@ -62,7 +62,7 @@ BOOL WINAPI receive_response(HINTERNET, LPVOID) {
 
 size_t left() { return exchange.body.size() - exchange.read; }
 
-// Says how much there is, and now and then far too much: a larger buffer is asked for, but never filled.
+// Reports the available size, sometimes far too large: the library then requests more than it receives.
 BOOL WINAPI query_data(HINTERNET, LPDWORD available) {
   if (exchange.fault == HttpFault::kQuery && exchange.random->one_in(2)) return FALSE;
   if (left() == 0 || exchange.random->one_in(3)) {
@@ -75,7 +75,7 @@ BOOL WINAPI query_data(HINTERNET, LPDWORD available) {
   return TRUE;
 }
 
-// Gives what was asked for, or less.
+// Returns as much as requested, or less.
 BOOL WINAPI read_data(HINTERNET, LPVOID buffer, DWORD length, LPDWORD received) {
   if (exchange.fault == HttpFault::kRead && exchange.random->one_in(2)) return FALSE;
   size_t count = std::min<size_t>(length, left());

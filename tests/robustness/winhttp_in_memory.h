@@ -1,5 +1,5 @@
-// WinHTTP as the library imports it, replaced by an exchange in memory: the library sends to nobody and reads
-// a body that the test has laid out, in pieces and with failures of the test's choosing.
+// Replaces the library's WinHTTP imports by an exchange in memory: nothing is sent, and the library reads a
+// body that the test supplies, in pieces and with the failures that the test selects.
 #pragma once
 
 #include <windows.h>
@@ -13,7 +13,7 @@
 
 namespace velm::test {
 
-// The step of an exchange that fails, if any.
+// The step of an exchange that fails.
 enum class HttpFault { kNone, kOpen, kTimeouts, kConnect, kRequest, kSend, kReceive, kQuery, kRead };
 
 class WinHttpInMemory {
@@ -21,12 +21,12 @@ class WinHttpInMemory {
   explicit WinHttpInMemory(HMODULE library);
   ~WinHttpInMemory();
 
-  // The next exchange. `random` chooses the pieces in which the body comes; it must outlive the exchange.
+  // Sets up the next exchange. `random` selects the pieces of the body; it must outlive the exchange.
   void serve(std::string body, HttpFault fault, RandomSource& random);
 
-  // Of the exchange since serve():
-  bool was_used() const;           // the library has opened a session
-  bool has_answered() const;       // the answer's head was received
+  // State of the exchange since serve():
+  bool was_used() const;           // the library opened a session
+  bool has_answered() const;       // the response head was received
   std::string received() const;    // the part of the body that was read
   size_t handles_left() const;     // opened and not closed
 
