@@ -1,5 +1,5 @@
-// The answer frames of the service. Input: what arrived; the capacity is the input's size, or less than
-// arrived.
+// Answer frames of the local service. The input is the stored part of a frame. The received length equals its
+// size, or is larger or smaller.
 #include "protocol/byte_frame.h"
 
 #include "tests/fuzz/fuzz_target.h"

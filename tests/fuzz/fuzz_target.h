@@ -1,5 +1,5 @@
-// What every fuzz target has: the entry that is given one input after another, and the end of the program
-// where a property does not hold.
+// Shared by all fuzz targets: the entry point, called for one input after another, and a check that aborts
+// the program if a property does not hold.
 #pragma once
 
 #include <cstddef>
@@ -7,7 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-// Once, before the first input; a target need not have it.
+// Optional. Called once, before the first input.
 extern "C" int LLVMFuzzerInitialize(int* argument_count, char*** arguments);
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 

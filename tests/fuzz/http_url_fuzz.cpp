@@ -1,4 +1,4 @@
-// Splitting of a request's URL; each byte of the input is one character.
+// Splitting of request URLs. Each input byte is one character.
 #include "basekit/basic/http_url.h"
 
 #include "tests/fuzz/fuzz_target.h"

@@ -1,5 +1,5 @@
-// Path templates. Input: a value for the placeholders up to the first zero byte, then the template. The
-// value's first byte decides which placeholders have the value, stay, or are missing.
+// Path templates. The input is a value for the placeholders, a zero byte, and the template. The value's first
+// byte selects which placeholders have the value, are left unchanged, or are missing.
 #include "basekit/basic/path_template.h"
 
 #include "tests/fuzz/fuzz_target.h"

@@ -1,4 +1,4 @@
-// Runs a fuzz target over the files of a folder, each in memory of exactly its size.
+// Runs a fuzz target on all files of a folder, each in a block of exactly its size.
 //   usage: fuzz_NAME FOLDER
 
 #include <algorithm>

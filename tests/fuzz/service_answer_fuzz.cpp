@@ -1,5 +1,5 @@
-// The JSON answers of the service, read as the library reads them: every member of the result under its name,
-// every element, every text and number.
+// JSON answers of the local service, read as the library does: each member of the result by name, each
+// element, each text and number.
 #include "velm_sof_client/service_answer.h"
 
 #include <cstring>

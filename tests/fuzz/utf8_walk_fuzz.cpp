@@ -1,5 +1,4 @@
-// Whether a text is taken as UTF-8, held against a reading of the rule from the other end: character by
-// character.
+// Detection of UTF-8, checked by properties that must hold for every text.
 #include "basekit/basic/utf8_walk.h"
 
 #include <string>
