@@ -1,4 +1,4 @@
-// The C++ wrapper over the library, against the service with real keys.
+// The C++ wrapper over the library, with the local service and real keys.
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -18,7 +18,7 @@ constexpr const char* kFile = "wrapper.txt";
 constexpr const char* kEnvelope = "wrapper.p7m";
 constexpr const char* kOpened = "wrapper.out";
 
-// The code with which a call fails, or success.
+// Returns the code of the error that a call throws, or SOR_OK.
 template <typename Call>
 uint32_t code_of(Call call) {
   try {
@@ -59,7 +59,7 @@ TEST(Environment, VersionRandomAndUsers) {
   EXPECT_THAT(sof::users(), testing::IsSupersetOf({"SM2_DEMO", "RSA_2048_DEMO", "演示容器_SM2"}));
 }
 
-// The library chooses the code page of the user list by what the system has.
+// The library selects the code page of the user list according to what the system supports.
 TEST(Environment, TheUserListIsReadInItsCodePage) {
   EXPECT_EQ(sof::detail::local_code_page(true), 54936u);
   EXPECT_EQ(sof::detail::local_code_page(false), 936u);
@@ -185,7 +185,7 @@ TEST(SignedFiles, AreMessagesWithOrWithoutTheirContent) {
   std::remove(kFile);
 }
 
-// A name that chooses no digest makes the C function succeed without a signature.
+// Sic: with a name that selects no digest the C function succeeds without a signature.
 TEST(SignedFiles, NothingIsNoSignature) {
   EXPECT_EQ(code_of([] { sof::Container("NO_DIGEST").sign_file("any"); }), SOR_UNKNOWNERR);
 }
