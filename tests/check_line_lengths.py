@@ -8,7 +8,7 @@ from pathlib import Path
 
 LONGEST = 110
 ENDINGS = {".cpp", ".h", ".hpp", ".py", ".sh"}
-# What the project makes or fetches.
+# Folders that the project generates or downloads.
 MADE = {"build", ".deps"}
 
 

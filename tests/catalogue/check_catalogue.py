@@ -25,7 +25,7 @@ class Function:
     name: str
     result: str
     parameters: list  # pairs (type, name)
-    comment: str  # the documentation in front of it, or ""
+    comment: str  # the documentation before it, or ""
 
 
 @dataclass
@@ -38,7 +38,7 @@ class Definition:
 class Image:
     exports: dict = field(default_factory=dict)  # name -> address
     unnamed_exports: int = 0
-    imports: dict = field(default_factory=dict)  # DLL as written -> function names
+    imports: dict = field(default_factory=dict)  # DLL name as written -> function names
     directories: dict = field(default_factory=dict)  # directory number -> size
     characteristics: set = field(default_factory=set)
 
@@ -150,7 +150,7 @@ def check_documentation(function):
     place = f"header: {function.name}"
     if not function.comment:
         return [f"{place} is not documented"]
-    # One entry spans from its command to the next one.
+    # An entry extends from its command to the next command.
     entries = re.split(r"\n[\s*]*(?=@)", function.comment.removesuffix("*/"))
     parameters, retvals = [], 0
     failures = []

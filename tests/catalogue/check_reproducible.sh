@@ -1,5 +1,5 @@
-# check_reproducible.sh SOURCE BINARY DEPS LIBRARY: builds the library anew from a copy of the source in
-# another folder and compares it with LIBRARY, byte for byte.
+# check_reproducible.sh SOURCE BINARY DEPS LIBRARY: builds the library from a copy of the source in another
+# folder and compares the result byte for byte with LIBRARY.
 set -eu
 source=$1 binary=$2 deps=$3 library=$4
 
