@@ -17,7 +17,7 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-# The first release whose clang has what <source_location> of the compiler's own library needs.
+# The first release whose clang can compile the <source_location> of the compiler's own library.
 CLANG_TIDY = "clang-tidy-16"
 CLANG = "clang++-16"
 TARGET = "x86_64-w64-mingw32"
@@ -52,7 +52,7 @@ def windows_headers():
                             check=True, capture_output=True, text=True).stderr
     listed = report.split("search starts here:\n")[-1].split("End of search list")[0]
     folders = [str(Path(line.strip()).resolve()) for line in listed.splitlines()]
-    # Those of the compiler itself, intrinsics for example, clang has in a form of its own.
+    # clang has its own versions of the compiler's headers, for example of those for intrinsics.
     return [f"-isystem{folder}" for folder in folders
             if "/c++" in folder or f"/{TARGET}/include" in folder]
 
@@ -91,7 +91,7 @@ def run_clang_tidy(root, group, paths, extra):
     started = time.monotonic()
     place = root / "build" / "analyse" / tree / folder.relative_to(root)
     place.mkdir(parents=True, exist_ok=True)
-    # clang's path analysis looks into what a source includes only where the source has such a name.
+    # clang's static analyser examines included sources only if the including file has such a name.
     joined = place / f"UnifiedSource-{paths[0].stem}.cpp"
     joined.write_text("".join(f'#include "{path}"\n' for path in paths))
 
@@ -115,7 +115,7 @@ def run_clang_tidy(root, group, paths, extra):
 
 
 def tidy_findings(root, chosen, jobs):
-    # Of gcc's attributes and warnings clang does not know every one.
+    # clang does not know all of gcc's attributes and warnings.
     extra = {"native": [], "windows": [f"--target={TARGET}", *windows_headers(), "-Wno-ignored-attributes"]}
     work = {group: paths for tree in TREES for group, paths in groups(root, tree, chosen[tree]).items()}
     with ThreadPoolExecutor(jobs) as pool:

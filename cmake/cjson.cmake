@@ -1,4 +1,4 @@
-# cJSON, compiled into whatever uses it.
+# cJSON, linked statically into the targets that use it.
 add_library(velm_cjson STATIC ${VELM_CJSON_SOURCE}/cJSON.c)
 target_include_directories(velm_cjson SYSTEM PUBLIC ${VELM_CJSON_SOURCE})
 target_compile_definitions(velm_cjson PUBLIC CJSON_HIDE_SYMBOLS)

@@ -1,22 +1,22 @@
-# Options of everything that this project compiles itself. A target takes them by linking velm_options;
-# third-party code is compiled without them.
+# Options for all code of this project. Targets link velm_options to get them; third-party code is compiled
+# without them.
 add_library(velm_options INTERFACE)
 target_compile_options(velm_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror
-  # gcc 12 sees overlaps in std::string's operator+ that cannot be.
+  # gcc 12 reports impossible overlaps in std::string's operator+.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>
   -fstack-protector-strong
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 
 if(MINGW)
-  # <windows.h> includes every vector intrinsic of the compiler, which takes half of its time or more; with
-  # their header's guard defined it does not. Nothing here uses them.
+  # <windows.h> includes all vector intrinsics of the compiler, which takes at least half of the compile time.
+  # Defining the include guard of their header skips them. This project does not use them.
   add_compile_definitions(_X86INTRIN_H_INCLUDED)
 endif()
 if(WIN32)
   target_compile_definitions(velm_options INTERFACE
     WIN32_LEAN_AND_MEAN NOMINMAX UNICODE _UNICODE _WIN32_WINNT=0x0A00)
-  # One file a module: the compilers' runtimes are linked in. No time stamp: the same source gives the same bytes.
+  # -static: no DLLs of the compiler runtime. No time stamp: builds are reproducible.
   target_link_options(velm_options INTERFACE
     -static -fstack-protector-strong -Wl,--no-insert-timestamp
     -Wl,--dynamicbase -Wl,--nxcompat -Wl,--high-entropy-va)

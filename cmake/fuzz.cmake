@@ -1,5 +1,5 @@
-# Fuzz targets: programs around LLVMFuzzerTestOneInput. Built with libFuzzer (preset "fuzz") they search; in
-# any other native build they run their seeds, as a test.
+# Fuzz targets: programs around LLVMFuzzerTestOneInput. With libFuzzer (preset "fuzz") they search for failing
+# inputs; in other native builds they run their seeds as a test.
 set(VELM_FUZZ FALSE)
 if(VELM_SANITIZE MATCHES "fuzzer")
   set(VELM_FUZZ TRUE)
@@ -8,8 +8,8 @@ set(VELM_FUZZ_TABLE ${CMAKE_BINARY_DIR}/fuzz_targets.tsv)
 file(WRITE ${VELM_FUZZ_TABLE} "")
 add_custom_target(fuzzers)
 
-# velm_add_fuzz_target(NAME [SOURCES file...] [LINK library...]): NAME_fuzz.cpp of the folder, with the seeds
-# in seeds/NAME and the words in NAME.dict, if there are any.
+# velm_add_fuzz_target(NAME [SOURCES file...] [LINK library...]): builds NAME_fuzz.cpp of the folder, with the
+# seeds in seeds/NAME and the dictionary NAME.dict if they exist.
 function(velm_add_fuzz_target name)
   cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
   set(program fuzz_${name})
@@ -28,7 +28,7 @@ function(velm_add_fuzz_target name)
     file(APPEND ${VELM_FUZZ_TABLE} "${name}\t${CMAKE_BINARY_DIR}/bin/${program}\t${seeds}\t${dictionary}\n")
   else()
     target_sources(${program} PRIVATE ${CMAKE_SOURCE_DIR}/tests/fuzz/run_seeds.cpp)
-    target_compile_options(${program} PRIVATE -O1) # as other tests
+    target_compile_options(${program} PRIVATE -O1) # as for other tests
     set_target_properties(${program} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${VELM_TEST_BIN})
     add_test(NAME ${program}_seeds COMMAND ${program} ${seeds})
     set_tests_properties(${program}_seeds PROPERTIES TIMEOUT 120 LABELS unit)

@@ -1,4 +1,4 @@
-# Cross tool chain: 64-bit Windows with the msvcrt runtime; programs run through Wine.
+# Cross toolchain for 64-bit Windows with the msvcrt runtime. Programs run under Wine.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(VELM_TRIPLET x86_64-w64-mingw32)

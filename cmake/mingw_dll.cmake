@@ -1,8 +1,8 @@
-# Bytes of thread-local variables that each thread has in a DLL of the project.
+# Size of the thread-local storage per thread in each DLL of the project, in bytes.
 set(VELM_THREAD_VARIABLE_BYTES 128)
 
-# velm_mingw_dll(TARGET): a DLL on the project's own thread-local storage. A variable that does not fit fails
-# the build, while the symbols that name it are still there; then they are stripped.
+# velm_mingw_dll(TARGET): makes a DLL use the project's own thread-local storage. The build fails if its
+# variables do not fit. The check requires symbols, so the DLL is stripped afterwards.
 function(velm_mingw_dll target)
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:velm_mingw_tls>)
   set(map ${CMAKE_CURRENT_BINARY_DIR}/${target}.map)

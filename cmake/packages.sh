@@ -1,6 +1,6 @@
-# The Debian packages that the project builds, tests and shows itself with, by what they are for.
+# The Debian packages that the project requires, by purpose.
 
-# The third-party sources, the Windows programs, and Wine to run them: all that `./dev demo` needs.
+# For the third-party sources, the Windows programs, and Wine to run them: all that `./dev demo` requires.
 demo_packages=(
   gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl python3 tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
@@ -8,11 +8,11 @@ demo_packages=(
   wine wine64
 )
 
-# `./dev build`: the native programs, the test programs and the call reference. CMake tries out with iproute2
-# whether tests can have network namespaces.
+# For `./dev build`: the native programs, the test programs and the call reference. CMake uses iproute2 to
+# check whether tests can use network namespaces.
 build_packages=("${demo_packages[@]}" g++ googletest doxygen iproute2)
 
-# `./dev test`.
+# For `./dev test`.
 test_packages=(
   "${build_packages[@]}" openssl xmlsec1 xvfb xauth cppcheck nsis
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
@@ -35,7 +35,7 @@ missing_packages() {
   done
 }
 
-# install_packages PACKAGE...: those that are not installed yet.
+# install_packages PACKAGE...: installs those that are missing.
 install_packages() {
   local missing
   mapfile -t missing < <(missing_packages "$@")

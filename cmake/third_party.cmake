@@ -1,4 +1,4 @@
-# The folders of the third-party sources, as VELM_SOURCE_<name>, and their versions, as VELM_VERSION_<name>.
+# Sets VELM_SOURCE_<name> and VELM_VERSION_<name> to the folder and the version of each third-party source.
 # The versions are read from third_party.sh, which fetches and builds the sources.
 set(script ${CMAKE_CURRENT_LIST_DIR}/third_party.sh)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${script})

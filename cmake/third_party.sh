@@ -1,16 +1,16 @@
-# Third-party sources, taken by name from Debian's source packages and kept in $deps, a folder an entry:
-# $deps/NAME-VERSION. A private apt state is used, so that the machine's own is left as it is.
+# Third-party sources, downloaded as Debian source packages and stored in folders $deps/NAME-VERSION. A
+# private apt state is used, so that the machine's own is not changed.
 
 source_suite=trixie
 
-# A private apt configuration whose one deb-src line is derived from the machine's own Debian mirror.
+# Runs an apt command with a private configuration, whose deb-src lines use the machine's own Debian mirror.
 apt_private() {
   local state=$deps/apt
   "$@" -o Dir::Etc::SourceList="$state/sources.list" -o Dir::Etc::SourceParts=/dev/null \
     -o Dir::State::Lists="$state/lists" -o Dir::Cache="$state/cache" -o APT::Sandbox::User=root
 }
 
-# Nothing where apt has no lists yet.
+# Prints nothing if apt has no package lists yet.
 debian_mirror() {
   apt-get indextargets --format '$(SITE) $(CODENAME)' 'Created-By: Packages' |
     awk '$2 == "bookworm" && !found {print $1; found = 1}'
@@ -30,16 +30,15 @@ prepare_private_apt() {
   touch "$state/ready"
 }
 
-# offered_source NAME VERSION: the newest version of the source package that begins so, or nothing.
+# offered_source NAME VERSION: prints the newest source package version with this prefix, or nothing.
 offered_source() {
   apt_private apt-cache showsrc --only-source "$1" | awk -v want="$2" '
     $1 == "Version:" { v = $2; sub(/^[0-9]+:/, "", v); if (index(v, want) == 1) print $2 }' |
     sort -V | tail -1
 }
 
-# fetch_source NAME VERSION: unpacks the source package, of that upstream version, into
-# $deps/src/NAME-VERSION. Debian replaces some versions by later ones of the same series; where that has
-# happened, the later one is taken.
+# fetch_source NAME VERSION: unpacks the source package of this upstream version to $deps/src/NAME-VERSION.
+# Debian replaces some versions by later ones of the same series; the later one is used then.
 fetch_source() {
   local name=$1 version=$2 target=$deps/src/$1-$2 download=$deps/download/$1-$2
   [ ! -d "$target" ] || return 0
@@ -63,7 +62,7 @@ fetch_source() {
   rm -rf "$download"
 }
 
-# The versions are named here alone; cmake/third_party.cmake reads them from these lines.
+# The only place that names the versions; cmake/third_party.cmake reads them from these lines.
 benchmark_version=1.9.1
 cjson_version=1.7.18
 cpp_httplib_version=0.18.7
@@ -72,15 +71,16 @@ openssl_version=3.5.7
 sqlite3_version=3.46.1
 xmlsec1_version=1.2.37
 
-# Only libcrypto.a is built. What the token cannot reach is left out, because it is a third of the time:
+# Only libcrypto.a is built. What the token cannot use is disabled, which saves a third of the build time:
 # algorithms that no certificate, message or key container of GM/T and PKCS names here, and network protocols.
 openssl_options='no-shared no-tests no-apps no-docs no-module no-engine no-legacy no-quic
   no-argon2 no-aria no-bf no-blake2 no-camellia no-cast no-chacha no-idea no-md4 no-mdc2 no-ocb no-poly1305
   no-rc2 no-rc4 no-rmd160 no-seed no-siphash no-siv no-whirlpool
   no-dh no-dsa no-ec2m no-ecx no-gost no-ml-dsa no-ml-kem no-slh-dsa no-srp
   no-cmp no-comp no-ct no-http no-ocsp no-sock'
-# Of these two only what signatures need: trees, their canonical form and references within a document; no
-# network, no external files. The library is used by one thread at a time.
+# These two libraries are limited to what signatures require: trees, canonical form, and references within a
+# document; no network, no external files. libxml2 is built without thread support, since one thread uses it
+# at a time.
 libxml2_options='--with-minimum --with-c14n --with-output --with-push --with-sax1 --with-tree --with-xpath
   --with-xptr --without-python --without-zlib --without-lzma --without-iconv --without-http --without-ftp
   --without-threads'
@@ -88,11 +88,11 @@ xmlsec1_options='--without-libxslt --without-nss --without-gcrypt --without-gnut
   --disable-apps-crypto-dl --disable-apps --disable-docs --disable-mans --disable-pkgconfig'
 sqlite_options='-DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED -DSQLITE_THREADSAFE=1'
 
-# Builds are kept in $deps/NAME-TARGET; a stamp of version and options tells whether one is the one wanted.
+# Builds are stored in $deps/NAME-TARGET, with a stamp of version and options to detect outdated ones.
 is_built() { [ "$(cat "$deps/$1/stamp" 2>/dev/null)" = "$2" ]; }
 mark_built() { echo "$2" >"$deps/$1/stamp"; }
 
-# with_progress LABEL LOG COMMAND...: runs a long command, a line of its log every twenty seconds.
+# with_progress LABEL LOG COMMAND...: runs a long command and reports progress every twenty seconds.
 with_progress() {
   local label=$1 log=$2 started=$SECONDS worker
   shift 2
@@ -107,7 +107,7 @@ with_progress() {
   echo "built $label in $((SECONDS - started)) s"
 }
 
-# build_openssl TARGET PLATFORM [OPTION...]: libcrypto as a static library in $deps/openssl-TARGET.
+# build_openssl TARGET PLATFORM [OPTION...]: builds libcrypto as a static library in $deps/openssl-TARGET.
 build_openssl() {
   local target=$1 platform=$2 prefix=$deps/openssl-$1 work=$deps/work/openssl-$1
   shift 2
@@ -129,7 +129,7 @@ build_openssl() {
   rm -rf "$work"
 }
 
-# The one-file form of SQLite, made by its own configure and Tcl.
+# The amalgamation of SQLite, generated by its configure script and Tcl.
 make_sqlite_amalgamation() {
   local prefix=$deps/sqlite-source work=$deps/work/sqlite-source
   ! is_built sqlite-source "$sqlite3_version" || return 0
@@ -144,7 +144,7 @@ make_sqlite_amalgamation() {
   rm -rf "$work"
 }
 
-# build_sqlite TARGET TOOL_PREFIX: the static library in $deps/sqlite-TARGET.
+# build_sqlite TARGET TOOL_PREFIX: builds the static library in $deps/sqlite-TARGET.
 build_sqlite() {
   local target=$1 tool=$2 prefix=$deps/sqlite-$1 stamp="$sqlite3_version $2 $sqlite_options"
   ! is_built "sqlite-$target" "$stamp" || return 0
@@ -158,9 +158,8 @@ build_sqlite() {
   mark_built "sqlite-$target" "$stamp"
 }
 
-# build_configured NAME VERSION TARGET LIBRARY FOLDER OPTION...: a static library made by its package's own
-# configure and make, in $deps/NAME-TARGET; FOLDER is where in the source and in the build it lies. The
-# package's headers are the caller's.
+# build_configured NAME VERSION TARGET LIBRARY FOLDER OPTION...: builds a static library in $deps/NAME-TARGET
+# with the package's own configure and make. FOLDER is its folder in the source and build trees.
 build_configured() {
   local name=$1 version=$2 target=$3 library=$4 folder=$5 work=$deps/work/$1-$3 prefix=$deps/$1-$3
   shift 5
@@ -186,8 +185,8 @@ build_libxml2() {
   mark_built "libxml2-$target" "$stamp"
 }
 
-# build_xmlsec1 TARGET [OPTION...]: the part that knows no cryptography; what is signed is checked by the
-# token's own.
+# build_xmlsec1 TARGET [OPTION...]: builds only the part without cryptography. The token verifies signatures
+# itself.
 build_xmlsec1() {
   local target=$1 stamp="$xmlsec1_version $libxml2_version $openssl_version $* $xmlsec1_options"
   shift
@@ -199,14 +198,14 @@ build_xmlsec1() {
   mark_built "xmlsec1-$target" "$stamp"
 }
 
-# <windows.h> includes every vector intrinsic of the compiler, which takes three quarters of its time; with
-# their header's guard defined it does not.
+# <windows.h> includes all vector intrinsics of the compiler, which takes three quarters of the compile time.
+# Defining the include guard of their header skips them.
 without_intrinsics=-D_X86INTRIN_H_INCLUDED
 
 build_openssl_for() {
   case $1 in
     native) build_openssl native linux-x86_64 ;;
-    # OpenSSL is linked into modules that can be unloaded; pinned, they could not be.
+    # no-pinshared: OpenSSL is linked into modules that must remain unloadable.
     windows) build_openssl windows mingw64 --cross-compile-prefix=x86_64-w64-mingw32- no-pinshared \
       "CPPFLAGS=$without_intrinsics" ;;
   esac
@@ -233,7 +232,7 @@ build_xmlsec1_for() {
   esac
 }
 
-# for_each_target "TARGET..." FUNCTION...: each function with each target, in this order.
+# for_each_target "TARGET..." FUNCTION...: calls each function with each target, in this order.
 for_each_target() {
   local targets=$1 function target
   shift
@@ -242,8 +241,8 @@ for_each_target() {
   done
 }
 
-# build_third_party TARGET...: what a build for native, for windows or for both links. OpenSSL is built beside
-# the others, whose configure scripts and one-file compilations keep one processor busy at most.
+# build_third_party TARGET...: builds what native or windows builds link. OpenSSL is built concurrently with
+# the others, because their configure scripts and single-file compilations use one processor at most.
 build_third_party() {
   local workers=() worker failed=no
   mkdir -p "$deps/work"

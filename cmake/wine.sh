@@ -1,4 +1,4 @@
-# Wine with a prefix of the project's own, under build/; a test can name another one.
+# Wine with the project's own prefix in build/. Tests can select another one.
 
 export WINEPREFIX=${VELM_WINE_PREFIX:-$root/build/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
@@ -20,8 +20,8 @@ wine_server() {
   command -v wineserver
 }
 
-# All prefixes are copies of one, which takes Wine some seconds to make. Its C: drive is hard-linked, as Wine
-# replaces files there and does not write into them.
+# Creating a prefix takes several seconds, so all are copies of one template. The C: drive is hard-linked:
+# Wine replaces files there and never modifies them in place.
 make_prefix() {
   local template=$root/build/wine-template lock
   [ ! -f "$WINEPREFIX/.ready" ] || return 0
@@ -35,7 +35,7 @@ make_prefix() {
   touch "$WINEPREFIX/.ready"
 }
 
-# The null graphics driver lets windows exist, unseen, where there is no display.
+# With the null graphics driver windows can exist without a display, but are not visible.
 make_template() {
   echo "making the Wine prefix"
   "$(wine_program)" wineboot -i >/dev/null 2>&1
@@ -49,15 +49,15 @@ prepare_wine() {
   start_wine
 }
 
-# One server for many programs. It and its services are started apart from any of them: they would keep the
-# output of the program that started them open for as long as they live.
+# One server for many programs. It and its services are started separately from the programs: otherwise they
+# would keep a program's output open until they exit.
 start_wine() {
   "$(wine_server)" -k0 2>/dev/null && return
   "$(wine_server)" -p60 </dev/null >/dev/null 2>&1
   "$(wine_program)" wineboot </dev/null >/dev/null 2>&1
 }
 
-# The servers of the slots, too, in which tests run.
+# Includes the servers of the slots in which tests run.
 stop_all_wine() {
   local prefix
   for prefix in "$WINEPREFIX" "$root"/build/slots/*/wine; do
