@@ -26,7 +26,7 @@ class Database {
 
   /** Rows that the last statement changed. Callers hold mutex() from that statement on. */
   int64_t changes() const;
-  /** Key of the row inserted last; the same holds. */
+  /** Key of the row inserted last. Callers hold mutex() as for changes(). */
   int64_t last_row() const;
 
   /** Returns a compiled statement, cached if possible. `sql` must be a literal: its address is the key. */
