@@ -1,6 +1,7 @@
-# The libraries that the software token stands on, as targets.
+# Targets for the third-party libraries of the software token.
 
-# Header-only Debian packages of the host, also used by the cross build: a folder of links exposes these headers alone.
+# The cross build uses header-only packages of the host too. Links expose these headers without the rest of
+# /usr/include.
 set(host_headers ${CMAKE_BINARY_DIR}/host-headers)
 file(MAKE_DIRECTORY ${host_headers})
 foreach(folder nlohmann CLI)
@@ -12,13 +13,13 @@ target_include_directories(velm_host_headers SYSTEM INTERFACE ${host_headers})
 add_library(velm_httplib INTERFACE)
 target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_SOURCE_cpp_httplib})
 target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_LISTEN_BACKLOG=512)
-# The compiler takes parts of std::regex, which the header uses, for uninitialized when it instruments them.
+# GCC reports false positives in std::regex when sanitizers are enabled.
 target_compile_options(velm_httplib INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
 if(WIN32)
   target_link_libraries(velm_httplib INTERFACE ws2_32)
 else()
   find_package(Threads REQUIRED)
-  # More than 1,024 sockets can be open at once; select() could not watch them.
+  # select() does not support descriptors of 1,024 and above.
   target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_USE_POLL)
   target_link_libraries(velm_httplib INTERFACE Threads::Threads)
 endif()
@@ -54,6 +55,6 @@ add_library(velm_xmlsec STATIC IMPORTED GLOBAL)
 set_target_properties(velm_xmlsec PROPERTIES
   IMPORTED_LOCATION ${VELM_DEPS}/xmlsec1-${velm_built_for}/lib/libxmlsec1.a
   INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/xmlsec1-${velm_built_for}/include
-  # As the library was built, which its headers cannot tell.
+  # The headers require the definitions that the library was built with.
   INTERFACE_COMPILE_DEFINITIONS "XMLSEC_STATIC;XMLSEC_NO_SIZE_T;XMLSEC_NO_XSLT;XMLSEC_NO_CRYPTO_DYNAMIC_LOADING"
   INTERFACE_LINK_LIBRARIES velm_libxml2)

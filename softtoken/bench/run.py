@@ -23,7 +23,7 @@ from token_service import Service  # noqa: E402
 
 MANY_CONTAINERS = 10000
 
-# Container, algorithm, and where openssl prints its signatures a second.
+# Container, algorithm, pattern of the signatures per second in the output of `openssl speed`.
 KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"),
         ("RSA_2048_DEMO", "rsa2048", r"^rsa 2048 bits .*? (\S+) +\S+$"),
         ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$"))

@@ -1,7 +1,6 @@
-// sign_bench PORT CONTAINER CLIENTS SECONDS [sleepless]: signatures a second through the service, by clients
-// that ask one call after the other, each on a connection of its own for as long as the service keeps it
-// open. Those that do not sleep while they wait show the service alone, and not how soon the system wakes a
-// client.
+// sign_bench PORT CONTAINER CLIENTS SECONDS [sleepless]: measures signatures per second through the local
+// service. Each client calls in sequence on its own connection and reconnects when the local service closes
+// it. Sleepless clients poll for the response, to exclude the time that the system needs to wake up a client.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>

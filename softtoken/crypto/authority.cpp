@@ -21,7 +21,7 @@ void add_name(X509_NAME* name, const char* type, const std::string& value) {
 void set_random_serial(X509* certificate) {
   uint8_t bytes[kSerialSize];
   require(RAND_bytes(bytes, sizeof bytes) == 1, kRandomFailed);
-  // Positive, and of full length.
+  // RFC 5280 section 4.1.2.2 requires a positive number; bit 6 keeps the length at 16 bytes.
   bytes[0] = static_cast<uint8_t>((bytes[0] & 0x7F) | 0x40);
   const Number number(BN_bin2bn(bytes, sizeof bytes, nullptr));
   require(number && BN_to_ASN1_INTEGER(number.get(), X509_get_serialNumber(certificate)) != nullptr,
@@ -41,7 +41,7 @@ void sign_certificate(X509* certificate, EVP_PKEY* issuer_key) {
   require(X509_sign_ctx(certificate, context.get()) > 0, kSignFailed);
 }
 
-// A certificate with all that certificates of the authority and its own have in common.
+// Sets the fields that the CA certificate and the issued certificates have in common.
 Certificate start_certificate(EVP_PKEY* subject_key, time_t not_before, time_t not_after) {
   Certificate certificate(allocated(X509_new()));
   X509* c = certificate.get();

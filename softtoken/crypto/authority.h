@@ -6,15 +6,16 @@
 
 namespace velm::token {
 
-/** The demo certification authority for one kind of key: whoever holds it issues, so it is for tests only. */
+/** The demo certificate authority (CA) for one key type. Anyone with its key can issue: for tests only. */
 struct Authority {
   Certificate certificate;
   Key key;
 };
 
+/** `exchange` is the usage of encryption certificates. */
 enum class Usage { signing, exchange, time_stamping };
 
-/** What a certificate of the demo authority says. */
+/** The fields of a certificate that the demo CA issues. */
 struct CertificateOrder {
   std::string common_name;
   Usage usage = Usage::signing;
@@ -25,17 +26,18 @@ struct CertificateOrder {
 constexpr time_t kDay = 24 * 60 * 60;
 constexpr time_t kYear = 365 * kDay;
 
+/** Generates a key and a self-signed CA certificate. */
 Authority make_authority(KeyKind kind);
 Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
                               const CertificateOrder& order);
 
 /**
- * Whether a certificate stands under one of the roots and is in its time. Throws the code for an expired one,
- * for one not yet valid, for one under no root, or for one that is invalid in another way.
+ * Verifies a certificate against the roots. Throws kCertificateExpired, kNotYetValid, kNotTrusted (not issued
+ * under any of the roots), or kCertificateInvalid for any other reason. Does not check revocation.
  */
 void validate_chain(X509* certificate, std::span<const Certificate> roots);
 
-/** The serial number's bytes. */
+/** The bytes of the serial number. */
 Bytes serial_of(const X509* certificate);
 
 }  // namespace velm::token

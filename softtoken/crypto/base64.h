@@ -6,10 +6,10 @@
 
 namespace velm::token {
 
-/** Standard alphabet, padded, in one line (RFC 4648, section 4). */
+/** Encodes with the standard alphabet and padding, without line breaks (RFC 4648 section 4). */
 std::string base64_encode(ByteView bytes);
 
-/** The bytes of a padded text; line breaks are skipped. Nothing when the text is not base64. */
+/** Decodes padded base64 and ignores line breaks; returns nullopt if the text is not base64. */
 std::optional<Bytes> base64_decode(std::string_view text);
 
 }  // namespace velm::token

@@ -10,7 +10,7 @@
 namespace velm::token {
 namespace {
 
-// OpenSSL reads an identifier in a time that grows with the square of its length.
+// In characters. OBJ_txt2obj() takes quadratic time.
 constexpr size_t kMaxOid = 128;
 
 std::string text_of(BIO* bio) {
@@ -75,7 +75,7 @@ Bytes extensions_der(const X509* certificate) {
 
 Bytes public_key_item(const X509* certificate) { return public_key_bytes(key_of(certificate).get()); }
 
-// How each item is read: a text, or bytes.
+// Either `text` or `bytes` is set.
 struct Item {
   uint32_t number;
   std::string (*text)(const X509*);
@@ -97,6 +97,7 @@ std::string subject_entry(const X509* certificate) {
   return name_entry(X509_get_subject_name(certificate), OBJ_nid2obj(nid));
 }
 
+// The item numbers of GM/T 0006.
 constexpr Item kItems[] = {
     {0x01, [](const X509* c) { return std::to_string(X509_get_version(c) + 1); }},
     {0x02, serial_text},
@@ -130,7 +131,7 @@ constexpr Item kItems[] = {
     {kNotAfterItem, [](const X509* c) { return time_text(X509_get0_notAfter(c)); }},
 };
 
-// The text inside an extension's value, when it is nothing but one text.
+// Returns the text of an extension value that is a single ASN.1 string, otherwise nullopt.
 std::optional<std::string> string_value(const ASN1_OCTET_STRING* value) {
   const uint8_t* at = ASN1_STRING_get0_data(value);
   const uint8_t* const end = at + ASN1_STRING_length(value);
@@ -148,7 +149,7 @@ std::optional<std::string> string_value(const ASN1_OCTET_STRING* value) {
   }
 }
 
-// What an SM2 issuer signed covers its ID too.
+// SM2 signatures cover the user ID (GM/T 0009) of the signer, here of the issuer.
 void set_issuer_id(X509* certificate) {
   OctetString id(allocated(ASN1_OCTET_STRING_new()));
   set_bytes(id.get(), as_bytes(protocol::kDefaultUserId));

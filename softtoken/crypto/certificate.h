@@ -4,23 +4,30 @@
 
 namespace velm::token {
 
-/** A certificate from its DER (nothing may follow); the code for a bad encoding otherwise. */
+/** Parses DER without trailing bytes; throws kCertificateFormat. */
 Certificate parse_certificate(ByteView der);
 Bytes certificate_der(X509* certificate);
 
-/** The key in a certificate, RSA or SM2. */
+/**
+ * The public key, RSA or SM2. Throws kCertificateFormat if the certificate has no usable key,
+ * kAlgorithmUnsupported for other key types.
+ */
 Key key_of(const X509* certificate);
 
-/** Two of the item numbers of certificate_item(). */
+/** Item numbers for certificate_item(). */
 constexpr uint32_t kNotBeforeItem = 0x35;
 constexpr uint32_t kNotAfterItem = 0x36;
 
-/** One item, by the item numbers that GM/T 0006 gives certificate parsing; texts are UTF-8. */
+/**
+ * Returns one item by its GM/T 0006 number; texts are UTF-8. Throws kParameterUnsupported for an unknown
+ * number, kOidNotFound if the certificate does not contain the item.
+ */
 Bytes certificate_item(const X509* certificate, uint32_t item);
 
 /**
- * The value of an attribute of the subject or of an extension, by object identifier in dotted form. A text is
- * given as UTF-8, any other extension as its DER.
+ * Returns the subject attribute, otherwise the extension, with this object identifier in dotted form. Texts
+ * are UTF-8, other extension values DER. Throws kBadInput if `oid` is invalid, kOidNotFound if there is
+ * neither.
  */
 Bytes certificate_item_by_oid(const X509* certificate, const std::string& oid);
 

@@ -5,7 +5,7 @@
 namespace velm::token {
 namespace {
 
-// The content stays in its encoding: the types of GM/T 0010 are not among those that OpenSSL knows.
+// Keeps the content as DER: the PKCS7 type of OpenSSL does not support the content types of GM/T 0010.
 struct ContentInfo {
   ASN1_OBJECT* type;
   ASN1_TYPE* content;

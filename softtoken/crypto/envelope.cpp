@@ -25,7 +25,7 @@ void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, B
   recipient.release();
 }
 
-// The cipher's object identifier and, as its parameter, the IV.
+// AlgorithmIdentifier: the cipher, with the IV as its parameters.
 void set_cipher(X509_ALGOR* algorithm, const EVP_CIPHER* cipher, ByteView iv) {
   OctetString parameter(allocated(ASN1_OCTET_STRING_new()));
   set_bytes(parameter.get(), iv);
@@ -68,7 +68,7 @@ SecretBytes decrypt_content(const X509_ALGOR* algorithm, ByteView key, ByteView 
   return out;
 }
 
-// The content key, by the first recipient entry that one of the openers answers to.
+// Decrypts the content key from the first RecipientInfo that names the certificate of an opener.
 SecretBytes content_key(const PKCS7_ENVELOPE* envelope, std::span<const Opener> openers) {
   for (int i = 0; i < sk_PKCS7_RECIP_INFO_num(envelope->recipientinfo); ++i) {
     const PKCS7_RECIP_INFO* recipient = sk_PKCS7_RECIP_INFO_value(envelope->recipientinfo, i);

@@ -6,20 +6,21 @@
 namespace velm::token {
 
 /**
- * A digital envelope for one recipient: PKCS#7 for RSA, the same structure with the identifiers of GM/T 0010
- * for SM2. The content is encrypted with SM4 in CBC mode under a fresh key.
+ * Encodes a digital envelope (CMS EnvelopedData) for one recipient: PKCS#7 for RSA, the same structure with
+ * the object identifiers of GM/T 0010 for SM2. The content is encrypted with SM4-CBC under a fresh key.
  */
 Bytes make_envelope(X509* recipient, ByteView plain);
 
-/** One who may be able to open an envelope. */
+/** A certificate and its private key that may open a digital envelope. */
 struct Opener {
   const X509* certificate;
   EVP_PKEY* key;
 };
 
 /**
- * The content of an envelope, opened with whichever of the openers it names. Throws the code for a bad
- * encoding, for an envelope that names none of them, or for one that does not open.
+ * Decrypts with the first recipient that matches an opener. Throws kPkcs7Format if the encoding is invalid,
+ * kKeyMismatch if no recipient matches, kAlgorithmUnsupported for an unknown content cipher, and
+ * kEnvelopeOpenFailed if decryption fails.
  */
 SecretBytes open_envelope(std::span<const Opener> openers, ByteView envelope);
 

@@ -24,7 +24,7 @@ Key sm2_key_from_point(ByteView point) {
   return Key(key);
 }
 
-// Nothing when the bytes are not in this form, wholly.
+// Returns null unless the decoder consumes all bytes.
 template <typename Decoder>
 Key try_decode(Decoder decode, ByteView bytes) {
   const uint8_t* at = bytes.data();

@@ -4,7 +4,7 @@
 
 namespace velm::token {
 
-/** The object identifiers in a cryptographic message: PKCS#7's with RSA, those of GM/T 0010 with SM2. */
+/** Object identifiers in signed messages and digital envelopes: PKCS#7 for RSA, GM/T 0010 for SM2. */
 struct MessageTypes {
   const char* data;
   const char* signed_data;
@@ -19,7 +19,7 @@ constexpr MessageTypes kPkcs7Types{
 constexpr MessageTypes kGmTypes{
     "1.2.156.10197.6.1.4.2.1", "1.2.156.10197.6.1.4.2.2", "1.2.156.10197.6.1.4.2.3",
     "1.2.156.10197.1.301.1", "1.2.156.10197.1.301.3"};
-/** Those of a time stamp that is signed with SM2; nothing is encrypted with them. */
+/** For time-stamp tokens (RFC 3161) signed with SM2, which use the CMS types; signing only. */
 constexpr MessageTypes kTimeStampTypes{
     "1.2.840.113549.1.9.16.1.4", kPkcs7Types.signed_data, nullptr, "1.2.156.10197.1.501", nullptr};
 

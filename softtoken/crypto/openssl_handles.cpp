@@ -10,7 +10,7 @@ ByteView view_of(const ASN1_STRING* string) {
 }
 
 void set_bytes(ASN1_STRING* string, ByteView bytes) {
-  // OpenSSL puts a zero behind, and takes a negative length for that of a text.
+  // ASN1_STRING_set() appends a zero byte, and calls strlen() if the length is negative.
   require(std::cmp_less(bytes.size(), std::numeric_limits<int>::max()), kBadLength);
   require(ASN1_STRING_set(string, bytes.data(), static_cast<int>(bytes.size())) == 1, kUnknownError);
 }

@@ -41,7 +41,7 @@ using Pkcs7 = Handle<PKCS7, PKCS7_free>;
 using Pkcs7Envelope = Handle<PKCS7_ENVELOPE, PKCS7_ENVELOPE_free>;
 using Pkcs7Signed = Handle<PKCS7_SIGNED, PKCS7_SIGNED_free>;
 
-/** A new object of OpenSSL; throws std::bad_alloc when there is none. */
+/** Checks the result of an OpenSSL allocation; throws std::bad_alloc on null. */
 template <typename T>
 T* allocated(T* object) {
   if (object == nullptr) throw std::bad_alloc();
@@ -54,11 +54,12 @@ T* require_pointer(T* pointer, ErrorCode code) {
   return pointer;
 }
 
-/** The bytes of an ASN.1 string, as long as it lives; and new ones for it, less than 2 GiB. */
+/** Non-owning view; valid while the string exists and is not modified. */
 ByteView view_of(const ASN1_STRING* string);
+/** Copies the bytes; throws kBadLength for INT_MAX bytes or more. */
 void set_bytes(ASN1_STRING* string, ByteView bytes);
 
-/** DER of an OpenSSL object, by its i2d function. */
+/** Encodes an OpenSSL object with its i2d function; throws `code` on failure. */
 template <typename T, typename Encoder>
 Bytes der_of(Encoder encode, T* object, ErrorCode code = kUnknownError) {
   const int length = encode(object, nullptr);
@@ -69,7 +70,7 @@ Bytes der_of(Encoder encode, T* object, ErrorCode code = kUnknownError) {
   return der;
 }
 
-/** An OpenSSL object from exactly these bytes, by its d2i function; the code tells that they are not one. */
+/** Decodes an OpenSSL object with its d2i function; throws `code` on failure or trailing bytes. */
 template <typename H, typename Decoder>
 H from_der(Decoder decode, ByteView der, ErrorCode code) {
   const uint8_t* at = der.data();

@@ -10,7 +10,7 @@
 
 namespace velm::token {
 
-/** Memory that is wiped before it is given back. */
+/** Wipes memory before it is freed. */
 template <typename T>
 struct WipingAllocator {
   using value_type = T;
@@ -27,12 +27,12 @@ struct WipingAllocator {
   friend bool operator==(const WipingAllocator&, const WipingAllocator&) { return true; }
 };
 
-/** Bytes that must not stay behind in memory: private keys, keys that protect them, PINs. */
+/** For private keys, the keys that wrap them, and PINs. */
 using SecretBytes = std::vector<uint8_t, WipingAllocator<uint8_t>>;
 
 inline SecretBytes secret_copy(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
 
-/** Wipes a text or bytes when the scope ends. */
+/** Wipes a string or byte vector at the end of the scope. */
 template <typename Buffer>
 class WipeAtEnd {
  public:

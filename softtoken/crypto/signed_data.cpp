@@ -24,7 +24,7 @@ OctetString octets(ByteView bytes) {
 
 Object digest_object(DigestId digest) { return Object(OBJ_nid2obj(EVP_MD_get_type(digest_of(digest)))); }
 
-// The content of PKCS#7 has a place of its own; that of any other type lies in the general one.
+// OpenSSL stores id-data in `d.data` and content types other than those of PKCS#7 in `d.other`.
 void set_content(PKCS7* contents, const char* type, const ByteView* content) {
   Object wanted = object_of(type);
   ASN1_OBJECT_free(contents->type);
@@ -45,7 +45,7 @@ std::optional<Bytes> content_of(const PKCS7_SIGNED* message) {
     if (contents->d.data == nullptr) return std::nullopt;
     return copy_of(view_of(contents->d.data));
   }
-  // The other types of PKCS#7 have places of their own, with structures that are no data.
+  // The remaining PKCS#7 types have structured content, not octets.
   require(PKCS7_type_is_other(contents) == 1, kPkcs7Format);
   if (contents->d.other == nullptr) return std::nullopt;
   require(ASN1_TYPE_get(contents->d.other) == V_ASN1_OCTET_STRING, kPkcs7Format);
@@ -131,7 +131,7 @@ Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& s
   const MessageTypes& types =
       order.time_stamp ? kTimeStampTypes : types_for(kind_of(key_of(order.signer).get()));
   const Pkcs7Signed message(allocated(PKCS7_SIGNED_new()));
-  // CMS counts content of another type than plain data as a third version.
+  // RFC 5652 section 5.1: version 3 unless the content is id-data. PKCS#7 and GM/T 0010 use version 1.
   require(ASN1_INTEGER_set(message->version, order.time_stamp ? 3 : 1) == 1, kUnknownError);
   add_digest(message.get(), order.digest);
   set_content(message->contents, types.data, order.detached ? nullptr : &order.content);

@@ -7,48 +7,50 @@
 
 namespace velm::token {
 
-/** What a signed message by one signer is made of; the signer's key stays with whoever signs. */
+/** The parts of a signed message with one signer, except the private key: see DataSigner. */
 struct SignedMessageOrder {
   X509* signer;
   DigestId digest;
   ByteView content;
-  /** Whether the message does without its content. */
+  /** Omit the content from the message. */
   bool detached = false;
-  /** Content type, signing time and the content's digest, as attributes that are signed in its place. */
+  /** Sign the attributes content type, signing time and message digest instead of the content. */
   bool attributes = false;
-  /** The content is that of a time stamp (RFC 3161): an attribute names the signer's certificate too. */
+  /** The content is a TSTInfo (RFC 3161); with `attributes`, also sign ESSCertIDv2 (RFC 5816). */
   bool time_stamp = false;
 };
 
-/** A signature over data: the content, or the attributes in their encoding. */
+/** Signs the content or the DER of the attributes. */
 using DataSigner = std::function<Bytes(ByteView data)>;
 
 /**
- * A signed message with the signer's certificate: PKCS#7 for RSA, the same structure with the identifiers of
- * GM/T 0010 for SM2; a time stamp has those of CMS.
+ * Encodes a signed message that contains the signing certificate: PKCS#7 for RSA, the same structure with the
+ * object identifiers of GM/T 0010 for SM2, and with those of CMS for a time-stamp token.
  */
 Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign);
 
-/** The same, without attributes, signed by a key that is at hand, with the digest that goes with it. */
+/** The same without attributes, signed with `key` and digest_for(key). */
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached);
 
-/** What a signed message holds; its only or first signer. */
+/** A parsed signed message; only the first signer is read. */
 struct SignedMessage {
+  /** Absent in a detached message. */
   std::optional<Bytes> content;
   Certificate signer;
   Bytes signature;
-  /** The signed attributes as they were signed; empty when there are none. */
+  /** DER of the signed attributes as covered by the signature; empty if there are none. */
   Bytes signed_attributes;
   Bytes attribute_digest;
+  /** Null if OpenSSL does not know the algorithm. */
   const EVP_MD* digest = nullptr;
 };
 
-/** Throws the code for a bad encoding. */
+/** Throws kPkcs7Format, or kCertificateNotFound if the message lacks the signing certificate. */
 SignedMessage parse_signed_message(ByteView message);
 
 /**
- * Throws the code for a signature that does not verify. `data` is what a detached message signs; an attached
- * one must agree with it unless it is empty.
+ * Throws kVerifyFailed unless the signature is valid. `data` is the content of a detached message; if the
+ * message has content, `data` must be empty or equal to it. Does not validate the certificate.
  */
 void verify_signed_message(ByteView message, ByteView data);
 

@@ -5,7 +5,7 @@ namespace {
 
 using protocol::kDefaultUserId;
 
-// A digest goes with one kind of key only.
+// SM3 with SM2, SHA-1 and SHA-256 with RSA; no other combination.
 void require_fitting(const EVP_PKEY* key, DigestId digest) {
   require((kind_of(key) == KeyKind::sm2) == (digest == DigestId::sm3), kAlgorithmUnsupported);
 }
@@ -15,7 +15,7 @@ bool set_signer_id(EVP_PKEY* key, EVP_PKEY_CTX* context) {
          EVP_PKEY_CTX_set1_id(context, kDefaultUserId.data(), kDefaultUserId.size()) == 1;
 }
 
-// Signing and verifying a hash value are set up alike; SM2 takes the value as it is.
+// Sets up signing or verification of a hash value. Only RSA has a padding and a DigestInfo.
 KeyContext hash_context(EVP_PKEY* key, DigestId digest, ByteView hash, int (*start)(EVP_PKEY_CTX*)) {
   require_fitting(key, digest);
   require(hash.size() == static_cast<size_t>(EVP_MD_get_size(digest_of(digest))), kBadLength);

@@ -9,7 +9,7 @@ namespace {
 using protocol::Cipher;
 using protocol::CipherMode;
 
-// Pieces are cut to what OpenSSL counts in an int.
+// EVP_CipherUpdate() takes the length as an int.
 constexpr size_t kLargestPiece = size_t{1} << 30;
 
 struct Row {
@@ -18,7 +18,7 @@ struct Row {
   const EVP_CIPHER* (*by_mode[4])();
 };
 
-// The columns are the modes, in the order of their numbers.
+// One column per mode, in the order of CipherMode.
 constexpr Row kCiphers[] = {
     {Cipher::sm4, 16, {EVP_sm4_ecb, EVP_sm4_cbc, EVP_sm4_cfb128, EVP_sm4_ofb}},
     {Cipher::triple_des, 16, {EVP_des_ede_ecb, EVP_des_ede_cbc, EVP_des_ede_cfb64, EVP_des_ede_ofb}},

@@ -11,27 +11,27 @@ struct SymmetricAlgorithm {
   protocol::CipherMode mode;
 };
 
-/** By the numbers of the crypto module; throws the code for an unsupported algorithm. */
+/** From the numbers of the crypto module (velm_openssl_api.dll); throws kAlgorithmUnsupported. */
 SymmetricAlgorithm symmetric_algorithm(uint32_t cipher, uint32_t mode);
-/** By the identifier of GM/T 0006, likewise. */
+/** From the identifier of GM/T 0006; throws kAlgorithmUnsupported. */
 SymmetricAlgorithm symmetric_algorithm(uint32_t identifier);
 
-/** The cipher that takes keys of this length (triple DES: 16 or 24 bytes). */
+/** The cipher for this key length (triple DES: 16 or 24 bytes); throws kBadLength if there is none. */
 const EVP_CIPHER* symmetric_cipher(SymmetricAlgorithm algorithm, size_t key_length);
 
-/** One encryption or decryption, a piece at a time; PKCS#7 padding in the modes that work on whole blocks. */
+/** One encryption or decryption in pieces; ECB and CBC use PKCS#7 padding. */
 class SymmetricOperation {
  public:
   enum class Direction { decrypt, encrypt };
 
-  /** Key and IV must be of the cipher's lengths; an IV that the mode does not need is not looked at. */
+  /** Throws kBadLength unless key and IV have the lengths of the cipher; ECB ignores the IV. */
   SymmetricOperation(const EVP_CIPHER* cipher, Direction direction, ByteView key, ByteView iv);
 
   Direction direction() const;
 
-  /** What the next piece gives, appended to `out`. */
+  /** Processes the next piece and appends the output to `out`. */
   void update(ByteView piece, SecretBytes& out);
-  /** The rest; afterwards the operation starts anew. Throws when what was decrypted has no valid padding. */
+  /** Appends the rest and restarts with the same key and IV. Throws kDecryptFailed on invalid padding. */
   void finish(SecretBytes& out);
 
  private:

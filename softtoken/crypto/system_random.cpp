@@ -14,7 +14,7 @@
 namespace velm::token {
 namespace {
 
-// The Linux call gives at most this many bytes without being interrupted.
+// getrandom(2): requests of up to 256 bytes are not interrupted by signals and return all bytes.
 constexpr size_t kChunk = 256;
 
 bool fill(uint8_t* target, size_t count) {

@@ -4,7 +4,7 @@
 
 namespace velm::token {
 
-/** Random bytes from the operating system's generator. */
+/** Returns random bytes from the operating system; throws kRandomFailed. */
 Bytes system_random(size_t count);
 
 }  // namespace velm::token

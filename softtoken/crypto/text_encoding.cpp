@@ -13,7 +13,7 @@
 namespace velm::token {
 namespace {
 
-// Length of the well-formed UTF-8 character at the start of a text, 0 when there is none.
+// Returns the length of the first UTF-8 character, 0 if it is malformed. `text` must not be empty.
 size_t character_length(std::string_view text) {
   const auto at = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
   const uint8_t lead = at(0);
@@ -68,7 +68,7 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
   const iconv_t converter = iconv_open("UTF-8", "GB18030");
   if (converter == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
   std::string utf8(text.size() * 2, '\0');
-  // Not written to.
+  // iconv() does not modify its input.
   char* from = const_cast<char*>(text.data());
   char* to = utf8.data();
   size_t from_left = text.size();

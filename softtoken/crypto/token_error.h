@@ -7,7 +7,7 @@
 
 namespace velm::token {
 
-/** The result codes that the token gives; a client receives them unchanged. */
+/** The result codes of the token; clients receive them unchanged. */
 enum ErrorCode : uint32_t {
   kSuccess = SOR_OK,
   kUnknownError = SOR_UNKNOWNERR,
@@ -48,7 +48,7 @@ enum ErrorCode : uint32_t {
   kNotTrusted = SOR_CERTNOTTRUSTEDERR,
 };
 
-/** Ends a call with a result code. */
+/** Fails the call with a result code. */
 class TokenError : public std::exception {
  public:
   explicit TokenError(ErrorCode code) : code_(code) {}
@@ -59,7 +59,7 @@ class TokenError : public std::exception {
   ErrorCode code_;
 };
 
-/** Throws TokenError(code) unless `condition` holds; errors that OpenSSL queued are then discarded. */
+/** Unless `condition` holds, clears the OpenSSL error queue and throws TokenError(code). */
 void require(bool condition, ErrorCode code);
 
 }  // namespace velm::token

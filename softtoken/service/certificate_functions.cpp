@@ -6,7 +6,7 @@
 namespace velm::token {
 namespace {
 
-// What a value may take, before base64, in an answer of 1,024 bytes.
+// Largest value whose base64 fits into the 1,024-byte response buffer of clients.
 constexpr size_t kMaxOidValue = 720;
 
 Json exported(const Bytes& certificate) { return {{"UserCert", base64_encode(certificate)}}; }
@@ -33,7 +33,7 @@ Json validate_certificate(Token& token, const Json& request) {
   return nullptr;
 }
 
-// The client takes an answer of the certificate's own length at most; a longer item would be lost to it.
+// Sic: the response with its head must not be longer than the certificate: clients allocate no more.
 Bytes get_certificate_item(Token&, FrameReader& request) {
   const ByteView der = request.bytes();
   const uint32_t item = request.number();

@@ -7,21 +7,21 @@
 
 namespace velm::token {
 
-/** The commands of the console program; what goes wrong is thrown as std::exception. */
+/** The commands of velm_softtoken. Errors are TokenError or another std::exception. */
 
 struct ServeOptions {
   HttpOptions http;
   unsigned idle_logout_minutes = 0;
 };
 
-/** Makes a new store. */
+/** Creates a store; `demo` adds the demo containers. */
 void init_store(const std::filesystem::path& file, bool demo);
 /**
- * Answers applications until it is asked to end; a store that does not exist is made first, with the demo
- * containers.
+ * Runs the local service until SIGINT or SIGTERM. Creates the store with the demo containers if it does not
+ * exist.
  */
 void serve(const std::filesystem::path& file, const ServeOptions& options);
-/** Prints the last calls of the service that listens on a port. */
+/** Prints the last calls of the local service on this port. */
 void print_trace(uint16_t port);
 
 void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,
@@ -30,13 +30,13 @@ void list_containers(const std::filesystem::path& file);
 void delete_container(const std::filesystem::path& file, const std::string& name);
 void unlock_container(const std::filesystem::path& file, const std::string& name);
 
-/** Takes a private key and its certificate from a PKCS#12 or PEM file into a new container. */
+/** Imports a private key and its certificate from a PKCS#12 or PEM file into a new container. */
 void import_container(const std::filesystem::path& file, const std::string& name,
                       const std::filesystem::path& source, const std::string& password,
                       const std::string& pin);
 
 enum class WhichCertificate { signing, exchange, authority };
-/** Prints a container's certificate, or that of the demo authority which issued it, in PEM. */
+/** Prints a certificate of a container, or the certificate of the demo CA that issued it, as PEM. */
 void export_certificate(const std::filesystem::path& file, const std::string& name, WhichCertificate which);
 
 }  // namespace velm::token

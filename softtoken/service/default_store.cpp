@@ -8,7 +8,7 @@ namespace {
 #ifdef _WIN32
 
 std::filesystem::path user_data() {
-  // Wide: a user's name may have characters that the narrow form of a path does not carry.
+  // The wide form, because user names may contain characters outside the ANSI code page.
   const wchar_t* data = _wgetenv(L"LOCALAPPDATA");
   return data != nullptr ? data : L"";
 }

@@ -4,7 +4,7 @@
 
 namespace velm::token {
 
-/** Where the store lies when no file is named: in the user's own application data. */
+/** The path of the store without --data: VELM/softtoken.db in the application data of the user. */
 std::filesystem::path default_store();
 
 }  // namespace velm::token

@@ -6,10 +6,10 @@
 namespace velm::token {
 namespace {
 
-// What the list may take in an answer of 2,048 bytes.
+// Longest list that fits into the 2,048-byte response buffer of clients.
 constexpr size_t kMaxUserList = 2000;
 
-// Items by the numbers that GM/T 0006 gives device information.
+// Device information by GM/T 0006 numbers.
 struct DeviceItem {
   uint32_t number;
   const char* text;

@@ -17,7 +17,7 @@ constexpr const char* kJsonType = "application/json";
 constexpr const char* kFrameType = "application/octet-stream";
 constexpr const char* kStampAnswerType = "application/timestamp-reply";
 
-// One call of a known or unknown function: its result code, for the trace too. Nothing it throws leaves.
+// Runs a function, records the call in the trace and returns the result code. Exceptions become result codes.
 template <typename Table, typename Run>
 uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
   const auto started = std::chrono::steady_clock::now();
@@ -49,8 +49,8 @@ std::string json_answer(uint32_t code, const nlohmann::json& result) {
   return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }
 
-// A request is one object of few members, none of which is an array or an object. Other JSON, which could
-// take many times its own size in memory, is given up while it is read.
+// A request is a flat object with few members. Other JSON is rejected during parsing, because it could need
+// many times its own size in memory.
 nlohmann::json parse_request(std::string_view text) {
   constexpr size_t kMostMembers = 64;
   using Event = nlohmann::json::parse_event_t;
@@ -69,7 +69,7 @@ nlohmann::json parse_request(std::string_view text) {
 }
 
 Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
-  // A text of this form may be in GBK as a whole; then a trailing byte can look like a backslash.
+  // Convert before parsing: the second byte of a GBK character can be a backslash.
   std::string text = utf8_of(body);
   const WipeAtEnd wiped_text(text);
   nlohmann::json request = parse_request(text);

@@ -8,7 +8,7 @@
 
 namespace velm::token {
 
-/** What the service works on. */
+/** The state that all requests share. */
 struct Service {
   explicit Service(const std::filesystem::path& store) : token(store) {}
 
@@ -16,19 +16,20 @@ struct Service {
   Trace trace;
 };
 
-/** What goes back to a client: an HTTP status and a body. */
+/** An HTTP response. */
 struct Answer {
   int status;
   std::string content_type;
   std::string body;
 };
 
-/** Runs the function that a request body names. Never throws but for want of memory. */
+/** Runs the function that a JSON request names. Throws only std::bad_alloc, like the functions below. */
 Answer answer_json(Service& service, std::string_view body);
-/** The same for the functions that provider modules ask for. */
+/** The same for the functions of the provider modules. */
 Answer answer_module(Service& service, std::string_view body);
+/** Runs the function that a byte frame names. */
 Answer answer_frame(Service& service, std::string_view body);
-/** Asks the time-stamp authority (RFC 3161, section 3.4). */
+/** Answers a time-stamp request over HTTP (RFC 3161 section 3.4); status 500 on failure. */
 Answer answer_time_stamp(Service& service, std::string_view body);
 
 }  // namespace velm::token

@@ -10,7 +10,7 @@ namespace {
 using protocol::kExchangeKey;
 using protocol::kSigningKey;
 
-// Room that a client gives the answer of AsymmEncryptData beyond the length of the key it sent.
+// Size of the response buffer of clients for AsymmEncryptData, in addition to the length of the key.
 constexpr size_t kAsymmetricRoom = 1024;
 
 Bytes revealed(const SecretBytes& plain) { return {plain.begin(), plain.end()}; }

@@ -21,7 +21,7 @@ Json gen_random(Token&, const Json& request) {
 
 Json greet(Token&, const Json&) { return nullptr; }
 
-// One setting: the minutes after which an unused session ends, as a 32-bit number; 0 for never.
+// The only setting: minutes after which an unused session is closed, 0 for never.
 Bytes configure(Token& token, FrameReader& request) {
   const uint32_t setting = request.number();
   FrameReader value(request.bytes());

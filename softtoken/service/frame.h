@@ -5,18 +5,16 @@
 
 namespace velm::token {
 
-/**
- * Reads the fields of a request frame in order. A field that reaches beyond the frame throws the code for a
- * bad length, as do bytes that are left at the end.
- */
+/** Reads the fields of a request frame in order. Throws kBadLength if a field extends beyond the frame. */
 class FrameReader {
  public:
   explicit FrameReader(ByteView fields) : fields_(fields) {}
 
   uint32_t number() { return required(fields_.number(), kBadLength); }
   ByteView bytes() { return required(fields_.bytes(), kBadLength); }
-  /** A text, without the zero byte that ends it. */
+  /** Returns a text without its terminating zero; throws kBadInput if that is missing. */
   std::string text() { return std::string(required(protocol::text_in(bytes()), kBadInput)); }
+  /** Throws kBadLength if bytes are left. */
   void expect_end() const { require(fields_.at_end(), kBadLength); }
 
  private:

@@ -9,10 +9,12 @@ namespace velm::token {
 
 using Json = nlohmann::json;
 
+// Each function returns its result (null or no bytes if it has none), or throws TokenError.
+
 // Environment
 Json get_version(Token& token, const Json& request);
 Json gen_random(Token& token, const Json& request);
-/** Initialize and Finalize: an application announces itself and leaves; the token keeps no state for it. */
+/** Initialize and Finalize. The token keeps no state for an application. */
 Json greet(Token& token, const Json& request);
 Bytes configure(Token& token, FrameReader& request);
 

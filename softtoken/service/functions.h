@@ -11,21 +11,21 @@ namespace velm::token {
 
 class FrameReader;
 
-/** A function that is asked and answers in JSON: its fields in, the answer's "Result" out (null for none). */
+/** A function with JSON request and response; run() returns the member "Result", null for none. */
 struct JsonFunction {
   uint32_t number;
   const char* name;
   nlohmann::json (*run)(Token& token, const nlohmann::json& request);
 };
 
-/** A function that is asked and answers in a byte frame: its fields in, the answer's data out. */
+/** A function with byte frames as request and response; run() returns the data of the response. */
 struct FrameFunction {
   uint32_t number;
   const char* name;
   Bytes (*run)(Token& token, FrameReader& request);
 };
 
-/** Every function that the service knows, by number; the others answer "not supported". */
+/** The functions for applications. Any other number returns kNotSupported. */
 std::span<const JsonFunction> json_functions();
 std::span<const FrameFunction> frame_functions();
 

@@ -11,17 +11,17 @@
 namespace velm::token {
 
 /**
- * The server's threads. One is added whenever a connection finds none waiting, up to a limit: silent
- * connections occupy threads of their own until they time out and never stand in the way of one that speaks.
+ * Threads for connections. A thread is added whenever none is idle, up to a limit, so that silent connections
+ * do not delay others until they time out.
  */
 class GrowingThreadPool {
  public:
   explicit GrowingThreadPool(size_t limit) : limit_(limit) {}
   GrowingThreadPool(const GrowingThreadPool&) = delete;
-  /** Waits until every job has ended. */
+  /** Waits until all jobs have finished. */
   ~GrowingThreadPool();
 
-  /** Runs a job, which throws nothing, soon; false when there is no thread for it and none can be added. */
+  /** Queues a job, which must not throw; returns false if no thread is idle and none can be added. */
   bool enqueue(std::function<void()> job);
 
  private:
@@ -46,7 +46,7 @@ inline bool GrowingThreadPool::enqueue(std::function<void()> job) try {
   arrived_.notify_one();
   return true;
 } catch (const std::exception&) {
-  return false;  // the system has no thread or no memory left
+  return false;  // out of threads or memory
 }
 
 inline GrowingThreadPool::~GrowingThreadPool() {

@@ -12,30 +12,30 @@ namespace velm::token {
 namespace {
 
 constexpr const char* kLoopback = "127.0.0.1";
-// Provider modules and time-stamp queries have paths of their own; every other path is for applications'
-// functions.
+// Paths of the provider modules (JSON) and of time-stamp requests. Functions for applications use any other
+// path.
 constexpr const char* kModulePath = "/token";
 constexpr const char* kStampPath = "/tsa";
 constexpr size_t kThreadLimit = 2048;
-// The library matches paths by a function that calls itself for each character, on 448 bytes of stack.
+// cpp-httplib matches paths with std::regex, which recurses once per character, with 448 bytes of stack.
 constexpr size_t kPathLimit = 1024;
-// Requests that one connection may carry, and how long it may stay silent between them. WinHTTP sends headers
-// and body apart, and on a connection in use the body waits for the acknowledgement of the headers: 40 ms,
-// unless the receiver acknowledges at once. Only Linux can be told to; elsewhere each request has a
-// connection of its own.
+// WinHTTP sends headers and body separately. On a reused connection the body waits for the ACK of the
+// headers, 40 ms with delayed ACKs. Only Linux can disable these; elsewhere a connection serves one request.
 constexpr size_t kRequestsPerConnection = RequestStream::kAcknowledgesAtOnce ? 10000 : 1;
+// Longest silence between two requests.
 constexpr std::chrono::seconds kSilentTime{5};
-// How long the listener waits before it looks for its own end, and when it cannot take a connection.
+// Interval at which the accept loop checks for stop().
 constexpr std::chrono::microseconds kListenSlice = std::chrono::milliseconds(100);
+// Delay after a failed accept().
 constexpr std::chrono::milliseconds kAcceptPause{10};
-// What is set aside for a body before any of it has arrived.
+// Largest buffer reserved for a body before it arrives, whatever Content-Length says.
 constexpr size_t kFirstBodySpace = 65536;
-// What is still read, unseen, from a refused sender, so that the refusal reaches it before the connection
-// ends.
+// Limits of drain().
 constexpr std::chrono::milliseconds kDrainTime{300};
 constexpr size_t kDrainBytes = 1024 * 1024;
 
-// Nobody else may listen on the port beside or instead of the service.
+// The defaults of cpp-httplib, SO_REUSEPORT and on Windows SO_REUSEADDR, let other processes listen on the
+// same port.
 void own_port(socket_t socket) {
   const int on = 1;
 #ifdef _WIN32
@@ -46,7 +46,7 @@ void own_port(socket_t socket) {
   setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
-// The next connection, whose calls return at once; INVALID_SOCKET when there is none to take.
+// Returns a non-blocking socket, or INVALID_SOCKET.
 socket_t accept_connection(socket_t listener) {
 #ifdef _WIN32
   const socket_t connection = accept(listener, nullptr, nullptr);
@@ -57,7 +57,7 @@ socket_t accept_connection(socket_t listener) {
 #endif
 }
 
-// A request's body, which may hold a PIN: what it leaves behind as it grows is wiped.
+// A request body may contain a PIN, so wipe the old buffers when it grows.
 using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 }  // namespace
@@ -78,8 +78,7 @@ class HttpServer::Server : public httplib::Server {
     set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
       if (response.status != 200) announce_close(response);
     });
-    // Every path, even one with a line end, for which a dot does not stand: the library would read what no
-    // handler takes into memory that it does not wipe.
+    // Match newlines too, otherwise unmatched bodies are buffered unwiped.
     Post("[^]*", [this](const httplib::Request& request, httplib::Response& response,
                         const httplib::ContentReader& body) { answer(request, response, body); });
     Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
@@ -101,8 +100,8 @@ class HttpServer::Server : public httplib::Server {
     return options_.port;
   }
 
-  // In place of the library's own loop, which ends at most errors of accept() and which stop() does not reach
-  // before it has begun.
+  // Replaces the accept loop of cpp-httplib, which ends on most errors of accept() and ignores a stop() that
+  // precedes it.
   void run() {
     GrowingThreadPool threads(kThreadLimit);
     httplib::detail::set_nonblocking(svr_sock_, true);
@@ -110,7 +109,7 @@ class HttpServer::Server : public httplib::Server {
       if (httplib::detail::select_read(svr_sock_, 0, kListenSlice.count()) == 0) continue;
       const socket_t connection = accept_connection(svr_sock_);
       if (connection == INVALID_SOCKET) {
-        // The client has gone again, or files or memory are short for a while.
+        // The client disconnected, or file descriptors or memory are temporarily exhausted.
         std::this_thread::sleep_for(kAcceptPause);
       } else if (!threads.enqueue([this, connection] { serve(connection); })) {
         httplib::detail::close_socket(connection);
@@ -122,15 +121,15 @@ class HttpServer::Server : public httplib::Server {
   void end() { ending_ = true; }
 
  private:
-  // A web page of any site can make its browser send requests here. The browser then names the page's origin,
-  // or, where the page's own host name was pointed at this address, that name as the host.
+  // Detects requests of web pages. Browsers send Origin with cross-site POST requests; after DNS rebinding,
+  // Host is the host name of the page.
   bool is_foreign(const httplib::Request& request) const {
     const std::string host = request.get_header_value("Host");
     return request.has_header("Origin") || request.get_header_value_count("Host") != 1 ||
            (host != host_ && host != local_host_);
   }
 
-  // What is refused before its body is read.
+  // Rejects requests before their body is read.
   HandlerResponse refuse(const httplib::Request& request, httplib::Response& response) const {
     if (is_foreign(request)) {
       response.status = 403;
@@ -163,7 +162,7 @@ class HttpServer::Server : public httplib::Server {
 
   using Answering = Answer (*)(Service&, std::string_view);
 
-  // Who answers a request; nobody for a content type that is not taken there.
+  // Returns null for an unsupported content type.
   static Answering answering_of(const std::string& path, const std::string& type) {
     if (path == kStampPath)
       return type.starts_with("application/timestamp-query") ? answer_time_stamp : nullptr;
@@ -177,14 +176,14 @@ class HttpServer::Server : public httplib::Server {
     response.body = std::move(answer.body);
   }
 
-  // What a refused request still has to send is not read, so no other request can follow it.
+  // The rest of a rejected request is not read, so the connection cannot be reused.
   static void announce_close(httplib::Response& response) {
     response.headers.erase("Keep-Alive");
     response.headers.erase("Connection");
     response.set_header("Connection", "close");
   }
 
-  // One connection to its end. What is thrown there, for want of memory, ends nothing else.
+  // Serves a connection until it ends. If memory runs out, only this connection is closed.
   void serve(socket_t connection) {
     try {
       answer_requests(connection);
@@ -208,7 +207,7 @@ class HttpServer::Server : public httplib::Server {
     }
   }
 
-  // A socket closed with bytes unread resets the connection and takes the answer with it.
+  // Closing a socket with unread data resets the connection, and the client may lose the response.
   void drain(socket_t socket) const {
 #ifdef _WIN32
     ::shutdown(socket, SD_SEND);

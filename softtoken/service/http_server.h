@@ -13,19 +13,19 @@ struct HttpOptions {
   uint16_t port = 55661;
   /** Largest request body, in bytes. */
   size_t body_limit = size_t{64} * 1024 * 1024;
-  /** Time within which a request has to arrive whole. */
+  /** Time limit for receiving a complete request. */
   std::chrono::milliseconds request_time{10000};
 };
 
-/** The service on 127.0.0.1. */
+/** The local service on 127.0.0.1. */
 class HttpServer {
  public:
   HttpServer(Service& service, HttpOptions options);
   ~HttpServer();
 
-  /** Takes the port (port 0: any free one) and returns it; throws std::runtime_error when it is not free. */
+  /** Binds the port (0: any free port) and returns it; throws std::runtime_error if it is in use. */
   uint16_t bind();
-  /** Answers requests until stop() is called from another thread or a signal handler's thread. */
+  /** Answers requests until another thread calls stop(). */
   void run();
   void stop();
 

@@ -28,7 +28,7 @@ SecretBytes secret_text_field(const nlohmann::json& request, const char* name) {
   return secret_copy(as_bytes(text_member(request, name)));
 }
 
-// A client may print its 32-bit number signed; both forms mean the same bits.
+// Clients may print an unsigned 32-bit number as a signed one.
 uint32_t number_field(const nlohmann::json& request, const char* name) {
   const nlohmann::json& value = member(request, name);
   if (!value.is_number_integer()) throw TokenError(kBadInput);
@@ -51,7 +51,7 @@ SecretBytes secret_base64_field(const nlohmann::json& request, const char* name)
   return secret_copy(bytes);
 }
 
-// What could throw, an iterator without a value or a text that is none, does not occur here.
+// The calls below throw only for invalid iterators and for values that are not strings: neither can occur.
 WipeTextsAtEnd::~WipeTextsAtEnd() {  // NOLINT(bugprone-exception-escape)
   for (auto& value : request_) {
     if (!value.is_string()) continue;

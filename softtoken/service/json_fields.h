@@ -6,16 +6,14 @@
 
 namespace velm::token {
 
-/**
- * The members of a request; each throws the code for bad input when the member is missing or of another type.
- */
+/** Members of a request. Each function throws kBadInput if the member is missing or invalid. */
 std::string text_field(const nlohmann::json& request, const char* name);
 SecretBytes secret_text_field(const nlohmann::json& request, const char* name);
 uint32_t number_field(const nlohmann::json& request, const char* name);
 Bytes base64_field(const nlohmann::json& request, const char* name);
 SecretBytes secret_base64_field(const nlohmann::json& request, const char* name);
 
-/** Wipes every text of a request when the scope ends, since some are PINs. */
+/** Wipes all strings of a request at the end of the scope: some are PINs. */
 class WipeTextsAtEnd {
  public:
   explicit WipeTextsAtEnd(nlohmann::json& request) : request_(request) {}

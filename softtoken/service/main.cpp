@@ -42,7 +42,7 @@ std::filesystem::path path_of(const std::string& utf8) {
   return std::filesystem::path(std::u8string(utf8.begin(), utf8.end()));
 }
 
-/** What the command line says; each command takes what concerns it. */
+/** The values on the command line; each command uses some of them. */
 struct Line {
   std::string data = [] {
     const std::u8string file = default_store().u8string();
@@ -56,7 +56,7 @@ struct Line {
   std::filesystem::path store() const { return path_of(data); }
 };
 
-// Lengths of up to 1 GiB, and times of up to a day, pass through every interface below.
+// Values in these ranges do not overflow in any conversion.
 constexpr double kLeastLimit = 0.001;
 constexpr double kMostMib = 1024;
 constexpr double kMostSeconds = 24 * 60 * 60;
@@ -150,7 +150,7 @@ void add_trace(CLI::App& app, Line& line) {
 
 }  // namespace
 
-// Outside the try only a wrong definition of a command throws.
+// Outside the try block, only an invalid command definition throws.
 int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
   CLI::App app{"Software token: a local certificate service for development and tests"};
   app.require_subcommand(1);

@@ -69,7 +69,7 @@ Json file_attributes(Token& token, const Json& request) {
           {"writeRights", attributes.write_rights}};
 }
 
-// The one control: after how many idle minutes a login ends; 0 for never.
+// The only control: minutes after which an unused session is closed, 0 for never.
 Json control(Token& token, const Json& request) {
   if (text_field(request, "control") != kIdleLogoutControl) throw TokenError(kNotSupported);
   const std::string command = text_field(request, "command");

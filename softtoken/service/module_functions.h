@@ -4,7 +4,7 @@
 
 namespace velm::token {
 
-/** What provider modules ask for on a path of their own; the names of files and labels travel in base64. */
+/** Functions of the provider modules, on the path /token. Names of files and labels are base64. */
 std::span<const JsonFunction> module_functions();
 
 }  // namespace velm::token

@@ -17,9 +17,8 @@
 namespace velm::token {
 
 /**
- * One connection, as the HTTP server reads and writes it, over a socket whose calls return at once. Each
- * whole request has to arrive before a deadline, however its bytes are spread; the answer leaves in one piece
- * by flush() and has to be taken in as much time.
+ * The stream of a connection on a non-blocking socket. A complete request must arrive within the time limit,
+ * however it is fragmented. The response is buffered until flush(), which has the same time limit.
  */
 class RequestStream : public httplib::Stream {
  public:
@@ -30,22 +29,23 @@ class RequestStream : public httplib::Stream {
   RequestStream(const RequestStream&) = delete;
   ~RequestStream() override { wipe(arrived_to_); }
 
-  /** Whether this system lets a receiver acknowledge what arrives at once, and not some 40 ms later. */
+  /** Whether delayed ACKs, of about 40 ms, can be disabled. */
 #ifdef TCP_QUICKACK
   static constexpr bool kAcknowledgesAtOnce = true;
 #else
   static constexpr bool kAcknowledgesAtOnce = false;
 #endif
 
-  /** Waits for the next request of the same connection to begin; false when it does not within that time. */
+  /** Waits for the next request; returns false if it does not begin within this time. */
   bool await_request(Clock::duration silence);
 
   bool is_readable() const override;
   bool is_writable() const override { return true; }
   ssize_t read(char* target, size_t size) override;
   ssize_t write(const char* source, size_t size) override;
+  /** Sends the buffered response; returns false on an error or a timeout. */
   bool flush();
-  /** Whether the answer so far is one to a request that was served, and so read to its end. */
+  /** Whether the buffered response has status 200, which implies that the request was read completely. */
   bool served() const { return answer_.starts_with("HTTP/1.1 200 "); }
 
   void get_remote_ip_and_port(std::string& ip, int& port) const override;
@@ -53,14 +53,14 @@ class RequestStream : public httplib::Stream {
   socket_t socket() const override { return socket_; }
 
  private:
-  // How long one wait lasts before the server's own end is looked at.
+  // Interval at which a wait checks for the end of the server.
   static constexpr std::chrono::milliseconds kWaitSlice{200};
 
-  // How long the next request is looked for before the thread sleeps: a client that makes one call after the
-  // other sends it sooner than a sleeping thread wakes. Whoever else has work is let go first.
+  // How long to poll for the next request before sleeping: a client that calls in sequence sends it sooner
+  // than a sleeping thread wakes up. Polling yields to other threads.
   static constexpr std::chrono::microseconds kAttentiveTime{60};
 
-  // One of the library's waits for a socket to become readable or writable.
+  // select_read or select_write of cpp-httplib.
   using Select = ssize_t (*)(socket_t socket, time_t seconds, time_t microseconds);
 
   bool wait_until(Clock::time_point deadline, Select select) const;
@@ -72,7 +72,7 @@ class RequestStream : public httplib::Stream {
   Clock::duration limit_;
   Clock::time_point deadline_;
   const std::atomic<bool>& ending_;
-  std::array<char, 16384> arrived_; // may hold a PIN, so it is wiped when it was read
+  std::array<char, 16384> arrived_; // wiped after reading: may contain a PIN
   size_t arrived_from_ = 0;
   size_t arrived_to_ = 0;
   std::string answer_;
@@ -116,7 +116,7 @@ inline bool RequestStream::would_block() {
 #endif
 }
 
-// The system forgets this with each answer, so it is told again whenever a request is not yet whole.
+// The kernel resets TCP_QUICKACK with each response, so set it again while a request is incomplete.
 inline void RequestStream::acknowledge_at_once() const {
 #ifdef TCP_QUICKACK
   const int on = 1;
@@ -125,7 +125,7 @@ inline void RequestStream::acknowledge_at_once() const {
 }
 
 inline ssize_t RequestStream::read(char* target, size_t size) {
-  // A client may wait to be told that it is to send the body.
+  // The client may wait for "100 Continue" before it sends the body.
   if (!answer_.empty() && !flush()) return -1;
   if (!is_readable()) return -1;
   if (arrived_from_ == arrived_to_) {

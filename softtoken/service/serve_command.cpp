@@ -17,7 +17,7 @@ std::atomic<bool> g_asked_to_end{false};
 
 void ask_to_end(int) { g_asked_to_end = true; }
 
-// Each connection is an open file, of which a process often has to ask for more than 1,024.
+// Each connection needs a file descriptor; the default limit is often 1,024.
 void allow_many_connections() {
 #ifndef _WIN32
   rlimit files{};

@@ -10,7 +10,7 @@ namespace {
 
 constexpr uint32_t kAttached = 0;
 
-// SignHash takes a hash value; 0 and 1 both say so.
+// Sic: 0 and 1 both mean that the data is a hash value.
 constexpr bool is_hash_value(uint32_t data_type) { return data_type <= 1; }
 
 enum MessageItem : uint32_t { kContentItem = 1, kCertificateItem = 2, kSignatureItem = 3 };

@@ -8,11 +8,11 @@
 
 namespace velm::token {
 
-/** The last calls that the service answered: function, result code and time. No argument is kept. */
+/** The last calls: function, result code and time, but no arguments. Thread-safe. */
 class Trace {
  public:
   void record(const char* function, uint32_t code, std::chrono::microseconds duration);
-  /** One line a call, oldest first. */
+  /** One line per call, oldest first. */
   std::string text() const;
 
  private:

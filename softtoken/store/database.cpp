@@ -32,7 +32,7 @@ Database::Database(const std::filesystem::path& file, bool create) {
   if (result != SQLITE_OK) {
     throw std::runtime_error("cannot open the store " + file.string() + ": " + sqlite3_errstr(result));
   }
-  // Before there is anything in it; the files of its log get the same rights.
+  // Before any data is written. SQLite gives the WAL files the permissions of the database file.
   if (made) std::filesystem::permissions(file, kForItsUser);
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
   execute("PRAGMA journal_mode=WAL");
@@ -103,13 +103,13 @@ void Statement::bind(int position, const std::string& value) {
 }
 
 void Statement::bind(int position, ByteView value) {
-  // A null pointer would bind NULL instead of no bytes.
+  // SQLite binds NULL instead of an empty blob if the pointer is null.
   const void* data = value.empty() ? static_cast<const void*>("") : value.data();
   if (sqlite3_bind_blob64(statement_, position, data, value.size(), SQLITE_TRANSIENT) != SQLITE_OK)
     fail(database_.handle());
 }
 
-// Takes the write lock at once, so that what is read inside is what is changed.
+// BEGIN IMMEDIATE takes the write lock first: no other process can write between a read and the update.
 Transaction::Transaction(Database& database) : lock_(database.mutex()), database_(database) {
   database_.execute("BEGIN IMMEDIATE");
 }

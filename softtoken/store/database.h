@@ -13,24 +13,29 @@ struct sqlite3_stmt;
 
 namespace velm::token {
 
-/** One SQLite file. Its calls throw std::runtime_error with SQLite's words when they fail. */
+/** An SQLite connection. Its functions throw std::runtime_error with the message of SQLite. */
 class Database {
  public:
-  /** Opens the file, or makes it and its folder, for its user alone, when that is asked for. */
+  /**
+   * Opens the file; with `create`, creates it and its folder if missing. A new file gets POSIX permissions
+   * for its owner only.
+   */
   Database(const std::filesystem::path& file, bool create);
 
   void execute(const char* sql);
 
-  /** The rows changed by the last statement, and the key of the last row inserted. */
+  /** Rows that the last statement changed. Callers hold mutex() from that statement on. */
   int64_t changes() const;
+  /** Key of the row inserted last. Callers hold mutex() as for changes(). */
   int64_t last_row() const;
 
-  /** A compiled statement for this text, an earlier one if there is one free; and its way back. */
+  /** Returns a compiled statement, cached if possible. `sql` must be a literal: its address is the key. */
   sqlite3_stmt* take_statement(const char* sql);
+  /** Resets a statement and puts it into the cache. */
   void give_back(const char* sql, sqlite3_stmt* statement);
 
   sqlite3* handle() const { return handle_.get(); }
-  /** Held by whoever runs statements: one connection serves all threads. */
+  /** Locked while a statement runs: all threads share the connection. */
   std::recursive_mutex& mutex() { return mutex_; }
 
  private:
@@ -43,12 +48,11 @@ class Database {
   };
 
   std::unique_ptr<sqlite3, Closer> handle_;
-  /** By the text's address: texts of statements are literals. */
   std::unordered_multimap<const char*, std::unique_ptr<sqlite3_stmt, Finalizer>> free_statements_;
   std::recursive_mutex mutex_;
 };
 
-/** One statement, whose text is a literal, with its values; the database stays locked while it lives. */
+/** A statement with bound values; `sql` must be a literal. Locks the database for its lifetime. */
 class Statement {
  public:
   template <typename... Values>
@@ -60,9 +64,9 @@ class Statement {
   Statement(const Statement&) = delete;
   ~Statement();
 
-  /** The next row, if there is one. */
+  /** Steps to the next row; returns false if there is none. */
   bool step();
-  /** Runs a statement that gives no rows. */
+  /** Runs a statement whose rows are not needed. */
   void run();
 
   int64_t number(int column) const;
@@ -86,7 +90,7 @@ class Statement {
   sqlite3_stmt* statement_;
 };
 
-/** Everything written while it lives becomes durable at commit(), or none of it. */
+/** A write transaction, rolled back unless commit() is called. Locks the database for its lifetime. */
 class Transaction {
  public:
   explicit Transaction(Database& database);

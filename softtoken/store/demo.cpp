@@ -11,7 +11,7 @@ int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) 
   return token.add_container({.name = name, .kind = kind, .rsa_bits = bits}, as_bytes(kDemoPin));
 }
 
-// A scanned container's certificate is read as a label, under a name made from the container's.
+// Clients read the certificate of a scanned container from the label <container>_FromCache.
 void add_scan_container(Token& token, const char* name, KeyKind kind) {
   const int64_t id = add(token, name, kind);
   set_label(token.store(), std::string(name) + "_FromCache", protocol::kCertificateLabel,

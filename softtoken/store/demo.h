@@ -6,7 +6,7 @@ namespace velm::token {
 
 constexpr std::string_view kDemoPin = "12345678";
 
-/** Fills a new store with the demo containers, all with the demo PIN. */
+/** Adds the demo containers, all with kDemoPin. */
 void add_demo_containers(Token& token);
 
 }  // namespace velm::token

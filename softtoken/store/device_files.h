@@ -4,10 +4,10 @@
 
 namespace velm::token {
 
-/** Who may use a device file: nobody, the user who is logged in, or anyone. Any other value admits nobody. */
+/** Access rights of a device file. kUser requires a login; other values are treated as kNobody. */
 enum FileRight : uint32_t { kNobody = 0x00, kUser = 0x10, kAnyone = 0xFF };
 
-/** Largest device file, in bytes, and how many a container holds. */
+/** Largest device file in bytes, and the number of device files per container. */
 constexpr uint32_t kMaxDeviceFile = 1024 * 1024;
 constexpr size_t kMaxDeviceFiles = 64;
 
@@ -18,20 +18,22 @@ struct DeviceFileAttributes {
 };
 
 /**
- * Files of a fixed size in a container, under names of any bytes. A file is made and deleted by the user who
- * is logged in, filled with zeros. Every function throws the code for what is missing: container, file,
- * login, space.
+ * Files of a fixed size in a container. Names are arbitrary bytes. Functions throw kNoSuchContainer,
+ * kFileNotFound, kNotLoggedIn, or kNotSupported if nobody has the right.
  */
 class DeviceFiles {
  public:
   DeviceFiles(Token& token, std::string container) : token_(token), container_(std::move(container)) {}
 
   std::vector<std::string> names();
+  /** Creates a file filled with zeros; requires a login. Throws kFileExists, kNoSpace, kTooManyFiles. */
   void create(const std::string& name, const DeviceFileAttributes& attributes);
+  /** Requires a login, whatever the rights of the file. */
   void remove(const std::string& name);
   DeviceFileAttributes attributes(const std::string& name);
-  /** What the file holds from an offset on, at most `length` bytes. */
+  /** Returns at most `length` bytes; throws kBadLength if `offset` is beyond the end. */
   Bytes read(const std::string& name, uint32_t offset, uint32_t length);
+  /** Throws kNoSpace if the data does not fit: files do not grow. */
   void write(const std::string& name, uint32_t offset, ByteView data);
 
  private:

@@ -43,7 +43,7 @@ void Sessions::close(int64_t container) {
 void Sessions::close_idle(Clock::time_point now) {
   const std::lock_guard lock(mutex_);
   if (idle_limit_.count() == 0) return;
-  // In whole minutes: as many minutes as a client can name are too long to count in the clock's ticks.
+  // Compare in minutes: the longest limit that a client can set overflows the ticks of the clock.
   std::erase_if(open_, [&](const auto& entry) {
     return std::chrono::duration_cast<std::chrono::minutes>(now - entry.second.used) >= idle_limit_;
   });

@@ -10,7 +10,7 @@
 
 namespace velm::token {
 
-/** A container that is logged in: its private keys, in memory until the last user lets go of them. */
+/** The private keys of a container that is logged in; calls in progress keep them alive after a logout. */
 struct Session {
   Key signing_key;
   Key exchange_key;
@@ -18,18 +18,18 @@ struct Session {
   Certificate exchange_certificate;
 };
 
-/** Who is logged in. Any thread may ask; keys go with the session that held them. */
+/** The open sessions, by container. Thread-safe. */
 class Sessions {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /** Sessions end when nothing has used them for this long; 0 lets them stay. */
+  /** Sessions that are unused for this long are closed; 0 disables the limit. */
   void set_idle_limit(std::chrono::minutes limit);
 
   void open(int64_t container, std::shared_ptr<const Session> session);
-  /** The session, which counts as used now; throws the code for not logged in. */
+  /** Returns the session and restarts its idle time; throws kNotLoggedIn. */
   std::shared_ptr<const Session> use(int64_t container);
-  /** Does not count as a use. */
+  /** Does not restart the idle time. */
   bool is_open(int64_t container);
   std::vector<int64_t> containers();
   void close(int64_t container);

@@ -10,7 +10,7 @@
 
 namespace velm::token {
 
-/** One container as it lies in the store: certificates in DER, private keys wrapped under the PIN. */
+/** A container as stored: certificates in DER, private keys wrapped under the PIN. */
 struct ContainerRow {
   int64_t id = 0;
   std::string name;
@@ -22,42 +22,50 @@ struct ContainerRow {
   Bytes exchange_certificate;
 };
 
-/** The token's file: containers, the demo authority, revocations and settings. Texts are UTF-8. */
+/** The database of the token: containers, their data, labels, the demo CA, revocations. Texts are UTF-8. */
 class Store {
  public:
-  /** Whether there is anything in the file; a store that was not made to its end leaves an empty one. */
+  /** Returns false for an empty file too: an interrupted make() leaves one. */
   static bool exists(const std::filesystem::path& file);
-  /** Makes a new store and nothing else in it. */
+  /** Creates a store without containers. */
   static void create(const std::filesystem::path& file) { Store(file, New()).make(); }
 
+  /** Opens a store; throws std::runtime_error if the file is missing or has another format version. */
   explicit Store(const std::filesystem::path& file);
 
-  /** A file without a store in it, made if there is none, that make() is to be called for. */
+  /** Opens or creates a file without a store; callers must then call make(). */
   struct New {};
   Store(const std::filesystem::path& file, New);
-  /** Puts in a demo authority of its own, and what `add` adds, all of it or nothing. */
+  /**
+   * Creates the tables and a demo CA and calls `add`, in one transaction. Throws std::runtime_error if the
+   * store exists.
+   */
   void make(const std::function<void()>& add = [] {});
 
   std::vector<std::string> container_names();
-  /** The container's key in the store; throws the code for no such container. */
+  /** Throws kNoSuchContainer. */
   int64_t container_id(const std::string& name);
   bool has_container(int64_t id);
+  /** Throws kNoSuchContainer. */
   ContainerRow container(int64_t id);
-  /** Throws the code for a container that exists. */
+  /** Returns the id of the new container; throws kContainerExists. */
   int64_t add_container(const ContainerRow& row);
   void delete_container(int64_t id);
 
+  /** The PIN retry counter; throws kNoSuchContainer. */
   uint32_t tries_left(int64_t id);
-  /** Takes one try away, durably; false when none is left. */
+  /** Decrements the PIN retry counter durably; returns false if it is 0. */
   bool take_try(int64_t id);
+  /** Resets the PIN retry counter. */
   void give_tries_back(int64_t id);
   /**
-   * Puts the row's salt and keys in the place of those that are there, and gives the tries back; false, and
-   * nothing done, when the salt that is there is no longer the old one.
+   * Replaces salt and keys and resets the PIN retry counter. Returns false without changes unless the stored
+   * salt is `old_salt`.
    */
   bool replace_keys(const ContainerRow& row, const Bytes& old_salt);
 
   Authority authority(KeyKind kind);
+  /** The certificates of the demo CAs. */
   std::vector<Certificate> roots();
   void revoke(const X509* certificate);
   bool is_revoked(const X509* certificate);

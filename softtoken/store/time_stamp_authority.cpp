@@ -17,7 +17,7 @@ using ResponseContext = Handle<TS_RESP_CTX, TS_RESP_CTX_free>;
 using Response = Handle<TS_RESP, TS_RESP_free>;
 using StampInfo = Handle<TS_TST_INFO, TS_TST_INFO_free>;
 
-// Under the number for examples in documents.
+// RFC 5612 reserves enterprise number 32473 for documentation.
 constexpr const char* kPolicy = "1.3.6.1.4.1.32473.1";
 constexpr unsigned kRsaBits = 2048;
 
@@ -68,7 +68,7 @@ bool is_over_sm3(TS_TST_INFO* info) {
   return OBJ_obj2nid(algorithm) == NID_sm3;
 }
 
-// OpenSSL makes no stamps with SM2: the content of one that it made is signed anew.
+// OpenSSL cannot sign time-stamp tokens with SM2: sign the TSTInfo that it created again.
 void sign_with_sm2(TS_RESP* response, const Authority& authority) {
   StampInfo info(TS_TST_INFO_dup(TS_RESP_get_tst_info(response)));
   require(info != nullptr, kUnknownError);

@@ -4,16 +4,16 @@
 
 namespace velm::token {
 
-/** The authority's certificates are kept as labels too, so that whoever verifies a stamp can read them. */
+/** Labels that contain the certificates of the time-stamp authority (TSA), for clients that verify tokens. */
 constexpr const char* kStampAuthorityLabel = "TIME_STAMP_AUTHORITY";
 constexpr const char* kSm2StampAuthorityLabel = "TIME_STAMP_AUTHORITY_SM2";
 
-/** Makes the authority's keys and certificates, RSA and SM2, in a store that has none yet. */
+/** Creates the keys and certificates of the TSA, RSA and SM2, unless the store contains them. */
 void prepare_time_stamp_authority(Store& store);
 
 /**
- * The answer to a query of RFC 3161: what is hashed with SM3 is signed with SM2, anything else with RSA. A
- * query that cannot be served is refused in the answer.
+ * Returns the TimeStampResp for a TimeStampReq (RFC 3161); a rejection is a status in the response. Imprints
+ * with SM3 are signed with SM2, all others with RSA.
  */
 Bytes answer_time_stamp_query(Store& store, ByteView query);
 

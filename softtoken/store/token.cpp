@@ -13,7 +13,7 @@ namespace {
 constexpr std::string_view kSigningPurpose = "signing key";
 constexpr std::string_view kExchangePurpose = "exchange key";
 
-// What a client's buffers hold: it is told 2,048 bytes for a certificate and 1,024 for a signature.
+// The size queries of clients return 2,048 bytes for a certificate and 1,024 for a signature.
 constexpr size_t kMaxCertificate = 2048;
 constexpr unsigned kMaxRsaBits = 4096;
 
@@ -21,7 +21,7 @@ void require_good_pin(ByteView pin) {
   require(pin.size() >= protocol::kShortestPin && pin.size() <= protocol::kLongestPin, kBadInput);
 }
 
-// A name goes unescaped into the requests of clients, and into lists that are joined with "&&&".
+// Clients do not escape names in JSON requests, and separate the names in a list with "&&&".
 void require_good_name(const std::string& name) {
   const bool plain = name.find_first_of("\"\\") == std::string::npos && name.find("&&&") == std::string::npos;
   const bool fits = !name.empty() && name.size() <= protocol::kLongestContainerName;
@@ -29,7 +29,7 @@ void require_good_name(const std::string& name) {
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
 }
 
-// A PIN may come in UTF-8 with one call and in GBK with the next, and opens the same keys.
+// The same PIN may arrive in UTF-8 or in GBK.
 SecretBytes key_of_pin(ByteView pin, ByteView salt) {
   std::string utf8 = utf8_of({reinterpret_cast<const char*>(pin.data()), pin.size()});
   const WipeAtEnd wiped(utf8);
@@ -54,14 +54,14 @@ int64_t Token::container_id(const std::string& name) {
   try {
     return store_.container_id(utf8);
   } catch (const TokenError&) {
-    // Some names in GBK look like UTF-8.
+    // Some names in GBK are also valid UTF-8.
     const auto converted = gbk_to_utf8(name);
     if (!converted || *converted == utf8) throw;
     return store_.container_id(*converted);
   }
 }
 
-// The try is gone, durably, before the PIN is tried: ending the service at any moment gives none back.
+// Decrement the counter durably before checking the PIN, so that killing the process restores no attempt.
 Token::PrivateKeys Token::open_keys(const ContainerRow& row, ByteView pin) {
   require(store_.take_try(row.id), kPinLocked);
   const SecretBytes key = key_of_pin(pin, row.salt);
@@ -88,7 +88,7 @@ void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_p
   const PrivateKeys keys = open_keys(row, old_pin);
   const Bytes old_salt = row.salt;
   wrap_keys(row, keys, new_pin);
-  // Who changed the PIN first, or deleted the container, has made the old PIN a wrong one.
+  // Fails if another call has changed the PIN or deleted the container: the old PIN is no longer valid.
   require(store_.replace_keys(row, old_salt), kWrongPin);
 }
 
@@ -139,14 +139,14 @@ void Token::delete_container(const std::string& name) {
   store_.delete_container(id);
 }
 
-// Another process may have deleted a container.
+// Another process may have deleted a container that is logged in here.
 void Token::close_idle_sessions(Sessions::Clock::time_point now) try {
   sessions_.close_idle(now);
   for (const int64_t id : sessions_.containers()) {
     if (!store_.has_container(id)) sessions_.close(id);
   }
 } catch (const std::runtime_error&) {
-  // The store cannot be read for the moment: it is asked again the next time.
+  // The store is temporarily unreadable; the next call tries again.
 }
 
 void Token::validate(X509* certificate) {

@@ -5,64 +5,71 @@
 
 namespace velm::token {
 
-/** What a new container is made of. */
+/** Parameters of a new container. */
 struct ContainerOrder {
   std::string name;
   KeyKind kind = KeyKind::sm2;
   unsigned rsa_bits = 2048;
-  /** Validity of its certificates; both 0: from yesterday on for ten years. */
+  /** Validity of the certificates; both 0: from one day ago until ten years from now. */
   time_t not_before = 0;
   time_t not_after = 0;
 };
 
-/** A private key and its certificate from elsewhere. */
+/** A private key and its certificate, to be imported. */
 struct Credential {
   Key key;
   Certificate certificate;
 };
 
 /**
- * The token: its store, and who is logged in. Container names and PINs come as clients send them, in UTF-8 or
- * GBK; both forms mean the same.
- * Every function throws TokenError with the code that the client receives; any thread may call it.
+ * The token: its store and its sessions. Container names and PINs may be in UTF-8 or GBK. Functions for an
+ * existing container throw kNoSuchContainer; database errors are std::runtime_error. Thread-safe.
  */
 class Token {
  public:
   explicit Token(const std::filesystem::path& file) : store_(file) {}
-  /** On a file without a store in it yet. */
+  /** For a file without a store; callers must call store().make(). */
   Token(const std::filesystem::path& file, Store::New is_new) : store_(file, is_new) {}
 
   std::vector<std::string> container_names() { return store_.container_names(); }
-  /** The container of a name; throws the code for no such container. */
   int64_t container_id(const std::string& name);
   ContainerRow container(const std::string& name) { return store_.container(container_id(name)); }
 
+  /** Throws kWrongPin, or kPinLocked if the PIN retry counter is 0. */
   void login(const std::string& name, ByteView pin);
   void logout(const std::string& name) { sessions_.close(container_id(name)); }
-  /** Throws the code for not logged in. Does not count as a use of the session. */
+  /** Throws kNotLoggedIn. Does not restart the idle time of the session. */
   void require_login(const std::string& name) {
     require(sessions_.is_open(container_id(name)), kNotLoggedIn);
   }
+  /** Returns the session and restarts its idle time; throws kNotLoggedIn. */
   std::shared_ptr<const Session> session(const std::string& name) {
     return sessions_.use(container_id(name));
   }
 
+  /** The PIN retry counter. */
   uint32_t tries_left(const std::string& name) { return store_.tries_left(container_id(name)); }
+  /** Throws kBadInput if the length of the new PIN is out of range; otherwise like login(). */
   void change_pin(const std::string& name, ByteView old_pin, ByteView new_pin);
-  /** Counts as a try, as a login does. */
+  /** Changes the PIN retry counter like login(), without opening a session. */
   void check_pin(const std::string& name, ByteView pin) { open_keys(container(name), pin); }
+  /** Resets the PIN retry counter. */
   void unlock(const std::string& name) { store_.give_tries_back(container_id(name)); }
 
+  /** Generates both key pairs. Throws kContainerExists, or kBadInput for an invalid name or PIN length. */
   int64_t add_container(const ContainerOrder& order, ByteView pin);
-  /** A container whose signing and exchange key are both the given one. */
+  /**
+   * Uses the given key for signing and encryption. Throws kKeyMismatch if key and certificate do not match,
+   * kBadLength if one is too long, and like add_container().
+   */
   int64_t import_container(const std::string& name, const Credential& credential, ByteView pin);
   void delete_container(const std::string& name);
 
-  /** Throws the code for what is wrong with a certificate, under the demo authority and its revocations. */
+  /** Verifies a certificate under the demo CA: throws like validate_chain(), or kCertificateRevoked. */
   void validate(X509* certificate);
 
   void set_idle_limit(std::chrono::minutes limit) { sessions_.set_idle_limit(limit); }
-  /** Lets go of sessions that nothing has used for too long, and of those whose container is gone. */
+  /** Closes idle sessions and sessions of deleted containers; ignores database errors. */
   void close_idle_sessions(Sessions::Clock::time_point now = Sessions::Clock::now());
 
   Store& store() { return store_; }
@@ -74,7 +81,7 @@ class Token {
   };
 
   PrivateKeys open_keys(const ContainerRow& row, ByteView pin);
-  /** Puts the keys into a row, under a PIN and a fresh salt. */
+  /** Wraps the keys under the PIN with a fresh salt. */
   static void wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin);
   int64_t store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin);
 

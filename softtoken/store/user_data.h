@@ -7,14 +7,13 @@ namespace velm::token {
 /** Largest user data file, in bytes. */
 constexpr uint64_t kMaxUserFile = 1024 * 1024;
 
-/** User data files: bytes under a type and an index, grown with zeros where a write leaves a gap. */
+/** Writes a user data file; fills a gap before `offset` with zeros. Throws kNoSpace above kMaxUserFile. */
 void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset,
                      ByteView data);
-/** What the file holds from an offset on, at most `length` bytes; throws the code for no such file. */
+/** Returns at most `length` bytes, none beyond the end of the file; throws kFileNotFound. */
 Bytes read_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset,
                      uint32_t length);
 
-/** The items of a seal, by number. */
 enum class SealItem : uint32_t {
   identifier = 1,
   name = 2,
@@ -30,12 +29,12 @@ enum class SealItem : uint32_t {
 
 uint32_t seal_count(Store& store, int64_t container);
 void set_seal_item(Store& store, int64_t container, uint32_t position, SealItem item, ByteView value);
-/** Throws the code for no such seal, or for an item that seals do not have. */
+/** Throws kNoSuchSeal, or kParameterUnsupported if the seal has no such item. */
 Bytes seal_item(Store& store, int64_t container, uint32_t position, uint32_t item);
 
-/** Labels: bytes under a name and a type. */
+/** Sets or replaces a label, which is identified by name and type. */
 void set_label(Store& store, const std::string& name, uint32_t type, ByteView data);
-/** Throws the code for no such label. */
+/** Throws kLabelNotFound. */
 Bytes label(Store& store, const std::string& name, uint32_t type);
 
 }  // namespace velm::token
