@@ -17,7 +17,7 @@ from sof_console import (FOLDER, ConsoleRun, Follower, Service, refusing_service
 PIN = b"12345678\n"
 CHINESE = "演示容器_SM2"
 SCAN_CONTAINERS = ("SM2_SCAN_CONTAINER_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO")
-# XML documents with signatures of every form. The signing keys no longer exist.
+# XML documents with signatures of every form. The signing keys are not available.
 SIGNED_XML = os.path.join(os.path.dirname(__file__), "..", "..", "..", "softtoken", "tests", "fuzz", "seeds",
                           "xml_signature")
 BINARY = bytes(range(256)) * 3 + b"\r\n\x1a\n"
