@@ -20,8 +20,8 @@ struct Configuration {
 };
 
 /**
- * Parses `key = value` lines in UTF-8, with or without a byte order mark. Throws SafError(kSafBadInput) for
- * any other line and for an unknown key.
+ * Parses `key = value` lines in UTF-8, with or without a byte order mark. Ignores empty lines and lines that
+ * start with '#'. Throws SafError(kSafBadInput) for any other line, an unknown key or an invalid value.
  */
 Configuration parse_configuration(const std::string& text);
 

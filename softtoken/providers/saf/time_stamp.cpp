@@ -138,7 +138,7 @@ void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& ha
   const bool known = ASN1_TIME_diff(&days, &seconds, epoch.get(), TS_TST_INFO_get_time(info_.get())) == 1;
   require_openssl(known, kSafStampAnswer);
 
-  // Trust exactly this certificate, whoever issued it. It must have been valid at the stamped time.
+  // Trust exactly this certificate, regardless of its issuer. It must have been valid at the stamped time.
   const CertificateStore trusted(allocated(X509_STORE_new()));
   require(trusted && X509_STORE_add_cert(trusted.get(), authority) == 1, kUnknownError);
   X509_VERIFY_PARAM* parameters = X509_STORE_get0_param(trusted.get());
