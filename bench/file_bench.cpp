@@ -1,9 +1,9 @@
-// Files through the library, on the token's modules and its service, for files.py, which says on standard
-// input what to do and measures others beside it. Each line of input is answered with a line "answer NUMBER",
-// among what the service prints:
-//   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT    the seconds that the call took
-//   hash INPUT                                           the same, and the value in hexadecimal
-//   peak                                                 the most memory it has had, in MiB
+// Processes files with the library, the software token's modules and its service. Controlled by files.py,
+// which writes commands to standard input and measures openssl for comparison. Each command is answered with
+// a line "answer NUMBER", among the output of the service:
+//   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT    duration of the call in seconds
+//   hash INPUT                                           the same, and the hash in hexadecimal
+//   peak                                                 peak memory use in MiB
 #include <windows.h>
 #include <psapi.h>
 
@@ -25,7 +25,7 @@ namespace {
 
 constexpr const char* kContainer = "RSA_2048_SCAN_CONTAINER_DEMO";
 constexpr const char* kPin = "12345678";
-constexpr uint32_t kByProvider = 1;  // the envelope type that leaves a file to the provider module
+constexpr uint32_t kByProvider = 1;  // envelope type: files are handled by the signature provider
 constexpr uintptr_t kSm3 = 1;
 
 using HashValue = std::array<uint8_t, 32>;
@@ -40,7 +40,7 @@ class Files {
     SOF_Ext_SetEnvelopType(kByProvider);
   }
 
-  // Does what a line says; the answer to it.
+  // Executes a command line and returns the answer.
   std::string obey(std::istringstream line) const {
     std::string command, input, output;
     line >> command;

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""files.py FILE_BENCH: a 300 MiB file through the library under Wine, and through the openssl program.
+"""files.py FILE_BENCH: compares the library under Wine with the openssl program on a 300 MiB file.
 
-FILE_BENCH is the built file_bench.exe. Both work in one folder of this tree, in turns, on a file that the
-page cache holds; each does what the other does: the same cipher, an RSA key of 2048 bits, an envelope opened
-whose lengths stand in front. Each figure is a median, printed as "name value".
+FILE_BENCH is the built file_bench.exe. Both run alternately in one folder of this tree, on a file in the page
+cache, with the same cipher, a 2048-bit RSA key and a digital envelope with definite lengths. Each figure is
+a median, printed as "name value".
 """
 
 import filecmp
@@ -19,12 +19,12 @@ ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 MEBIBYTE = 1 << 20
 FILE_MEBIBYTES = 300
 ROUNDS = 3
-# Figure, algorithm identifier of GM/T 0006, name for openssl.
+# Figure, algorithm identifier of GM/T 0006, cipher option of openssl.
 CIPHERS = (("envelope_300mib", 0x402, "-sm4-cbc"), ("envelope_300mib_aes", 0x4002, "-aes-128-cbc"))
 
 
 class Library:
-    """The measuring program, which does one line of input at a time."""
+    """The benchmark program, which executes one line of input at a time."""
 
     def __init__(self, program):
         command = [os.path.join(ROOT, "cmake", "run-under-wine"), program]
@@ -38,7 +38,7 @@ class Library:
         self.process.wait(timeout=60)
 
     def ask(self, *words):
-        """What the program answers, word by word, once it has done what these words say."""
+        """Sends a command to the program and returns the words of its answer."""
         print(*words, file=self.process.stdin, flush=True)
         for line in self.process.stdout:
             if line.startswith("answer "):
@@ -58,14 +58,14 @@ class Library:
 
 
 class OpenSsl:
-    """The machine's openssl program, with a key of its own."""
+    """The system's openssl program, with a key of its own."""
 
     def __init__(self):
         run_openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=bench",
                     "-keyout", "key.pem", "-out", "certificate.pem")
 
     def envelope(self, cipher):
-        # Each in the form in which the program is quicker: what it makes in a stream takes it longer to open.
+        # Each operation in its faster form: openssl takes longer to decrypt what it encrypted as a stream.
         made = f"openssl{cipher}.p7m"
         encrypt = ("cms", "-encrypt", "-binary", "-outform", "DER", cipher, "-in", "plain", "-out")
         if not os.path.exists(made):
@@ -79,7 +79,7 @@ class OpenSsl:
 
 
 def run_openssl(*arguments):
-    """Seconds that the program took."""
+    """Runs openssl and returns the duration in seconds."""
     start = time.perf_counter()
     subprocess.run(["openssl", *arguments], check=True, capture_output=True)
     return time.perf_counter() - start
@@ -90,7 +90,7 @@ def report(name, value):
 
 
 def compare(figure, ours, theirs):
-    """Both in turns."""
+    """Measures both alternately."""
     times = [(ours(), theirs()) for _ in range(ROUNDS)]
     our_median, their_median = (statistics.median(side) for side in zip(*times))
     report(f"{figure}_ratio", our_median / their_median)

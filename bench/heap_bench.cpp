@@ -1,5 +1,5 @@
-// The heap that a request costs at its peak, as JSON and as a byte frame, in bytes per byte of the caller's
-// data: what the library allocates beside the buffer of the answer.
+// Peak heap use of a request, as JSON and as a byte frame, in bytes per byte of the caller's data. The answer
+// buffer is not counted.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -18,7 +18,7 @@ namespace {
 
 constexpr uint32_t kDataBytes = 64 << 20;
 
-// The peak of one call, less the buffer of the answer, which must be among what it allocates.
+// Peak heap use of one call without the answer buffer, which must be among its allocations.
 double heap_per_byte(const ClientLibrary& library, size_t answer_buffer,
                      const std::function<uint32_t()>& call) {
   AllocationFaults memory(library.module());

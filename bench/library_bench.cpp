@@ -1,5 +1,5 @@
-// The library in an application's process, on the token's modules, against a service that answers at once:
-// loading it, a line of its log, the calls that move data, and many threads.
+// Benchmarks of the library in an application's process, with the software token's modules and a service that
+// answers at once: loading, logging, calls that transfer data, and many threads.
 #include <windows.h>
 #include <winhttp.h>
 
@@ -55,7 +55,7 @@ class Library {
       module_, "SOF_Ext_SetEnvelopType"};
 };
 
-// The library and a service, as long as one benchmark runs; all of its threads use them.
+// The library and a service for the duration of one benchmark, shared by all of its threads.
 struct Scene {
   ServiceDouble service{};
   Library library{};
@@ -65,7 +65,7 @@ std::unique_ptr<Scene> scene;
 void raise(const State&) { scene = std::make_unique<Scene>(); }
 void strike(const State&) { scene.reset(); }
 
-// Counters as figures: amounts a second, and the time of one iteration in a unit of so many seconds.
+// Counters for figures: a rate per second, and the duration of one iteration in a unit of `unit` seconds.
 Counter a_second(double amount) { return {amount, Counter::kIsRate}; }
 Counter time_of_one(const State& state, double unit) {
   return {static_cast<double>(state.iterations()) * unit, Counter::kIsRate | Counter::kInvert};
@@ -86,7 +86,7 @@ void load(State& state) {
   state.counters["load_milliseconds"] = time_of_one(state, 1e-3);
 }
 
-// A call that does nothing beside its log line.
+// A call that does nothing but write its log line.
 void log_line(State& state, Marker marker, const char* figure, double unit) {
   LogReader::clear();
   {
@@ -104,7 +104,7 @@ uint32_t get_version(const Library& library) {
   return library.SOF_GetVersion(version);
 }
 
-// A WinHTTP that has the answer at once, without a connection.
+// A WinHTTP replacement that returns the answer at once, without a connection.
 HINTERNET some_handle() { return reinterpret_cast<HINTERNET>(uintptr_t{0x10}); }
 DWORD unread = 0;
 
@@ -154,7 +154,7 @@ void small_call_without_exchange(State& state) {
 void small_calls(State& state) {
   if (state.thread_index() == 0) scene->service.responds([](const Request&) { return json(kVersionAnswer); });
   repeat(state, [] { return get_version(scene->library); });
-  // The seconds of all threads are added up.
+  // Google Benchmark adds up the seconds of all threads.
   state.counters["small_calls_per_second_threads_" + std::to_string(state.threads())] =
       a_second(static_cast<double>(state.iterations()) * state.threads());
 }
@@ -174,7 +174,7 @@ void sign_data(State& state, const char* figure, uint32_t size) {
   state.counters[figure] = mebibytes_a_second(state, size);
 }
 
-// The answer is as long as the data, as an envelope nearly is.
+// The answer is as long as the data, like a real digital envelope.
 void encrypt_data(State& state, const char* figure, uint32_t size) {
   const std::vector<uint8_t> data(size, 'd'), certificate(1024, 'c');
   std::vector<uint8_t> envelope(size + 1024);
@@ -187,7 +187,7 @@ void encrypt_data(State& state, const char* figure, uint32_t size) {
   state.counters[figure] = mebibytes_a_second(state, size);
 }
 
-// A figure is the median of so many repetitions.
+// A figure is the median of this many repetitions.
 template <class... Arguments>
 auto add(const std::string& name, Arguments&&... arguments) {
   return benchmark::RegisterBenchmark(name, std::forward<Arguments>(arguments)...)->Repetitions(3);
@@ -200,12 +200,12 @@ void add_throughput(const std::string& call, Throughput benchmark) {
     const std::string figure = call + "_" + name + "_mib_per_second";
     const auto run = [=](State& state) { benchmark(state, figure.c_str(), bytes); };
     const auto added = add(figure, run)->UseRealTime()->Setup(raise)->Teardown(strike);
-    // The service keeps what it is sent, which limits the number of large requests.
+    // The service stores all requests, which limits the number of large ones.
     if (bytes > 1 << 20) added->Iterations(2);
   }
 }
 
-// The counters of the median repetition, whose names are those of the figures.
+// Reports the counters of the median repetition. Counters are named like the figures.
 class FigureReporter : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context&) override { return true; }

@@ -1,5 +1,4 @@
-// What the measuring programs share: values as lines "name value", the clock, and the exit code that says
-// whether anything could be measured.
+// Shared by the benchmark programs: output of values as lines "name value", the clock, and the exit code.
 #pragma once
 
 #include <chrono>
@@ -12,10 +11,10 @@ inline void require(bool holds, const char* what) {
   if (!holds) throw std::runtime_error(what);
 }
 
-// A figure; its name's row in figures.toml says what it means.
+// Prints a figure. Its row in figures.toml describes it.
 inline void report(const char* name, double value) { std::printf("%s %.4f\n", name, value); }
 
-// How long the work takes, in seconds.
+// Duration of `work` in seconds.
 template <class Work>
 double seconds(const Work& work) {
   using Clock = std::chrono::steady_clock;
@@ -24,7 +23,7 @@ double seconds(const Work& work) {
   return std::chrono::duration<double>(Clock::now() - start).count();
 }
 
-// The program's exit code: 0, or 2 when nothing could be measured.
+// Exit code of the program: 0, or 2 if the measurement failed.
 template <class Measure>
 int run(const Measure& measure) {
   try {

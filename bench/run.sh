@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
-# Runs the measuring programs one after the other, and makes build/bench/results.json and the tables of
-# docs/performance.md of their values. It fails, after all have run, when a program fails or a figure is
-# beyond its limit.
+# Runs the benchmark programs one after the other and generates build/bench/results.json and the tables of
+# docs/performance.md. Fails, after all have run, if a program fails or a figure exceeds its limit.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mkdir -p build/bench
@@ -9,7 +8,7 @@ values=build/bench/values.txt
 : >"$values"
 failed=()
 
-# measure NAME COMMAND...: its lines "name value" are figures, whatever else it prints is for the reader.
+# measure NAME COMMAND...: output lines "name value" are figures; everything else is for the reader.
 measure() {
   local name=$1
   shift

@@ -1,5 +1,5 @@
-// What a small call costs beside its exchange: SOF_GetVersion() against the same bytes sent and read with
-// WinHTTP alone, in turns, as medians.
+// Overhead of a small call: SOF_GetVersion() compared with the same exchange over plain WinHTTP. Both run
+// alternately; the figures are medians.
 #include <windows.h>
 #include <winhttp.h>
 
@@ -25,7 +25,7 @@ constexpr char kAnswer[] = R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})";
 constexpr wchar_t kHeader[] = L"Content-Type:application/json;charset=UTF-8;";
 constexpr int kTimeout = 10'000;
 
-// The exchange as a user of WinHTTP writes it.
+// The exchange as an application would write it with WinHTTP.
 void exchange_with_winhttp() {
   const HINTERNET session = WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
                                         WINHTTP_NO_PROXY_BYPASS, 0);
@@ -82,7 +82,7 @@ void measure() {
 
   std::vector<double> bare, with_library;
   for (int round = -kWarmUpRounds; round < kRounds; ++round) {
-    // The two take turns at being first.
+    // Alternate which of the two runs first.
     const bool bare_first = round % 2 == 0;
     double bare_time = bare_first ? microseconds(exchange_with_winhttp) : 0;
     const double library_time = microseconds(call_library);

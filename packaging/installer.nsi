@@ -1,8 +1,9 @@
-; The Windows installer: puts the package's files into a folder and registers how to remove them. It adds
-; nothing to start-up, to the path or to the Start menu.
+; The Windows installer. It copies the package's files into a folder and registers an uninstaller. It does not
+; change autostart, PATH or the Start menu.
 ;
-; Silent: setup.exe /S [/D=folder, as the last argument, without quotation marks]; uninstall.exe /S removes.
-; Exit status: 0 done, 1 cancelled, 2 failed, which may be because a program of the installation still runs.
+; Silent installation: setup.exe /S [/D=folder, as the last argument, without quotation marks]; silent
+; removal: uninstall.exe /S. Exit status: 0 success, 1 cancelled, 2 failed, for example because a program is
+; still running.
 
 Target amd64-unicode
 Unicode true
@@ -50,7 +51,7 @@ LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版�
   Abort
 !macroend
 
-; A program that runs, or a library that a program has loaded, cannot be opened for writing.
+; A running program or a loaded library cannot be opened for writing.
 !macro StopIfInUse FILE
   StrCpy $0 "$INSTDIR\${FILE}"
   ${If} ${FileExists} $0
@@ -63,12 +64,12 @@ LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版�
   ${EndIf}
 !macroend
 
-; One installation at a time: an earlier one, of whatever version and wherever, makes room.
+; Only one installation is supported: an earlier one of any version in any folder is removed.
 !macro RemoveEarlier
   ReadRegStr $0 HKLM "${UNINSTALL_KEY}" "InstallLocation"
   ${If} $0 != ""
   ${AndIf} ${FileExists} "$0\uninstall.exe"
-    ExecWait '"$0\uninstall.exe" /S _?=$0' $1 ; with _?= it runs in place, and is waited for
+    ExecWait '"$0\uninstall.exe" /S _?=$0' $1 ; with _?= it runs in place, so ExecWait waits for it
     ${If} $1 != 0
       !insertmacro StopWith "$(STILL_THERE)"
     ${EndIf}

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""list_files.py TREE: prints the files of a tree as macros for the installer's script.
+"""list_files.py TREE: prints the files of a tree as macros for the installer script.
 
-InstallFiles puts them under $INSTDIR. RemoveFiles takes exactly these away again, and every folder of theirs
-that is empty then. ForEachProgram calls a macro with the name of each program and library.
+InstallFiles copies them to $INSTDIR. RemoveFiles deletes exactly these files, and their folders if they are
+empty afterwards. ForEachProgram calls a macro with the name of each program and library.
 """
 
 import sys

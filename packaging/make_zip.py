@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""make_zip.py TREE ZIP FOLDER: packs a tree into a zip file, under a folder of that name.
+"""make_zip.py TREE ZIP FOLDER: packs a tree into a zip file, in a top-level folder FOLDER.
 
-The same tree gives the same bytes: names are sorted, and times and rights are fixed.
+The output is reproducible: names are sorted, and times and permissions are fixed.
 """
 
 import sys

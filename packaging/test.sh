@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test.sh OUT_DIR: tries out the packages that make.sh left in OUT_DIR, under Wine with a prefix of its own:
-# the zip by building and running a program against it, the installer by installing, using and removing it.
+# test.sh OUT_DIR: tests the packages that make.sh created in OUT_DIR, under Wine with a prefix of its own.
+# Builds and runs a program with the zip, and installs, uses and removes the installer's files.
 set -euo pipefail
 
 out=$(cd "$1" && pwd)
@@ -19,7 +19,7 @@ zip=$(echo velm_sof_client-*-win64.zip)
 setup=$(echo velm_sof_client-*-win64-setup.exe)
 name=${zip%-win64.zip}
 
-# ---- the zip: complete, and usable from wherever it is unpacked
+# ---- the zip: complete and relocatable
 
 try_zip() {
   say "$zip: the program of examples/consumer, built against it and run with its software token"
@@ -34,7 +34,7 @@ try_zip() {
     -DCMAKE_C_FLAGS='-Wall -Wextra -Wpedantic -Werror' -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic -Werror' \
     >consumer.log
   cmake --build consumer >>consumer.log || { cat consumer.log >&2; fail "the consumer cannot be built"; }
-  # Another tool chain has the module definition file instead of the import library.
+  # Other tool chains use the module definition file instead of the import library.
   x86_64-w64-mingw32-dlltool --input-def "$package/lib/velm_sof_client.def" --output-lib consumer/from_def.a
   x86_64-w64-mingw32-gcc -I"$package/include" "$package/examples/c/story.c" consumer/from_def.a \
     -o consumer/story_def.exe
@@ -52,9 +52,9 @@ tell_stories() {
 
 # ---- the installer
 
-# Every file of the prefix, and every value of its registry behind its key. Left out are the devices, which
-# Wine registers anew whenever it starts, the library's log, and the copy of itself as which an uninstaller
-# runs: it lies in the folder for temporary files and goes when the system starts next.
+# Lists every file of the prefix and every registry value with its key. Excludes devices, which Wine registers
+# again at every start, the library's log, and the temporary copy from which an uninstaller runs: it is
+# deleted when the system restarts.
 state_of_prefix() {
   stop_wine
   (cd "$WINEPREFIX" && find drive_c -type d -print -o -printf '%p %s\n' &&
@@ -63,12 +63,12 @@ state_of_prefix() {
   start_wine
 }
 
-# The files that are installed are those of the zip and the uninstaller.
+# The installed files must be those of the zip plus the uninstaller.
 expect_installed_in() {
   [ "$(diff -r stage "$1")" = "Only in $1: uninstall.exe" ] || fail "$1 holds something else"
 }
 
-# The uninstaller works on after the command has ended. Itself is what it takes away last.
+# The uninstaller continues after the command has returned. It deletes itself last.
 uninstall_silently() {
   local tries
   "$run_wine" "$1/uninstall.exe" /S

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test_on_windows.sh PACKAGES CALL_TESTS: tries out the zip in PACKAGES on Windows itself, in the shell of Git
-# for Windows: `sof doctor` and the examples against the software token of the zip, then the call tests.
+# test_on_windows.sh PACKAGES CALL_TESTS: tests the zip in PACKAGES on Windows, in the shell of Git for
+# Windows: runs `sof doctor` and the examples with the software token of the zip, then the call tests.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

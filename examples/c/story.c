@@ -1,11 +1,11 @@
-/* Logs in, signs a text, verifies the signature, and puts a file into an envelope and takes it out again. */
+/* Logs in, signs a text, verifies the signature, and encrypts and decrypts a file with a digital envelope. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
 #include "velm_sof_client.h"
 
-/* A container of the software token's demo store, and its PIN. */
+/* A container of the software token's demo store and its PIN. */
 static const char kContainer[] = "SM2_DEMO";
 static const char kPin[] = "12345678";
 
@@ -15,11 +15,11 @@ static const char kEnvelope[] = "story.txt.p7m";
 static const char kOpened[] = "story.opened.txt";
 
 typedef struct {
-  uint8_t bytes[3072]; /* always enough for a certificate and for a signature */
+  uint8_t bytes[3072]; /* always enough for a certificate or a signature */
   uint32_t length;
 } Output;
 
-/* Ends the program when a call failed. The texts of result codes are in GBK. */
+/* Exits if the call failed. The texts of result codes are GBK. */
 static void check(const char* function, uint32_t code) {
   char text[64] = "";
   if (code == SOR_OK) return;

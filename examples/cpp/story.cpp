@@ -1,4 +1,4 @@
-// Logs in, signs a text, verifies the signature, and puts a file into an envelope and takes it out again.
+// Logs in, signs a text, verifies the signature, and encrypts and decrypts a file with a digital envelope.
 #include <cstdio>
 #include <fstream>
 #include <iterator>
@@ -8,7 +8,7 @@
 
 namespace sof = velm::sof;
 
-// A container of the software token's demo store, and its PIN.
+// A container of the software token's demo store and its PIN.
 constexpr const char* kContainer = "SM2_DEMO";
 constexpr const char* kPin = "12345678";
 

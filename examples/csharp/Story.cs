@@ -1,11 +1,11 @@
-// Logs in, signs a text, verifies the signature, and puts a file into an envelope and takes it out again.
+// Logs in, signs a text, verifies the signature, and encrypts and decrypts a file with a digital envelope.
 using System;
 using System.IO;
 using System.Linq;
 using System.Runtime.InteropServices;
 using System.Text;
 
-// The functions that the story needs. Container names and paths cross as UTF-8 with a terminating zero.
+// The functions that this example uses. Container names and paths are passed as NUL-terminated UTF-8.
 static class Sof {
   const string Library = "velm_sof_client";
 
@@ -44,7 +44,7 @@ class SofException : Exception {
 }
 
 static class Story {
-  // A container of the software token's demo store, and its PIN.
+  // A container of the software token's demo store and its PIN.
   static readonly byte[] Container = Zero("SM2_DEMO");
   static readonly byte[] Pin = Zero("12345678");
 
@@ -61,7 +61,7 @@ static class Story {
     if (code != 0) throw new SofException(function, code);
   }
 
-  // What a function writes: 3,072 bytes are always enough for a certificate and for a signature.
+  // Returns the output of a function. 3,072 bytes are always enough for a certificate or a signature.
   static byte[] Output(string function, Writer write) {
     var buffer = new byte[3072];
     var length = (uint)buffer.Length;

@@ -1,4 +1,4 @@
-// Logs in, signs a text, verifies the signature, and puts a file into an envelope and takes it out again.
+// Logs in, signs a text, verifies the signature, and encrypts and decrypts a file with a digital envelope.
 import com.sun.jna.Library;
 import com.sun.jna.Native;
 import com.sun.jna.ptr.IntByReference;
@@ -11,7 +11,7 @@ import java.util.Arrays;
 import java.util.Map;
 
 public final class Story {
-  /** The functions that the story needs. A result code is an unsigned 32-bit number. */
+  /** The functions that this example uses. A result code is an unsigned 32-bit number. */
   interface Sof extends Library {
     int SOF_Initialize();
     int SOF_Finalize();
@@ -47,7 +47,7 @@ public final class Story {
   static final Sof SOF =
       Native.load("velm_sof_client", Sof.class, Map.of(Library.OPTION_STRING_ENCODING, "UTF-8"));
 
-  // A container of the software token's demo store, and its PIN.
+  // A container of the software token's demo store and its PIN.
   static final String CONTAINER = "SM2_DEMO";
   static final String PIN = "12345678";
 
@@ -60,7 +60,7 @@ public final class Story {
     if (code != 0) throw new SofException(function, code);
   }
 
-  /** What a function writes: 3,072 bytes are always enough for a certificate and for a signature. */
+  /** Returns the output of a function. 3,072 bytes are always enough for a certificate or a signature. */
   static byte[] output(String function, Writer writer) {
     byte[] buffer = new byte[3072];
     IntByReference length = new IntByReference(buffer.length);

@@ -1,18 +1,18 @@
-"""Logs in, signs a text, verifies the signature, and puts a file into an envelope and takes it out again."""
+"""Logs in, signs a text, verifies the signature, and encrypts and decrypts a file with a digital envelope."""
 
 import ctypes
 import sys
 from ctypes import POINTER, byref, c_char_p, c_uint32, create_string_buffer
 from pathlib import Path
 
-# A container of the software token's demo store, and its PIN.
+# A container of the software token's demo store and its PIN.
 CONTAINER = b"SM2_DEMO"
 PIN = b"12345678"
 
 TEXT = b"a contract worth signing"
 FILE, ENVELOPE, OPENED = Path("story.txt"), Path("story.txt.p7m"), Path("story.opened.txt")
 
-# Texts and bytes alike are char pointers to Python: input as bytes, output as a string buffer.
+# ctypes treats text and bytes alike as char pointers: bytes for input, a string buffer for output.
 BYTES, LENGTH, OUT_LENGTH = c_char_p, c_uint32, POINTER(c_uint32)
 PROTOTYPES = {
     "SOF_Initialize": [],
@@ -29,7 +29,7 @@ PROTOTYPES = {
 
 
 class SofError(Exception):
-    """A failed call: function, code and text."""
+    """A failed call with its function, result code and text."""
 
     def __init__(self, function, code, text):
         super().__init__(f"{function}: 0x{code:08X} {text}")
@@ -37,10 +37,10 @@ class SofError(Exception):
 
 
 class Sof:
-    """The library in a package's bin folder; the result code of each call is checked."""
+    """The library in the bin folder of a package. The result code of each call is checked."""
 
     def __init__(self, folder):
-        # By its full path, so that the modules beside it are found too.
+        # Loaded by its full path, so that the modules in the same folder are found.
         library = ctypes.CDLL(str(Path(folder).resolve() / "velm_sof_client.dll"))
         for name, parameters in PROTOTYPES.items():
             function = getattr(library, name)
@@ -58,8 +58,8 @@ class Sof:
 
     @staticmethod
     def output(function, *arguments):
-        """The output of a function whose last two parameters are a buffer and its length: 3,072 bytes are
-        always enough for a certificate and for a signature."""
+        """Returns the output of a function whose last two parameters are a buffer and its length. 3,072
+        bytes are always enough for a certificate or a signature."""
         buffer, length = create_string_buffer(3072), c_uint32(3072)
         function(*arguments, buffer, byref(length))
         return buffer.raw[:length.value]

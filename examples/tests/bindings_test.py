@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the functions that the stories declare in Python, C# and Java against the public header."""
+"""Compares the functions that the Python, C# and Java examples declare with the public header."""
 
 import ctypes
 import re
@@ -14,7 +14,7 @@ sys.path[:0] = [str(ROOT / "tests" / "catalogue"), str(ROOT / "examples" / "pyth
 import check_catalogue  # noqa: E402
 import story  # noqa: E402
 
-# How a C type is written in a language.
+# Equivalents of the C types in each language.
 PYTHON = {
     "uint32_t": ctypes.c_uint32,
     "uint32_t*": ctypes.POINTER(ctypes.c_uint32),
@@ -48,7 +48,8 @@ def header_functions():
 
 
 def declared(text, pattern):
-    """name -> (result type, parameter types), for what the pattern finds: result, name, parameter list."""
+    """Returns name -> (result type, parameter types). The pattern captures result, name and parameter
+    list."""
     functions = {}
     for result, name, parameters in re.findall(pattern, text):
         types = [" ".join(parameter.split()).rpartition(" ")[0] for parameter in parameters.split(",")]
@@ -65,7 +66,7 @@ def java(text):
 
 
 def differences(functions, types):
-    """What a binding declares otherwise than the header, in the language's types."""
+    """Returns the differences between a binding and the header, in the language's types."""
     header = header_functions()
     found = []
     for name, declaration in functions.items():

@@ -1,7 +1,8 @@
-/* A stand-in for the library on this machine: it plays the functions of the stories for programs in languages
- * that cannot run under Wine here. It holds what it is given against what the library would be given, and its
- * "cryptography" only shows that the right bytes arrived. With REFUSE_PIN in the environment it refuses the
- * PIN. */
+/*
+ * Stand-in for the library on the build host, for examples in languages that cannot run under Wine there. It
+ * checks its arguments, and its "cryptography" only shows that the right bytes arrived. It rejects the PIN if
+ * REFUSE_PIN is set in the environment.
+ */
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -58,7 +59,7 @@ uint32_t SOF_ExportExChangeUserCert(const char* pszContainerName, uint8_t* pCert
   return deliver(kExchangeCertificate, sizeof kExchangeCertificate, pCertData, pCertDataLen);
 }
 
-/* The "signature": length and bytes of the data, the last byte first. */
+/* The "signature": length and bytes of the data in reverse order. */
 static size_t sign(const uint8_t* data, uint32_t length, uint8_t* signature) {
   uint32_t i;
   memcpy(signature, &length, sizeof length);
@@ -85,7 +86,7 @@ uint32_t SOF_VerifySignedData(const uint8_t* pSignCert, uint32_t uSignCertLen, c
   return SOR_OK;
 }
 
-/* Copies a file with every bit turned round: the "envelope", and what is in it. */
+/* Copies a file with all bits inverted: both "encrypts" and "decrypts" a digital envelope. */
 static uint32_t turn_round(const char* in, const char* out) {
   int byte;
   FILE* from = in == NULL ? NULL : fopen(in, "rb");

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Compiles and runs the stories in Python, C# and Java on this machine, against a stand-in for the library.
+"""Builds and runs the Python, C# and Java examples on the build host, with a stand-in for the library.
 
-What they print, in success and with a refused PIN, is what the stories in C and C++ print under Wine against
-the library itself.
+Their output, on success and with a rejected PIN, must equal that of the C and C++ examples with the library
+under Wine.
 """
 
 import os
@@ -35,7 +35,7 @@ class Stories(unittest.TestCase):
         work = tempfile.TemporaryDirectory()
         cls.addClassCleanup(work.cleanup)
         cls.folder = Path(work.name)
-        # Each language looks for the library under another name.
+        # The file name of the library differs between languages.
         library = cls.folder / "libvelm_sof_client.so"
         made(["gcc", "-shared", "-fPIC", "-Wall", "-Wextra", "-Werror", "-I", EXAMPLES.parent / "inc",
               HERE / "stand_in.c", "-o", library], cls.folder)

@@ -2,7 +2,7 @@
 
 #include "narrator.h"
 
-/** The parts of the tour, in the order in which they are told. */
+/** The chapters of the tour, in order. */
 void environment_chapter(Narrator& narrator);
 void login_chapter(Narrator& narrator);
 void certificate_chapter(Narrator& narrator);

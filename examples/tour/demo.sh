@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# demo.sh BIN_DIR: takes the tour against the software token's service, both under Wine.
+# demo.sh BIN_DIR: runs the tour with the software token's service, both under Wine.
 set -euo pipefail
 
 bin=$(cd "$1" && pwd)

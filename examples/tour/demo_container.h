@@ -7,7 +7,7 @@
 #include "narrator.h"
 #include "velm_sof_client.h"
 
-/** The containers that the tour visits, and the PIN of all of them. */
+/** Containers used by the tour, and their common PIN. */
 constexpr const char* kDemoContainers[] = {"SM2_DEMO", "RSA_2048_DEMO"};
 constexpr const char* kLockedContainer = "SM2_SCAN_CONTAINER_DEMO";
 constexpr const char* kSealContainer = "SEAL_SM2_DEMO";
@@ -20,8 +20,8 @@ inline std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.en
 inline uint32_t length_of(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()); }
 
 /**
- * A call with a size query: `call` is run with a null buffer for the size, then with a buffer of that size;
- * the result is cut to what was written.
+ * Makes a call with a size query: `call` runs with a null buffer for the size, then with a buffer of that
+ * size. The result is truncated to the length written.
  */
 template <typename Call>
 uint32_t with_size_query(Bytes& result, Call call) {
@@ -34,10 +34,10 @@ uint32_t with_size_query(Bytes& result, Call call) {
   return code;
 }
 
-/** Which of a container's two certificates. */
+/** Selects one of a container's two certificates. `exchange` is the encryption certificate. */
 enum class KeyUse { signing, exchange };
 
-/** A container's certificate in DER, with a word about its export. */
+/** Returns a container's certificate in DER and reports the export. */
 inline Bytes exported_certificate(Narrator& narrator, const char* name, KeyUse use) {
   const bool exchange = use == KeyUse::exchange;
   Bytes certificate;

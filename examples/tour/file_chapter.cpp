@@ -10,7 +10,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/** A folder of the tour's own, removed at its end. */
+/** A temporary folder; deleted by the destructor. */
 class WorkFolder {
  public:
   WorkFolder() : path_(fs::temp_directory_path() / "velm_tour") { fs::create_directories(path_); }

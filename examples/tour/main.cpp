@@ -5,7 +5,7 @@
 #include "chapters.h"
 #include "velm_sof_client.h"
 
-// Where memory runs out the tour ends.
+// Exhausted memory ends the tour.
 int main() {  // NOLINT(bugprone-exception-escape)
   SetConsoleOutputCP(CP_UTF8);
   Narrator narrator;

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-/** Prints what the tour does, and remembers whether everything went as it should. */
+/** Prints the steps of the tour and records whether all succeeded. */
 class Narrator {
  public:
   void chapter(const std::string& title);
-  /** One call and its result code, in words; it went well when the code is the expected one. */
+  /** Reports a call and its result code. It succeeded if the code is the expected one. */
   bool call(const std::string& what, uint32_t code, uint32_t expected = 0);
-  /** Something found out, which has to hold. */
+  /** Reports a condition that must hold. */
   bool check(const std::string& what, bool holds);
   void detail(const std::string& text);
 
@@ -23,5 +23,5 @@ class Narrator {
 };
 
 std::string hex(const std::vector<uint8_t>& bytes, size_t at_most = 16);
-/** The library's GBK, which is GB18030 where the system has it, as UTF-8. */
+/** Converts the library's GBK text (decoded as GB18030 if the system supports it) to UTF-8. */
 std::string from_gbk(const std::string& text);

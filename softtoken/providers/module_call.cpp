@@ -13,7 +13,7 @@ namespace {
 
 thread_local bool allocation_failed;
 
-// Memory for OpenSSL's initialisation, which takes 37 KiB, where the heap has none. Never returned.
+// Fallback memory for OpenSSL's initialisation (37 KiB) when the heap is exhausted. It is never reused.
 class LoadReserve {
  public:
   void* take(size_t size) {
@@ -64,7 +64,7 @@ void open_openssl() {
   reserve.set_open(false);
 }
 
-// Libraries also allocate outside of calls, on threads that are not prepared.
+// Libraries also allocate outside module calls, on threads that are not prepared.
 void* noted_allocation(void* memory, size_t size) {
   if (memory == nullptr && size != 0 && prepare_thread()) allocation_failed = true;
   return memory;

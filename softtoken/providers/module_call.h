@@ -5,23 +5,24 @@
 namespace velm::token {
 
 /**
- * Initialises OpenSSL and has its failed allocations noted for memory_ran_out(). At load: without memory
- * OpenSSL's own first initialisation never ends, so a reserve backs it.
+ * Initialises OpenSSL and installs allocators that record failures for memory_ran_out(). Called when the
+ * module is loaded. Without memory, OpenSSL's first initialisation never returns, so a static reserve backs
+ * it.
  */
 void open_openssl();
 
-/** Notes a failed allocation of a library that a module uses; returns `memory`. */
+/** Records a failed allocation made by a library. Returns `memory`. */
 void* noted_allocation(void* memory, size_t size);
 
 /**
- * Prepares the calling thread and OpenSSL for a call of the module. False when memory is missing for that:
- * the call must return its memory code without doing anything else.
+ * Prepares the calling thread and OpenSSL for a module call. Returns false when memory is exhausted; the
+ * caller must then return its out-of-memory code without doing anything else.
  */
 bool begin_module_call();
 
 /**
- * Whether an allocation has been noted as failed in this thread's call. The libraries report missing memory
- * like any other failure, so a call that fails looks here for its code.
+ * Returns whether an allocation failed during the current call of this thread. The libraries report exhausted
+ * memory like any other failure, so a failed call checks this to select its result code.
  */
 bool memory_ran_out();
 

@@ -2,7 +2,7 @@
 
 #ifdef _WIN32
 
-// In no header of the compiler.
+// Not declared in any header of the compiler.
 extern "C" BOOLEAN NTAPI RtlDllShutdownInProgress();
 #endif
 

@@ -9,8 +9,8 @@
 namespace velm::token {
 
 /**
- * A lock that needs nothing from the system, so that an unloaded module leaves nothing behind; the standard
- * library's keeps memory on Windows. To be held by std::lock_guard.
+ * Mutex for std::lock_guard that owns no system resources, so that an unloaded module leaks nothing.
+ * std::mutex keeps memory on Windows.
  */
 class ModuleLock {
  public:
@@ -30,8 +30,8 @@ class ModuleLock {
 };
 
 /**
- * Whether the process has ended its other threads and unloads its modules. A lock that one of them held is
- * never released.
+ * Returns whether the process is shutting down: its other threads have been terminated and modules are being
+ * unloaded. A lock that such a thread held is never released.
  */
 bool process_is_ending();
 

@@ -5,9 +5,9 @@
 #include "mingw_tls/thread_storage.h"
 #include "softtoken/providers/module_call.h"
 
-// OpenSSL is linked into the module. What it keeps for a thread is released
-// when the thread ends, the rest when the module is unloaded. At the end of the process the system releases
-// everything, and stopped threads may hold locks.
+// OpenSSL is linked statically. Its per-thread data is released when the thread ends, the rest when the
+// module is unloaded. At process exit nothing is released: terminated threads may hold locks, and the system
+// reclaims the memory.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
   switch (reason) {
     case DLL_PROCESS_ATTACH:

@@ -2,7 +2,7 @@
 
 #include "mingw_tls/thread_storage.h"
 
-// A module that keeps nothing but its thread storage.
+// For modules whose only state is their thread storage.
 BOOL WINAPI DllMain(HINSTANCE, DWORD reason, LPVOID process_ends) {
   if (reason == DLL_PROCESS_ATTACH) velm::open_thread_storage();
   if (reason == DLL_PROCESS_DETACH && process_ends == nullptr) velm::close_thread_storage();

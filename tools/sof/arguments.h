@@ -6,7 +6,7 @@
 
 #include "bytes.h"
 
-/** Arguments that many commands have. */
+/** Arguments shared by many commands. */
 
 inline void add_container(CLI::App& command, std::string& name) {
   command.add_option("name", name, "the container's name")->required();
@@ -20,19 +20,19 @@ inline void add_required_file(CLI::App& command, const char* option, std::string
   command.add_option(option, path, what)->required();
 }
 
-/** A digest algorithm by its name; the value is that of GM/T 0006. */
+/** Option for a digest algorithm by name. The value is the identifier of GM/T 0006. */
 void add_digest(CLI::App& command, uint32_t& algorithm);
 
-/** A certificate: from a file, DER or PEM, or from a container. */
+/** A certificate from a file (DER or PEM) or from a container. */
 class CertificateSource {
  public:
-  /** @param exchange Whether a container's exchange certificate is the one taken. */
+  /** @param exchange Take the container's encryption certificate instead of the signing certificate. */
   explicit CertificateSource(bool exchange = false) : exchange_(exchange) {}
 
-  /** One of the options is required unless `optional` is set. */
+  /** Unless `optional` is set, one of the options is required. */
   void add_options(CLI::App& command, bool optional = false);
   bool is_given() const { return !file_.empty() || !container_.empty(); }
-  /** The certificate in DER. */
+  /** Returns the certificate in DER. */
   Bytes read() const;
 
  private:
@@ -41,10 +41,10 @@ class CertificateSource {
   std::string container_;
 };
 
-/** A container's certificate in DER; the exchange certificate, or the signing one. */
+/** Returns a container's encryption certificate, or its signing certificate, in DER. */
 Bytes certificate_of(const std::string& container, bool exchange);
 
-/** A value that people know by a name. */
+/** A number with a name on the command line. */
 struct NamedNumber {
   const char* name;
   uint32_t number;

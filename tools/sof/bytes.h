@@ -11,15 +11,15 @@ inline Bytes bytes_of(std::string_view text) { return {text.begin(), text.end()}
 inline std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 inline uint32_t size_of(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()); }
 
-/** The bytes as an argument of the library, which takes no null pointer for no bytes. */
+/** Pointer for the library, which rejects null pointers even with length 0. */
 inline const uint8_t* data_of(const Bytes& bytes) {
   static constexpr uint8_t kNothing = 0;
   return bytes.empty() ? &kNothing : bytes.data();
 }
 
 std::string hex_of(const Bytes& bytes);
-/** Throws Failure when the text is not hexadecimal; white space is skipped. */
+/** Throws Failure if the text is not hexadecimal. White space is ignored. */
 Bytes bytes_of_hex(std::string_view text);
 std::string base64_of(const Bytes& bytes);
-/** Throws Failure when the text is not base64; white space is skipped. */
+/** Throws Failure if the text is not base64. White space is ignored. */
 Bytes bytes_of_base64(std::string_view text);

@@ -1,4 +1,4 @@
-// Certificates: from containers, and questions about them.
+// Commands that export and inspect certificates.
 #include "arguments.h"
 #include "certificate_items.h"
 #include "command.h"

@@ -18,7 +18,7 @@ void fail(const Failure& failure, bool as_json) {
   try {
     write_standard_output(json_line(object));
   } catch (const Failure&) {
-    // Nobody reads it; standard error and the exit status tell.
+    // Standard output is closed. The error is still reported on standard error and in the exit status.
   }
 }
 

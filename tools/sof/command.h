@@ -7,19 +7,19 @@
 
 #include "report.h"
 
-/** Whether a command calls the library; one that does not runs also where the library cannot be loaded. */
+/** Whether a command calls the library. Commands that do not also run when the library cannot be loaded. */
 enum class Needs { library, nothing };
 
-/** Runs a command, presents what it reports or how it failed, and keeps the exit status for main(). */
+/** Runs a command, prints its report or failure, and stores the exit status for main(). */
 void run_command(Needs needs, bool as_json, const std::function<Report()>& run);
 ExitStatus exit_status();
 
-/** Loads velm_sof_client.dll from this program's folder; false, with the system's error, when that fails. */
+/** Loads velm_sof_client.dll from the program's folder. Returns false and the system error on failure. */
 bool load_library(uint32_t& error);
 
 /**
- * Adds a sub-command. `Command` holds its arguments: `add_options(CLI::App&)` declares them, `run()` does the
- * work and reports. One that prints as it goes has `run(bool as_json)`.
+ * Adds a sub-command. `Command` stores its arguments: `add_options(CLI::App&)` declares them, `run()`
+ * executes the command and returns a report. A command that prints while it runs has `run(bool as_json)`.
  */
 template <class Command>
 CLI::App& add_command(CLI::App& parent, const char* name, const char* description,
@@ -41,7 +41,7 @@ CLI::App& add_command(CLI::App& parent, const char* name, const char* descriptio
   return *app;
 }
 
-/** A sub-command that only holds others. */
+/** Adds a sub-command that only groups others. */
 inline CLI::App& add_group(CLI::App& parent, const char* name, const char* description) {
   CLI::App* group = parent.add_subcommand(name, description);
   group->require_subcommand(1);

@@ -2,7 +2,7 @@
 
 #include <CLI/App.hpp>
 
-/** Each adds the commands of one subject. */
+/** Each function adds a group of related commands. */
 void add_container_commands(CLI::App& sof);
 void add_certificate_commands(CLI::App& sof);
 void add_sign_commands(CLI::App& sof);

@@ -7,7 +7,7 @@
 
 namespace {
 
-/** What this program changes, as it was found. */
+/** The console settings that this program changes, with their original values. */
 struct Settings {
   UINT code_page = 0;
   DWORD input_mode = 0;
@@ -19,7 +19,7 @@ Settings g_found;
 HANDLE input() { return GetStdHandle(STD_INPUT_HANDLE); }
 HANDLE output() { return GetStdHandle(STD_OUTPUT_HANDLE); }
 
-// Each is refused, and changes nothing, where there is no console.
+// Without a console these calls fail and change nothing.
 void restore() {
   if (g_found.code_page != 0) SetConsoleOutputCP(g_found.code_page);
   SetConsoleMode(input(), g_found.input_mode);

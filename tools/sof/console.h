@@ -1,8 +1,8 @@
 #pragma once
 
 /**
- * The console of this process, if it has one: it shows UTF-8 and colours while this lives, and is left as it
- * was found, also when Ctrl+C ends the program.
+ * Sets the console, if there is one, to UTF-8 output and colours. The original settings are restored by the
+ * destructor and on Ctrl+C.
  */
 class Console {
  public:
@@ -12,7 +12,7 @@ class Console {
   Console& operator=(const Console&) = delete;
 };
 
-/** What is typed into the console is not shown while this lives. */
+/** Disables console echo during its lifetime. */
 class NoEcho {
  public:
   NoEcho();

@@ -1,4 +1,4 @@
-// Containers: who is there, logging in, PINs, and the device that holds them.
+// Commands for containers: listing, login, PINs, and information about the device.
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -9,7 +9,7 @@
 
 namespace {
 
-/** What a command that needs a PIN takes. */
+/** Arguments of a command that requires a PIN. */
 struct ContainerWithPin {
   std::string name;
   PinSource pins;

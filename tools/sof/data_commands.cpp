@@ -1,4 +1,4 @@
-// Hash values, base64 and random bytes.
+// Commands for hashes, base64 and random bytes.
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -43,7 +43,7 @@ struct Hash {
     });
   }
 
-  // Integers among the first four arguments are passed in pointer width.
+  // Integers among the first four arguments are passed as pointer-sized values.
   static const void* as_pointer(uint32_t number) { return reinterpret_cast<const void*>(uintptr_t{number}); }
 
   Bytes of_file(const Bytes& key, const Bytes& id) const {

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Fields of a prefix, in their order.
+// Fields of a line's prefix, in order.
 enum Field { kLevel, kTime, kProcess, kBitness, kProcessId, kThreadId, kFile, kLine, kFields };
 
 uint32_t number_in(const std::string& text, int base = 10) {

@@ -7,17 +7,17 @@
 #include <utility>
 #include <vector>
 
-/** Where the library's log lies, and how its lines read. */
+/** Location and line format of the library's log. */
 
-/** The folder that holds a folder for each day. */
+/** The folder that contains one folder per day. */
 std::filesystem::path log_folder();
-/** Today's log file, by local time. */
+/** Today's log file, in local time. */
 std::filesystem::path todays_log();
 
 /** While this path exists, processes that load the library log every call. */
 std::filesystem::path marker_path();
 
-/** A line of the log; a line without a prefix, such as a dump, is all message. */
+/** A line of the log. A line without a prefix, such as a dump, is stored in `message`. */
 struct LogLine {
   /** VER, IFO, WAR or ERR; empty without a prefix. */
   std::string level;
@@ -28,8 +28,8 @@ struct LogLine {
   std::string message;
 };
 
-/** @param line In UTF-8, without its line end. */
+/** @param line UTF-8, without the line ending. */
 LogLine parse_log_line(const std::string& line);
 
-/** The result codes that a message names, each with its text; codes without a text are left out. */
+/** Returns the result codes in a message with their texts. Codes without a text are omitted. */
 std::vector<std::pair<uint32_t, std::string>> codes_in(std::string_view message);

@@ -1,4 +1,4 @@
-// A look at everything that the library needs, on one screen, with what to do about what is wrong.
+// Checks everything that the library needs and reports each problem with a remedy.
 #include <windows.h>
 
 #include <chrono>
@@ -20,7 +20,7 @@ namespace {
 enum class Grade { ok, note, warning, problem };
 constexpr const char* kGradeNames[] = {"ok", "note", "warning", "problem"};
 
-/** What was looked at, what was found, and what to do about it. */
+/** Results of the checks, each with advice for a problem. */
 class Findings {
  public:
   void add(Grade grade, const std::string& subject, const std::string& found,
@@ -45,7 +45,7 @@ class Findings {
   std::string text_;
 };
 
-// Whether the library can be used.
+// Returns whether the library can be used.
 bool look_at_modules(Findings& findings) {
   uint32_t error = 0;
   const bool loaded = load_library(error);
@@ -65,7 +65,7 @@ bool look_at_modules(Findings& findings) {
   return loaded;
 }
 
-// Whether the service answers.
+// Returns whether the local service answers.
 bool look_at_service(Findings& findings) {
   using Clock = std::chrono::steady_clock;
   char version[128] = "";
@@ -86,7 +86,7 @@ bool look_at_service(Findings& findings) {
   return code == SOR_OK;
 }
 
-// The call leaves the length alone when the provider cannot be opened.
+// Sic: the call returns success and leaves the length unchanged when the signature provider cannot be opened.
 void look_at_provider(Findings& findings) {
   uint32_t length = 0;
   const uint32_t code = SOF_Ext_GM_Tsp_GetTime(nullptr, &length);
@@ -134,7 +134,7 @@ void look_at_code_page(Findings& findings) {
   }
 }
 
-// When the certificate ends if it is valid; otherwise what is wrong goes among the findings.
+// Returns when a valid certificate expires. Otherwise adds the problem to the findings and returns nothing.
 std::optional<std::string> end_of_valid(Findings& findings, const std::string& container, bool exchange) {
   const std::string subject = container + (exchange ? ", exchange certificate" : ", signing certificate");
   try {

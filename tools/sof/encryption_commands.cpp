@@ -1,4 +1,4 @@
-// Digital envelopes for the owner of a certificate, and back.
+// Commands that encrypt data and files into digital envelopes and decrypt them.
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -49,12 +49,12 @@ struct DecryptData {
   }
 };
 
-/** From a file to a file. */
+/** File-to-file conversion. */
 struct Conversion {
   std::string input = "-";
   DataOutput output;
 
-  /** `call` gets the names of both files. */
+  /** `call` receives the names of the input file and the output file. */
   template <class Call>
   Report convert(const char* function, Report report, const char* what, Call call) const {
     const InputFile source(input, what);

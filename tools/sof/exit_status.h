@@ -1,6 +1,6 @@
 #pragma once
 
-/** How the program ends; --help and docs/sof.md list them. */
+/** Exit status of the program; also listed by --help and in docs/sof.md. */
 enum class ExitStatus {
   done = 0,
   call_failed = 1,

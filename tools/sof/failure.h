@@ -10,7 +10,7 @@
 
 using Json = nlohmann::ordered_json;
 
-/** What ends a command early: a line for people, the same for programs, and the exit status. */
+/** Ends a command with an exit status and an error message, as text and as JSON. */
 class Failure : public std::exception {
  public:
   Failure(ExitStatus status, std::string message, Json details)
@@ -27,9 +27,9 @@ class Failure : public std::exception {
 };
 
 Failure usage_failure(const std::string& message);
-/** `path` as the user wrote it, or what it stands for. */
+/** `path` is the path that the user entered, or a description. */
 Failure file_failure(const std::string& path, const std::string& message);
-/** A call that succeeded without the result that it should have given. */
+/** For a call that returned success without its result. */
 Failure missing_result(const char* function, const std::string& message);
-/** A call of the library that failed. */
+/** For a call of the library that failed. */
 Failure call_failure(const char* function, uint32_t code, ExitStatus status);

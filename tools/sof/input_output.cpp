@@ -17,7 +17,7 @@ HANDLE handle_of(Stream stream) {
 
 constexpr size_t kPiece = 1 << 16;
 
-// All pieces that `read` puts into a buffer and counts, up to one that is empty.
+// Calls `read`, which fills a buffer and returns the count, until it returns 0. Returns all bytes read.
 template <class Read>
 Bytes all_pieces(Read read) {
   Bytes content;

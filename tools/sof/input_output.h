@@ -5,7 +5,7 @@
 
 #include "bytes.h"
 
-/** Files are named in UTF-8; "-" stands for standard input or output. What fails is thrown as Failure. */
+/** File names are UTF-8; "-" is standard input or output. Errors are thrown as Failure. */
 
 std::filesystem::path path_of(const std::string& utf8);
 std::string text_of_path(const std::filesystem::path& path);
@@ -15,16 +15,16 @@ enum class Stream { input, output, error };
 bool is_console(Stream stream);
 
 /**
- * Reserves standard input, which can carry one thing only when it is no console.
- * @param what What it is to carry, as a message names it.
+ * Reserves standard input, because only one argument can be read from it. Ignored if it is a console.
+ * @param what Description of the argument for error messages.
  */
 void take_standard_input(const std::string& what);
-/** Reads the next bytes of standard input into `bytes`; how many, and 0 at its end. */
+/** Reads up to `at_most` bytes of standard input. Returns the count, 0 at the end. */
 size_t read_standard_input(void* bytes, size_t at_most);
 
 /**
- * Everything in a file or on standard input.
- * @param what What it holds, as a message names it.
+ * Reads a whole file, or standard input.
+ * @param what Description of the content for error messages.
  */
 Bytes read_all(const std::string& name, const std::string& what);
 void write_all(const std::string& name, const Bytes& content);

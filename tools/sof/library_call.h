@@ -9,21 +9,24 @@
 #include "failure.h"
 #include "velm_sof_client.h"
 
-/** The library's text for a code in UTF-8; empty when it has none. */
+/** Returns the library's text for a code in UTF-8; empty if it has none. */
 std::string error_text(uint32_t code);
 
-/** The same, and for a code of the signature provider the text of what the library makes of it. */
+/**
+ * Like error_text(). For a code of the signature provider, returns the text of the code that the library maps
+ * it to.
+ */
 std::string meaning_of(uint32_t code);
 
 /** Throws Failure unless `code` is 0. */
 void check(const char* function, uint32_t code);
 
-/** The same for a call that judges something: that it does not hold has an exit status of its own. */
+/** Like check(), for verification calls: a negative verdict has an exit status of its own. */
 void check_verdict(const char* function, uint32_t code);
 
 /**
- * What a call writes into a buffer of `capacity` bytes; `call` gets the buffer and its length. None when the
- * code is one of `absent`, by which the call says that there is no such thing.
+ * Returns what a call writes into a buffer of `capacity` bytes; `call` receives the buffer and its length.
+ * Returns nothing if the code is one of `absent`, which mean that the object does not exist.
  */
 template <class Call>
 std::optional<Bytes> fetch_if_any(const char* function, uint64_t capacity,
@@ -37,14 +40,16 @@ std::optional<Bytes> fetch_if_any(const char* function, uint64_t capacity,
   return output;
 }
 
-/** The same for what has to be there. */
+/** Like fetch_if_any(), but the object must exist. */
 template <class Call>
 Bytes fetch_within(const char* function, uint64_t capacity, Call call) {
   return *fetch_if_any(function, capacity, {}, call);
 }
 
-/** The same for a call with a size query. `at_least`: the capacity that is enough when the query may say
- * less. */
+/**
+ * Like fetch_within(), for a call with a size query. `at_least`: minimum capacity, if the query may return
+ * less.
+ */
 template <class Call>
 Bytes fetch(const char* function, Call call, uint64_t at_least = 1) {
   uint32_t length = 0;

@@ -16,7 +16,8 @@ std::wstring short_name(const std::wstring& path) {
   return name;
 }
 
-// A name for a file or folder that exists. ASCII names come first: they mean the same in every encoding.
+// Library name of an existing file or folder. ASCII names are preferred: they are the same in every code
+// page.
 std::string library_name(const fs::path& path) {
   const std::wstring wide = path.wstring();
   if (is_ascii(wide)) return utf8_of(wide);

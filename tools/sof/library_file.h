@@ -8,17 +8,17 @@
 #include "temporary_file.h"
 
 /**
- * Files as the library's calls take them: by a name in the process's code page. Names that it cannot express
- * go by their short form; standard input and output go through temporary files.
+ * Files for calls of the library, which take names in the process's code page. A name that it cannot
+ * represent is replaced by its short (8.3) form. Standard input and output are passed as temporary files.
  */
 
 class InputFile {
  public:
-  /** @param what What it holds, as a message names it. */
+  /** @param what Description of the content for error messages. */
   InputFile(const std::string& name, const std::string& what);
 
   const char* name() const { return library_name_.c_str(); }
-  /** In bytes. */
+  /** Size in bytes. */
   uint64_t size() const { return size_; }
 
  private:
@@ -27,20 +27,19 @@ class InputFile {
   uint64_t size_ = 0;
 };
 
-/** A file that appears under its own name only when it is complete. */
+/** An output file that is written under a temporary name and renamed when it is complete. */
 class OutputFile {
  public:
   explicit OutputFile(const std::string& name);
 
   const char* name() const { return library_name_.c_str(); }
-  /** Moves the file to its place; with standard output there is none, and content() is what the file holds.
-   */
+  /** Moves the file to its final name. Does nothing for standard output; callers write content() there. */
   void commit();
   bool is_standard_output() const { return target_.empty(); }
   Bytes content() const;
-  /** Puts something else in place of what the call wrote. */
+  /** Replaces what the call wrote. */
   void replace(const Bytes& content);
-  /** In bytes. */
+  /** Size in bytes. */
   uint64_t size() const;
 
  private:

@@ -1,4 +1,4 @@
-// Today's log, as it stands or as it grows, and the switch for verbose logging.
+// Prints or follows today's log, and switches verbose logging.
 #include <windows.h>
 
 #include <fstream>
@@ -18,7 +18,7 @@ const char* color_of(const std::string& level) {
   return "\x1B[90m";
 }
 
-// Without the library, codes stay without their texts.
+// Without the library, no texts of codes are available.
 std::vector<std::pair<uint32_t, std::string>> codes_of(const LogLine& line) {
   uint32_t error = 0;
   static const bool loaded = load_library(error);
@@ -44,14 +44,17 @@ std::string text_of_line(const std::string& line, bool colored) {
   return text + "\n";
 }
 
-/** The complete lines that a log has grown by since the last look; a new day begins a new file. */
+/**
+ * Returns the lines appended since the previous call. Only complete lines are returned. Each day has its own
+ * file.
+ */
 class LogReader {
  public:
   std::vector<std::string> new_lines() {
     std::vector<std::string> lines;
     const std::filesystem::path today = todays_log();
     if (path_ != today) {
-      // What was written between the last look and midnight.
+      // Lines written between the previous call and midnight.
       if (!path_.empty()) read_on(lines);
       path_ = today;
       position_ = 0;
@@ -124,7 +127,7 @@ struct Log {
     return Report{{"path", text_of_path(path)}, {"lines", rows}}.say(text);
   }
 
-  // A folder, since ordinary users may make one there, but no file.
+  // A folder, not a file: ordinary users can create only a folder there.
   Report set_verbose() const {
     namespace fs = std::filesystem;
     const fs::path marker = marker_path();

@@ -1,4 +1,4 @@
-// sof: the library's calls for people and scripts, a command each.
+// sof: command-line tool with one command for each task of the library.
 #include <fcntl.h>
 #include <io.h>
 
@@ -15,7 +15,7 @@
 #include "input_output.h"
 #include "text.h"
 
-// Words of the command line are taken as they are: no pattern among them is expanded.
+// Disable wildcard expansion of command-line arguments.
 extern "C" int _CRT_glob = 0;
 
 namespace {

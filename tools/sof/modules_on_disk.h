@@ -7,14 +7,14 @@
 /** The library and the modules that it imports. */
 struct ModuleOnDisk {
   std::string name;
-  /** Where it lies; empty when it lies nowhere. */
+  /** Path of the file; empty if it was not found. */
   std::filesystem::path path;
-  /** From its version resource; empty when it has none. */
+  /** File version from the version resource; empty if it has none. */
   std::string version;
 };
 
-/** The folder that this program lies in, and the library with it. */
+/** The folder of this program, which also contains the library. */
 std::filesystem::path program_folder();
 
-/** The library first; each as this process has loaded it, or else as it would find it. */
+/** Returns the library first. Paths are those of the loaded modules, or those that the loader would use. */
 std::vector<ModuleOnDisk> modules_on_disk();

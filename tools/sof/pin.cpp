@@ -11,7 +11,7 @@
 
 namespace {
 
-/** A line as it was typed into the console. */
+/** A line typed into the console; zeroed in the destructor. */
 struct TypedLine {
   std::array<wchar_t, 256> text{};
   DWORD length = 0;
@@ -19,12 +19,12 @@ struct TypedLine {
   ~TypedLine() { SecureZeroMemory(text.data(), sizeof text); }
 };
 
-/** Takes a line up, character by character. */
+/** Collects a line character by character. */
 class LineReader {
  public:
   explicit LineReader(const std::string& name) : name_(name) {}
 
-  // Whether the line goes on behind this character.
+  // Returns whether the line continues after this character.
   bool add(char character) {
     if (character == '\n') return false;
     if (character != '\r' && !line_.append(character)) throw usage_failure(name_ + " is too long");
@@ -52,7 +52,7 @@ void read_typed(LineReader& reader) {
   }
 }
 
-// Byte by byte, so that what follows the line stays where it is.
+// Reads single bytes, so that the lines that follow remain unread.
 void read_piped(LineReader& reader) {
   for (char byte = 0; read_standard_input(&byte, 1) == 1 && reader.add(byte);) {
   }

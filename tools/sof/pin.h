@@ -5,7 +5,7 @@
 
 #include <CLI/App.hpp>
 
-/** A PIN, wiped when it is no longer needed. */
+/** A PIN; zeroed in the destructor. */
 class Secret {
  public:
   Secret() = default;
@@ -16,7 +16,7 @@ class Secret {
   const char* text() const { return text_.data(); }
   uint32_t size() const { return size_; }
   bool operator==(const Secret& other) const;
-  /** False when it is full. */
+  /** Returns false if the PIN is too long. */
   bool append(char byte);
 
  private:
@@ -25,15 +25,15 @@ class Secret {
 };
 
 /**
- * Where PINs come from: a prompt when standard input is a console, otherwise its lines, one for each PIN.
- * They are never taken from the command line.
+ * Source of PINs: a prompt if standard input is a console, otherwise one line of standard input for each PIN.
+ * PINs are never read from the command line.
  */
 class PinSource {
  public:
   void add_options(CLI::App& command);
   /**
-   * @param name What is asked for, as the prompt and messages name it.
-   * Throws Failure when there is none, or when standard input carries something else.
+   * Throws Failure if no PIN is available or standard input is already used for something else.
+   * @param name Description for the prompt and for error messages.
    */
   Secret ask(const std::string& name);
 

@@ -22,7 +22,7 @@ uint64_t bytes_read_by_this_process() {
 
 double mebibytes(uint64_t bytes) { return static_cast<double>(bytes) / (1 << 20); }
 
-// The file may be read more than once, and systems differ in what they count; so the bar is full at most.
+// The file may be read more than once and systems count differently, so the bar is capped at 100%.
 std::string line_of(uint64_t read, uint64_t size, double seconds) {
   char text[128];
   if (read == 0) {

@@ -4,10 +4,9 @@
 #include <functional>
 
 /**
- * Runs a call of the library over a file. Where the file is above 8 MiB and standard error a console, it
- * shows meanwhile what is known: how much this process has read of it, or only for how long the call has been
- * at work.
+ * Runs a library call that processes a file. If the file exceeds 8 MiB and standard error is a console, shows
+ * how much this process has read, or only the elapsed time if that is unknown.
  * @param size Size of the file in bytes.
- * @return What the call returns.
+ * @return The result of the call.
  */
 uint32_t watched(uint64_t size, const std::function<uint32_t()>& call);

@@ -23,7 +23,7 @@ std::string title_of(std::string name) {
   return name;
 }
 
-// Columns on a screen: characters beyond the Latin ones take two.
+// Display width: wide characters such as Chinese ones occupy two columns.
 size_t width_of(const std::string& text) {
   size_t width = 0;
   for (const wchar_t character : wide_of(text)) width += character >= 0x1100 ? 2 : 1;
@@ -87,7 +87,7 @@ Json Report::written_values() const {
   return values;
 }
 
-// A console is no place for bytes: it gets base64.
+// Binary data is printed to a console as base64.
 void Report::write_data_to_standard_output() const {
   const auto& [bytes, output, form] = *data_;
   if (output.base64 || (form == DataForm::binary && is_console(Stream::output))) {
@@ -126,7 +126,7 @@ std::string printable(std::string text, std::string_view kept) {
     const auto byte = static_cast<unsigned char>(character);
     if ((byte < 0x20 || byte == 0x7F) && kept.find(character) == std::string_view::npos) character = '?';
   }
-  // U+0080 to U+009F steer consoles too.
+  // U+0080 to U+009F are control characters too.
   for (size_t at = 0; (at = text.find('\xC2', at)) != std::string::npos; ++at) {
     if (at + 1 < text.size() && static_cast<unsigned char>(text[at + 1]) < 0xA0) text.replace(at, 2, "?");
   }

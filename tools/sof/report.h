@@ -8,7 +8,7 @@
 #include "bytes.h"
 #include "failure.h"
 
-/** Where a command's data goes, and in what form. */
+/** Destination and encoding of a command's data. */
 struct DataOutput {
   std::string path = "-";
   bool base64 = false;
@@ -18,13 +18,13 @@ struct DataOutput {
 
 enum class DataForm {
   binary,
-  /** Shown as text, with a line end after it; a file holds the very bytes. */
+  /** Printed as text with a line ending; written to a file unchanged. */
   text,
-  /** Shown in hexadecimal unless it goes into a file. */
+  /** Printed in hexadecimal; written to a file unchanged. */
   hexadecimal,
 };
 
-/** What a command found out: named values in their order, and data that goes to a file or standard output. */
+/** Result of a command: named values in order, and data for a file or standard output. */
 class Report {
  public:
   Report() = default;
@@ -34,11 +34,11 @@ class Report {
 
   Report& add(const std::string& name, Json value);
   Report& deliver(Bytes data, const DataOutput& output, DataForm form = DataForm::binary);
-  /** What is printed for people in place of the values. */
+  /** Text to print instead of the values. */
   Report& say(std::string text);
   Report& end_with(ExitStatus status);
 
-  /** Writes the data, and the values to standard output as text or as one JSON object. */
+  /** Writes the data, and the values to standard output as text or as a JSON object. */
   void present(bool as_json) const;
   ExitStatus status() const { return status_; }
 
@@ -59,14 +59,14 @@ class Report {
 };
 
 /**
- * A UTF-8 text with a question mark for every control character: what certificates, devices and logs hold may
- * come from anywhere, and must neither forge lines nor steer the console.
- * @param kept Characters that stay all the same.
+ * Replaces control characters in UTF-8 text by question marks. Text in certificates, devices and logs is
+ * untrusted and must neither forge lines nor control the console.
+ * @param kept Characters that are not replaced.
  */
 std::string printable(std::string text, std::string_view kept = "");
-/** A line for each text. */
+/** One line for each text. */
 std::string lines_text(const std::vector<std::string>& texts);
-/** One JSON object as a line, whatever bytes its texts hold. */
+/** A JSON object on one line. Invalid UTF-8 in its strings is accepted. */
 std::string json_line(const Json& object);
-/** Rows as columns of text under their members' names. */
+/** Formats rows as text columns with their member names as headings. */
 std::string table_text(const Json& rows);

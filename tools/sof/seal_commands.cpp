@@ -1,4 +1,4 @@
-// Electronic seals.
+// Commands for electronic seals.
 #include <map>
 
 #include "arguments.h"

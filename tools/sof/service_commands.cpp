@@ -1,4 +1,4 @@
-// The service's settings, and what result codes mean.
+// Commands that configure the local service and explain result codes.
 #include <charconv>
 #include <map>
 

@@ -1,4 +1,4 @@
-// Signatures made with a container's key.
+// Commands that sign with a container's key.
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint64_t kLongestSignature = 1536;
 
-/** What every signing command takes. */
+/** Arguments of every signing command. */
 struct Signing {
   std::string name;
   std::string input = "-";

@@ -1,4 +1,4 @@
-// Time stamps (RFC 3161).
+// Commands for time-stamp tokens (RFC 3161).
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -9,8 +9,8 @@
 
 namespace {
 
-// These calls succeed without doing anything when the provider cannot be opened; then they leave the length
-// alone.
+// Sic: these calls return success without doing anything when the signature provider cannot be opened. The
+// length is then unchanged.
 [[noreturn]] void provider_not_opened(const char* function) {
   throw missing_result(function,
                        "the signature provider could not be opened; look at saf_config.dat and `sof log`");
@@ -69,7 +69,7 @@ struct StampCheck {
   }
 
  private:
-  // Those that the device names, when none is given; a device need not have both.
+  // Without an option, the TSA certificates stored on the device. A device may have one, both or none.
   std::vector<Bytes> authorities() const {
     if (authority.is_given()) return {authority.read()};
     std::vector<Bytes> found;

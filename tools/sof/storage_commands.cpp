@@ -1,4 +1,4 @@
-// What a device keeps beside keys: files, labels, and the service's user data files.
+// Commands for files and labels on the device, and for user data files of the local service.
 #include <map>
 
 #include "arguments.h"
@@ -155,7 +155,7 @@ struct Label {
   }
 };
 
-/** A user data file of the service. */
+/** A user data file of the local service. */
 struct UserDataFile {
   std::string name;
   uint32_t type = 0;
@@ -179,8 +179,8 @@ struct UserDataRead : UserDataFile {
     command.add_option("--length", length, "bytes to read at most")->required()->check(CLI::PositiveNumber);
     output.add_options(command);
   }
-  // The call does not tell how much it read. Bytes that two reads over different grounds leave equal were
-  // read.
+  // The call does not return how many bytes it read. The buffer is filled with different values for two
+  // reads; bytes that are equal afterwards were read.
   Report run() const {
     Bytes data = read_over(0x00);
     const Bytes again = read_over(0xFF);

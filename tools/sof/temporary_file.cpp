@@ -35,7 +35,7 @@ void stop_other_threads() {
   }
 }
 
-// Threads that stand still may hold any lock, that of the memory too: behind them only system calls are safe.
+// Suspended threads may hold any lock, including the heap's. From here on, only system calls are safe.
 void empty_and_end(const std::vector<HANDLE>& files) {
   stop_other_threads();
   for (HANDLE file : files) SetEndOfFile(file);

@@ -3,12 +3,12 @@
 #include <filesystem>
 
 /**
- * A name for a temporary file of this process. The file goes with this. When Ctrl+C ends the program, it goes
- * too, with those that the signature provider makes beside it, whose names begin with this one.
+ * Name of a temporary file of this process. The destructor deletes the file. Ctrl+C deletes it too, together
+ * with the signature provider's temporary files, whose names start with this one.
  */
 class TemporaryFile {
  public:
-  /** @param ending What tells it from others of this process. */
+  /** @param ending Distinguishes it from other temporary files of this process. */
   TemporaryFile(const std::filesystem::path& folder, const wchar_t* ending);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;
@@ -21,7 +21,7 @@ class TemporaryFile {
 };
 
 /**
- * For a program that is about to end in the midst of its work. A file that a call has open cannot be removed:
- * it is emptied, and the process ends here and now, so that nothing more gets into it.
+ * Called when the program is interrupted. A file that a call has open cannot be deleted; it is truncated and
+ * the process terminated at once, so that nothing more is written to it.
  */
 void give_up_temporary_files();

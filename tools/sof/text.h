@@ -3,20 +3,20 @@
 #include <string>
 #include <string_view>
 
-/** Texts between UTF-8, in which this program thinks, and what Windows and the library use. */
+/** Conversions between UTF-8, which this program uses, and the encodings of Windows and the library. */
 
 std::wstring wide_of(std::string_view utf8);
 std::string utf8_of(std::wstring_view wide);
 
-/** The library's GBK, which is GB18030 where the system has it. */
+/** Converts the library's GBK text (decoded as GB18030 if the system supports it). */
 std::string utf8_of_gbk(std::string_view gbk);
 
-/** A text whose encoding is not known: UTF-8 when it is well formed as such, otherwise GBK. */
+/** Converts text in an unknown encoding: valid UTF-8 is kept, anything else is decoded as GBK. */
 std::string readable(std::string_view text);
 
 bool is_ascii(std::wstring_view text);
 
-/** In the process's code page; empty when it has no such characters. */
+/** Converts to the process's code page; empty if a character cannot be represented. */
 std::string in_code_page(std::wstring_view wide);
 
 /** "0x%08X" */

@@ -1,4 +1,4 @@
-// Signatures verified.
+// Commands that verify signatures.
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
@@ -11,7 +11,7 @@ namespace {
 
 Report valid() { return Report{{"valid", true}}; }
 
-/** A raw signature, what was signed, and the signer's certificate. */
+/** A raw signature, the signed data and the signer's certificate. */
 struct Verification {
   CertificateSource signer;
   std::string signature;
@@ -68,7 +68,7 @@ struct VerifyFile : Verification {
   }
 };
 
-/** A signed message, which may lack its content. */
+/** A signed message, attached or detached. */
 struct MessageVerification {
   std::string message;
   std::string input;

@@ -15,10 +15,10 @@ constexpr WORD kClassByNumber = 0xFFFF;
 DialogTemplate::DialogTemplate(std::wstring_view title, DWORD style, DWORD extended_style, DialogArea area) {
   put_double(style | DS_SETFONT);
   put_double(extended_style);
-  put(0);  // controls, counted as they are added
+  put(0);  // number of controls, incremented by add()
   put_area(area);
   put(0);  // no menu
-  put(0);  // the standard window class
+  put(0);  // default window class
   put_text(title);
   put(kFontSize);
   put_text(kFont);
@@ -26,7 +26,7 @@ DialogTemplate::DialogTemplate(std::wstring_view title, DWORD style, DWORD exten
 
 void DialogTemplate::add(ControlClass control, WORD id, std::wstring_view text, DWORD style,
                          DialogArea area) {
-  if (words_.size() % 2 != 0) put(0);  // each control begins at a multiple of four bytes
+  if (words_.size() % 2 != 0) put(0);  // items are DWORD-aligned
   put_double(style | WS_CHILD | WS_VISIBLE);
   put_double(0);
   put_area(area);

@@ -8,7 +8,7 @@
 
 namespace velm::token {
 
-/** The classes of the controls that a dialog can have, by their numbers in a template. */
+/** Predefined window classes of controls, by their atoms in a dialog template. */
 enum class ControlClass : WORD { button = 0x0080, edit = 0x0081, text = 0x0082 };
 
 /** Position and size in dialog units. */
@@ -19,13 +19,13 @@ struct DialogArea {
   short height;
 };
 
-/** A dialog's template, made in memory; areas are in dialog units. */
+/** In-memory dialog template. All areas are in dialog units. */
 class DialogTemplate {
  public:
   DialogTemplate(std::wstring_view title, DWORD style, DWORD extended_style, DialogArea area);
 
   void add(ControlClass control, WORD id, std::wstring_view text, DWORD style, DialogArea area);
-  /** Valid until the template changes. */
+  /** Valid until the next call of add(). */
   const DLGTEMPLATE* get() const { return reinterpret_cast<const DLGTEMPLATE*>(words_.data()); }
 
  private:

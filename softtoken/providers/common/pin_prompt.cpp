@@ -15,10 +15,11 @@ namespace {
 
 enum PromptResult : int32_t { kEntered = 0, kCancelled = 1, kFailed = 2 };
 
-/** The prompt for a login. */
+/** Prompt kind: login. */
 constexpr uint32_t kLoginPrompt = 1;
 
-// What the field takes: one more than the longest, so that one too long is seen and not cut.
+// Input limit: one more than the longest PIN, so that a PIN that is too long is rejected instead of
+// truncated.
 constexpr size_t kMostTyped = kLongestPin + 1;
 
 constexpr WORD kPinField = 100;
@@ -31,7 +32,7 @@ struct PromptTexts {
   const wchar_t* cancel;
 };
 
-// The lengths in these texts.
+// The texts below repeat these lengths.
 static_assert(kShortestPin == 4 && kLongestPin == 31);
 
 constexpr PromptTexts kEnglish{L"PIN", L"Enter the PIN of your container (4 to 31 characters):", L"OK",
@@ -42,7 +43,7 @@ const PromptTexts& texts_of_user() {
   return PRIMARYLANGID(GetUserDefaultUILanguage()) == LANG_CHINESE ? kChinese : kEnglish;
 }
 
-/** What was typed; wiped when it goes. */
+/** The entered text; zeroed in the destructor. */
 class TypedPin {
  public:
   explicit TypedPin(HWND dialog)
@@ -74,7 +75,7 @@ void start(HWND dialog, LPARAM pin) {
   SetFocus(GetDlgItem(dialog, kPinField));
 }
 
-// The field's own memory is overwritten before it is given back.
+// Overwrite the edit control's own buffer before the control frees it.
 void wipe_field(HWND dialog) {
   const std::array<wchar_t, kMostTyped + 1> stars = [] {
     std::array<wchar_t, kMostTyped + 1> text{};
@@ -105,7 +106,7 @@ INT_PTR CALLBACK answer_message(HWND dialog, UINT message, WPARAM first, LPARAM 
   switch (message) {
     case WM_INITDIALOG:
       start(dialog, second);
-      return FALSE;  // the focus is set
+      return FALSE;  // the focus is already set
     case WM_COMMAND:
       command(dialog, LOWORD(first), HIWORD(first));
       return TRUE;
@@ -114,7 +115,7 @@ INT_PTR CALLBACK answer_message(HWND dialog, UINT message, WPARAM first, LPARAM 
   }
 }
 
-// Handles of windows have 32 significant bits, sign-extended.
+// Window handles have 32 significant bits and are sign-extended.
 HWND window_of(uint32_t low_bits) {
   const auto window = reinterpret_cast<HWND>(static_cast<LONG_PTR>(static_cast<int32_t>(low_bits)));
   return IsWindow(window) ? window : nullptr;

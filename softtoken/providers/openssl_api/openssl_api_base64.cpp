@@ -8,7 +8,7 @@ using namespace velm::token;
 
 namespace {
 
-// The text of more bytes than these is longer than 32 bits can say.
+// The base64 text of a longer input has a length that does not fit in 32 bits.
 constexpr uint32_t kLongestInput = UINT32_MAX / 4 * 3;
 
 }  // namespace

@@ -8,7 +8,7 @@
 
 namespace velm::token {
 
-/** Results of the crypto module. */
+/** Result codes of the crypto module. */
 enum ApiResult : int32_t {
   kApiSuccess = 0,
   kApiFailed = -1,
@@ -16,7 +16,7 @@ enum ApiResult : int32_t {
   kApiNoMemory = -3,
 };
 
-/** Runs the body of an exported function and returns its result; no exception leaves it. */
+/** Runs the body of an exported function and returns its result. No exception escapes. */
 template <typename Body>
 int32_t api_call(Body&& body) noexcept {
   if (!begin_module_call()) return kApiNoMemory;

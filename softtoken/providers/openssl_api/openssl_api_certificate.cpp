@@ -7,7 +7,7 @@
 using namespace velm;
 using namespace velm::token;
 
-// Every mode fills the whole of what is known of the record.
+// Every mode fills all known members of the record.
 int32_t VELM_Openssl_ParseCertInfo(
     const uint8_t* certificate, uint32_t certificate_length, uint32_t, uint32_t, void* record) {
   return api_call([&] {

@@ -54,7 +54,7 @@ int32_t VELM_Openssl_Decrypt(
   return convert(SymmetricOperation::Direction::decrypt, context, input, input_length, output, output_length);
 }
 
-// Releasing needs no memory, so it is not kept from the caller when there is none.
+// Requires no memory, so releasing a context succeeds even when memory is exhausted.
 int32_t VELM_Openssl_SymmReleaseCtx(void* context) {
   if (context == nullptr) return kApiBadInput;
   const std::unique_ptr<SymmetricOperation> owner(static_cast<SymmetricOperation*>(context));

@@ -18,9 +18,9 @@ namespace {
 constexpr const char* kStandardPath = "saf_config.dat";
 constexpr size_t kMaxApplications = 64;
 
-// Held while a handle is looked up and its configuration is copied or taken out.
+// Held while a handle is looked up and its configuration is copied or removed.
 constinit ModuleLock g_lock;
-// Handles are looked up here and never followed: one that is stale or made up is only not found.
+// Handles are compared and never dereferenced, so a stale or invalid handle is simply not found.
 constinit std::array<Configuration*, kMaxApplications> g_applications{};
 
 Configuration*& slot_of(const void* handle) {
@@ -40,7 +40,7 @@ void* open_application(const std::string& configuration_path) {
 }
 
 void close_application(void* handle) {
-  if (process_is_ending()) return;  // a stopped thread may hold the lock; the system releases the memory
+  if (process_is_ending()) return;  // a terminated thread may hold the lock; the system frees the memory
   const std::lock_guard lock(g_lock);
   const std::unique_ptr<Configuration> closed(std::exchange(slot_of(handle), nullptr));
 }

@@ -4,18 +4,16 @@
 
 namespace velm::token {
 
-/** Opens an application on a configuration file and gives its handle. */
+/** Opens an application with a configuration file and returns its handle. */
 void* open_application(const std::string& configuration_path);
 
-/**
- * Throws the code for a bad object when the handle is not of an open application. Does nothing at the end of
- * the process.
- */
+/** Throws SafError(kSafBadObject) unless `handle` is an open application. Does nothing at process exit. */
 void close_application(void* handle);
 
 /**
- * The configuration that an application works with. Functions may be called before any application is open: a
- * null handle stands for the standard configuration file, or the values that hold where there is none.
+ * Returns the configuration of an application. Functions may be called before any application is open: for a
+ * null handle, returns the configuration in the standard file, or the default values if that file cannot be
+ * opened.
  */
 Configuration configuration_of(void* handle);
 

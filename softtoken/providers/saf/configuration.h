@@ -5,13 +5,13 @@
 
 namespace velm::token {
 
-/** Where an HTTP service listens. */
+/** Address of an HTTP service. */
 struct Endpoint {
   std::string host;
   uint16_t port;
 };
 
-/** What the module's configuration file says; a key that is left out has the value given here. */
+/** Contents of the module's configuration file. A key that is not set has the default value given here. */
 struct Configuration {
   Endpoint service{"127.0.0.1", 55661};
   Endpoint time_stamp{"127.0.0.1", 55661};
@@ -20,14 +20,14 @@ struct Configuration {
 };
 
 /**
- * The configuration in `key = value` lines, in UTF-8 with a byte order mark or without; throws the code for
- * bad input for any other line or key.
+ * Parses `key = value` lines in UTF-8, with or without a byte order mark. Ignores empty lines and lines that
+ * start with '#'. Throws SafError(kSafBadInput) for any other line, an unknown key or an invalid value.
  */
 Configuration parse_configuration(const std::string& text);
 
 /**
- * The configuration in a file, looked for as it is named and then, a relative name, in the module's own
- * folder. Throws the code for a file that cannot be opened, and the one for bad input when it exceeds 64 KiB.
+ * Loads a configuration file. A relative path that cannot be opened is tried again in the module's folder.
+ * Throws kSafFileOpen if the file cannot be opened, and kSafBadInput if it exceeds 64 KiB.
  */
 Configuration load_configuration(const std::string& path);
 

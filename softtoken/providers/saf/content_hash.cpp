@@ -12,7 +12,7 @@ namespace {
 using CurveGroup = Handle<EC_GROUP, EC_GROUP_free>;
 
 constexpr size_t kCoordinateSize = 32;
-// GM/T 0009 counts the ID's bits in 16 bits.
+// GM/T 0009 stores the length of the user ID in bits as a 16-bit number.
 constexpr size_t kMaxIdSize = 8191;
 
 class Hasher {
@@ -33,7 +33,7 @@ class Hasher {
   DigestContext context_;
 };
 
-// The curve's parameters a and b and its generator, as Z covers them.
+// The curve parameters a and b and the generator, in the order in which Z covers them.
 Bytes curve_parameters() {
   const CurveGroup group(allocated(EC_GROUP_new_by_curve_name(NID_sm2)));
   const Number a(allocated(BN_new()));

@@ -7,7 +7,7 @@
 
 namespace velm::token {
 
-/** Tags of DER, in the form of one byte. */
+/** DER tags in single-byte form. */
 enum DerTag : uint8_t {
   kDerInteger = 0x02,
   kDerOctetString = 0x04,
@@ -18,7 +18,7 @@ enum DerTag : uint8_t {
   kDerContext0Constructed = 0xA0,
 };
 
-/** Tag and length in front of an element's content. Contents may be longer than memory. */
+/** Tag and length of an element. The content may be larger than memory. */
 struct DerHeader {
   uint8_t tag;
   uint64_t length;
@@ -27,8 +27,8 @@ struct DerHeader {
 Bytes der_header(DerHeader header);
 
 /**
- * The next header, from bytes that `next` gives one at a time (nothing at the end). Nothing when the bytes
- * are no header of a one-byte tag and a stated length; as in BER, that may take more bytes than it needs.
+ * Reads a header byte by byte; `next` returns nothing at the end. Returns nothing unless the header has a
+ * single-byte tag and a definite length. Like BER, accepts a length that is not in its shortest form.
  */
 std::optional<DerHeader> read_der_header(const std::function<std::optional<uint8_t>()>& next);
 

@@ -20,7 +20,7 @@ using Recipient = Handle<PKCS7_RECIP_INFO, PKCS7_RECIP_INFO_free>;
 
 constexpr uint8_t kPkcs7Version = 0;
 constexpr uint8_t kGmVersion = 1;
-// What stands in front of the content is small; a length beyond this is not one to read into memory.
+// The elements before the content are small. Larger lengths are rejected instead of read into memory.
 constexpr uint64_t kMaxHeadPart = 1024 * 1024;
 
 void append(Bytes& target, ByteView bytes) { target.insert(target.end(), bytes.begin(), bytes.end()); }
@@ -33,7 +33,7 @@ Bytes element(uint8_t tag, ByteView content) {
 
 Bytes object_der(const char* oid) { return der_of<const ASN1_OBJECT>(i2d_ASN1_OBJECT, object_of(oid).get()); }
 
-// The cipher that a method asks for, under the key length that the method's family and number imply.
+// Selects the CBC cipher of a method. The algorithm identifier implies the key length.
 const EVP_CIPHER* method_cipher(uint32_t method) {
   const SymmetricAlgorithm algorithm = symmetric_algorithm(method);
   require_saf(algorithm.mode == CipherMode::cbc, kSafAlgorithm);
@@ -69,7 +69,7 @@ Bytes recipient_der(X509* certificate, EVP_PKEY* key, uint8_t version, ByteView 
   return der_of<const PKCS7_RECIP_INFO>(i2d_PKCS7_RECIP_INFO, recipient.get());
 }
 
-// Everything in front of the encrypted content, whose length is known beforehand.
+// Encodes everything before the encrypted content. The content length is known in advance.
 Bytes envelope_head(const MessageTypes& types, uint8_t version, ByteView recipient, ByteView cipher,
                     uint64_t length) {
   Bytes content_head = object_der(types.data);
@@ -81,7 +81,7 @@ Bytes envelope_head(const MessageTypes& types, uint8_t version, ByteView recipie
   append(head, der_header({kDerSequence, content_head.size() + length}));
   append(head, content_head);
 
-  // From the inside to the outside, each length counts all that is within.
+  // From the innermost to the outermost header; each length covers everything inside.
   for (const uint8_t tag : {uint8_t{kDerSequence}, uint8_t{kDerContext0Constructed}}) {
     Bytes around = der_header({tag, head.size() + length});
     append(around, head);
@@ -94,7 +94,10 @@ Bytes envelope_head(const MessageTypes& types, uint8_t version, ByteView recipie
   return whole;
 }
 
-/** Reads an envelope's elements from a file; what it cannot follow is left to those who hold it in memory. */
+/**
+ * Reads the elements of a digital envelope from a file. Unsupported encodings are left to the in-memory
+ * decoder.
+ */
 class EnvelopeReader {
  public:
   explicit EnvelopeReader(InputFile& file) : file_(file) {}
@@ -104,15 +107,15 @@ class EnvelopeReader {
     require_saf(found && found->tag == tag, kSafEnvelopeNotOpened);
     return *found;
   }
-  /** Goes into an element, and gives how many bytes of the file follow it. */
+  /** Enters an element and returns the number of bytes that follow it in the file. */
   uint64_t enter(uint8_t tag) {
     const uint64_t length = header(tag).length;
     require_saf(length <= left(), kSafDamaged);
     return left() - length;
   }
-  /** How many bytes of the file are still to come. */
+  /** Number of bytes left in the file. */
   uint64_t left() const { return file_.size() - taken_; }
-  /** The element with its header, in memory. */
+  /** Reads an element including its header. */
   Bytes whole(uint8_t tag) {
     const DerHeader found = header(tag);
     require_saf(found.length <= kMaxHeadPart, kSafEnvelopeNotOpened);
@@ -124,7 +127,7 @@ class EnvelopeReader {
     }
     return bytes;
   }
-  /** The next bytes, at most so many; none at the end of the file. */
+  /** Returns at most `limit` bytes; empty at the end of the file. */
   ByteView next(uint64_t limit) {
     if (rest_.empty()) rest_ = file_.read();
     const ByteView part = rest_.first(static_cast<size_t>(limit < rest_.size() ? limit : rest_.size()));
@@ -157,7 +160,7 @@ struct RecipientSetFreer {
 };
 using RecipientSet = std::unique_ptr<STACK_OF(PKCS7_RECIP_INFO), RecipientSetFreer>;
 
-// The elements of the set, each as the template of a recipient reads it.
+// Decodes each element of the set as a PKCS#7 recipient.
 RecipientSet recipients_in(ByteView set_der) {
   RecipientSet set(allocated(sk_PKCS7_RECIP_INFO_new_null()));
   size_t offset = 0;
@@ -222,7 +225,7 @@ void encode_envelope(const std::string& plain_path, X509* recipient, uint32_t me
   }
   encryption.finish(encrypted);
   write_out();
-  // A file that grew or shrank meanwhile would not agree with the lengths written in front.
+  // If the file changed size meanwhile, the lengths already written are wrong.
   require_saf(written == padded_length, kSafFileRead);
 }
 

@@ -9,25 +9,23 @@
 namespace velm::token {
 
 /**
- * Puts a file into a digital envelope for one recipient, in constant memory: PKCS#7 for RSA, the same
- * structure with the identifiers of GM/T 0010 for SM2. `method` is an algorithm identifier of GM/T 0006 in
- * CBC mode.
+ * Encrypts a file into a digital envelope for one recipient, in constant memory. The structure is PKCS#7; for
+ * SM2 it has the identifiers of GM/T 0010. `method` is an algorithm identifier of GM/T 0006 in CBC mode.
  */
 void encode_envelope(const std::string& plain_path, X509* recipient, uint32_t method, OutputFile& envelope);
 
-/** An entry of the envelope for one recipient. */
+/** A recipient of a digital envelope. */
 struct EnvelopeRecipient {
   const PKCS7_ISSUER_AND_SERIAL* name;
   ByteView encrypted_key;
 };
 
-/** Finds, among an envelope's recipients, one whose key can be had, and gives the content key. */
+/** Selects a recipient whose private key is available and returns the content key. */
 using ContentKeyFinder = std::function<SecretBytes(std::span<const EnvelopeRecipient> recipients)>;
 
 /**
- * Opens an envelope in constant memory. Throws the code for an envelope that is not opened here when its
- * encoding has lengths that are known only at their end, or anything else than an issuer and serial number to
- * name a recipient.
+ * Opens a digital envelope in constant memory. Throws kSafEnvelopeNotOpened for encodings that it does not
+ * support, such as indefinite lengths or recipients not identified by issuer and serial number.
  */
 void decode_envelope(const std::string& envelope_path, const ContentKeyFinder& find_key, OutputFile& plain);
 

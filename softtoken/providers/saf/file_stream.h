@@ -8,7 +8,7 @@
 
 namespace velm::token {
 
-/** What is read or written at a time. */
+/** Size of one read or write. */
 constexpr size_t kFileChunk = 64 * 1024;
 
 struct FileCloser {
@@ -16,12 +16,12 @@ struct FileCloser {
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
-/** A file that is read from start to end, of any size. Paths are in the local code page. */
+/** Sequential reader for files of any size. Paths are in the local code page. */
 class InputFile {
  public:
   explicit InputFile(const std::string& path);
 
-  /** Up to `limit` bytes, valid until the next call; none at the end of the file. */
+  /** Returns up to `limit` bytes, valid until the next call; empty at the end of the file. */
   ByteView read(size_t limit = kFileChunk);
   uint64_t size();
 
@@ -31,9 +31,8 @@ class InputFile {
 };
 
 /**
- * A file that comes into being whole: it is written beside its place and takes it at commit(). Until then,
- * and when that never comes, whatever stood there stays. It may replace a file that was read, once that is
- * closed.
+ * Writes to a temporary file in the target's folder and replaces the target in commit(). Without commit() an
+ * existing target is unchanged. The target may be a file that was read, once it is closed.
  */
 class OutputFile {
  public:

@@ -5,10 +5,10 @@
 
 namespace velm::token {
 
-/** The largest request, and the largest answer that is taken, in bytes; the service's own limit is below. */
+/** Maximum size of a request body and of an answer body. The local service's own limit is lower. */
 constexpr size_t kMaxHttpBody = size_t{128} * 1024 * 1024;
 
-/** One request and where it goes. */
+/** A request and its destination. */
 struct HttpPost {
   Endpoint endpoint;
   const char* path;
@@ -19,8 +19,8 @@ struct HttpPost {
 };
 
 /**
- * The body of an answer of status 200. Throws the codes for a bad length, for a failed request and for a
- * timeout.
+ * Returns the body of an answer with status 200. Throws kSafHttpTimeout for a timeout and kSafHttpFailed for
+ * any other failure. Callers must not exceed kMaxHttpBody.
  */
 SecretBytes http_post(const HttpPost& post);
 

@@ -25,7 +25,7 @@ SecretBytes http_post(const HttpPost& post) {
   };
   const auto start = std::chrono::steady_clock::now();
   const auto result = client.send(request);
-  // The client has no error of its own for an answer that does not come in time.
+  // The HTTP client has no error code of its own for an answer timeout.
   const bool answer_late = result.error() == httplib::Error::Read &&
                            std::chrono::steady_clock::now() - start >= post.answer_timeout;
   if (answer_late || result.error() == httplib::Error::ConnectionTimeout) throw SafError(kSafHttpTimeout);

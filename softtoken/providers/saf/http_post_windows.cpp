@@ -20,7 +20,7 @@ using InternetHandle = std::unique_ptr<void, InternetCloser>;
 void require_http(bool done) {
   if (done) return;
   const DWORD error = GetLastError();
-  // Some systems hand on the socket's own error.
+  // Some systems report the socket error itself.
   const bool late = error == ERROR_WINHTTP_TIMEOUT || error == WSAETIMEDOUT;
   throw SafError(late ? kSafHttpTimeout : kSafHttpFailed);
 }
@@ -30,7 +30,7 @@ InternetHandle require_handle(HINTERNET handle) {
   return InternetHandle(handle);
 }
 
-// Hosts, paths and content types are ASCII.
+// Only for hosts, paths and content types, which are ASCII.
 std::wstring widened(const std::string& text) { return {text.begin(), text.end()}; }
 
 DWORD status_of(HINTERNET request) {
@@ -69,7 +69,7 @@ SecretBytes http_post(const HttpPost& post) {
   const InternetHandle request =
       require_handle(WinHttpOpenRequest(connection.get(), L"POST", widened(post.path).c_str(), nullptr,
                                         WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, 0));
-  // Without it the wait for the answer's first byte has no end on some systems.
+  // Without this option, some systems wait for the first byte of the answer without a timeout.
   WinHttpSetOption(request.get(), WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &answer_timeout,
                    sizeof answer_timeout);
   const std::wstring header = L"Content-Type: " + widened(post.content_type);

@@ -13,7 +13,7 @@ namespace {
 
 void* json_malloc(size_t size) { return noted_allocation(std::malloc(size), size); }
 
-// Before the first call: the library cannot tell a text that is not JSON from missing memory.
+// Installed before the first call, because cJSON reports invalid JSON and exhausted memory alike.
 const bool hooks_are_set = [] {
   cJSON_Hooks hooks{json_malloc, std::free};
   cJSON_InitHooks(&hooks);

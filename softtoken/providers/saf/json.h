@@ -12,10 +12,10 @@ namespace velm::token {
 struct JsonDeleter {
   void operator()(cJSON* value) const { cJSON_Delete(value); }
 };
-/** A JSON value and all that it contains. */
+/** A JSON value with all its members. */
 using Json = std::unique_ptr<cJSON, JsonDeleter>;
 
-/** An object, built member by member and written as text; throws std::bad_alloc. */
+/** Builds a JSON object. Throws std::bad_alloc. */
 class JsonObject {
  public:
   JsonObject();
@@ -30,12 +30,12 @@ class JsonObject {
   Json object_;
 };
 
-/** The value that a text consists of; null when the text is not JSON. */
+/** Returns null if `text` is not JSON. */
 Json parse_json(ByteView text);
 
 /**
- * Parts of a value, which may be null; each throws the code for a JSON failure when the value is of another
- * kind. A list that is missing or null is empty.
+ * Access to a value, which may be null. Each function throws kSafJsonFailed if the value has another type. A
+ * list that is missing or null is treated as empty.
  */
 const cJSON* json_member(const cJSON* object, const char* name);
 const char* json_text(const cJSON* value);

@@ -14,7 +14,7 @@ Bytes replace_message_identifiers(IdentifierFamily family, ByteView message) {
 
   Object type = object_of(wanted.data);
 
-  // The content moves between the place of its own that PKCS#7 data has and the general one.
+  // OpenSSL stores id-data of PKCS#7 in a member of its own, and any other content type in a generic one.
   const bool to_pkcs7 = family == IdentifierFamily::international;
   if (was_pkcs7 && !to_pkcs7 && contents->d.data != nullptr) {
     ASN1_TYPE* general = require_pointer(ASN1_TYPE_new(), kUnknownError);

@@ -4,13 +4,13 @@
 
 namespace velm::token {
 
-/** Which object identifiers the SM2 signed message is to carry afterwards. */
+/** The object identifiers that the SM2 signed message will have. */
 enum class IdentifierFamily : uint32_t { gm_t_0010 = 0, international = 1 };
 
 /**
- * An SM2 signed message with the content types of GM/T 0010 or of PKCS#7 in the places where the other
- * family's stand. Signatures over signed attributes do not cover these identifiers, except the content type
- * attribute, which stays.
+ * Replaces the content types of an SM2 signed message with those of the other family (GM/T 0010 or PKCS#7).
+ * Signatures over signed attributes do not cover these identifiers, except in the content-type attribute,
+ * which is not changed.
  */
 Bytes replace_message_identifiers(IdentifierFamily family, ByteView message);
 

@@ -4,7 +4,7 @@
 
 namespace velm::token {
 
-/** The folder of the program or library that this code lies in, with the separator at its end. */
+/** The folder of the executable or DLL that contains this code, with a trailing separator. */
 std::string module_folder();
 
 }  // namespace velm::token

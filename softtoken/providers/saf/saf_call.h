@@ -25,7 +25,7 @@ inline void require_saf(bool holds, uint32_t code) {
   if (!holds) throw SafError(code);
 }
 
-/** Runs the body of an exported function and returns its result code; no exception leaves it. */
+/** Runs the body of an exported function and returns its result code. No exception escapes. */
 template <typename Body>
 uint32_t saf_call(Body&& body) noexcept {
   if (!begin_module_call()) return protocol::kSafNoMemory;
@@ -43,17 +43,17 @@ uint32_t saf_call(Body&& body) noexcept {
   }
 }
 
-/** An argument of pointer and length; a null pointer stands for an empty one only. */
+/** An input buffer. A null pointer is accepted only with length 0. */
 ByteView input_bytes(const uint8_t* data, uint32_t length);
-/** The same, which must not be empty. */
+/** An input buffer that must not be empty. */
 ByteView required_bytes(const uint8_t* data, uint32_t length);
-/** A text of a stated length, and one that ends in zero. */
+/** A non-empty string with an explicit length, or NUL-terminated. */
 std::string required_text(const char* text, uint32_t length);
 std::string required_text(const char* text);
 
 /**
- * Hands a result over: a null output asks for the size. The length goes in as the output's size; one that is
- * too small is refused, and nothing is written.
+ * Copies a result to the caller. With a null output, only the required size is stored. `*output_length` is
+ * the capacity on input; if it is too small, the call fails and nothing is written.
  */
 void deliver(ByteView result, void* output, uint32_t* output_length);
 

@@ -4,7 +4,8 @@
 
 using namespace velm::token;
 
-// Items by their numbers in GM/T 0006: 8 is the public key, PKCS#1 for RSA, the uncompressed point for SM2.
+// Items are numbered as in GM/T 0006. Item 8 is the public key: PKCS#1 for RSA, the uncompressed point for
+// SM2.
 uint32_t SAF_GetCertificateInfo(
     void*, const uint8_t* certificate, uint32_t certificate_length, uint32_t info_type, uint8_t* info,
     uint32_t* info_length) {

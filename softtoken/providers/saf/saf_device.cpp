@@ -14,7 +14,7 @@ Json ask(void* application, ModuleFunction function, JsonObject arguments) {
   return TokenClient(configuration_of(application)).module_function(function, std::move(arguments));
 }
 
-// Names of files and labels are bytes to the token.
+// The token treats names of files and labels as bytes.
 std::string name_value(const std::string& name) { return base64_encode(as_bytes(name)); }
 
 JsonObject container_argument(const char* container) {
@@ -36,7 +36,7 @@ void append_name(Bytes& list, ByteView name) {
 
 }  // namespace
 
-// Each name ends in zero, and the list in another.
+// Returns a double-NUL-terminated list.
 uint32_t SAF_Ext_EnumFile(void* application, const char* container, char* names, uint32_t* names_length) {
   return saf_call([&] {
     const Json files = ask(application, ModuleFunction::list_files, container_argument(container));
@@ -110,7 +110,7 @@ uint32_t SAF_Ext_Control(void* application, const char*, uint32_t, const char* c
   });
 }
 
-// In the same form as the list of files.
+// Returns a double-NUL-terminated list, as SAF_Ext_EnumFile() does.
 uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devices_length) {
   return saf_call([&] {
     const Json found = ask(application, ModuleFunction::list_devices, JsonObject());
@@ -123,7 +123,7 @@ uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devic
   });
 }
 
-// Labels belong to the token and not to one of its containers.
+// Labels belong to the token, not to a container.
 uint32_t SAF_Ext_ReadLabel(
     void* application, const char*, uint32_t, const char* label, uint32_t label_length, uint32_t label_type,
     uint8_t* data, uint32_t* data_length) {

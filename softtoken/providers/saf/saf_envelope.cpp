@@ -11,7 +11,7 @@ using namespace velm::token;
 
 namespace {
 
-// The content key, by the first of the container's certificates that the envelope names.
+// Decrypts the content key with the first certificate of the container that the digital envelope names.
 SecretBytes content_key(const TokenClient& client, const std::string& container,
                         std::span<const EnvelopeRecipient> recipients) {
   for (const auto use : {TokenClient::KeyUse::exchange, TokenClient::KeyUse::signing}) {

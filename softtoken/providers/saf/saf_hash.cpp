@@ -7,7 +7,7 @@ using namespace velm::token;
 
 namespace {
 
-// The prefix for an optional public key and ID, which only SM3 takes, and only for a key of SM2.
+// Prefix for the optional public key and user ID. Both require SM3 and an SM2 key.
 Bytes hash_prefix(uint32_t algorithm, ByteView public_key, ByteView id) {
   if (public_key.empty()) return {};
   require_saf(static_cast<DigestId>(algorithm) == DigestId::sm3, kSafAlgorithm);
@@ -16,7 +16,7 @@ Bytes hash_prefix(uint32_t algorithm, ByteView public_key, ByteView id) {
   return signed_prefix(key.get(), id);
 }
 
-// A number that was passed at pointer width.
+// A number passed in a pointer-sized argument.
 uint32_t number_of(const void* argument) {
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(argument));
 }
@@ -34,8 +34,8 @@ uint32_t SAF_Hash(
   });
 }
 
-// The five arguments in front of the path are those of SAF_Hash() without its data: the digest algorithm, the
-// signer's public key and its length, the signer ID and its length.
+// The five arguments before the path are those of SAF_Hash() without its data: the digest algorithm, the
+// signer's public key and its length, the user ID and its length.
 uint32_t SAF_Ext_HashFile(
     const void* first, const void* second, const void* third, const void* fourth, uint32_t fifth,
     const char* path, uint8_t* hash, uint32_t* hash_length) {

@@ -17,7 +17,7 @@ struct Part {
   uint32_t* length;
 };
 
-// Every part or none: the capacities are looked at before anything is written.
+// Writes all parts or none: every capacity is checked first.
 void deliver_parts(std::span<const Part> parts) {
   for (const Part& part : parts) {
     require_saf(part.length != nullptr, kSafBadInput);
@@ -50,7 +50,7 @@ void deliver_decoded(const SignedMessage& message, const DecodedOutputs& out) {
 
 }  // namespace
 
-// Any signed message with the identifiers of PKCS#7, whoever signed it.
+// Any signed message with PKCS#7 identifiers, whatever the signer's key type.
 uint32_t SAF_Pkcs7_DecodeSignedData(void*, const uint8_t* message, uint32_t message_length,
                                     uint8_t* certificate, uint32_t* certificate_length, uint32_t* digest,
                                     uint8_t* data, uint32_t* data_length, uint8_t* signature,
@@ -63,7 +63,7 @@ uint32_t SAF_Pkcs7_DecodeSignedData(void*, const uint8_t* message, uint32_t mess
   });
 }
 
-// A message signed with SM2, with the identifiers of GM/T 0010 or of PKCS#7.
+// An SM2 signed message with the identifiers of GM/T 0010 or of PKCS#7.
 uint32_t SAF_SM2_DecodeSignedData(void*, const uint8_t* message, uint32_t message_length,
                                   uint8_t* certificate, uint32_t* certificate_length, uint32_t* digest,
                                   uint8_t* data, uint32_t* data_length, uint8_t* signature,

@@ -11,7 +11,7 @@ using namespace velm::token;
 
 namespace {
 
-/** What the four encoders have in common. */
+/** Arguments common to the four encoders. */
 struct SigningCall {
   void* application;
   const char* container;
@@ -26,7 +26,7 @@ struct SigningCall {
   uint32_t* message_length;
 };
 
-// Signatures of SM2 differ in length: a size query counts the longest, and signs nothing.
+// SM2 signatures vary in length. A size query returns the maximum and does not sign.
 Bytes longest_signature(const X509* signer) {
   return Bytes(static_cast<size_t>(EVP_PKEY_get_size(key_of(signer).get())));
 }
@@ -101,7 +101,7 @@ uint32_t SAF_SM2_EncodeSignedData(void* application, const char* container, uint
   });
 }
 
-// A detached message: over content with signed attributes, over a hash value without.
+// Encodes a detached message: content is signed with signed attributes, a hash value without them.
 uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
     void* application, const char* container, uint32_t container_length, uint32_t key_usage,
     const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void*, uint32_t data_kind,

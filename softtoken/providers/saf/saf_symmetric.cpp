@@ -7,7 +7,7 @@ using namespace velm::token;
 
 namespace {
 
-// The input is closed at the end, so that the output may take its place.
+// Closes the input on return, so that the output may replace it.
 void convert(SymmetricOperation& operation, const std::string& input_path, OutputFile& output) {
   InputFile input(input_path);
   SecretBytes converted;

@@ -30,7 +30,7 @@ Bytes fetch_stamp(void* application, DigestId digest, const HashOf& hash_of) {
   return answer;
 }
 
-// Stamps of one authority differ by a few bytes, in their serial number and nonce.
+// Time-stamp tokens of one TSA differ by a few bytes, because serial number and nonce vary in length.
 void deliver_stamp(void* application, DigestId digest, const HashOf& hash_of, uint8_t* stamp,
                    uint32_t* length) {
   constexpr uint32_t kVariation = 16;
@@ -39,7 +39,7 @@ void deliver_stamp(void* application, DigestId digest, const HashOf& hash_of, ui
   if (stamp == nullptr) *length += kVariation;
 }
 
-// The authority's clock is read off a stamp over bytes that mean nothing.
+// Reads the TSA's clock by requesting a time-stamp token for random bytes.
 void deliver_time(void* application, uint8_t* time, uint32_t* time_length) {
   const Bytes answer = fetch_stamp(application, DigestId::sha256, hash_of_data(system_random(32)));
   deliver(as_bytes(TimeStamp(answer).time()), time, time_length);
@@ -108,7 +108,8 @@ uint32_t SAF_Ext_GM_Tsp_GetTime(void* application, uint8_t* time, uint32_t* time
   return saf_call([&] { deliver_time(application, time, time_length); });
 }
 
-// The selector is the digest algorithm of GM/T 0006 that the stamp covers the data with; 0 stands for SM3.
+// `selector` is the digest algorithm of GM/T 0006 that the time-stamp token covers the data with; 0 selects
+// SM3.
 uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
     void* application, uint32_t selector, const uint8_t* data, uint32_t data_length, uint8_t* stamp,
     uint32_t* stamp_length) {

@@ -9,7 +9,7 @@ uint32_t SAF_Ext_XMLVerify(void*, uint32_t, const uint8_t* xml, uint32_t xml_len
   return saf_call([&] { verify_xml_signature(required_bytes(xml, xml_length)); });
 }
 
-// The lengths come in without meaning: a buffer holds what a call without buffers has said.
+// Sic: the incoming lengths are ignored. Each buffer must have the size that a call without buffers returned.
 uint32_t SAF_Ext_XMLParse(
     void*, uint32_t, const uint8_t* xml, uint32_t xml_length, uint8_t* item1, uint32_t* item1_length,
     uint8_t* item2, uint32_t* item2_length, uint8_t* item3, uint32_t* item3_length, uint8_t* item4,

@@ -43,7 +43,7 @@ Imprint make_imprint(DigestId digest, ByteView hash) {
   return imprint;
 }
 
-// An OpenSSL object from exactly these bytes, by its d2i function; null when they are not one.
+// Decodes exactly these bytes with a d2i function. Returns null if they are invalid or bytes are left over.
 template <typename H, typename Decoder>
 H read(Decoder decode, ByteView der) {
   const uint8_t* at = der.data();
@@ -69,8 +69,8 @@ Pkcs7 token_in(ByteView der) {
   return token;
 }
 
-// OpenSSL verifies no stamps with SM2. The signature is that of any message with attributes; the certificate
-// has to be the authority's, in its time and for this use.
+// OpenSSL cannot verify SM2 time-stamp tokens. The signature is checked like that of any message with signed
+// attributes. The certificate must be the TSA's, valid at the stamped time and issued for time stamping.
 void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trusted) {
   const Bytes message = der_of<const PKCS7>(i2d_PKCS7, token);
   const SignedMessage parsed = parse_signed_message(message);
@@ -108,7 +108,7 @@ void TimeStampQuery::check(ByteView answer) const {
   require_saf(is_granted(response.get()), kSafStampService);
   const VerifyContext context(TS_REQ_to_TS_VERIFY_CTX(request_.get(), nullptr));
   require(context != nullptr, kUnknownError);
-  // Who signed is the business of whoever verifies the stamp, with the authority's certificate.
+  // verify() checks the signer later, with the TSA's certificate.
   TS_VERIFY_CTX_set_flags(context.get(), TS_VFY_VERSION | TS_VFY_IMPRINT | TS_VFY_NONCE);
   require_openssl(TS_RESP_verify_response(context.get(), response.get()) == 1, kSafStampAnswer);
 }
@@ -138,8 +138,7 @@ void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& ha
   const bool known = ASN1_TIME_diff(&days, &seconds, epoch.get(), TS_TST_INFO_get_time(info_.get())) == 1;
   require_openssl(known, kSafStampAnswer);
 
-  // The certificate given is the one to trust, whoever issued it; it has to have been valid at the stamped
-  // time.
+  // Trust exactly this certificate, regardless of its issuer. It must have been valid at the stamped time.
   const CertificateStore trusted(allocated(X509_STORE_new()));
   require(trusted && X509_STORE_add_cert(trusted.get(), authority) == 1, kUnknownError);
   X509_VERIFY_PARAM* parameters = X509_STORE_get0_param(trusted.get());

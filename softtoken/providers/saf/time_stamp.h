@@ -8,31 +8,36 @@
 
 namespace velm::token {
 
-/** A query of RFC 3161 with its nonce; what is asked for is remembered for the answer's check. */
+/** An RFC 3161 query with a nonce. Keeps the request to check the answer against it. */
 class TimeStampQuery {
  public:
   TimeStampQuery(DigestId digest, ByteView hash);
 
   Bytes der() const;
-  /** Throws the codes for a refusal of the authority and for an answer that is not one to this query. */
+  /**
+   * Throws kSafStampService if the TSA refused, and kSafStampAnswer if the answer does not match the query.
+   */
   void check(ByteView answer) const;
 
  private:
   Handle<TS_REQ, TS_REQ_free> request_;
 };
 
-/** A time stamp: an answer that grants it, or the token alone. */
+/** A time-stamp token, alone or in the TSA's granted answer. */
 class TimeStamp {
  public:
-  /** Throws the code for an answer that cannot be read. */
+  /**
+   * Throws kSafStampAnswer if the token cannot be parsed, and kSafStampService for an answer that grants
+   * none.
+   */
   explicit TimeStamp(ByteView der);
 
-  /** The stamped time in UTC, as "20260131235959Z". */
+  /** The stamped time in UTC, in the form "20260131235959Z". */
   std::string time() const;
 
   /**
-   * Throws the code for hash values that differ unless the stamp covers the hash that `hash_of` gives, and
-   * was signed, when the certificate was valid for it, by the authority of the certificate.
+   * Throws kSafHashNotEqual unless the token covers the hash that `hash_of` returns and was signed by
+   * `authority`, whose certificate must have been valid at the stamped time.
    */
   void verify(X509* authority, const std::function<Bytes(DigestId)>& hash_of) const;
 

@@ -29,7 +29,7 @@ void require_success(uint32_t token_code) {
   if (token_code != kSuccess) throw SafError(saf_code_of(token_code));
 }
 
-// A name goes out whole, zero bytes in it too.
+// The length includes the terminating NUL.
 FrameBytes text_field(const std::string& text) { return {text.c_str(), text.size() + 1}; }
 
 }  // namespace

@@ -10,9 +10,9 @@
 namespace velm::token {
 
 /**
- * The running service, which alone holds private keys and storage. It uses them only for a container that is
- * logged in; the code for not logged in is thrown otherwise, and every other refusal as this module's code
- * for it. Container names may be UTF-8 or GBK.
+ * Client of the local service, which alone has access to private keys and storage. The service uses them only
+ * for a container that is logged in; otherwise calls throw kSafNotLoggedIn. Other refusals are thrown as this
+ * module's corresponding code. Container names may be UTF-8 or GBK.
  */
 class TokenClient {
  public:
@@ -21,16 +21,16 @@ class TokenClient {
   enum class KeyUse : uint32_t { exchange = protocol::kExchangeKey, signing = protocol::kSigningKey };
 
   Bytes certificate(const std::string& container, KeyUse use) const;
-  /** A signature by the container's signing key. */
+  /** Signs with the container's signing key. */
   Bytes sign_hash(const std::string& container, DigestId digest, ByteView hash) const;
-  /** What was encrypted for a key of the container; for RSA a wrong key may give any bytes. */
+  /** Decrypts with a key of the container. Implicit rejection: a wrong RSA key may yield arbitrary bytes. */
   SecretBytes decrypt(const std::string& container, KeyUse use, ByteView cipher) const;
   SecretBytes open_envelope(const std::string& container, ByteView envelope) const;
 
-  /** One of the functions that the service offers to provider modules alone; returns its result, or null. */
+  /** Calls a function that the local service offers only to provider modules. Returns its result, or null. */
   Json module_function(protocol::ModuleFunction function, JsonObject arguments) const;
 
-  /** The time-stamp authority's answer to a query. */
+  /** Returns the TSA's answer to a query. */
   Bytes time_stamp(ByteView query) const;
 
  private:

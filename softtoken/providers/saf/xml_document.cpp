@@ -29,7 +29,7 @@ constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
 constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
-// Held by the one call at a time that uses the libraries.
+// Serialises calls that use the XML libraries.
 constinit ModuleLock g_libraries;
 
 void* xml_malloc(size_t size) { return noted_allocation(std::malloc(size), size); }
@@ -59,12 +59,13 @@ void refuse(xmlParserCtxt* parser) {
   parser->wellFormed = 0;
 }
 
-// Takes the place of the handler that begins a document type, and ends the reading there.
+// Replaces the handler for the start of a document type declaration and stops the parser there.
 void refuse_document_type(void* parser, const xmlChar*, const xmlChar*, const xmlChar*) {
   refuse(static_cast<xmlParserCtxt*>(parser));
 }
 
-// The namespaces at a place are looked through for every name; the parser counts two words for each.
+// The parser searches all namespaces in scope for every name. It stores two words for each, so `nsNr` is
+// twice their number.
 void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, const xmlChar* name_space,
                    int namespace_count, const xmlChar** namespaces, int attribute_count, int default_count,
                    const xmlChar** attributes) {
@@ -76,9 +77,9 @@ void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, con
 
 bool is_blank(uint8_t c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
 
-// The parser compares every attribute of an element with every other. Attributes have values in quotes, and
-// no tag holds another '<', whatever is in its values: each begins anew, so that nothing in front of a tag
-// hides it.
+// The parser compares every attribute of an element with every other, so their number is limited. Attribute
+// values are quoted, and a tag contains no other '<'. Each '<' restarts the count, so that text before a tag
+// cannot hide it.
 bool has_crowded_element(ByteView document) {
   enum { outside, in_tag, in_value } place = outside;
   size_t count = 0;
@@ -103,7 +104,7 @@ bool has_crowded_element(ByteView document) {
   return false;
 }
 
-// A result code says what went wrong; nothing is written to the process's error stream.
+// Result codes report errors; the libraries must not write to stderr.
 void forget_message(void*, const char*, ...) {}
 
 }  // namespace
@@ -124,7 +125,7 @@ XmlLibraries::~XmlLibraries() { close_libraries(); }
 
 XmlDocument parse_xml(ByteView bytes) {
   require_saf(bytes.size() <= kMaxDocument, kSafBadLength);
-  // Only encodings in which '<' is this one byte: those with wider units have zeros.
+  // Only encodings in which '<' is a single byte: wider encodings contain zero bytes.
   require_saf(std::ranges::find(bytes, 0) == bytes.end() && !has_crowded_element(bytes), kSafBadObject);
   const Parser parser(xmlNewParserCtxt());
   if (!parser) throw std::bad_alloc();

@@ -31,7 +31,7 @@ struct Algorithm {
   DigestId digest;
 };
 
-// SM2 and SM3 have no URIs of their own: their object identifiers are used.
+// SM2 and SM3 have no registered URIs, so their object identifiers are used.
 constexpr Algorithm kDigests[] = {
     {"http://www.w3.org/2000/09/xmldsig#sha1", DigestId::sha1},
     {"http://www.w3.org/2001/04/xmlenc#sha256", DigestId::sha256},
@@ -71,7 +71,7 @@ bool is_filler(const xmlNode* node) {
   return node->type == XML_COMMENT_NODE || xmlIsBlankNode(node) != 0;
 }
 
-/** The elements in an element, which the format puts in a fixed order with nothing between them. */
+/** Iterates over child elements, which have a fixed order and no text between them. */
 class Elements {
  public:
   explicit Elements(const xmlNode* parent) : next_(without_filler(parent->children)) {}
@@ -92,7 +92,7 @@ class Elements {
   xmlNode* next_;
 };
 
-// Bytes in base64, in the one form that stands for them; blanks between the digits are skipped.
+// Decodes canonical base64. White space is skipped.
 Bytes bytes_in(xmlNode* element) {
   std::string text = text_in(element);
   std::erase_if(text, [](char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; });
@@ -112,8 +112,8 @@ xmlNode* find_signature(xmlNode* root) {
   return found;
 }
 
-// The one element that has an identifier; names that mean the same are all looked at, so that another reader
-// of the document finds the same one.
+// Returns the only element with an identifier. All spellings of the attribute are checked, so that another
+// parser finds the same element.
 xmlNode* element_with_id(xmlNode* root, const std::string& id) {
   xmlNode* found = nullptr;
   for (xmlNode* node = root; node != nullptr; node = next_node(node, root)) {
@@ -130,14 +130,15 @@ xmlNode* element_with_id(xmlNode* root, const std::string& id) {
   return found;
 }
 
-// References are "" for the document and "#" with an identifier for an element.
+// A reference is "" for the document, or "#" and an identifier for an element.
 xmlNode* target_of(const std::string& uri, xmlNode* root) {
   if (uri.empty()) return root;
   require_saf(uri[0] == '#' && uri.size() > 1 && uri.find('(') == std::string::npos, kSafNotSupported);
   return element_with_id(root, uri.substr(1));
 }
 
-// First the signature is taken out, exactly when the target is around it, then there may be a canonical form.
+// The enveloped-signature transform comes first, and is required exactly when the target contains the
+// signature. A canonicalization may follow.
 std::vector<xmlNode*> transforms_in(Elements& elements, bool around_signature) {
   std::vector<xmlNode*> transforms;
   bool enveloped = false;
@@ -167,7 +168,7 @@ Reference read_reference(xmlNode* node, xmlNode* root, xmlNode* signature) {
   return reference;
 }
 
-// The first certificate is the signer's; others may follow, up to its root.
+// The first certificate is the signer's. Others of its chain may follow.
 Bytes certificate_in(Elements& signature) {
   require_saf(signature.at("KeyInfo"), kSafCertificateNotFound);
   xmlNode* key_info = signature.take("KeyInfo");
@@ -196,7 +197,8 @@ Signature read_signature(xmlNode* root) {
   return signature;
 }
 
-// Whether every element from `first` on, but the signature, is what some reference names, and there is one.
+// Returns whether every element from `first` on, except the signature, is the target of a reference, and
+// there is at least one.
 bool all_covered(xmlNode* first, const Signature& signature) {
   size_t count = 0;
   for (xmlNode* node = first; node != nullptr; node = node->next) {
@@ -211,7 +213,7 @@ bool all_covered(xmlNode* first, const Signature& signature) {
 bool covers_document(const Signature& signature, xmlNode* root) {
   const auto& references = signature.references;
   if (std::ranges::any_of(references, &Reference::whole_document)) return true;
-  // Beside the root element there are only comments and processing instructions.
+  // Only comments and processing instructions can be siblings of the root element.
   for (xmlNode* node = root->doc->children; node != nullptr; node = node->next) {
     if (node->type == XML_PI_NODE) return false;
   }
@@ -242,7 +244,8 @@ void add_transform(xmlSecTransformCtx* transforms, xmlNode* node, xmlSecTransfor
   require_saf(xmlSecTransformCtxNodeRead(transforms, node, usage) != nullptr, kSafAlgorithm);
 }
 
-// The bytes that nodes become; where no transform makes bytes of them, their inclusive canonical form.
+// Applies the transforms. A node set that no transform converts to bytes is output in inclusive canonical
+// form.
 Bytes bytes_of(xmlSecTransformCtx* transforms, const NodeSet& nodes) {
   if (!nodes) throw std::bad_alloc();
   require_saf(xmlSecTransformCtxXmlExecute(transforms, nodes.get()) == 0 && transforms->result != nullptr,
@@ -258,7 +261,7 @@ Bytes signed_bytes(const Signature& signature) {
                   NodeSet(xmlSecNodeSetGetChildren(signature.node->doc, signature.signed_info, 1, 0)));
 }
 
-// Comments are no part of what a reference names.
+// References exclude comments.
 Bytes referenced_bytes(const Reference& reference) {
   const Transforms transforms = make_transforms();
   for (xmlNode* node : reference.transforms)

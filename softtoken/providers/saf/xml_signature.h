@@ -6,31 +6,31 @@
 
 namespace velm::token {
 
-/** What signed XML says; bytes as they are, not in base64. */
+/** Contents of an XML signature. All bytes are decoded from base64. */
 struct XmlSignatureItems {
-  /** The canonical form of what the first reference names. */
+  /** Canonical form of the first reference's target. */
   Bytes original;
-  /** Its digest as the document states it. */
+  /** Digest of the first reference, as stored in the document. */
   Bytes digest;
   Bytes signature;
-  /** The signer's certificate, in DER. */
+  /** The signer's certificate in DER. */
   Bytes certificate;
-  /** Algorithms by their URIs. */
+  /** Algorithm URIs. */
   std::string digest_algorithm;
   std::string signature_algorithm;
 };
 
 /**
- * Reads the one signature (XML-DSig) of a document, and verifies nothing. Throws a TokenError or a SafError
- * for a document that is not signed in one of the forms that verify_xml_signature() knows.
+ * Reads the only XML-DSig signature of a document without verifying it. Throws TokenError or SafError for any
+ * form that verify_xml_signature() does not support.
  */
 XmlSignatureItems read_xml_signature(ByteView document);
 
 /**
- * Throws a TokenError or a SafError unless the document's one signature verifies with the certificate that it
- * carries, and covers the document: all of it, around an enveloped signature; the objects in it, when it is
- * the document; or every element beside it in a root that holds nothing else. Who the signer is has to be
- * found out from the certificate.
+ * Throws TokenError or SafError unless the document's only signature verifies with the certificate in it and
+ * covers the document. Accepted forms: an enveloped signature over the whole document; a signature as the
+ * root, over all its objects; or a signature over all its siblings, in a root that contains nothing else.
+ * Callers must check the certificate themselves to trust the signer.
  */
 void verify_xml_signature(ByteView document);
 

@@ -19,14 +19,14 @@
 namespace velm::token {
 namespace {
 
-// The key of the examples in GB/T 32918.5.
+// The key pair of the examples in GB/T 32918.5.
 constexpr std::string_view kExamplePoint =
     "0409F9DF311E5421A150DD7D161E4BC5C672179FAD1833FC076BB08FF356F35020"
     "CCEA490CE26775A52DC6EA718CC1AA600AED05FBF35E084A6632F6072DA9AD13";
 constexpr std::string_view kExampleScalar =
     "3945208F7B2144B13F36E38AC6D39F95889393692860B51A42FB81EF4DF7C5B8";
 
-// PKCS#8 around the scalar and the point.
+// The private key in PKCS#8.
 Key example_private_key() {
   return private_key_from_der(from_hex(
       std::string("308187020100301306072A8648CE3D020106082A811CCF5501822D046D306B0201010420") +
@@ -173,7 +173,8 @@ TEST_P(EveryKey, OpensItsEnvelopesAlone) {
     const Bytes envelope = make_envelope(certificate.get(), plain);
     EXPECT_EQ(as_text(open_envelope(own, envelope)), as_text(plain));
     EXPECT_EQ(code_of([&] { open_envelope(other, envelope); }), kKeyMismatch);
-    // RSA gives some key to a wrong one too, so that this opens once in a while, to something else.
+    // Implicit rejection: a wrong RSA key may still yield a session key, so that decryption occasionally
+    // succeeds with other content.
     Bytes opened;
     EXPECT_THAT(code_of([&] { opened = copy_of(open_envelope(wrong_key, envelope)); }),
                 testing::AnyOf(kEnvelopeOpenFailed, kSuccess));

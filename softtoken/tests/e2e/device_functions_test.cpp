@@ -1,10 +1,10 @@
-// The device's files, labels and properties, hashes and base64.
+// Tests files, labels and properties of the device, hashes and base64.
 #include "library_calls.h"
 
 namespace {
 
 constexpr const char* kContainer = "SEAL_SM2_DEMO";
-constexpr const char* kName = "\xCE\xC4\xBC\xFE";  // in GBK
+constexpr const char* kName = "\xCE\xC4\xBC\xFE";  // GBK
 constexpr uint32_t kNobody = 0x00;
 constexpr uint32_t kUser = 0x10;
 constexpr uint32_t kAnyone = 0xFF;

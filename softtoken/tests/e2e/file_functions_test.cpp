@@ -1,4 +1,4 @@
-// What the library encrypts and decrypts in process.
+// Tests encryption and decryption in process.
 #include <windows.h>
 #include <psapi.h>
 
@@ -12,7 +12,7 @@ constexpr const char* kPlain = "file_functions.txt";
 constexpr const char* kEnvelope = "file_functions.p7m";
 constexpr const char* kOpened = "file_functions.out";
 
-/** Who an envelope is for: the service makes those of type 2, the provider module all others. */
+/** Envelope types: the local service handles type 2, the signature provider all others. */
 enum EnvelopeType : uint32_t { kByProvider = 1, kByService = 2 };
 
 constexpr int32_t kMethods[] = {0x402, 0x2002, 0x4002, 0x8002, 0x10002};
@@ -95,7 +95,7 @@ TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
     std::remove(kOpened);
     EXPECT_EQ(decrypt(is_sm2(name) ? "RSA_2048_DEMO" : "SM2_DEMO"), SOR_KEYPAIRMISMATCHERR);
 
-    // What is altered in the block before the last alters the padding's length, to more than a block's.
+    // Changing the second-to-last block changes the padding length to more than one block.
     Bytes altered = envelope;
     altered[envelope.size() - (is_sm2(name) ? 17 : 9)] ^= 0x80;
     write_file(kEnvelope, altered);
@@ -104,7 +104,7 @@ TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
       write_file(kEnvelope, Bytes(envelope.begin(), envelope.begin() + static_cast<ptrdiff_t>(length)));
       EXPECT_NE(decrypt(name), SOR_OK) << length;
     }
-    // Tag and length, and the identifier of the type; nothing protects an envelope's content itself.
+    // Only tag, length and content type: the content of a digital envelope is not authenticated.
     for (size_t i = 0; i < 15; ++i) {
       write_file(kEnvelope, altered_at(envelope, i));
       EXPECT_NE(decrypt(name), SOR_OK) << i;
@@ -119,7 +119,7 @@ TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
   }
 }
 
-// As streaming programs write them: the lengths in front are not stated. The library opens them in memory.
+// Streaming encoders write indefinite lengths. The library decrypts such digital envelopes in memory.
 TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
   const Bytes plain(1000, 'p');
   write_file(kPlain, plain);
@@ -127,7 +127,7 @@ TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
   for (const char* name : {"SM2_DEMO", "RSA_2048_DEMO"}) {
     ASSERT_EQ(encrypt(name), SOR_OK);
     Bytes envelope = read_file(kEnvelope);
-    // A sequence with a length of two bytes becomes one that two zeros end.
+    // Replaces a definite length (two length bytes) by an indefinite one with end-of-contents bytes.
     ASSERT_EQ(Bytes(envelope.begin(), envelope.begin() + 2), (Bytes{0x30, 0x82}));
     envelope.erase(envelope.begin() + 2, envelope.begin() + 4);
     envelope[1] = 0x80;
@@ -138,7 +138,7 @@ TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
   }
 }
 
-// 300 MiB, through the library, in a fifth of that.
+// Shows that encrypting and decrypting 300 MiB takes less than 64 MiB of memory.
 TEST_F(FileFunctions, ALargeFileTakesLittleMemory) {
   constexpr size_t kMebibyte = 1024 * 1024;
   {
@@ -209,7 +209,7 @@ TEST_F(FileFunctions, SymmetricCiphersAgreeInMemoryAndInFiles) {
       EXPECT_EQ(decrypted(number, iv, key, cipher, code), plain);
       EXPECT_EQ(code, SOR_OK);
       Bytes other_key = key;
-      other_key[0] ^= 0x10;  // no parity bit of triple DES
+      other_key[0] ^= 0x10;  // not a parity bit of triple DES
       EXPECT_NE(decrypted(number, iv, other_key, cipher, code), plain);
       EXPECT_NE(decrypted(number, iv, key, altered_at(cipher, 0), code), plain);
 
@@ -226,7 +226,7 @@ TEST_F(FileFunctions, SymmetricCiphersAgreeInMemoryAndInFiles) {
   }
 }
 
-// The example of GB/T 32907: the key encrypts itself.
+// Test vector of GB/T 32907: the key encrypts itself.
 TEST_F(FileFunctions, Sm4GivesThePublishedValue) {
   const Bytes key{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF,
                   0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10};

@@ -9,15 +9,15 @@
 
 #include "velm_sof_client.h"
 
-/** What the tests of the library on the token's own modules and service share. */
+/** Helpers for tests of the library with the software token's modules and the local service. */
 using Bytes = std::vector<uint8_t>;
 
 constexpr const char* kPin = "12345678";
-/** Containers of the demo store, one for each kind of key; and those whose certificates are labels. */
+/** Containers of the demo store, one for each key type, and those whose certificates are labels. */
 constexpr const char* kKeys[] = {"SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"};
 constexpr const char* kScannedKeys[] = {"SM2_SCAN_CONTAINER_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO"};
 
-/** Digest algorithms by their identifiers in GM/T 0006. */
+/** Digest algorithm identifiers of GM/T 0006. */
 enum Digest : uint32_t { kSm3 = 1, kSha1 = 2, kSha256 = 4 };
 
 inline bool is_sm2(const std::string& container) { return container.find("SM2") != std::string::npos; }
@@ -31,19 +31,19 @@ inline Bytes bytes_of(const std::string& text) { return {text.begin(), text.end(
 inline std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 inline uint32_t size_of(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()); }
 
-/** A call with a size query; `code` is the first that is not success, or success. */
+/** Makes a call with a size query. `code` receives the first error, or success. */
 template <typename Call>
 Bytes output_of(uint32_t& code, Call call) {
   uint32_t length = 0;
   code = call(nullptr, &length);
   if (code != SOR_OK) return {};
-  Bytes output(length + 1);  // no null pointer for no bytes
+  Bytes output(length + 1);  // at least one byte, so that the pointer is not null
   code = call(output.data(), &length);
   output.resize(code == SOR_OK ? length : 0);
   return output;
 }
 
-/** The same, which has to succeed. */
+/** Like the overload above, but the call must succeed. */
 template <typename Call>
 Bytes output_of(Call call) {
   uint32_t code = SOR_UNKNOWNERR;
@@ -92,7 +92,7 @@ inline Bytes read_file(const std::string& path) {
 
 inline bool file_exists(const std::string& path) { return std::ifstream(path).good(); }
 
-/** Bytes with one of them altered. */
+/** Returns `bytes` with one byte changed. */
 inline Bytes altered_at(Bytes bytes, size_t index) {
   bytes.at(index) ^= 1;
   return bytes;

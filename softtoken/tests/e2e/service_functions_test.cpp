@@ -1,4 +1,4 @@
-// Every function that asks the service, through the library, against the service with real keys.
+// Tests every function that calls the local service, with real keys.
 #include <atomic>
 #include <optional>
 #include <string>
@@ -167,7 +167,7 @@ TEST_P(EveryKey, EncryptsAndDecrypts) {
   for (const size_t size : {0u, 1u, 16u, 300000u}) {
     const Bytes plain(size, 'p');
     Bytes given = plain;
-    given.push_back(0);  // no null pointer for no bytes
+    given.push_back(0);  // at least one byte, so that the pointer is not null
     const Bytes envelope = output_of([&](uint8_t* out, uint32_t* length) {
       return SOF_EncryptData(certificate.data(), size_of(certificate), given.data(), size_of(plain), out,
                              length);
@@ -247,7 +247,7 @@ TEST(Concurrency, ClientsAtTheSameTimeGetTheirOwnAnswers) {
 
 TEST(Farewell, IsTaken) { EXPECT_EQ(SOF_Finalize(), SOR_OK); }
 
-// The service runs as long as the tests do.
+// Runs the local service for the whole test program.
 class Service : public testing::Environment {
  public:
   void SetUp() override { process_.emplace(); }

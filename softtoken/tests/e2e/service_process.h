@@ -4,16 +4,16 @@
 
 #include <string>
 
-/** The token's service on its usual port, with a demo store of its own, for as long as this lives. */
+/** Runs the local service on its standard port with a demo store of its own. Stopped by the destructor. */
 class ServiceProcess {
  public:
-  /** Throws std::runtime_error when something listens already, or when the service does not answer. */
+  /** Throws std::runtime_error if the port is in use or the service does not answer. */
   ServiceProcess();
   ~ServiceProcess();
   ServiceProcess(const ServiceProcess&) = delete;
   ServiceProcess& operator=(const ServiceProcess&) = delete;
 
-  /** Memory that belongs to the service alone, in bytes. */
+  /** Private memory of the service in bytes. */
   size_t private_bytes() const;
 
  private:

@@ -1,4 +1,4 @@
-// What the library signs and verifies in process.
+// Tests signing and verification in process.
 #include <algorithm>
 
 #include "library_calls.h"
@@ -82,7 +82,7 @@ uint32_t verify_message(uint32_t flag, const Bytes& message) {
   return SOF_Ext_PKCS7_VerifySignedFile(flag, message.data(), size_of(message), kFile);
 }
 
-// Each byte of a part of the message, in turn, with the code that its alteration is refused with.
+// Changes each byte of a part of the message in turn and expects the given code.
 void expect_refused(uint32_t flag, const Bytes& message, const Bytes& part, size_t step, uint32_t code) {
   const auto place = std::search(message.begin(), message.end(), part.begin(), part.end());
   ASSERT_NE(place, message.end());
@@ -91,7 +91,7 @@ void expect_refused(uint32_t flag, const Bytes& message, const Bytes& part, size
     EXPECT_EQ(verify_message(flag, altered_at(message, i)), code) << i;
 }
 
-// The signature is the last that a message holds.
+// The signature is the last element of a message.
 Bytes signature_in(const char* name, const Bytes& message) {
   return {message.end() - (is_sm2(name) ? 64 : 256), message.end()};
 }
@@ -103,7 +103,7 @@ TEST_F(SignatureFunctions, AttachedFileMessagesVerify) {
     EXPECT_EQ(verify_message(0, message), SOR_OK);
     EXPECT_EQ(verify_message(1, message), SOR_OK);
     expect_refused(0, message, kContent, 499, SOR_HASHNOTEQUALERR);
-    // The integers of an SM2 signature end where their encoding is not touched.
+    // Only the last integer of an SM2 signature: changes there leave its DER encoding valid.
     const Bytes signature = signature_in(name, message);
     expect_refused(0, message, {signature.end() - 32, signature.end()}, 1, SOR_HASHNOTEQUALERR);
     write_file(kFile, altered_at(kContent, 10));
@@ -121,7 +121,7 @@ TEST_F(SignatureFunctions, DetachedFileMessagesVerify) {
     EXPECT_LT(message.size(), kContent.size());
     const Bytes signature = signature_in(name, message);
     expect_refused(1, message, {signature.end() - 32, signature.end()}, 1, SOR_HASHNOTEQUALERR);
-    // The signed attributes hold the content's hash.
+    // The signed attributes contain the hash of the content.
     expect_refused(1, message, hash_of(digest_of_key(name), kContent), 1, SOR_HASHNOTEQUALERR);
     for (size_t i = 0; i < kContent.size(); i += 499) {
       write_file(kFile, altered_at(kContent, i));

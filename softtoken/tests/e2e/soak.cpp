@@ -1,9 +1,9 @@
-// Mixed calls from many threads against the token's service, every result checked.
+// Soak test: mixed calls from many threads against the local service, with every result checked.
 //
 //   velm_soak [--calls N] [--threads N] [--seed N]
 //
-// Prints what it found. Exit code 0: no wrong result, and nothing grew from the first half of the calls to
-// the second; 1: otherwise; 2: it could not run.
+// Prints its findings. Exit code 0: all results correct, and no resource use grew between the first half of
+// the calls and the second; 1: otherwise; 2: the test could not run.
 #include <algorithm>
 #include <atomic>
 #include <charconv>
@@ -35,14 +35,14 @@ uint32_t size_of(const Bytes& bytes) { return static_cast<uint32_t>(bytes.size()
 
 Bytes bytes_of(const std::string& text) { return {text.begin(), text.end()}; }
 
-// What all threads have found.
+// Findings of all threads.
 struct Findings {
   std::atomic<size_t> calls = 0;
   std::atomic<size_t> wrong = 0;
   std::mutex printing;
 };
 
-// One thread's turn: a few calls that belong together.
+// A short sequence of related calls on one thread.
 class Turn {
  public:
   Turn(Findings& findings, uint64_t seed, uint64_t step, size_t thread)
@@ -56,7 +56,7 @@ class Turn {
     return {bytes.begin(), bytes.end()};
   }
 
-  // A number that no other thread has at the same time.
+  // A number that no other thread uses at the same time.
   uint32_t own_number() const { return static_cast<uint32_t>(thread_); }
 
   void expect(bool holds, const char* what) {
@@ -66,14 +66,14 @@ class Turn {
     std::printf("wrong: %s (%s)\n", what, container);
   }
 
-  // One call that was made, with its code.
+  // Counts a call and checks its result code.
   void expect_code(const char* call, uint32_t code, uint32_t expected = SOR_OK) {
     ++findings_.calls;
     if (code == expected) return;
     expect(false, (std::string(call) + " gave " + std::to_string(code)).c_str());
   }
 
-  // The output of a call that must succeed.
+  // Returns the output of a call that must succeed.
   template <class Call>
   Bytes output_of(const char* name, Call call, uint32_t room = 65536) {
     Bytes output(room);
@@ -176,7 +176,7 @@ void sign_data(Turn& turn) {
 
 void sign_message(Turn& turn) {
   const Bytes data = turn.data(20000);
-  const auto flag = static_cast<int32_t>(turn.random.below(2));  // 0: the message carries the data
+  const auto flag = static_cast<int32_t>(turn.random.below(2));  // 0: attached, the message contains the data
   const Bytes message = turn.output_of("SOF_SignMessage", [&](uint8_t* out, uint32_t* length) {
     return SOF_SignMessage(flag, turn.container, data.data(), size_of(data), out, length);
   });
@@ -212,7 +212,7 @@ void encrypt_with_a_key(Turn& turn) {
   }) == data, "data decrypted with a key");
 }
 
-// Each thread has a file of its own. Writing takes the PIN, which is costly by intent.
+// Each thread has a file of its own. Writing requires the PIN, whose key derivation is deliberately slow.
 void keep_user_data(Turn& turn) {
   const Bytes data = turn.data(20000), pin = bytes_of(kPin);
   turn.expect_code("SOF_Ext_WriteUsrDataFile",
@@ -228,7 +228,7 @@ void keep_user_data(Turn& turn) {
   }
 }
 
-// In process, by the provider modules.
+// Calls that the modules execute in process.
 void work_without_the_service(Turn& turn) {
   const Bytes data = turn.data(20000);
   const Bytes text = turn.output_of("SOF_Base64Encode", [&](uint8_t* out, uint32_t* length) {
@@ -241,7 +241,7 @@ void work_without_the_service(Turn& turn) {
     const uint8_t abc[] = {'a', 'b', 'c'};
     return SOF_Ext_HashData(1, abc, sizeof abc, nullptr, 0, nullptr, 0, out, length);
   });
-  // SM3 of "abc", from GB/T 32905.
+  // SM3 of "abc" (GB/T 32905).
   turn.expect(hash.size() == 32 && hash[0] == 0x66 && hash[1] == 0xC7 && hash[31] == 0xE0, "SM3");
 }
 
@@ -277,7 +277,7 @@ Settings settings_of(int count, char** arguments) {
   return settings;
 }
 
-// All threads take turns until so many calls have been made in all.
+// Runs sequences on all threads until the given total number of calls has been made.
 void run_until(const Settings& settings, size_t calls, Findings& findings, std::atomic<uint64_t>& step) {
   std::vector<std::thread> threads;
   for (size_t thread = 0; thread < settings.threads; ++thread) {
@@ -300,8 +300,9 @@ int soak(const Settings& settings) {
   }
   Findings findings;
   std::atomic<uint64_t> step = 0;
-  // The service adds a thread when a connection finds none waiting, which on a busy machine happens late. It
-  // gets more of them first than the rest of the calls can need: a new thread is not taken for a leak.
+  // The service adds a thread when a connection finds none idle, which on a loaded machine happens late.
+  // Starting with more client threads makes it create all threads early, so that a new one is not reported as
+  // a leak.
   Settings crowd = settings;
   crowd.threads *= 2;
   run_until(crowd, settings.calls / 4, findings, step);

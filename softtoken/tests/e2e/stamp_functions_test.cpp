@@ -1,4 +1,4 @@
-// Time stamps of the service's authority.
+// Tests time-stamp tokens of the local service's TSA.
 #include "library_calls.h"
 
 namespace {
@@ -22,7 +22,7 @@ class StampFunctions : public testing::Test {
   const Bytes sm2_ = authority_certificate("TIME_STAMP_AUTHORITY_SM2");
 };
 
-// The three that verify stamps take the same arguments.
+// The three verification functions have the same signature.
 using Verify = decltype(&SOF_Ext_TspVerifyStamp);
 
 uint32_t verify(Verify function, const Bytes& input, const Bytes& stamp, const Bytes& certificate) {
@@ -44,7 +44,7 @@ void expect_verified(Verify function, const Bytes& input, const Bytes& stamp, co
   EXPECT_EQ(verify(function, input, stamp, other), SOR_HASHNOTEQUALERR);
   EXPECT_EQ(verify(function, input, stamp, kContent), SOR_CERTENCODEERR);
   EXPECT_EQ(verify(function, input, kContent, authority), SOR_TSRESPONSEERR);
-  // The signature is at the end, whose last bytes are an integer of it.
+  // The token ends with the signature, whose last bytes belong to an integer.
   for (size_t i = stamp.size() - 32; i < stamp.size(); ++i)
     EXPECT_EQ(verify(function, input, altered_at(stamp, i), authority), SOR_HASHNOTEQUALERR) << i;
 }

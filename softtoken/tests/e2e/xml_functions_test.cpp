@@ -1,4 +1,4 @@
-// Signed XML, with the keys of the service.
+// Tests signed XML with keys of the local service.
 #include "library_calls.h"
 
 namespace {
@@ -34,7 +34,7 @@ struct SignedXml {
   Bytes signature;
 };
 
-// An enveloped signature. All of it is written in canonical form, so that the text is what is signed.
+// An enveloped signature. The text is already in canonical form and can be signed as it is.
 SignedXml signed_xml(const char* name) {
   const Digest digest = digest_of_key(name);
   const auto [digest_uri, signature_uri] = uris_of(digest);
@@ -90,11 +90,11 @@ TEST(XmlFunctions, AlteredDocumentsAreRefused) {
     ASSERT_EQ(SOF_Login(name, kPin), SOR_OK);
     const Bytes document = signed_xml(name).document;
     const std::string text = text_of(document);
-    // What is signed, and the signature; the certificate that follows is for the application to look at.
+    // Up to the signature value; the certificate after it must be checked by the application.
     for (size_t i = 0; i < text.find("<KeyInfo>"); i += 3)
       EXPECT_NE(verify(altered_at(document, i)), SOR_OK) << i;
     EXPECT_EQ(verify(altered_at(document, text.find("number=\"7") + 8)), SOR_HASHNOTEQUALERR);
-    // Another digit of base64, so that it is another signature and not none.
+    // Another base64 digit, so that the signature is still well-formed but wrong.
     Bytes of_another_signature = document;
     uint8_t& digit = of_another_signature.at(text.find("<SignatureValue>") + 30);
     digit = digit == 'A' ? 'B' : 'A';

@@ -1,4 +1,4 @@
-// Certificates, and the public keys that may stand for them.
+// Fuzzes certificates and the public keys accepted in their place.
 #include "softtoken/crypto/certificate.h"
 
 #include "softtoken/crypto/authority.h"

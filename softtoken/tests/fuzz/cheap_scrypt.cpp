@@ -1,5 +1,5 @@
-// The key that a PIN gives, with the least cost that the derivation allows: a fuzzer logs in thousands of
-// times a second. The linker puts this in the place of the library's function.
+// scrypt with its minimum cost, because a fuzzer logs in thousands of times a second. The linker substitutes
+// this for OpenSSL's function.
 #include <openssl/evp.h>
 
 extern "C" {

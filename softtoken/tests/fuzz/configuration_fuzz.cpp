@@ -1,4 +1,4 @@
-// The configuration file of the provider module.
+// Fuzzes the configuration file of the signature provider.
 #include "softtoken/providers/saf/configuration.h"
 
 #include "softtoken/providers/saf/saf_call.h"

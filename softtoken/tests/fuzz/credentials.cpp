@@ -9,7 +9,7 @@
 namespace velm::token::fuzz {
 namespace {
 
-// Two lines of base64: the key in PKCS#8, the certificate.
+// The file contains two lines of base64: the PKCS#8 key and the certificate.
 Credential load(const std::string& name) {
   std::ifstream file(VELM_FUZZ_CREDENTIALS "/" + name);
   std::string key, certificate;

@@ -4,8 +4,7 @@
 
 namespace velm::token::fuzz {
 
-/** The fixed keys and certificates of the folder credentials/: seeds and findings hold for them in every run.
- */
+/** Fixed keys and certificates from the folder credentials/, so that seeds and findings stay reproducible. */
 Credential sm2_credential();
 Credential rsa_credential();
 

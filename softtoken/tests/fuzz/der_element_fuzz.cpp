@@ -1,4 +1,4 @@
-// Headers of DER elements.
+// Fuzzes headers of DER elements.
 #include "softtoken/providers/saf/der_element.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// Digital envelopes, opened in memory and from a file: what both open has the same content.
+// Fuzzes digital envelopes: the in-memory decoder and the file decoder must return the same content.
 #include "softtoken/crypto/envelope.h"
 
 #include <filesystem>
@@ -44,7 +44,7 @@ class Openers {
   Opener openers_[2] = {{sm2_.certificate.get(), sm2_.key.get()}, {rsa_.certificate.get(), rsa_.key.get()}};
 };
 
-// The files of this process alone, which go with it.
+// Files of this process; deleted by the destructor.
 class Folder {
  public:
   Folder() {

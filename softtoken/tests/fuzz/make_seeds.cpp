@@ -1,4 +1,4 @@
-// Writes the seeds that are made with keys, and the keys themselves when they are missing.
+// Writes the seeds that require keys, and the keys themselves if they are missing.
 //   usage: fuzz_make_seeds FOLDER
 #include <filesystem>
 #include <fstream>
@@ -33,7 +33,7 @@ void put(const std::string& target, const std::string& name, ByteView bytes) {
   write_file((folder / "seeds" / target / name).string(), bytes);
 }
 
-// The file of a credential: two lines of base64, the key in PKCS#8 and the certificate.
+// A credential file contains two lines of base64: the PKCS#8 key and the certificate.
 Credential credential(const std::string& name, KeyKind kind) {
   const std::filesystem::path path = folder / "credentials" / (name + ".txt");
   if (!std::filesystem::exists(path)) {

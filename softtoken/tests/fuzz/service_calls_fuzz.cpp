@@ -1,10 +1,10 @@
-// Sequences of well-formed calls. Input: calls with an empty line between them; a call is lines:
+// Fuzzes sequences of well-formed calls. Input: calls separated by an empty line. A call consists of lines:
 //   json NUMBER | module NUMBER | frame NUMBER
-//   NAME=TEXT      a member of a JSON request that is a text
-//   NAME#VALUE     a member of a JSON request as it stands
+//   NAME=TEXT      a string member of a JSON request
+//   NAME#VALUE     a member of a JSON request with a literal value
 //   =TEXT  #NUMBER  :BASE64     the fields of a frame: a text, a number, a byte string
-// A whole TEXT or BASE64 may be $SM2, $RSA or $OWN, the base64 of a container's certificate, or $LAST, what
-// the call before gave. In the members that carry PINs $PIN and $PIN64 stand for the PIN.
+// A whole TEXT or BASE64 may be $SM2, $RSA or $OWN, the base64 of a container's certificate, or $LAST, the
+// result of the previous call. In members that contain PINs, $PIN and $PIN64 are replaced by the PIN.
 #include <charconv>
 
 #include "softtoken/crypto/base64.h"
@@ -17,7 +17,7 @@ namespace {
 
 constexpr size_t kMaxCalls = 8;
 
-// What stands before a separator; the rest stays.
+// Removes and returns the text before the separator.
 std::string_view take(std::string_view& text, std::string_view separator) {
   const size_t end = text.find(separator);
   const std::string_view taken = text.substr(0, end);
@@ -108,7 +108,8 @@ class Caller {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static fuzz::TokenUnderFuzz token;
   std::string_view input(reinterpret_cast<const char*>(data), size);
-  // The comparisons of the search for the PIN may teach it to the fuzzer, who would then ask for it back.
+  // Fuzzers learn from comparisons. This search could teach the PIN to the fuzzer, which would then see it in
+  // answers.
   if (input.find(fuzz::kPin) != std::string_view::npos) return 0;
   token.begin_input();
   Caller caller(token);

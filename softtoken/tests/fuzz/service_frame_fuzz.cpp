@@ -1,4 +1,4 @@
-// Request bodies in byte frames.
+// Fuzzes request bodies in byte frames.
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -1,4 +1,4 @@
-// Request bodies in JSON, of applications and of provider modules.
+// Fuzzes JSON request bodies of applications and of provider modules.
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -1,4 +1,4 @@
-// Signed messages: PKCS#7 and GM/T 0010, with and without content and signed attributes.
+// Fuzzes signed messages: PKCS#7 and GM/T 0010, with and without content and signed attributes.
 #include <algorithm>
 
 #include "provider_abi/velm_client_saf.h"
@@ -29,7 +29,7 @@ void check_replacement(const SignedMessage& parsed, ByteView message) {
   }
 }
 
-// The exported decoders, with outputs of exactly the sizes that they ask for.
+// Calls the exported decoders with outputs of exactly the sizes that a size query returns.
 template <typename Decoder>
 void check_decoder(Decoder decode, ByteView message) {
   uint32_t sizes[3] = {};

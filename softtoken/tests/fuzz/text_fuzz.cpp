@@ -1,4 +1,4 @@
-// Base64 and the encodings of texts.
+// Fuzzes base64 and text encodings.
 #include <algorithm>
 
 #include "softtoken/crypto/base64.h"

@@ -1,4 +1,4 @@
-// Time stamps as an application has them from anywhere: answers and tokens.
+// Fuzzes time-stamp tokens and answers that an application may receive from any source.
 #include "softtoken/providers/saf/time_stamp.h"
 
 #include "softtoken/providers/saf/saf_call.h"

@@ -1,5 +1,5 @@
-// Queries to the time-stamp authority: whatever it is asked, it gives an answer that can be read, and what it
-// grants covers what the query named.
+// Fuzzes queries to the TSA. Every answer must be parseable, and every granted time-stamp token must cover
+// what the query contained.
 #include <openssl/ts.h>
 
 #include "softtoken/crypto/certificate.h"
@@ -16,7 +16,7 @@ namespace {
 
 using Request = Handle<TS_REQ, TS_REQ_free>;
 
-// The authority reads the query that stands in front, as this does.
+// Ignores data after the query, as the TSA does.
 Request request_in(ByteView query) {
   const uint8_t* at = query.data();
   Request request(d2i_TS_REQ(nullptr, &at, static_cast<long>(query.size())));
@@ -28,7 +28,7 @@ Bytes imprint_of(const TS_REQ* request) {
   return copy_of(view_of(TS_MSG_IMPRINT_get_msg(TS_REQ_get_msg_imprint(const_cast<TS_REQ*>(request)))));
 }
 
-// What is hashed with SM3 is signed with SM2.
+// The TSA signs SM3 imprints with SM2.
 const char* authority_label(const TS_REQ* request) {
   const ASN1_OBJECT* algorithm = nullptr;
   X509_ALGOR_get0(&algorithm, nullptr, nullptr,
@@ -59,7 +59,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   try {
     stamp.verify(authority.get(), [&](DigestId) { return imprint_of(request.get()); });
   } catch (const TokenError& error) {
-    // The authority stamps digests that the module does not compute.
+    // The TSA accepts digests that the module cannot compute.
     expect(error.code() == kAlgorithmUnsupported, "a stamp verifies under its authority");
   }
   return 0;

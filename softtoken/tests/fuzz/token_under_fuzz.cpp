@@ -20,7 +20,7 @@ using velm::fuzz::expect;
 
 constexpr uint32_t kCodeFamily = 0x0B;
 
-// An error nobody foresaw has a code of its own, which no request may bring about.
+// kUnknownError is for unexpected errors, which no request may cause.
 void expect_known(uint32_t code) {
   expect(code == kSuccess || (code >> 24 == kCodeFamily && code != kUnknownError), "a known result code");
 }
@@ -51,7 +51,7 @@ TokenUnderFuzz::TokenUnderFuzz() {
   set_label(token.store(), "LABEL", kCertificateLabel, as_bytes("label"));
   prepare_time_stamp_authority(token.store());
 
-  // From the file into memory; an image in memory knows no write-ahead log.
+  // Copies the store into memory. An in-memory database does not support a write-ahead log.
   token.store().database().execute("PRAGMA journal_mode=DELETE");
   sqlite3_int64 size = 0;
   uint8_t* bytes = sqlite3_serialize(token.store().database().handle(), "main", &size, 0);

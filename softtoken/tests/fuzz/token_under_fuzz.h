@@ -6,24 +6,23 @@
 
 namespace velm::token::fuzz {
 
-/** The PIN of every container under fuzz: long enough that no input holds it by chance. */
+/** The PIN of every container: long enough that no input contains it by chance. */
 constexpr std::string_view kPin = "4f9c-pin-of-the-fuzzers-71e8";
 
-/** The type of labels that hold a certificate. */
+/** Label type of certificates. */
 constexpr uint32_t kCertificateLabel = 7;
 
-/** Containers with fixed credentials, which are logged in, and one that the store's own authority certified.
- */
+/** Two containers with fixed credentials, and one certified by the store's own CA. All are logged in. */
 constexpr const char* kSm2Container = "SM2";
 constexpr const char* kRsaContainer = "RSA";
 constexpr const char* kOwnContainer = "OWN";
 
-/** A service whose store lies in memory and begins every input in the same state. */
+/** A service with an in-memory store, which has the same state at the start of every input. */
 class TokenUnderFuzz {
  public:
   TokenUnderFuzz();
 
-  /** Everybody logged in and nothing stored but what was in the beginning. */
+  /** Logs in to all containers and restores the initial contents of the store. */
   void begin_input();
 
   Service& service() { return *service_; }
@@ -39,10 +38,10 @@ class TokenUnderFuzz {
   int64_t changes_ = 0;
 };
 
-/** What the service may answer; the program ends where an answer is anything else. */
+/** Result of a valid JSON answer. check_json() and check_frame() end the program for any other answer. */
 struct JsonResult {
   uint32_t code;
-  /** The result, or the first text in it, when it is one. */
+  /** The result if it is a text, otherwise the first text in it. */
   std::string text;
 };
 JsonResult check_json(const Answer& answer);
@@ -51,7 +50,7 @@ struct FrameResult {
   Bytes data;
 };
 FrameResult check_frame(const Answer& answer);
-/** Neither as it stands nor in base64 does an answer hold a secret. */
+/** Checks that an answer does not contain a secret, neither verbatim nor in base64. */
 void expect_without(std::string_view secret, const Answer& answer);
 
 }  // namespace velm::token::fuzz

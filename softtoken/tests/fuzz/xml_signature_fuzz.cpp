@@ -1,5 +1,5 @@
-// Signed XML. Nobody here has the keys that signed the seeds, so whatever verifies says what one of them
-// says.
+// Fuzzes signed XML. The keys that signed the seeds are not available, so any document that verifies must
+// have the content of one of the seeds.
 #include "softtoken/providers/saf/xml_signature.h"
 
 #include <algorithm>
@@ -28,7 +28,7 @@ std::vector<Bytes> signed_contents() {
   return contents;
 }
 
-// The exported parser, with outputs of exactly the sizes that it asks for.
+// Calls the exported parser with outputs of exactly the sizes that a size query returns.
 void check_parser(ByteView document) {
   uint32_t sizes[6] = {};
   const auto parse = [&](const std::array<uint8_t*, 6>& outputs) {

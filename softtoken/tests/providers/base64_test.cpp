@@ -8,7 +8,7 @@
 namespace velm::token {
 namespace {
 
-// The test vectors of RFC 4648.
+// Test vectors of RFC 4648.
 constexpr std::pair<const char*, const char*> kVectors[] = {
     {"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},           {"foo", "Zm9v"},
     {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"},
@@ -28,7 +28,7 @@ std::string saf_result(SafFunction function, std::string_view input, uint32_t& c
       code));
 }
 
-// This module takes no size of the output, which has to be large enough.
+// The crypto module has no capacity argument; the output buffer must be large enough.
 std::string api_result(ApiFunction function, std::string_view input, int32_t& code) {
   const ByteView bytes = as_bytes(input);
   Bytes output(2 * input.size() + 16);
@@ -99,7 +99,7 @@ TEST(Base64, BadArgumentsAreRefusedAndNothingIsWritten) {
     EXPECT_EQ(length, 2u);
   }
   uint32_t length = 2;
-  for (const uint32_t size : {0xBFFFFFFEu, UINT32_MAX}) {  // their texts are longer than 32 bits can say
+  for (const uint32_t size : {0xBFFFFFFEu, UINT32_MAX}) {  // the length of the text does not fit in 32 bits
     EXPECT_NE(VELM_Openssl_Base64Encode(plain.data(), size, output, &length), 0);
   }
   EXPECT_EQ(length, 2u);

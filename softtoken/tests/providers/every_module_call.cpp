@@ -29,7 +29,7 @@ constexpr uint8_t kZeros[16] = {};
 
 uint32_t length_of(const char* text) { return static_cast<uint32_t>(std::string_view(text).size()); }
 
-// What the calls read.
+// Inputs of the calls.
 struct Inputs {
   Application application{"module_call"};
   void* handle = application.handle();
@@ -190,7 +190,7 @@ std::vector<ModuleCall> every_saf_call() {
          return in.encode_detached(SAF_Ext_Pkcs7_EncodeSignedData, kRsa, in.rsa_certificate, 4, o.data(),
                                    o.length());
        },
-       false},  // it holds the time
+       false},  // the output contains the time
       {"SAF_Ext_SM2_EncodeSignedData",
        [&](Outputs& o) {
          return in.encode_detached(SAF_Ext_SM2_EncodeSignedData, kSm2, in.sm2_certificate, 1, o.data(),

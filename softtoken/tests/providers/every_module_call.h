@@ -1,4 +1,4 @@
-// Every exported function of the provider modules, with arguments that let it succeed.
+// Every exported function of the provider modules, with arguments for which it succeeds.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace velm::token {
 
-/** What one call writes to. */
+/** Output buffers of one call. */
 struct ModuleOutputs {
   static constexpr uint32_t kRoom = 16384;
   static constexpr uint8_t kFill = 0xAA;
@@ -35,20 +35,20 @@ struct ModuleOutputs {
 struct ModuleCall {
   const char* name;
   std::function<uint32_t(ModuleOutputs&)> call;
-  /** Whether the call writes the same when it is repeated; signatures and handles differ. */
+  /** Whether repeated calls write the same output. Signatures and handles differ. */
   bool repeatable = true;
-  /** What it returns: success, unless it needs a service at the standard address. */
+  /** Expected result: success, unless the call requires a service at the standard address. */
   uint32_t code = 0;
 };
 
-/** The file that calls write, where they write one. */
+/** The output file of calls that write one. */
 constexpr const char* kModuleOutputFile = "module_call.out";
 
-/** Of velm_client_saf.dll, and of velm_openssl_api.dll. The first call makes keys and starts a service. */
+/** The first use creates keys and starts a service. */
 std::vector<ModuleCall> every_saf_call();
 std::vector<ModuleCall> every_openssl_api_call();
 
-/** Undoes what a call may have done, so that it can be repeated. */
+/** Reverses the effects of a call, so that it can be repeated. */
 void undo(const ModuleCall& call, ModuleOutputs& outputs);
 
 }  // namespace velm::token

@@ -1,4 +1,4 @@
-// The results of velm_client_saf.dll as tests expect them.
+// Result codes of velm_client_saf.dll that the tests expect.
 #pragma once
 
 #include <cstdint>

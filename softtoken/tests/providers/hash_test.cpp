@@ -38,7 +38,7 @@ TEST(Hash, GivesThePublishedValues) {
             hex("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"));
 }
 
-// Public key, ID and e = SM3(Z || M) of the signature example on the recommended curve in GB/T 32918.5.
+// Public key, user ID and e = SM3(Z || M) of the signature example of GB/T 32918.5 on the recommended curve.
 TEST(Hash, CoversTheSignerAsThePublishedExample) {
   const Bytes key = hex("0409f9df311e5421a150dd7d161e4bc5c672179fad1833fc076bb08ff356f35020"
                         "ccea490ce26775a52dc6ea718cc1aa600aed05fbf35e084a6632f6072da9ad13");

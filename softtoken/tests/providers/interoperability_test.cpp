@@ -13,7 +13,7 @@
 namespace velm::token {
 namespace {
 
-// The machine's own OpenSSL program as the other side.
+// Runs the system's openssl program, the peer of these tests.
 bool openssl(const std::string& arguments) {
   return std::system(("openssl " + arguments + " >interoperability.log 2>&1").c_str()) == 0;
 }
@@ -34,7 +34,7 @@ uint32_t text_length(const char* text) { return static_cast<uint32_t>(std::strin
 constexpr const char* kFile = "interoperability.bin";
 const Bytes kContent(150000, 0x61);
 
-/** Containers whose keys the other side has too, named RSA and SM2. */
+/** Containers RSA and SM2, whose keys the peer has too. */
 class Interoperability : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -258,7 +258,7 @@ TEST_F(Interoperability, WeVerifyItsStamps) {
   }
 }
 
-// Its program for messages knows no SM2; the one for signatures does.
+// The peer's `cms` command does not support SM2, so the signature is verified with `dgst`.
 TEST_F(Interoperability, ItVerifiesTheSignaturesInOurMessagesWithSm2) {
   const Bytes& certificate = sm2_signer().certificate;
   const auto expect_verified = [&](const Bytes& message, ByteView signed_data) {
@@ -288,7 +288,8 @@ TEST_F(Interoperability, ItVerifiesTheSignaturesInOurMessagesWithSm2) {
   expect_verified(detached, parse_signed_message(detached).signed_attributes);
 }
 
-// Its time-stamp program knows no SM2; it reads the answer, and verifies the signature over the attributes.
+// The peer's `ts` command does not support SM2. It parses the answer, and the signature is verified
+// separately.
 TEST_F(Interoperability, ItReadsOurStampsWithSm2) {
   uint32_t code = 0;
   const Bytes stamp = sized_output(

@@ -1,5 +1,5 @@
-// No memory: every exported function of the four modules on a thread that has not called before. The process
-// lives, the function returns its memory code, and its outputs stay as they were.
+// Shows for every exported function of the four modules, on a new thread, that exhausted memory does not end
+// the process: the function returns its out-of-memory code and leaves its outputs unchanged.
 #include <gtest/gtest.h>
 #include <windows.h>
 
@@ -29,11 +29,11 @@ uint32_t call_on_new_thread(const ModuleCall& call, ModuleOutputs& outputs) {
   return result;
 }
 
-// Whether the call did what it should with allocations failing from the nth on.
+// Checks the result of a call whose allocations fail from the nth on.
 testing::AssertionResult says_so(const ModuleCall& call, const ModuleOutputs& outputs, uint32_t result,
                                  const ModuleOutputs& expected, uint32_t memory_code) {
   if (result == call.code) {
-    // The call can do without that allocation.
+    // The call does not depend on that allocation.
     if (call.repeatable && outputs != expected)
       return testing::AssertionFailure() << "success, other outputs";
     return testing::AssertionSuccess();
@@ -64,7 +64,7 @@ void expect_memory_code(const char* dll, const ModuleCall& call, uint32_t memory
     ASSERT_TRUE(has_failed || result == call.code) << std::hex << result;
     ASSERT_TRUE(says_so(call, outputs, result, expected, memory_code));
     undo(call, outputs);
-    // libxml2 loses some blocks when an allocation fails.
+    // libxml2 leaks some blocks when an allocation fails.
     ASSERT_TRUE(memory.outstanding() == 0 || std::string_view(call.name).starts_with("SAF_Ext_XML"));
     ASSERT_LT(nth, 20000u);
   }
@@ -82,7 +82,7 @@ TEST(ModulesWithoutMemory, EveryFunctionOfTheCryptoModuleSaysSo) {
   for (const ModuleCall& call : calls) expect_memory_code("velm_openssl_api.dll", call, kApiMemoryCode);
 }
 
-// The prompt fails; it does not count as cancelled.
+// Shows that the PIN prompt reports a failure instead of a cancellation.
 TEST(ModulesWithoutMemory, ThePromptFails) {
   constexpr int32_t kFailed = 2;
   AllocationFaults memory(GetModuleHandleA("velm_common.dll"));
@@ -107,7 +107,7 @@ TEST(ModulesWithoutMemory, TheDeviceRecordNeedsNone) {
   EXPECT_FALSE(memory.has_failed());
 }
 
-// A copy of the signature provider, whose libraries have not been initialised yet.
+// A copy of the signature provider whose libraries have not been initialised.
 class FreshModule {
  public:
   FreshModule() {
@@ -141,7 +141,7 @@ class FreshModule {
   HMODULE module_;
 };
 
-// Every allocation at first, then ever fewer of the thousands.
+// Fails from every one of the first allocations, then from ever fewer of the thousands that follow.
 TEST(ModulesWithoutMemory, TheFirstCallAfterTheLoadSaysSo) {
   bool has_failed = true;
   for (size_t nth = 1; has_failed; nth += 1 + nth / 8) {

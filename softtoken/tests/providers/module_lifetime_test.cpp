@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kEnveloped = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 
-// A copy under another name, so that it can be unloaded whatever this program has imported.
+// A copy with another name can be unloaded even if this program imports the original.
 class Module {
  public:
   explicit Module(const char* path) : handle_(LoadLibraryA(path)) {}
@@ -38,12 +38,12 @@ void hash_once(const Module& module) {
   uint32_t length = sizeof hash;
   EXPECT_EQ(
       module.function<decltype(SAF_Hash)>("SAF_Hash")(1, data, 3, nullptr, 0, nullptr, 0, hash, &length), 0u);
-  // One that fails throws within the module.
+  // A failing call throws an exception inside the module.
   EXPECT_NE(
       module.function<decltype(SAF_Hash)>("SAF_Hash")(9, data, 3, nullptr, 0, nullptr, 0, hash, &length), 0u);
 }
 
-// Read as far as its signature, which needs all of what XML takes.
+// Parses signed XML without verifying it, which initialises everything that the XML libraries use.
 void read_xml_once(const Module& module) {
   const std::string xml =
       "<root><Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"><SignedInfo><CanonicalizationMethod "
@@ -79,7 +79,7 @@ void encrypt_once(const Module& module) {
 
 void use_nothing(const Module&) {}
 
-// Loaded, used on this thread and on one that ends, and unloaded.
+// Loads a module, uses it on this thread and on one that ends, and unloads it.
 void cycle(const char* path, void (*use)(const Module&)) {
   {
     const Module module(path);

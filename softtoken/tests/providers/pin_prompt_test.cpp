@@ -29,7 +29,7 @@ BOOL CALLBACK find_dialog(HWND window, LPARAM) {
   return FALSE;
 }
 
-// The prompt, once it stands; null when it does not come.
+// Waits until the prompt is visible. Returns null on timeout.
 HWND wait_for_prompt() {
   for (int i = 0; i < 500; ++i) {
     g_found = nullptr;
@@ -48,7 +48,7 @@ void press(HWND prompt, WPARAM key) { PostMessageW(GetDlgItem(prompt, kPinField)
 
 bool accepts(HWND prompt) { return IsWindowEnabled(GetDlgItem(prompt, IDOK)) != FALSE; }
 
-// Shows the prompt while another thread plays the user.
+// Shows the prompt while another thread acts as the user.
 int32_t prompt(char* pin, const std::function<void(HWND)>& user, HWND parent = nullptr) {
   std::thread player([&] {
     const HWND window = wait_for_prompt();
@@ -137,7 +137,7 @@ TEST(PinPrompt, MasksTheFieldAndRefusesOtherCharacters) {
   EXPECT_NE(result, 0);
 }
 
-// What stands on the screen where a window is, four bytes a pixel from the bottom line up.
+// Screen contents at a window: 32 bits per pixel, bottom-up.
 std::vector<uint32_t> pixels_of(HWND window, BITMAPINFOHEADER& header) {
   RECT area{};
   GetWindowRect(window, &area);
@@ -175,7 +175,7 @@ void save_picture(const char* path, const BITMAPINFOHEADER& header, const std::v
                static_cast<std::streamsize>(pixels.size() * sizeof pixels[0]));
 }
 
-// Only where windows are seen: on the machine's display, whose picture is kept beside the test.
+// Requires a display. Saves a screenshot next to the test.
 TEST(PinPromptOnADisplay, IsPaintedWithThePinMasked) {
   char pin[32] = {};
   const int32_t result = prompt(pin, [](HWND window) {

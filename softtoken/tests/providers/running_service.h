@@ -12,7 +12,7 @@
 
 namespace velm::token {
 
-/** A service with a store of its own on a free port, and a configuration file that names it. */
+/** A service on a free port with a store of its own, and a configuration file for it. */
 class RunningService {
  public:
   explicit RunningService(const std::string& name)
@@ -48,7 +48,7 @@ class RunningService {
   std::thread thread_;
 };
 
-/** An application on a running service with a container of each kind, which are logged in. */
+/** An application with a running service and a logged-in container of each key type. */
 class Application {
  public:
   explicit Application(const std::string& name) : service_(name) {

@@ -11,7 +11,7 @@
 
 namespace velm::token {
 
-/** A key with a certificate of a demo authority. */
+/** A key with a certificate of a demo CA. */
 struct Signer {
   Key key;
   Bytes certificate;
@@ -63,7 +63,7 @@ inline bool file_exists(const std::string& path) { return std::ifstream(path).go
 
 inline uint32_t size_of(ByteView bytes) { return static_cast<uint32_t>(bytes.size()); }
 
-/** The bytes of a size query and the call after it: `call` takes an output and its length. */
+/** Makes a size query and then the call; `call` receives an output buffer and its length. */
 template <typename Call>
 Bytes sized_output(Call&& call, uint32_t& code) {
   uint32_t length = 0;

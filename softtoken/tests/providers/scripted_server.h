@@ -11,16 +11,16 @@
 
 namespace velm::token {
 
-/** A test with a server of its own and an application that is told to ask it. */
+/** Fixture with a scripted server and an application configured to use it. */
 class WithScriptedServer : public testing::Test {
  protected:
-  /** @param configuration The file that names the server, made for the time of the test. */
+  /** @param configuration Name of the configuration file, which exists during the test. */
   explicit WithScriptedServer(std::string configuration) : configuration_(std::move(configuration)) {}
 
   /**
-   * Starts the server, whose handlers stand, and opens the application.
-   * @param key The setting that names the server.
-   * @param settings Lines of the configuration beside it.
+   * Starts the server and opens the application. Handlers must be registered before.
+   * @param key The configuration key for the server's address.
+   * @param settings Further lines of the configuration.
    */
   void serve(const std::string& key, const std::string& settings = {}) {
     const int port = server_.bind_to_any_port("127.0.0.1");

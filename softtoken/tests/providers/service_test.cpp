@@ -75,7 +75,7 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   std::remove("saf_test.dat");
 }
 
-// A call looks its application up before it looks at its other arguments.
+// A call looks up its application before it checks other arguments.
 TEST(Configuration, IsSafeToUseWhileItIsClosed) {
   write_file("saf_closed.dat", as_bytes("service_address = a.host.whose.name.lies.on.the.heap:1\n"));
   std::atomic<void*> handle{nullptr};
@@ -163,7 +163,7 @@ TEST_F(ModulesOnAService, EnvelopesThatDoNotOpenLeaveNoFile) {
     EXPECT_NE(open("SM2_TEST"), 0u) << length;
   }
   Bytes altered = envelope;
-  altered[altered.size() - 17] ^= 0x80;  // of the block before the last: so the padding's length is above 16
+  altered[altered.size() - 17] ^= 0x80;  // second-to-last block: changes the padding length to above 16
   write_file("envelope.out", altered);
   EXPECT_EQ(open("SM2_TEST"), kSafPadding);
   altered = envelope;
@@ -342,7 +342,7 @@ TEST_F(ModulesOnAService, StampsWithAnAlteredByteAreRefused) {
         code);
     ASSERT_EQ(code, 0u);
     const SignedMessage message = message_in(stamp);
-    // The attributes have another tag where they lie in the message.
+    // In the message, the signed attributes have another tag.
     const ByteView attributes = ByteView(message.signed_attributes).subspan(1);
     for (const ByteView part : {ByteView(*message.content), attributes, ByteView(message.signature)}) {
       const auto place = std::ranges::search(stamp, part);

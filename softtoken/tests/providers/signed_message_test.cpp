@@ -141,7 +141,7 @@ TEST_F(SignedMessages, DetachedOnesHaveSignedAttributes) {
   }
 }
 
-// With SM2 a signature covers the signer too.
+// An SM2 signature also covers the signer's key and user ID.
 Bytes signed_hash_of_text(const Container& container, ByteView certificate) {
   const ByteView signer = container.sm2 ? certificate : ByteView();
   uint32_t code = 0;
@@ -221,7 +221,7 @@ TEST_F(SignedMessages, AreRefusedForACutMessageOrASmallBuffer) {
   EXPECT_EQ(digest, 99u);
 }
 
-// A size query does not look at the content, so that none of this length is needed.
+// A size query does not read the content, so no buffer of this length is required.
 TEST_F(SignedMessages, AreRefusedForContentOfTwoGigabytes) {
   for (const Container& container : {kContainers[0], kContainers[1]}) {
     const Bytes certificate = application().signing_certificate(container.name);

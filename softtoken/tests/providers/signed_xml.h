@@ -7,7 +7,7 @@ namespace velm::token {
 
 constexpr const char* kXmlSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
-/** Who signs XML, and how. */
+/** A signer with its algorithms. */
 struct XmlSigner {
   const Signer& signer;
   DigestId digest;
@@ -42,7 +42,7 @@ inline std::string xml_transforms(const std::vector<std::string>& uris) {
 inline const std::string kXmlEnveloped =
     xml_transforms({"http://www.w3.org/2000/09/xmldsig#enveloped-signature"});
 
-/** A reference to something whose canonical form is `content`. */
+/** A reference to content with the canonical form `content`. */
 inline std::string xml_reference(const XmlSigner& by, const std::string& uri, const std::string& content,
                                  const std::string& transforms = "") {
   return xml_element("Reference",
@@ -57,8 +57,8 @@ inline std::string xml_key_info(const XmlSigner& by) {
 }
 
 /**
- * A signature, written in canonical form: so what is signed is the text itself, with the namespace that its
- * place gives it, and no program that knows XML takes part.
+ * A signature in canonical form. The signed bytes are the text itself with the inherited namespace, so no XML
+ * library is involved.
  */
 inline std::string xml_signature(const XmlSigner& by, const std::string& references,
                                  const std::string& key_info, const std::string& objects = "") {
@@ -77,14 +77,14 @@ inline std::string xml_signature(const XmlSigner& by, const std::string& referen
   return xml_signature(by, references, xml_key_info(by));
 }
 
-/** `<root>` with a text and an enveloped signature. */
+/** `<root>` with text and an enveloped signature. */
 inline std::string enveloped_xml(const XmlSigner& by) {
   const std::string start = "<root a=\"1\" b=\"2\"><text>what was signed, \xE6\x96\x87</text>";
   const std::string end = "</root>";
   return start + xml_signature(by, xml_reference(by, "", start + end, kXmlEnveloped)) + end;
 }
 
-/** A signature that is the document, around an object. */
+/** An enveloping signature: the root element, with the signed object inside. */
 inline std::string enveloping_xml(const XmlSigner& by) {
   const std::string object = "<Object Id=\"object\"><text xmlns=\"\">what was signed</text></Object>";
   const std::string canonical =
@@ -92,7 +92,7 @@ inline std::string enveloping_xml(const XmlSigner& by) {
   return xml_signature(by, xml_reference(by, "#object", canonical), xml_key_info(by), object);
 }
 
-/** A signature beside the two elements that it signs. */
+/** A detached signature with the two signed elements as siblings. */
 inline std::string detached_xml(const XmlSigner& by) {
   const std::string first = "<part Id=\"first\">one</part>";
   const std::string second = "<part ID=\"second\"><inner>two</inner></part>";

@@ -8,7 +8,7 @@
 namespace velm::token {
 namespace {
 
-// Cipher numbers with their key lengths and block sizes, and the identifiers that files name them by.
+// Algorithm numbers with key lengths and block sizes, and the identifiers used for files.
 struct Cipher {
   uint32_t number;
   uint32_t identifier;

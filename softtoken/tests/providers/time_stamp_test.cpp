@@ -1,4 +1,4 @@
-// What the modules make of a time-stamp authority's answers, whatever these are.
+// Shows how the modules handle valid and invalid answers of a TSA.
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -21,7 +21,7 @@ constexpr char kStore[] = "time_stamp_test.db";
 constexpr char kText[] = "stamped";
 constexpr uint32_t kTextLength = sizeof kText - 1;
 
-/** An authority that answers a query as the test says. */
+/** A TSA whose answers are scripted by the test. */
 class ScriptedAuthority : public WithScriptedServer {
  protected:
   ScriptedAuthority() : WithScriptedServer("time_stamp_test.dat") {}
@@ -45,7 +45,7 @@ class ScriptedAuthority : public WithScriptedServer {
   static Bytes granted(ByteView query) { return answer_time_stamp_query(store(), query); }
   void answer(std::function<Bytes(ByteView query)> answer) { answer_ = std::move(answer); }
 
-  /** A stamp over the text, and the code that came with it. */
+  /** Requests a time-stamp token over the text and returns the result code. */
   uint32_t fetch(DigestId digest, Bytes* stamp = nullptr) {
     Bytes output(16384);
     uint32_t length = size_of(output);

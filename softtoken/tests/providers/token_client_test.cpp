@@ -1,4 +1,4 @@
-// What the modules make of the service's answers, whatever these are.
+// Shows how the modules handle valid and invalid answers of the local service.
 #include <algorithm>
 #include <atomic>
 
@@ -12,7 +12,7 @@ namespace {
 constexpr char kContainer[] = "C1";
 constexpr char kUntouched[] = "untouched";
 
-/** A service that gives every request the same answer, which is repeated to a length where one is stated. */
+/** A service that sends the same answer to every request, optionally repeated up to a given length. */
 class ScriptedService : public WithScriptedServer {
  protected:
   ScriptedService() : WithScriptedServer("token_client_test.dat") {}

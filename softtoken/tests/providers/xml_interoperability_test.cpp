@@ -16,7 +16,7 @@ constexpr const char* kInclusive11 = "http://www.w3.org/2006/12/xml-c14n11";
 constexpr const char* kExclusive = "http://www.w3.org/2001/10/xml-exc-c14n#";
 constexpr const char* kEnvelopedUri = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 
-/** The machine's own program for signed XML as the other side, with a key that this one has too. */
+/** The system's XML signature program as the peer, with a key of this test. */
 class XmlInteroperability : public testing::Test {
  protected:
   static void SetUpTestSuite() {
@@ -34,7 +34,7 @@ class XmlInteroperability : public testing::Test {
   }
   static std::string log() { return as_text(file_bytes("xml_peer.log")); }
 
-  // The document with the values that its template leaves open.
+  // Returns the document with the values that the peer filled into its template.
   static std::string signed_by_peer(const std::string& document) {
     write_file("xml_peer.xml", as_bytes(document));
     EXPECT_TRUE(run("--sign --privkey-pem xml_peer.key,xml_peer.crt --id-attr:Id Object --id-attr:Id part "
@@ -115,7 +115,7 @@ TEST_F(XmlInteroperability, WeVerifyItsEnvelopingAndDetachedSignatures) {
 
 TEST_F(XmlInteroperability, ItVerifiesWhatTheTestsSign) {
   for (const XmlSigner& by : xml_signers()) {
-    if (by.digest == DigestId::sm3) continue;  // that program knows neither SM2 nor SM3
+    if (by.digest == DigestId::sm3) continue;  // the peer supports neither SM2 nor SM3
     for (const std::string& document : {enveloped_xml(by), enveloping_xml(by), detached_xml(by)}) {
       EXPECT_TRUE(peer_verifies(document)) << log();
       std::string altered = document;

@@ -22,7 +22,7 @@ uint32_t parse(std::string_view document, uint8_t* (&buffers)[kItems], uint32_t 
                           buffers[3], &lengths[3], buffers[4], &lengths[4], buffers[5], &lengths[5]);
 }
 
-// The items by the two passes of the library: a size query, and buffers with lengths that come in as 0.
+// Reads the items like the library: a size query, then buffers with incoming lengths of 0.
 std::vector<Bytes> items_of(std::string_view document, uint32_t& code) {
   uint8_t* buffers[kItems] = {};
   uint32_t lengths[kItems] = {};
@@ -100,8 +100,8 @@ TEST(XmlSignature, ItemsAreReadWithoutVerifying) {
   EXPECT_EQ(verify(altered), kSafHashNotEqual);
 }
 
-// Nobody vouches for the certificate, as with every other verification of this module: a byte altered where
-// its key is not names another signer, which the certificate item shows.
+// As in every verification of this module, the certificate is not checked. A changed byte of it outside its
+// public key results in another signer, which the certificate item shows.
 TEST(XmlSignature, OneAlteredByteAnywhereIsRefused) {
   for (const XmlSigner& by : xml_signers()) {
     for (const std::string& document : {enveloped_xml(by), enveloping_xml(by), detached_xml(by)}) {
@@ -143,11 +143,11 @@ TEST(XmlSignature, BytesHaveOneFormInBase64) {
   std::string document = enveloped_xml(rsa());
   const size_t padding = document.find("==</SignatureValue>");
   ASSERT_NE(padding, std::string::npos);
-  ++document[padding - 1];  // in bits that stand for nothing
+  ++document[padding - 1];  // sets unused bits
   EXPECT_EQ(verify(document), kSafBadObject);
 }
 
-// Documents that hold a good signature, moved to where it says nothing about what the document says.
+// Documents with a valid signature that was moved so that it no longer covers their content.
 TEST(XmlSignature, AMovedSignatureIsRefused) {
   const XmlSigner& by = rsa();
   const std::string part = "<part Id=\"part\">signed</part>";
@@ -183,7 +183,7 @@ TEST(XmlSignature, AMovedSignatureIsRefused) {
   EXPECT_EQ(verify(replaced(enveloping, "<SignatureValue>", "text<SignatureValue>")), kSafBadObject);
 }
 
-// A transform that takes the signature out leaves nothing of what lies within it.
+// The enveloped-signature transform removes the signature and everything inside it.
 TEST(XmlSignature, OverNothingIsRefused) {
   const XmlSigner& by = rsa();
   const std::string object = "<Object Id=\"object\">not signed</Object>";
@@ -238,11 +238,11 @@ TEST(XmlSignature, DocumentsAreBounded) {
     for (const char* equals : {"=", " =\n "})
       EXPECT_EQ(verify("<root" + attributes(prefix, equals, 257) + "/>"), kSafBadObject);
   }
-  // Every value could seem to end the element.
+  // Every value looks like the end of the element.
   std::string seeming = "<root";
   for (int i = 0; i < 100'000; ++i) seeming += " a" + std::to_string(i) + "='>'";
   EXPECT_EQ(verify(seeming + "/>"), kSafBadObject);
-  // Nor does what stands in front of an element hide it.
+  // Text before an element does not hide it.
   const std::string crowded = "<e" + attributes("a", "=", 257) + "/>";
   for (const char* front : {"<!-- <e a='-->", "<![CDATA[<e a=\"]]>", "<?e a='?>", "<e a='>'/>", "='"})
     EXPECT_EQ(verify("<root>" + std::string(front) + crowded + "</root>"), kSafBadObject) << front;

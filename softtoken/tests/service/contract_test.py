@@ -1,4 +1,4 @@
-"""Every function of the service protocol, as a client sees it: codes, members, sizes."""
+"""Tests every function of the service protocol as a client sees it: codes, members, sizes."""
 
 import json
 import os

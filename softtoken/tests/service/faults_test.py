@@ -1,4 +1,5 @@
-"""Ends of the service at any moment: what was acknowledged stays, nothing is torn, no PIN try comes back."""
+"""Kills the service at random moments: acknowledged changes persist, nothing is half-written, and no PIN
+attempt is restored."""
 
 import http.client
 import random
@@ -15,7 +16,8 @@ FILE_SIZE = 4096
 
 
 class Writer:
-    """Writes files, changes PINs and adds containers until the service ends; keeps what was acknowledged."""
+    """Writes files, changes PINs and adds containers until the service ends. Records what was
+    acknowledged."""
 
     def __init__(self, service):
         self.service = service
@@ -51,7 +53,7 @@ class Writer:
         self.containers.add(name)
 
     def run(self):
-        """Until the kill breaks the connection; whatever else ends it is a failure."""
+        """Runs until the kill breaks the connection. Any other exception is a failure."""
         try:
             while self.acknowledged < WRITES:
                 number = self.next
@@ -124,7 +126,8 @@ class Killed(unittest.TestCase):
             for expected in range(left - 1, left - 6, -1):
                 worker = threading.Thread(target=lambda: self.try_quietly(service))
                 worker.start()
-                # The try is taken away before the slow part of the check, which the end then interrupts.
+                # The retry counter is decremented before the slow part of the PIN check, which the kill
+                # interrupts.
                 deadline = time.monotonic() + 10
                 while self.tries_in_store(service) != expected and time.monotonic() < deadline:
                     pass

@@ -9,7 +9,7 @@
 namespace velm::token {
 namespace {
 
-// While it stands the system refuses every new thread: no address space holds its stack.
+// Makes every thread creation fail: the default stack size exceeds the address space.
 class NoMoreThreads {
  public:
   NoMoreThreads() {

@@ -1,4 +1,4 @@
-"""What the service's HTTP side refuses, and that it goes on serving meanwhile."""
+"""Tests what the HTTP server of the service rejects, and that it continues to serve meanwhile."""
 
 import http.client
 import json
@@ -11,7 +11,7 @@ import unittest
 from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame
 
 HELLO = b'{"funcid":58}'
-# Its answer has 11 MB, more than the system keeps for a reader that does not read.
+# The answer has 11 MB, more than the system buffers for a client that does not read.
 MUCH_RANDOM = b'{"funcid":26,"Len":8388608}'
 
 
@@ -35,7 +35,7 @@ class Http(unittest.TestCase):
         return socket.create_connection(("127.0.0.1", self.service.port), timeout=30)
 
     def raw(self, request):
-        """The whole answer to some bytes."""
+        """Sends raw bytes and returns the whole answer."""
         with self.connect() as connection:
             connection.sendall(request)
             answer = b""
@@ -256,8 +256,9 @@ class Http(unittest.TestCase):
         self.assertLess(answers.index(b'{"ErrorCode":"0"}'), answers.index(b"RandomData"))
 
     def test_a_body_that_follows_its_headers_is_not_held_back(self):
-        """Held back means 40 ms, until the system acknowledges the headers of its own accord, which it does
-        at once only where a connection begins. One later exchange in time tells, however busy the machine."""
+        """A delayed body arrives after 40 ms, when the system acknowledges the headers on its own. At the
+        start of a connection it does so at once. One later exchange without the delay suffices, even on
+        a loaded machine."""
         times = []
         with self.connect() as connection:
             for _ in range(40):

@@ -1,4 +1,4 @@
-"""The machine's own openssl program as the independent peer, both ways."""
+"""Tests in both directions against the system's openssl program as an independent peer."""
 
 import os
 import subprocess
@@ -50,7 +50,7 @@ class Interoperability(unittest.TestCase):
         return self.path("root.pem", root.encode())
 
     def import_own(self, name, algorithm):
-        """A key and a certificate that openssl made, as a container."""
+        """Imports a key and a certificate made by openssl as a container."""
         key, certificate = self.path(name + ".key"), self.path(name + ".pem")
         options = ["-sigopt", "distid:1234567812345678", "-sm3"] if algorithm == "SM2" else []
         generate = ["-algorithm", "EC", "-pkeyopt", "ec_paramgen_curve:SM2"] if algorithm == "SM2" else [

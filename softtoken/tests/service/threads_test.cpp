@@ -1,5 +1,4 @@
-// The service under many threads at once; built with the thread sanitizer, what it shares is watched for
-// races.
+// Calls the service from many threads at once. Built with ThreadSanitizer, this detects data races.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -22,7 +21,7 @@ constexpr int kTurns = 10;
 constexpr const char* kPin = "12345678";
 constexpr const char* kContainers[] = {"SM2_TEST", "RSA_TEST"};
 
-// Runs each task in a thread of its own; a client's task is told its number.
+// Runs each task in a thread of its own. Client tasks receive their number.
 void run_at_once(const std::function<void(size_t)>& client,
                  const std::vector<std::function<void()>>& others) {
   std::vector<std::thread> threads;
@@ -166,7 +165,7 @@ TEST_F(Threads, ConnectionsAreServedAtOnceUntilTheServerEnds) {
   run_at_once(client, {read_trace});
   EXPECT_EQ(answered, static_cast<int>(kClients) * kTurns);
 
-  // Clients that are still there when the server ends have an answer or none.
+  // Clients that are connected when the server stops may or may not receive an answer.
   std::vector<std::thread> late;
   for (size_t number = 0; number < kClients; ++number) {
     late.emplace_back([port] {

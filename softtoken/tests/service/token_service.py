@@ -1,4 +1,4 @@
-"""The software token's service as the tests see it: the program, its store, and a client of its protocol."""
+"""The local service for the tests: the program, its store, and a client of its protocol."""
 
 import base64
 import http.client
@@ -25,13 +25,13 @@ def unb64(text):
 
 
 def run_token(*arguments, store):
-    """One command of the program; its output."""
+    """Runs a command of the program and returns its output."""
     command = [PROGRAM, *arguments, "--data", store]
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
 class Service:
-    """A running service with a store of its own, on a port of its own."""
+    """A running service on a free port with a store of its own."""
 
     def __init__(self, *options, store=None, demo=True):
         self.folder = None
@@ -70,7 +70,7 @@ class Service:
         assert code == 0, f"the service ended with {code}"
 
     def post(self, body, content_type, headers=None):
-        """Status, headers and body of one answer."""
+        """Returns status, headers and body of the answer."""
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
         try:
             connection.request("POST", "/", body, {"Content-Type": content_type, **(headers or {})})
@@ -80,14 +80,16 @@ class Service:
             connection.close()
 
     def call(self, funcid, **fields):
-        """A JSON call: code and result. The fixed order of members is the clients'."""
+        """Makes a JSON call and returns code and result. Members are sent in the order in which clients
+        send them."""
         body = json.dumps({"funcid": funcid, **fields}, ensure_ascii=False).encode()
         _, _, answer = self.post(body, JSON_TYPE)
         answer = json.loads(answer)
         return int(answer["ErrorCode"], 16), answer.get("Result")
 
     def frame(self, funcid, *fields):
-        """A frame call: code and data. Numbers are int, texts str, byte strings bytes."""
+        """Makes a frame call and returns code and data. Fields are int (number), str (text) or bytes (byte
+        string)."""
         _, _, answer = self.post(make_frame(funcid, *fields), FRAME_TYPE)
         code = struct.unpack_from("<I", answer)[0]
         if code != 0:

@@ -9,7 +9,7 @@
 
 namespace velm::token {
 
-/** A new store in a folder of its own, removed at the end. */
+/** A new store in a temporary folder; deleted by the destructor. */
 class TemporaryStore {
  public:
   TemporaryStore() {
@@ -30,7 +30,7 @@ class TemporaryStore {
   std::filesystem::path folder_;
 };
 
-/** The code with which a call leaves; success when it does not. */
+/** Returns the code of the TokenError that a call throws, or success. */
 template <typename Call>
 ErrorCode code_of(Call&& call) {
   try {

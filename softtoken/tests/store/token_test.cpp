@@ -185,7 +185,7 @@ TEST_F(TokenTest, UserFilesGrowWithZerosAndEndAtTheirLimit) {
   EXPECT_EQ(code_of([&] { write_user_file(s, id, 1, 2, 0xFFFFFFFF, as_bytes("x")); }), kNoSpace);
 }
 
-// A certificate that is longer than most, by a comment of so many characters.
+// A certificate made longer than usual by a comment of `length` characters.
 Certificate certificate_with_comment(Store& store, EVP_PKEY* key, size_t length) {
   const Authority authority = store.authority(KeyKind::rsa);
   const time_t now = std::time(nullptr);
@@ -211,7 +211,8 @@ TEST_F(TokenTest, ACertificateThatClientsHaveNoRoomForIsNotImported) {
 }
 
 TEST_F(TokenTest, AKeyWhoseSignaturesClientsHaveNoRoomForIsNotImported) {
-  // RSAPublicKey: a modulus of 4,104 bits and 65537. What is refused is not used, so that it needs no primes.
+  // RSAPublicKey: a modulus of 4,104 bits and 65537. The key is rejected before use, so the modulus needs no
+  // prime factors.
   Bytes public_key = from_hex("3082020B0282020200");
   public_key.resize(public_key.size() + 513, 0x81);
   for (const uint8_t byte : from_hex("0203010001")) public_key.push_back(byte);

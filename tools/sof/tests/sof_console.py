@@ -1,4 +1,4 @@
-"""The console program and the token's service as the tests run them: under Wine, in a folder of their own."""
+"""Runs sof and the local service for the tests: under Wine, in a folder of their own."""
 
 import contextlib
 import http.server
@@ -22,7 +22,7 @@ ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8"}
 
 
 class Result:
-    """How a run of the program ended, and what it wrote."""
+    """Exit status and output of a run."""
 
     def __init__(self, process):
         self.status = process.returncode
@@ -39,19 +39,19 @@ class Result:
 
 
 def command_of(line, program_folder=FOLDER):
-    """`line` as a shell takes it."""
+    """Returns the command that runs sof with the arguments in `line`, split as a shell does."""
     return [RUNNER, os.path.join(program_folder, "sof.exe"), *shlex.split(line)]
 
 
 def sof(line, data, folder, program_folder=FOLDER, **settings):
-    """One run of the program in `folder`; `data` is its standard input."""
+    """Runs the program in `folder` with `data` on standard input."""
     settings = {"stdout": subprocess.PIPE, "timeout": 120, **settings}
     return Result(subprocess.run(command_of(line, program_folder), input=data, stderr=subprocess.PIPE,
                                  cwd=folder, env=ENVIRONMENT, **settings))
 
 
 def unread_sof(line, folder):
-    """One run of the program whose standard output nobody reads any more."""
+    """Runs the program with a closed pipe as standard output."""
     reader, writer = os.pipe()
     os.close(reader)
     try:
@@ -61,13 +61,13 @@ def unread_sof(line, folder):
 
 
 def started_sof(line, folder):
-    """The running program."""
+    """Starts the program without waiting for it."""
     return subprocess.Popen(command_of(line), stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
                             stderr=subprocess.DEVNULL, cwd=folder, env=ENVIRONMENT)
 
 
 class ConsoleRun:
-    """One run of the program on a console: what it shows, and its exit status at the end."""
+    """A run on a console: the output shown so far, and the exit status at the end."""
 
     def __init__(self, line, folder):
         self.terminal, inner = pty.openpty()
@@ -78,7 +78,7 @@ class ConsoleRun:
         self.deadline = time.monotonic() + 120
 
     def show_more(self):
-        """Waits for output; false at its end."""
+        """Waits for output. Returns false at the end."""
         readable, _, _ = select.select([self.terminal], [], [], 0.1)
         try:
             piece = os.read(self.terminal, 65536) if readable else None
@@ -89,13 +89,13 @@ class ConsoleRun:
         return piece != b""
 
     def type(self, text, after):
-        """Types once the program has shown `after` and the console takes keys one by one."""
+        """Types `text` once the program has shown `after` and the console has left line mode."""
         while after not in self.shown or termios.tcgetattr(self.terminal)[3] & termios.ICANON:
             assert self.show_more(), self.shown
         os.write(self.terminal, text)
 
     def end(self):
-        """The exit status."""
+        """Returns the exit status."""
         while self.show_more():
             pass
         os.close(self.terminal)
@@ -108,7 +108,7 @@ def answers():
 
 
 class Service:
-    """The token's service with a demo store of its own."""
+    """The local service with a demo store of its own."""
 
     def __init__(self):
         self.folder = tempfile.mkdtemp(prefix="velm-sof-")
@@ -139,7 +139,7 @@ class Service:
 
 
 class RefusingHandler(http.server.BaseHTTPRequestHandler):
-    """Tells its version, and refuses everything else as bad data."""
+    """Answers version queries and rejects everything else with a bad-data code."""
 
     def do_POST(self):
         request = self.rfile.read(int(self.headers["Content-Length"]))
@@ -160,7 +160,7 @@ class RefusingHandler(http.server.BaseHTTPRequestHandler):
 
 @contextlib.contextmanager
 def refusing_service():
-    """A service that does nothing but tell its version."""
+    """A service that only answers version queries."""
     with http.server.ThreadingHTTPServer(SERVICE_ADDRESS, RefusingHandler) as server:
         thread = threading.Thread(target=server.serve_forever)
         thread.start()
@@ -170,7 +170,7 @@ def refusing_service():
 
 
 class Follower:
-    """A running `sof log --follow`, and what it has shown."""
+    """A running `sof log --follow` and the lines that it prints."""
 
     def __enter__(self):
         self.process = subprocess.Popen(command_of("log --follow"), stdout=subprocess.PIPE, env=ENVIRONMENT)
@@ -182,5 +182,5 @@ class Follower:
         self.process.stdout.close()
 
     def lines(self, count):
-        """Its first lines; waits for them."""
+        """Waits for the first `count` lines."""
         return [self.process.stdout.readline().decode() for _ in range(count)]

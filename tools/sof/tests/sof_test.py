@@ -1,4 +1,4 @@
-"""Every sub-command of sof, as text and as JSON, with the exit status of each way that it can end."""
+"""Tests every sub-command of sof, as text and as JSON, with each exit status that it can return."""
 
 import base64
 import contextlib
@@ -17,7 +17,7 @@ from sof_console import (FOLDER, ConsoleRun, Follower, Service, refusing_service
 PIN = b"12345678\n"
 CHINESE = "演示容器_SM2"
 SCAN_CONTAINERS = ("SM2_SCAN_CONTAINER_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO")
-# Documents with signatures of every form, by keys that nobody else has.
+# XML documents with signatures of every form. The signing keys are not available.
 SIGNED_XML = os.path.join(os.path.dirname(__file__), "..", "..", "..", "softtoken", "tests", "fuzz", "seeds",
                           "xml_signature")
 BINARY = bytes(range(256)) * 3 + b"\r\n\x1a\n"
@@ -26,7 +26,7 @@ DONE, CALL_FAILED, USAGE, FILE, REFUSED, NO_SERVICE, NO_ACCESS, PROBLEMS, NO_LIB
 
 
 class SofTest(unittest.TestCase):
-    """Command lines run in a folder of the class's own, in which write() and read() name files too."""
+    """Runs command lines in a folder of the class; write() and read() access files there."""
 
     @classmethod
     def setUpClass(cls):
@@ -45,7 +45,7 @@ class SofTest(unittest.TestCase):
             return file.read()
 
     def ends(self, status, line, data=b"", program_folder=FOLDER):
-        """A run that has to end with this status."""
+        """Runs the program and checks its exit status."""
         result = sof(line, data, self.folder, program_folder)
         self.assertEqual(result.status, status, (line, result.output[:2000], result.errors))
         return result
@@ -67,7 +67,7 @@ class SofTest(unittest.TestCase):
         return content
 
     def fails(self, status, function, code, line, data=b""):
-        """The failing call's name, code and text go to standard error, and into the JSON object."""
+        """Checks that the failed call, its code and its text appear on stderr and in the JSON object."""
         result = self.ends(status, line + " --json", data)
         found = result.json
         self.assertEqual((found["ok"], found["function"], found["code"]), (False, function, code))
@@ -75,7 +75,7 @@ class SofTest(unittest.TestCase):
         return found["text"]
 
     def copy_of_program(self, name):
-        """Another folder with everything that an installation has."""
+        """Copies the complete installation to another folder."""
         folder = os.path.join(self.folder, name)
         shutil.copytree(FOLDER, folder)
         return folder
@@ -136,7 +136,7 @@ class WithoutService(SofTest):
         self.assertEqual(self.json("base64 -i absent", status=FILE)["path"], "absent")
 
     def test_a_file_that_fails_while_it_is_read(self):
-        # Linux opens it, and answers the first read with an error.
+        # Linux opens this file but fails the first read.
         self.assertIn("mem: cannot be read", self.ends(FILE, "base64 -i Z:/proc/self/mem").errors)
         self.assertEqual(self.json("base64 -i Z:/proc/self/mem", status=FILE)["message"], "cannot be read")
 
@@ -430,7 +430,7 @@ class WithService(SofTest):
         self.write("plain", bytes(3 << 20))
         self.write("earlier", b"as it was")
         before = set(os.listdir(self.folder))
-        # Room for the envelope, and not for its base64.
+        # Enough for the digital envelope but not for its base64 text.
         limit = (7 << 20) // 2
         result = sof("encrypt file --container SM2_DEMO --base64 -i plain -o earlier", b"", self.folder,
                      restore_signals=False,
@@ -444,7 +444,7 @@ class WithService(SofTest):
             file.truncate(128 << 20)
         self.done("encrypt file --container SM2_DEMO -i huge -o huge.p7m")
         opened = os.path.join(self.folder, "opened")
-        # Once more, should the work be done before the signal comes.
+        # Repeat in case the call finishes before the signal arrives.
         for _ in range(5):
             process = started_sof("decrypt file SM2_DEMO -i huge.p7m -o opened", self.folder)
             while not any(self.temporary_sizes()) and process.poll() is None:
@@ -464,7 +464,7 @@ class WithService(SofTest):
     def temporary_sizes(self):
         sizes = []
         for file in os.scandir(self.folder):
-            # It may be gone meanwhile.
+            # The file may have been deleted meanwhile.
             with contextlib.suppress(FileNotFoundError):
                 if file.name.startswith("sof-"):
                     sizes.append(file.stat().st_size)
@@ -574,7 +574,7 @@ class WithService(SofTest):
 
 
 class LogCommand(SofTest):
-    # A call that fails in process, whose function and code stand in its line of the log.
+    # A call that fails in process; its log line contains the function and the code.
     FAILING = "stamp check --stamp any --cert any -i any"
 
     def setUp(self):
@@ -586,7 +586,8 @@ class LogCommand(SofTest):
         return self.ends(DONE, "log --json").json["lines"]
 
     def lines_of(self, line):
-        """What a run adds to the log; once more if the day, and so the file, changed meanwhile."""
+        """Returns the lines that a run adds to the log. Repeats the run if the date, and so the log file,
+        changed."""
         while True:
             day = time.localtime()[:3]
             before = len(self.lines())
