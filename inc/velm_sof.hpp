@@ -1,15 +1,15 @@
 /**
  * @file velm_sof.hpp
- * @brief The functions of velm_sof_client.h for C++17 and later: owners, byte vectors and exceptions.
+ * @brief C++17 wrapper of velm_sof_client.h: RAII classes, byte vectors and exceptions.
  *
- * Optional and header-only. Every function either does what it says or throws: Error for a failed call,
- * std::length_error for input of 4 GiB or more. None returns a result code. Buffers, their sizes and the size
- * queries are taken care of. What is not here, for example symmetric keys, XML, hash signatures and settings,
- * is called through the C header, which this one includes.
+ * Optional and header-only. Functions do not return result codes: they throw Error if a call fails, and
+ * std::length_error for input of 4 GiB or more. The wrapper allocates buffers and performs the size queries.
+ * For functions without a wrapper, such as symmetric encryption, XML, hash signatures and settings, call the
+ * C functions; this header includes the C header.
  *
- * Container names, certificate items and error texts are UTF-8. File paths are handed on to the C functions,
- * whose descriptions say what they take; a path in the local code page suits them all, unless it can be
- * mistaken for UTF-8, as the C header tells.
+ * Container names, certificate items and error texts are UTF-8. File paths are passed on to the C functions
+ * unchanged; their descriptions state the encoding. All of them accept the local code page, except for paths
+ * that can be mistaken for UTF-8, as described in the C header.
  *
  * @code
  * namespace sof = velm::sof;
@@ -22,7 +22,7 @@
  * @endcode
  *
  * @par Thread safety
- * As that of the C functions: any thread, several calls at once.
+ * As for the C functions: functions may be called from any thread, concurrently.
  */
 #ifndef VELM_SOF_HPP
 #define VELM_SOF_HPP
@@ -48,7 +48,7 @@ namespace velm::sof {
 
 using Bytes = std::vector<uint8_t>;
 
-/** @brief Bytes of somebody else: of a vector, or of a text without its terminating zero. */
+/** @brief Non-owning byte view of a vector, or of a text without its terminating zero. */
 class ByteView {
  public:
   ByteView(const void* data, size_t size) : data_(static_cast<const uint8_t*>(data)), size_(size) {
@@ -59,7 +59,7 @@ class ByteView {
   ByteView(const std::string& text) : ByteView(text.data(), text.size()) {}
   ByteView(const char* text) : ByteView(std::string_view(text)) {}
 
-  /** @brief Never null, so that no bytes are not taken for a missing argument. */
+  /** @brief Never null: the C functions reject a null pointer even if the length is 0. */
   const uint8_t* data() const { return data_ != nullptr ? data_ : reinterpret_cast<const uint8_t*>(""); }
   uint32_t size() const { return static_cast<uint32_t>(size_); }
 
@@ -68,7 +68,7 @@ class ByteView {
   size_t size_;
 };
 
-/** @brief A failed call. what() names function, code and text, in UTF-8. */
+/** @brief A failed call. what() contains the function name, the code and its text, in UTF-8. */
 class Error : public std::runtime_error {
  public:
   Error(const char* function, uint32_t code)
@@ -77,9 +77,9 @@ class Error : public std::runtime_error {
         code_(code) {}
 
   const char* function() const noexcept { return function_; }
-  /** @brief One of the constants of velm_sof_client.h, or a code of the service. */
+  /** @brief One of the constants of velm_sof_client.h, or a result code of the local service. */
   uint32_t code() const noexcept { return code_; }
-  /** @brief The code's text; empty when it has none. */
+  /** @brief Text of the code; empty if it has none. */
   std::string text() const { return text_of(code_); }
 
  private:
@@ -101,12 +101,12 @@ namespace detail {
 constexpr UINT kGb18030CodePage = 54936;
 constexpr UINT kGbkCodePage = 936;
 
-// The code page of the user list, chosen as the library chooses it.
+// Code page of the user list. The library uses the same rule.
 constexpr UINT local_code_page(bool gb18030_is_valid) {
   return gb18030_is_valid ? kGb18030CodePage : kGbkCodePage;
 }
 
-// Texts in GBK are read by either code page: it is a part of GB18030.
+// GBK is a subset of GB18030, so both code pages decode it.
 inline std::string utf8_from_gbk(std::string_view text) {
   const UINT code_page = local_code_page(IsValidCodePage(kGb18030CodePage) != 0);
   const auto length = static_cast<int>(text.size());
@@ -138,18 +138,18 @@ void call(const char* name, Function* function, Arguments... arguments) {
   if (code != SOR_OK) throw Error(name, code);
 }
 
-// An output buffer, as the functions for bytes and those for texts take it.
+// Output buffer; converts to the pointer type of the function, uint8_t* or char*.
 struct Buffer {
   uint8_t* bytes;
   operator uint8_t*() const { return bytes; }
   operator char*() const { return reinterpret_cast<char*>(bytes); }
 };
 
-// In place of a capacity: the function tells by its size query what is enough.
+// Instead of a capacity: use the size query of the function.
 constexpr size_t kAsk = SIZE_MAX;
 
-// The output of a function whose last two parameters are a buffer and its length. `capacity` bytes are always
-// enough for it.
+// Returns the output of a function whose last two parameters are a buffer and its length. `capacity` is the
+// size that is always enough, or kAsk.
 template <typename Function, typename... Arguments>
 Bytes fetch_any(const char* name, Function* function, size_t capacity, Arguments... arguments) {
   uint32_t length = 0;
@@ -158,14 +158,14 @@ Bytes fetch_any(const char* name, Function* function, size_t capacity, Arguments
     if (length == 0) return {};
     capacity = length;
   }
-  Bytes output(std::max<size_t>(capacity, 1));  // No buffer would be the size query.
+  Bytes output(std::max<size_t>(capacity, 1));  // A null buffer would be a size query.
   length = static_cast<uint32_t>(std::min<size_t>(output.size(), UINT32_MAX));
   call(name, function, arguments..., Buffer{output.data()}, &length);
   output.resize(length);
   return output;
 }
 
-// The same where nothing is no answer, although some functions report it as a success.
+// As fetch_any(), but throws if the output is empty: some functions return success without an output.
 template <typename Function, typename... Arguments>
 Bytes fetch(const char* name, Function* function, size_t capacity, Arguments... arguments) {
   Bytes output = fetch_any(name, function, capacity, arguments...);
@@ -181,13 +181,13 @@ inline std::string Error::text_of(uint32_t code) {
   return detail::utf8_from_gbk(text);
 }
 
-// A function's name and the function, for detail::call() and its kin; undefined again at the end.
+// Name and address of a function, for the functions in detail. Undefined at the end of this header.
 #define VELM_SOF_NAMED(function) #function, function
 
 /** @name Environment
  * @{ */
 
-/** @brief The application's use of the local service, from SOF_Initialize() to SOF_Finalize(). */
+/** @brief Calls SOF_Initialize() when constructed and SOF_Finalize() when destroyed. */
 class Session {
  public:
   Session() { detail::call(VELM_SOF_NAMED(SOF_Initialize)); }
@@ -196,14 +196,14 @@ class Session {
   Session& operator=(const Session&) = delete;
 };
 
-/** @brief The local service's version text. */
+/** @brief Version of the local service. */
 inline std::string version() {
   char text[128] = "";
   detail::call(VELM_SOF_NAMED(SOF_GetVersion), text);
   return text;
 }
 
-/** @brief `count` random bytes of the local service. */
+/** @brief Returns `count` random bytes from the local service. */
 inline Bytes random(uint32_t count) {
   Bytes bytes(std::max<size_t>(count, 1));
   detail::call(VELM_SOF_NAMED(SOF_GenRandom), count, bytes.data());
@@ -211,7 +211,7 @@ inline Bytes random(uint32_t count) {
   return bytes;
 }
 
-/** @brief The names of all key containers. */
+/** @brief Names of all key containers. */
 inline std::vector<std::string> users() {
   const Bytes list = detail::fetch_any(VELM_SOF_NAMED(SOF_GetUserList), 2048);
   return detail::split(detail::utf8_from_gbk(detail::text_of(list)), "&&&");
@@ -219,13 +219,13 @@ inline std::vector<std::string> users() {
 
 /** @} */
 
-/** @name Hash, base64, signed messages, time stamps: what needs no key
+/** @name Hash, base64, signed messages, time-stamp tokens: functions without a private key
  * @{ */
 
-/** @brief Digest algorithms, by their numbers in GM/T 0006. */
+/** @brief Digest algorithms, with their identifiers of GM/T 0006. */
 enum class Digest : uint32_t { sm3 = 1, sha1 = 2, sha256 = 4 };
 
-/** @brief The digest of data; SM3 without the signer's part of GM/T 0009. */
+/** @brief Hashes data; SM3 without the preprocessing of GM/T 0009. */
 inline Bytes hash(Digest digest, ByteView data) {
   return detail::fetch(VELM_SOF_NAMED(SOF_Ext_HashData), 64, static_cast<uint32_t>(digest), data.data(),
                        data.size(), nullptr, 0u, nullptr, 0u);
@@ -241,21 +241,21 @@ inline Bytes base64_decode(ByteView text) {
   return detail::fetch_any(VELM_SOF_NAMED(SOF_Base64Decode), text.size(), text.data(), text.size());
 }
 
-/** @brief Whether a signed message carries the data that it signs. */
+/** @brief Whether a signed message contains the signed data. */
 enum class Content { attached, detached };
 
-/** @brief Verifies a signed message that carries its data; throws unless it is valid. */
+/** @brief Verifies a signed message with attached data; throws unless it is valid. */
 inline void verify_message(ByteView message) {
   detail::call(VELM_SOF_NAMED(SOF_VerifySignedMessage), message.data(), message.size(), nullptr, 0u);
 }
 
-/** @brief Verifies a signed message over data that it does not carry; throws unless it is valid. */
+/** @brief Verifies a signed message with detached data; throws unless it is valid. */
 inline void verify_message(ByteView message, ByteView data) {
   detail::call(VELM_SOF_NAMED(SOF_VerifySignedMessage), message.data(), message.size(), data.data(),
                data.size());
 }
 
-/** @brief One item of a signed message; the numbers are the service's. */
+/** @brief Reads one item of a signed message; the local service defines the numbers. */
 inline Bytes message_item(ByteView message, int32_t number) {
   return detail::fetch_any(VELM_SOF_NAMED(SOF_GetInfoFromSignedMessage), message.size(), message.data(),
                            message.size(), number);
@@ -268,29 +268,29 @@ inline void verify_file_message(ByteView message, const std::string& path, Conte
 }
 
 /**
- * @brief A time-stamp token (RFC 3161) over data; the selector is its digest algorithm (GM/T 0006), 0 the
- * provider's own choice.
+ * @brief Fetches a time-stamp token (RFC 3161) for data. The selector is its digest algorithm (GM/T 0006);
+ *   with 0 the signature provider selects it.
  */
 inline Bytes time_stamp(ByteView data, uint32_t selector = 0) {
   return detail::fetch(VELM_SOF_NAMED(SOF_Ext_GM_Tsp_SealTimeStamp), detail::kAsk, selector, data.data(),
                        data.size());
 }
 
-/** @brief Verifies a time stamp over data and tells the time, in the provider's form; throws unless valid. */
+/** @brief Verifies a time-stamp token and returns its time in the provider's format; throws unless valid. */
 inline std::string verify_time_stamp(ByteView data, ByteView stamp, ByteView authority_certificate) {
   return detail::text_of(detail::fetch(
       VELM_SOF_NAMED(SOF_Ext_GM_Tsp_VerifyTimeStamp), detail::kAsk, data.data(), data.size(), stamp.data(),
       stamp.size(), authority_certificate.data(), authority_certificate.size()));
 }
 
-/** @brief The time of the time-stamp authority, in the provider's form. */
+/** @brief Time of the time-stamp authority (TSA), in the provider's format. */
 inline std::string authority_time() {
   return detail::text_of(detail::fetch(VELM_SOF_NAMED(SOF_Ext_GM_Tsp_GetTime), detail::kAsk));
 }
 
 /** @} */
 
-/** @brief A DER certificate, and what can be done with its public key. */
+/** @brief A DER certificate and the operations with its public key. */
 class Certificate {
  public:
   enum class Key : uint32_t { other = 0, rsa_2048 = 10, sm2 = 40 };
@@ -299,23 +299,23 @@ class Certificate {
 
   const Bytes& der() const { return der_; }
 
-  /** @brief One item, by the service's number: a text, or DER where the item is none. */
+  /** @brief Reads one item: a text, or DER if it is not a text. The local service defines the numbers. */
   std::string item(uint32_t number) const {
     return detail::text_of(detail::fetch_any(VELM_SOF_NAMED(SOF_GetCertInfo), view().size(), view().data(),
                                              view().size(), number));
   }
-  /** @brief One item, by its object identifier as dotted text. */
+  /** @brief Reads one item by its object identifier in dotted decimal notation. */
   std::string item(const std::string& oid) const {
     return detail::text_of(detail::fetch_any(VELM_SOF_NAMED(SOF_GetCertInfoByOid), 768, view().data(),
                                              view().size(), oid.c_str()));
   }
-  /** @brief What key it holds. */
+  /** @brief Key algorithm of the certificate. */
   Key key() const {
     uint32_t type = 0;
     detail::call(VELM_SOF_NAMED(SOF_GetCertAlg), view().data(), view().size(), &type);
     return static_cast<Key>(type);
   }
-  /** @brief Has the local service validate it; throws, with the reason as the code, unless it is valid. */
+  /** @brief Validates it with the local service; throws unless it is valid. The code is the reason. */
   void validate() const { detail::call(VELM_SOF_NAMED(SOF_ValidateCert), view().data(), view().size()); }
 
   /** @brief Verifies a signature over data; throws unless it is valid. */
@@ -329,13 +329,13 @@ class Certificate {
                  signature.data(), signature.size());
   }
 
-  /** @brief Puts data into an envelope that the certificate's holder can open. */
+  /** @brief Encrypts data into a digital envelope (CMS EnvelopedData) for the holder of the certificate. */
   Bytes encrypt(ByteView data) const {
     const size_t enough = size_t{data.size()} + 1024;
     return detail::fetch(VELM_SOF_NAMED(SOF_EncryptData), enough, view().data(), view().size(), data.data(),
                          data.size());
   }
-  /** @brief Puts a file into an envelope that the certificate's holder can open. */
+  /** @brief Encrypts a file into a digital envelope for the holder of the certificate. */
   void encrypt_file(const std::string& in, const std::string& out) const {
     detail::call(VELM_SOF_NAMED(SOF_EncryptFile), view().data(), view().size(), in.c_str(), out.c_str());
   }
@@ -346,10 +346,10 @@ class Certificate {
   Bytes der_;
 };
 
-/** @brief A login to a key container; logs out when it ends. */
+/** @brief A login to a key container; the destructor logs out. */
 class Login {
  public:
-  /** @param pin PIN text; null asks the user in a modal prompt. */
+  /** @param pin PIN; if null, the user enters it in a modal prompt. */
   Login(std::string container, const char* pin) : container_(std::move(container)) {
     detail::call(VELM_SOF_NAMED(SOF_Login), container_.c_str(), pin);
   }
@@ -367,7 +367,7 @@ struct FileAttributes {
   uint32_t write_rights;
 };
 
-/** @brief A key container, by its name: certificates, private key operations, and what it stores. */
+/** @brief A key container: certificates, private key operations and stored data. */
 class Container {
  public:
   explicit Container(std::string name) : name_(std::move(name)) {}
@@ -378,7 +378,7 @@ class Container {
    * @{ */
 
   [[nodiscard]] Login login(const std::string& pin) const { return {name_, pin.c_str()}; }
-  /** @brief Logs in with the PIN that the user types into a modal prompt. */
+  /** @brief Logs in with a PIN that the user enters in a modal prompt. */
   [[nodiscard]] Login login_by_prompt() const { return {name_, nullptr}; }
 
   bool is_logged_in() const {
@@ -387,7 +387,7 @@ class Container {
     return code == SOR_OK;
   }
 
-  /** @brief How many attempts at the PIN remain. */
+  /** @brief The PIN retry counter. */
   uint32_t pin_tries() const {
     uint32_t count = 0;
     detail::call(VELM_SOF_NAMED(SOF_GetPinRetryCount), text(), &count);
@@ -406,11 +406,12 @@ class Container {
   Certificate signing_certificate() const {
     return Certificate(detail::fetch(VELM_SOF_NAMED(SOF_ExportUserCert), 3072, text()));
   }
+  /** @brief The encryption certificate. */
   Certificate exchange_certificate() const {
     return Certificate(detail::fetch(VELM_SOF_NAMED(SOF_ExportExChangeUserCert), 3072, text()));
   }
 
-  /** @brief One item about the device, by the service's number. */
+  /** @brief Reads one item about the device; the local service defines the numbers. */
   std::string device_item(int32_t number) const {
     uint8_t item[256];
     uint32_t length = sizeof item;
@@ -420,27 +421,27 @@ class Container {
 
   /** @} */
 
-  /** @name Signing, with the signing key of a container that is logged in
+  /** @name Signing, with the signing key; requires a login
    * @{ */
 
-  /** @brief Signs data; Certificate::verify() verifies. */
+  /** @brief Signs data. Verify with Certificate::verify(). */
   Bytes sign(ByteView data) const {
     return detail::fetch(VELM_SOF_NAMED(SOF_SignData), 1536, text(), data.data(), data.size());
   }
 
-  /** @brief Makes a signed message over data; verify_message() verifies. */
+  /** @brief Creates a signed message over data. Verify with verify_message(). */
   Bytes sign_message(ByteView data, Content content) const {
     const size_t carried = content == Content::attached ? size_t{data.size()} * 5 / 4 : 0;
     return detail::fetch(VELM_SOF_NAMED(SOF_SignMessage), 6144 + carried, static_cast<int32_t>(content),
                          text(), data.data(), data.size());
   }
 
-  /** @brief Signs a file, if the container's name chooses a digest; Certificate::verify_file() verifies. */
+  /** @brief Signs a file. The container name must select a digest. Verify with Certificate::verify_file(). */
   Bytes sign_file(const std::string& path) const {
     return detail::fetch(VELM_SOF_NAMED(SOF_SignFile), detail::kAsk, text(), path.c_str());
   }
 
-  /** @brief Makes a signed message over a file, in process; verify_file_message() verifies. */
+  /** @brief Creates a signed message over a file, in process. Verify with verify_file_message(). */
   Bytes sign_file_message(const std::string& path, Content content) const {
     return detail::fetch(VELM_SOF_NAMED(SOF_Ext_PKCS7_SignFile), detail::kAsk, static_cast<uint32_t>(content),
                          text(), path.c_str());
@@ -448,7 +449,7 @@ class Container {
 
   /** @} */
 
-  /** @name Decryption, with a key of a container that is logged in
+  /** @name Decryption, with a key of the container; requires a login
    * @{ */
 
   Bytes decrypt(ByteView envelope) const {
@@ -461,7 +462,7 @@ class Container {
 
   /** @} */
 
-  /** @name Files and labels on the device; rights and label types are the device's
+  /** @name Files and labels on the device, which defines rights and label types
    * @{ */
 
   std::vector<std::string> files() const {
@@ -495,10 +496,10 @@ class Container {
 
   /** @} */
 
-  /** @name User data files of the service, by type and index
+  /** @name User data files of the local service, by type and index
    * @{ */
 
-  /** @brief Reads exactly `length` bytes; what the file does not hold of them is zero. */
+  /** @brief Returns exactly `length` bytes; bytes beyond the end of the file are zero. */
   Bytes read_user_data(uint32_t type, uint32_t index, uint32_t offset, uint32_t length) const {
     Bytes data(length);
     detail::call(VELM_SOF_NAMED(SOF_Ext_ReadUsrDataFile), text(), type, index, offset, length, data.data());
@@ -513,7 +514,7 @@ class Container {
 
   /** @} */
 
-  /** @name Seals; their items' numbers are the service's
+  /** @name Seals; the local service defines the item numbers
    * @{ */
 
   uint32_t seal_count() const {

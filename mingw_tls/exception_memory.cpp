@@ -1,9 +1,9 @@
-// Memory for exceptions: from the heap, and from the thread's block when the heap is exhausted. The C++
-// runtime's own reserve is shared by all threads, protected by a lock that allocates at its first use, and
-// kept when a DLL is unloaded.
+// Allocates exceptions on the heap, or in the thread's block if the heap is exhausted. Replaces the emergency
+// pool of the C++ runtime, which is shared by all threads, uses a lock that allocates on first use, and leaks
+// when a DLL is unloaded.
 //
-// An exception is released by the thread that threw it. std::exception_ptr, which could carry one to another
-// thread, does not link in the project's DLLs: it needs functions of the runtime that this file leaves out.
+// Exceptions must be released by the thread that threw them. std::exception_ptr could move one to another
+// thread, but does not link in the project's DLLs: it requires runtime functions that this file omits.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -14,8 +14,8 @@
 namespace velm::mingw_tls {
 namespace {
 
-// The runtime keeps its header directly in front of the thrown object and expects zeros there. It takes 160
-// bytes of these.
+// The runtime stores its header directly before the thrown object and expects it to be zeroed. The header has
+// 160 bytes.
 constexpr size_t kHeaderBytes = 192;
 
 void* take_from_block(size_t size) {
@@ -29,7 +29,7 @@ void* take_from_block(size_t size) {
   return nullptr;
 }
 
-// False when the memory is not of the thread's block.
+// Returns false if the memory is not part of the thread's block.
 bool give_back_to_block(const void* memory) {
   ThreadBlock* block = block_of_this_thread();
   if (!block) return false;

@@ -1,4 +1,4 @@
-// The block of one thread, as the two files of this folder share it.
+// Per-thread block, shared by the source files of this folder.
 #pragma once
 
 #include <cstddef>
@@ -7,15 +7,15 @@ namespace velm::mingw_tls {
 
 constexpr size_t kAlignment = 16;
 
-// Room for one exception. The project's own exceptions and those of the standard library that report missing
-// memory take less than 64 bytes, the header that the C++ runtime keeps in front of them 160.
+// Memory for one exception. The project's exceptions and the standard library's out-of-memory exceptions have
+// less than 64 bytes; the header of the C++ runtime has 160.
 struct alignas(kAlignment) ExceptionRoom {
   static constexpr size_t kBytes = 512;
   unsigned char bytes[kBytes];
 };
 
 struct ThreadBlock {
-  // A handler may throw the next exception before the last one is released.
+  // More than one: a handler may throw before the current exception is released.
   static constexpr size_t kExceptions = 4;
 
   alignas(kAlignment) unsigned char variables[VELM_THREAD_VARIABLE_BYTES];
@@ -23,7 +23,8 @@ struct ThreadBlock {
   bool taken[kExceptions];
 };
 
-// The calling thread's block, allocated at the first call; null without memory or slot.
+// Returns the block of the calling thread and allocates it on first use. Returns null if memory is exhausted
+// or there is no slot.
 ThreadBlock* block_of_this_thread();
 
 }  // namespace velm::mingw_tls

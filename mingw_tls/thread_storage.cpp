@@ -1,7 +1,7 @@
-// The compiler reaches thread-local variables, the exception state of the C++ runtime among them, through
-// __emutls_get_address. The compiler's own version uses its POSIX threads, which keep memory, handles and a
-// thread slot when a DLL is unloaded. This one uses a fiber-local slot: the system releases its values when a
-// thread ends and, when the slot is freed, those of all threads.
+// Replaces __emutls_get_address(), which compiled code calls to access thread-local variables, including the
+// exception state of the C++ runtime. The compiler's version uses its POSIX threads library, which leaks
+// memory, handles and a thread slot when a DLL is unloaded. This version uses a fiber-local slot: the system
+// releases a thread's value when the thread ends, and the values of all threads when the slot is freed.
 #include "mingw_tls/thread_storage.h"
 
 #include <windows.h>
@@ -15,12 +15,12 @@ namespace velm {
 namespace mingw_tls {
 namespace {
 
-// A thread-local variable as the compiler describes it. cmake/check_mingw_dll.py reads the same fields
-// at build time and refuses what place() would.
+// Control object that the compiler emits for a thread-local variable. cmake/check_mingw_dll.py reads the same
+// fields at build time and rejects what would make place() abort.
 struct Variable {
   size_t size;
   size_t alignment;
-  std::atomic<size_t> end;    // offset behind the variable in each thread's block; 0: not placed yet
+  std::atomic<size_t> end;    // offset of the end of the variable in ThreadBlock; 0 if not assigned
   const void* initial_value;  // null: zeros
 };
 
@@ -30,7 +30,7 @@ constinit size_t placed_bytes = 0;
 
 void WINAPI release(void* block) { std::free(block); }
 
-// Assigns the variable its offset.
+// Assigns an offset to a variable.
 size_t place(Variable& variable, size_t room) {
   AcquireSRWLockExclusive(&placing);
   size_t end = variable.end.load();
@@ -81,6 +81,6 @@ void close_thread_storage() {
 
 extern "C" void* __emutls_get_address(velm::mingw_tls::Variable* variable) {
   auto* block = velm::mingw_tls::block_of_this_thread();
-  if (!block) std::abort();  // no caller: see prepare_thread()
+  if (!block) std::abort();  // unreachable after prepare_thread() has succeeded
   return block->variables + velm::mingw_tls::offset_of(*variable);
 }

@@ -1,8 +1,8 @@
-// Octet-stream frames between the local service and its clients. All integers are unsigned 32-bit
-// little-endian, without padding.
+// Byte frames exchanged between the local service and its clients (application/octet-stream). Integers are
+// unsigned, 32-bit and little-endian; there is no padding.
 //   request: 0x77, function number (1 byte), fields
-//   answer:  result code; when that is 0: length n, n bytes
-// A field is a number, or a length and as many bytes.
+//   answer:  result code; if it is 0: length n, n bytes
+// A field is a number, or a length followed by that many bytes.
 #pragma once
 
 #include <cstddef>
@@ -26,13 +26,13 @@ constexpr size_t kFrameNumberSize = 4;
 constexpr size_t kRequestHeadSize = 2;                     // mark and function number
 constexpr size_t kAnswerHeadSize = 2 * kFrameNumberSize;  // code and data length
 
-// A length as a frame carries it. More than 32 bits hold fails like memory that runs out.
+// Throws std::bad_alloc if the length does not fit in 32 bits.
 constexpr uint32_t frame_length(size_t length) {
   if (length > UINT32_MAX) throw std::bad_alloc();
   return static_cast<uint32_t>(length);
 }
 
-// A `Sink` collects the bytes of a frame: append(const char*, size_t).
+// A `Sink` has a member append(const char*, size_t), as std::string does.
 template <class Sink>
 void append_number(Sink& sink, uint32_t number) {
   const char bytes[kFrameNumberSize] = {static_cast<char>(number), static_cast<char>(number >> 8),
@@ -40,7 +40,7 @@ void append_number(Sink& sink, uint32_t number) {
   sink.append(bytes, sizeof bytes);
 }
 
-// A byte string. A null block is sent as no bytes.
+// A byte string. A null block is sent as an empty one.
 struct FrameBytes {
   const void* data;
   uint32_t size;
@@ -49,7 +49,7 @@ struct FrameBytes {
   explicit FrameBytes(FrameView block) : FrameBytes(block.data(), block.size()) {}
 };
 
-// A number, a byte string, or a text with its terminating zero (a null text is the empty text).
+// A number, a byte string, or a text with its terminating zero. A null text is sent as an empty text.
 class FrameField {
  public:
   FrameField(uint32_t number) : number_(number), is_number_(true) {}
@@ -70,7 +70,7 @@ class FrameField {
   bool is_number_ = false;
 };
 
-// The size of a request, for the memory that takes it. Summed in 64 bits: it can pass 32.
+// Size of a request in bytes. 64-bit, because the sum may exceed 32 bits.
 inline uint64_t request_size(std::initializer_list<FrameField> fields) {
   uint64_t size = kRequestHeadSize;
   for (const FrameField& field : fields) size += field.size();
@@ -99,8 +99,7 @@ inline std::string build_answer(FrameView data) {
   return answer;
 }
 
-// Reads fields in order. Whatever a length says, nothing beyond the fields is read: a field that reaches
-// beyond them is not there.
+// Reads fields in order. Returns nothing for a field that extends beyond the end of the frame.
 class FieldReader {
  public:
   explicit FieldReader(FrameView fields) : rest_(fields) {}
@@ -130,7 +129,7 @@ class FieldReader {
   FrameView rest_;
 };
 
-// The text of a byte string, up to its first zero byte; nothing when it has none.
+// Returns the text up to the first zero byte, or nothing if there is no zero byte.
 inline std::optional<std::string_view> text_in(FrameView bytes) {
   const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   const size_t end = text.find('\0');
@@ -143,13 +142,13 @@ struct FrameRequest {
   FrameView fields;
 };
 
-// Nothing when the frame has no head or the wrong mark.
+// Returns nothing if the frame is too short or does not begin with the mark.
 inline std::optional<FrameRequest> read_request(FrameView frame) {
   if (frame.size() < kRequestHeadSize || frame[0] != kFrameMark) return std::nullopt;
   return FrameRequest{frame[1], frame.subspan(kRequestHeadSize)};
 }
 
-// An answer as read: refused, a code of the service, or data.
+// A decoded answer: malformed (`refused`), a result code, or data.
 struct FrameAnswer {
   bool refused = false;
   uint32_t code = 0;
@@ -158,8 +157,8 @@ struct FrameAnswer {
 
 enum class FrameContent { code_only, code_and_data };
 
-// `stored` are the bytes that were kept, `received` the number that arrived. An answer that did not fit, or
-// that announces more data than arrived, is refused. Bytes behind the data are ignored.
+// `stored` is the receive buffer, `received` the number of bytes sent by the service. An answer is refused if
+// it did not fit in the buffer or if its length exceeds the data received. Bytes after the data are ignored.
 inline FrameAnswer read_answer(FrameView stored, uint64_t received, FrameContent content) {
   constexpr FrameAnswer kRefused{.refused = true};
   if (received > stored.size()) return kRefused;

@@ -1,11 +1,11 @@
-// The numbers of the local service's functions.
+// Function numbers of the local service.
 #pragma once
 
 #include <cstdint>
 
 namespace velm::protocol {
 
-// What any client may call. The gaps between the numbers are part of the contract.
+// Functions for all clients. The numbers are part of the protocol and are not contiguous.
 enum class FunctionNumber : uint8_t {
   GetVersion = 0,
   GetUserList = 5,
@@ -41,7 +41,7 @@ enum class FunctionNumber : uint8_t {
   SignHash = 83,
 };
 
-// What only provider modules call, on a path of their own.
+// Functions for provider modules. They use a separate URL path.
 enum class ModuleFunction : uint8_t {
   read_label = 1,
   list_files = 2,

@@ -1,4 +1,4 @@
-// Numbers by which requests and calls of the provider modules name algorithms, keys and labels.
+// Identifiers of algorithms, keys and labels in requests and in calls to the provider modules.
 #pragma once
 
 #include <cstdint>
@@ -14,10 +14,10 @@ constexpr uint32_t kSha256 = 4;
 // SM2 signature algorithm (GM/T 0006).
 constexpr uint32_t kSm2Signature = 0x00020200;
 
-// The default user ID of GM/T 0009.
+// Default user ID (GM/T 0009).
 inline constexpr std::string_view kDefaultUserId = "1234567812345678";
 
-// Symmetric algorithms (GM/T 0006): bits 8 to 19 name the cipher, the low byte names the mode.
+// Symmetric algorithms (GM/T 0006): bits 8 to 19 select the cipher, bits 0 to 7 the mode.
 constexpr uint32_t kSm4 = 0x00400;
 constexpr uint32_t kTripleDes = 0x02000;
 constexpr uint32_t kAes128 = 0x04000;
@@ -30,7 +30,8 @@ constexpr uint32_t kOfb = 8;
 constexpr uint32_t kSm4Cbc = kSm4 | kCbc;
 constexpr uint32_t kTripleDesCbc = kTripleDes | kCbc;
 
-// The same as the crypto module (velm_openssl_api.dll) numbers them; it takes the key's length from the key.
+// Cipher and mode numbers of the crypto module (velm_openssl_api.dll). AES has one number; the length of the
+// key selects the variant.
 enum class Cipher : uint32_t { unknown = 0, triple_des = 101, aes = 107, sm4 = 108 };
 enum class CipherMode : uint32_t { unknown = 0, ecb = 1, cbc = 2, cfb = 3, ofb = 4 };
 
@@ -59,19 +60,19 @@ constexpr CipherMode mode_of(uint32_t algorithm) {
 constexpr uint32_t number_of(Cipher cipher) { return static_cast<uint32_t>(cipher); }
 constexpr uint32_t number_of(CipherMode mode) { return static_cast<uint32_t>(mode); }
 
-// Types of a certificate's public key, as the crypto module names them.
+// Public key types reported by the crypto module.
 constexpr uint32_t kRsaKey = 1;
 constexpr uint32_t kSm2Key = 2;
 
-// The two key pairs of a container.
+// Key pairs of a container. A GM container holds two: one for encryption ("exchange"), one for signing.
 constexpr uint32_t kExchangeKey = 1;
 constexpr uint32_t kSigningKey = 2;
 
-// Data of a signature: the content, or its hash value.
+// Input of a signature: the content, or its hash value.
 constexpr uint32_t kContentData = 1;
 constexpr uint32_t kHashData = 2;
 
-// The type of labels that hold a certificate.
+// Type of labels that contain a certificate.
 constexpr uint32_t kCertificateLabel = 7;
 
 }  // namespace velm::protocol

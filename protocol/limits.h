@@ -6,11 +6,11 @@
 
 namespace velm::protocol {
 
-// In bytes, without a terminating zero.
+// In bytes, without the terminating zero.
 constexpr size_t kShortestPin = 4;
 constexpr size_t kLongestPin = 31;
 
-// Wrong PINs in a row after which a container is locked.
+// Initial value of the PIN retry counter: a container is locked after this many consecutive wrong PINs.
 constexpr uint32_t kPinTries = 10;
 
 // In bytes of UTF-8.

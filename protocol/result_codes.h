@@ -1,5 +1,5 @@
-// How a result changes its code on the way from the local service through the signature provider
-// (velm_client_saf.dll) to the caller of velm_sof_client.dll.
+// Maps result codes: from the local service to the signature provider (velm_client_saf.dll), and from the
+// signature provider to velm_sof_client.dll.
 #pragma once
 
 #include <algorithm>
@@ -16,7 +16,7 @@ struct ServiceCode {
   uint32_t saf;
 };
 
-// The service's codes in the provider. A code without a row is an unknown error.
+// Service codes and the corresponding provider codes. All other codes map to kSafUnknownError.
 inline constexpr ServiceCode kServiceCodes[] = {
     {SOR_NOTSUPPORTYETERR, kSafNotSupported},
     {SOR_ALGOTYPEERR, kSafAlgorithm},
@@ -58,15 +58,14 @@ constexpr uint32_t saf_code_of(uint32_t service_code) {
   return found == std::end(kServiceCodes) ? kSafUnknownError : found->saf;
 }
 
-// Provider codes first to last become client, client + 1, and so on.
+// Maps the provider codes `first` to `last` to `client`, `client` + 1, and so on.
 struct SafCodeRange {
   uint32_t first;
   uint32_t last;
   uint32_t client;
 };
 
-// The provider's codes in the client library, sorted. A code in a gap is an unknown error, so the gaps are
-// part of the table.
+// Sorted. Codes in the gaps map to SOR_UNKNOWNERR.
 inline constexpr SafCodeRange kSafCodeRanges[] = {
     {0x02000002, 0x02000009, SOR_NOTSUPPORTYETERR},
     {0x02000010, 0x02000012, SOR_MODULUSLENERR},

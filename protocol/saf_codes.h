@@ -1,4 +1,4 @@
-// The result codes of velm_client_saf.dll (GM/T 0019 and extensions).
+// Result codes of velm_client_saf.dll (GM/T 0019 and extensions).
 #pragma once
 
 #include <cstdint>
@@ -16,7 +16,7 @@ constexpr uint32_t kSafBadLength = 0x02000200;
 constexpr uint32_t kSafBadInput = 0x02000201;
 constexpr uint32_t kSafRandomFailed = 0x02000300;
 constexpr uint32_t kSafHashFailed = 0x02000302;
-// A hash value is not the expected one, so a signature does not verify.
+// Signature verification failed: the hash values differ.
 constexpr uint32_t kSafHashNotEqual = 0x02000308;
 constexpr uint32_t kSafKeyNotFound = 0x02000309;
 constexpr uint32_t kSafCertificateNotFound = 0x02000310;
@@ -31,7 +31,7 @@ constexpr uint32_t kSafNotLoggedIn = 0x02000403;
 constexpr uint32_t kSafEncryptFailed = 0x02000505;
 constexpr uint32_t kSafDecryptFailed = 0x02000506;
 constexpr uint32_t kSafSignFailed = 0x02000507;
-// A digital envelope that the file functions do not open; it may still be opened in memory.
+// The file functions cannot open this digital envelope. It may still be possible to open it in memory.
 constexpr uint32_t kSafEnvelopeNotOpened = 0x0200050A;
 constexpr uint32_t kSafFileRead = 0x02000514;
 constexpr uint32_t kSafFileExists = 0x02000515;

@@ -4,10 +4,10 @@
  * @file velm_client_saf.h
  * @brief The signature provider `velm_client_saf.dll`: the cryptographic service library of GM/T 0019.
  *
- * The functions named `SAF_...` follow GM/T 0019, those named `SAF_Ext_...` extend it. Every function returns
- * 0 on success and a code of the 0x02000000 family otherwise. Lengths are in bytes and never count a
- * terminating zero; texts without a length end in one. Texts and paths are in the local code page. Digest
- * algorithms are those of GM/T 0006: 1 SM3, 2 SHA-1, 4 SHA-256.
+ * The functions named `SAF_...` follow GM/T 0019; those named `SAF_Ext_...` are extensions. Every function
+ * returns 0 on success, otherwise a code of the 0x02000000 family. Lengths are in bytes and do not include a
+ * terminating zero; texts without a length parameter are zero-terminated. Texts and paths are in the local
+ * code page. Digest algorithms are those of GM/T 0006: 1 SM3, 2 SHA-1, 4 SHA-256.
  */
 
 #include <cstdint>
@@ -18,7 +18,7 @@ extern "C" {
 
 /**
  * @brief Opens the application handle.
- * @param[out] application The handle; the caller closes it with SAF_Finalize().
+ * @param[out] application The handle; callers must close it with SAF_Finalize().
  * @param[in] config_path Configuration file.
  * @return 0 on success, otherwise a result code.
  */
@@ -56,13 +56,13 @@ VELM_MODULE_API uint32_t SAF_Base64_Decode(
     const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
 
 /**
- * @brief Hashes data; SM3 with a public key and a signer ID includes the preprocessing of GM/T 0009.
+ * @brief Hashes data. SM3 with a public key and a user ID includes the preprocessing of GM/T 0009.
  * @param[in] algorithm Digest algorithm.
  * @param[in] data Data to hash.
  * @param[in] data_length Length of data.
  * @param[in] public_key The signer's public key, or null.
  * @param[in] public_key_length Length of public_key, or 0.
- * @param[in] id Signer ID, or null.
+ * @param[in] id User ID (GM/T 0009), or null.
  * @param[in] id_length Length of id, or 0.
  * @param[out] hash The hash value; null for the size query.
  * @param[in,out] hash_length In: size of hash. Out: length of the hash value.
@@ -73,11 +73,11 @@ VELM_MODULE_API uint32_t SAF_Hash(
     uint32_t public_key_length, const uint8_t* id, uint32_t id_length, uint8_t* hash, uint32_t* hash_length);
 
 /**
- * @brief Hashes a file. The first five arguments are the application's, handed on as they came.
- * @param[in] first Pointer width.
- * @param[in] second Pointer width.
- * @param[in] third Pointer width.
- * @param[in] fourth Pointer width.
+ * @brief Hashes a file. The library passes the first five arguments unchanged from the application.
+ * @param[in] first Pointer-sized.
+ * @param[in] second Pointer-sized.
+ * @param[in] third Pointer-sized.
+ * @param[in] fourth Pointer-sized.
  * @param[in] fifth A 32-bit number.
  * @param[in] path File to hash.
  * @param[out] hash The hash value; null for the size query.
@@ -93,7 +93,7 @@ VELM_MODULE_API uint32_t SAF_Ext_HashFile(
  * @param[in] application Application handle.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
- * @param[in] info_type Item wanted; 8 is the public key.
+ * @param[in] info_type Item to read; 8 is the public key.
  * @param[out] info The item; null for the size query.
  * @param[in,out] info_length In: size of info. Out: length of the item.
  * @return 0 on success, otherwise a result code.
@@ -153,7 +153,7 @@ VELM_MODULE_API uint32_t SAF_Ext_VerifySignHashByCert(
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
  * @param[in] digest Digest algorithm.
- * @param[in] id Signer ID for SM3, otherwise null.
+ * @param[in] id User ID (GM/T 0009) for SM3, otherwise null.
  * @param[in] id_length Length of id, or 0.
  * @param[in] path File to sign.
  * @param[out] signature The signature; null for the size query.
@@ -169,7 +169,7 @@ VELM_MODULE_API uint32_t SAF_Ext_SignFile(
  * @param[in] digest Digest algorithm.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
- * @param[in] id Signer ID for SM3, otherwise null.
+ * @param[in] id User ID (GM/T 0009) for SM3, otherwise null.
  * @param[in] id_length Length of id, or 0.
  * @param[in] path File that was signed.
  * @param[in] signature The signature.
@@ -181,11 +181,11 @@ VELM_MODULE_API uint32_t SAF_Ext_VerifySignFileByCert(
     uint32_t id_length, const char* path, const uint8_t* signature, uint32_t signature_length);
 
 /**
- * @brief Makes a PKCS#7 signed message that carries its content.
+ * @brief Creates a PKCS#7 signed message with attached content.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] key_usage Which key signs; 2 is the signing key.
+ * @param[in] key_usage Key to sign with; 2 is the signing key.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
  * @param[in] digest Digest algorithm.
@@ -201,7 +201,7 @@ VELM_MODULE_API uint32_t SAF_Pkcs7_EncodeSignedData(
     uint32_t data_length, uint8_t* message, uint32_t* message_length);
 
 /**
- * @brief Takes a PKCS#7 signed message apart. A null buffer only has its length reported.
+ * @brief Decodes a PKCS#7 signed message. If a buffer is null, only its length is stored.
  * @param[in] application Application handle.
  * @param[in] message DER message.
  * @param[in] message_length Length of message.
@@ -220,11 +220,11 @@ VELM_MODULE_API uint32_t SAF_Pkcs7_DecodeSignedData(
     uint32_t* signature_length);
 
 /**
- * @brief Makes an SM2 signed message (GM/T 0010) that carries its content.
+ * @brief Creates an SM2 signed message (GM/T 0010) with attached content.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] key_usage Which key signs; 2 is the signing key.
+ * @param[in] key_usage Key to sign with; 2 is the signing key.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
  * @param[in] digest Digest algorithm.
@@ -240,7 +240,7 @@ VELM_MODULE_API uint32_t SAF_SM2_EncodeSignedData(
     uint32_t data_length, uint8_t* message, uint32_t* message_length);
 
 /**
- * @brief Takes an SM2 signed message (GM/T 0010) apart. A null buffer only has its length reported.
+ * @brief Decodes an SM2 signed message (GM/T 0010). If a buffer is null, only its length is stored.
  * @param[in] application Application handle.
  * @param[in] message DER message.
  * @param[in] message_length Length of message.
@@ -259,15 +259,15 @@ VELM_MODULE_API uint32_t SAF_SM2_DecodeSignedData(
     uint32_t* signature_length);
 
 /**
- * @brief Makes a PKCS#7 signed message over content or over a hash value.
+ * @brief Creates a PKCS#7 signed message over content or over a hash value.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] key_usage Which key signs; 2 is the signing key.
+ * @param[in] key_usage Key to sign with; 2 is the signing key.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
  * @param[in] digest Digest algorithm.
- * @param[in] reserved Null.
+ * @param[in] reserved Must be null.
  * @param[in] data_kind 1: data is the content. 2: data is a hash value.
  * @param[in] data Content or hash value.
  * @param[in] data_length Length of data.
@@ -282,15 +282,15 @@ VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
     uint32_t* message_length);
 
 /**
- * @brief Makes an SM2 signed message (GM/T 0010) over content.
+ * @brief Creates an SM2 signed message (GM/T 0010) over content.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] key_usage Which key signs; 2 is the signing key.
+ * @param[in] key_usage Key to sign with; 2 is the signing key.
  * @param[in] certificate DER certificate.
  * @param[in] certificate_length Length of certificate.
  * @param[in] digest Digest algorithm.
- * @param[in] reserved Null.
+ * @param[in] reserved Must be null.
  * @param[in] data_kind 1: data is the content.
  * @param[in] data Content.
  * @param[in] data_length Length of data.
@@ -309,7 +309,7 @@ VELM_MODULE_API uint32_t SAF_Ext_SM2_EncodeSignedData(
  * @param[in] application Application handle.
  * @param[in] message DER message.
  * @param[in] message_length Length of message.
- * @param[out] has_attributes 1 when the message has signed attributes.
+ * @param[out] has_attributes 1 if the message has signed attributes.
  * @param[out] digest Digest algorithm of the message digest attribute.
  * @param[out] attributes The signed attributes as they were signed.
  * @param[in,out] attributes_length In: size of attributes. Out: bytes written.
@@ -323,7 +323,7 @@ VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_ReadContentData(
 
 /**
  * @brief Rewrites the object identifiers of an SM2 signed message.
- * @param[in] mode What to rewrite; its values are the module's.
+ * @param[in] mode What to rewrite; the module defines the values.
  * @param[in] input DER message.
  * @param[in] input_length Length of input.
  * @param[out] output The rewritten message.
@@ -345,14 +345,14 @@ VELM_MODULE_API uint32_t SAF_Ext_XMLVerify(
     void* application, uint32_t flags, const uint8_t* xml, uint32_t xml_length);
 
 /**
- * @brief Takes signed XML apart into six items. A null buffer only has its length reported; one that is there
- *   has to hold what was reported, for the lengths that come in are not looked at.
+ * @brief Splits signed XML into six items. If a buffer is null, only its length is stored. Other buffers must
+ *   have at least that size: the input values of the lengths are ignored.
  * @param[in] application Application handle.
  * @param[in] flags 0.
  * @param[in] xml Signed XML.
  * @param[in] xml_length Length of xml.
- * @param[out] item1 What was signed, or null.
- * @param[out] item1_length Length of what was signed.
+ * @param[out] item1 The signed data, or null.
+ * @param[out] item1_length Length of the signed data.
  * @param[out] item2 Digest value, or null.
  * @param[out] item2_length Length of the digest value.
  * @param[out] item3 Signature value, or null.
@@ -372,7 +372,7 @@ VELM_MODULE_API uint32_t SAF_Ext_XMLParse(
     uint32_t* item6_length);
 
 /**
- * @brief Puts a file into a digital envelope.
+ * @brief Encrypts a file into a digital envelope (CMS EnvelopedData).
  * @param[in] application Application handle.
  * @param[in] input_path File to encrypt.
  * @param[in] input_path_length Length of input_path.
@@ -390,17 +390,17 @@ VELM_MODULE_API uint32_t SAF_Ext_EncodeEnvelopedFile(
     uint32_t output_path_length);
 
 /**
- * @brief Opens a file's digital envelope.
+ * @brief Decrypts the digital envelope of a file.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
  * @param[in] first_flags 1.
  * @param[in] second_flags 1.
- * @param[in] input_path Envelope file.
+ * @param[in] input_path File with the digital envelope.
  * @param[in] input_path_length Length of input_path.
  * @param[in] output_path File to write.
  * @param[in] output_path_length Length of output_path.
- * @return 0 on success; 0x0200050A for an envelope that has to be opened by
+ * @return 0 on success; 0x0200050A for a digital envelope that must be decrypted with
  *   SAF_Ext_CMS_DecodeEnvelopedData(); otherwise another result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_DecodeEnvelopedFile(
@@ -409,11 +409,11 @@ VELM_MODULE_API uint32_t SAF_Ext_DecodeEnvelopedFile(
     uint32_t output_path_length);
 
 /**
- * @brief Opens a CMS envelope in memory.
+ * @brief Decrypts a digital envelope (CMS EnvelopedData) in memory.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] input The envelope.
+ * @param[in] input The digital envelope.
  * @param[in] input_length Length of input.
  * @param[out] output The data.
  * @param[in,out] output_length In: size of output. Out: bytes written.
@@ -454,23 +454,23 @@ VELM_MODULE_API uint32_t SAF_Ext_SymmDecryptFile(
     const char* input_path, const char* output_path);
 
 /**
- * @brief Asks the time-stamp authority for its time.
+ * @brief Reads the time of the time-stamp authority (TSA).
  * @param[out] time The time; null for the size query.
- * @param[in,out] time_length In: size of time. Out: bytes written, or needed.
+ * @param[in,out] time_length In: size of time. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_TspGetTime(
     uint8_t* time, uint32_t* time_length);
 
 /**
- * @brief Fetches a time stamp for data.
+ * @brief Fetches a time-stamp token (RFC 3161) for data.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] data Data to stamp.
+ * @param[in] data Data to time-stamp.
  * @param[in] data_length Length of data.
- * @param[out] stamp The time stamp; null for the size query.
- * @param[in,out] stamp_length In: size of stamp. Out: bytes written, or needed.
+ * @param[out] stamp The time-stamp token; null for the size query.
+ * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_TspGetStamp(
@@ -478,15 +478,15 @@ VELM_MODULE_API uint32_t SAF_Ext_TspGetStamp(
     uint32_t data_length, uint8_t* stamp, uint32_t* stamp_length);
 
 /**
- * @brief Verifies a time stamp of data.
- * @param[in] data Data that was stamped.
+ * @brief Verifies a time-stamp token (RFC 3161) for data.
+ * @param[in] data Data that was time-stamped.
  * @param[in] data_length Length of data.
- * @param[in] stamp The time stamp.
+ * @param[in] stamp The time-stamp token.
  * @param[in] stamp_length Length of stamp.
- * @param[in] certificate Certificate of the time-stamp authority.
+ * @param[in] certificate Certificate of the TSA.
  * @param[in] certificate_length Length of certificate.
- * @param[out] time_info The stamped time; null for the size query.
- * @param[in,out] time_info_length In: size of time_info. Out: bytes written, or needed.
+ * @param[out] time_info The time in the token; null for the size query.
+ * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_TspVerifyStamp(
@@ -494,14 +494,14 @@ VELM_MODULE_API uint32_t SAF_Ext_TspVerifyStamp(
     const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length);
 
 /**
- * @brief Fetches a time stamp for a file.
+ * @brief Fetches a time-stamp token (RFC 3161) for a file.
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] container_length Length of container.
- * @param[in] file The file, in the form the application gave.
+ * @param[in] file The file, as passed by the application.
  * @param[in] file_length Length of file.
- * @param[out] stamp The time stamp; null for the size query.
- * @param[in,out] stamp_length In: size of stamp. Out: bytes written, or needed.
+ * @param[out] stamp The time-stamp token; null for the size query.
+ * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_TspGetFileStamp(
@@ -509,15 +509,15 @@ VELM_MODULE_API uint32_t SAF_Ext_TspGetFileStamp(
     uint32_t file_length, uint8_t* stamp, uint32_t* stamp_length);
 
 /**
- * @brief Verifies a time stamp of a file.
- * @param[in] file The file, in the form the application gave.
+ * @brief Verifies a time-stamp token (RFC 3161) for a file.
+ * @param[in] file The file, as passed by the application.
  * @param[in] file_length Length of file.
- * @param[in] stamp The time stamp.
+ * @param[in] stamp The time-stamp token.
  * @param[in] stamp_length Length of stamp.
- * @param[in] certificate Certificate of the time-stamp authority.
+ * @param[in] certificate Certificate of the TSA.
  * @param[in] certificate_length Length of certificate.
- * @param[out] time_info The stamped time; null for the size query.
- * @param[in,out] time_info_length In: size of time_info. Out: bytes written, or needed.
+ * @param[out] time_info The time in the token; null for the size query.
+ * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_TspVerifyFileStamp(
@@ -525,24 +525,23 @@ VELM_MODULE_API uint32_t SAF_Ext_TspVerifyFileStamp(
     const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length);
 
 /**
- * @brief Asks the time-stamp authority for its time.
+ * @brief Reads the time of the time-stamp authority (TSA).
  * @param[in] application Application handle.
  * @param[out] time The time; null for the size query.
- * @param[in,out] time_length In: size of time. Out: bytes written, or needed.
+ * @param[in,out] time_length In: size of time. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_GetTime(
     void* application, uint8_t* time, uint32_t* time_length);
 
 /**
- * @brief Fetches a time stamp for data.
+ * @brief Fetches a time-stamp token (RFC 3161) for data.
  * @param[in] application Application handle.
- * @param[in] selector Digest algorithm (GM/T 0006) that the stamp covers the data with; 0 for the module's
- *   own choice.
- * @param[in] data Data to stamp.
+ * @param[in] selector Digest algorithm of the time-stamp token (GM/T 0006); with 0 the module selects it.
+ * @param[in] data Data to time-stamp.
  * @param[in] data_length Length of data.
- * @param[out] stamp The time stamp; null for the size query.
- * @param[in,out] stamp_length In: size of stamp. Out: bytes written, or needed.
+ * @param[out] stamp The time-stamp token; null for the size query.
+ * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
@@ -550,16 +549,16 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
     uint32_t* stamp_length);
 
 /**
- * @brief Verifies a time stamp of data.
+ * @brief Verifies a time-stamp token (RFC 3161) for data.
  * @param[in] application Application handle.
- * @param[in] data Data that was stamped.
+ * @param[in] data Data that was time-stamped.
  * @param[in] data_length Length of data.
- * @param[in] stamp The time stamp.
+ * @param[in] stamp The time-stamp token.
  * @param[in] stamp_length Length of stamp.
- * @param[in] certificate Certificate of the time-stamp authority.
+ * @param[in] certificate Certificate of the TSA.
  * @param[in] certificate_length Length of certificate.
- * @param[out] time_info The stamped time; null for the size query.
- * @param[in,out] time_info_length In: size of time_info. Out: bytes written, or needed.
+ * @param[out] time_info The time in the token; null for the size query.
+ * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(
@@ -571,7 +570,7 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[out] names The names; null for the size query.
- * @param[in,out] names_length In: size of names. Out: bytes written, or needed.
+ * @param[in,out] names_length In: size of names. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_EnumFile(
@@ -583,8 +582,8 @@ VELM_MODULE_API uint32_t SAF_Ext_EnumFile(
  * @param[in] container Container name.
  * @param[in] file_name Name of the file.
  * @param[in] size Size of the file.
- * @param[in] read_rights Who may read; the values are the device's.
- * @param[in] write_rights Who may write; the values are the device's.
+ * @param[in] read_rights Read rights; the device defines the values.
+ * @param[in] write_rights Write rights; the device defines the values.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_CreateFile(
@@ -606,10 +605,10 @@ VELM_MODULE_API uint32_t SAF_Ext_DeleteFile(
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] file_name Name of the file.
- * @param[in] offset Where to start, in bytes.
- * @param[in] read_length Bytes wanted.
+ * @param[in] offset Offset of the first byte.
+ * @param[in] read_length Number of bytes to read.
  * @param[out] data The bytes; null for the size query.
- * @param[in,out] data_length In: size of data. Out: bytes written, or needed.
+ * @param[in,out] data_length In: size of data. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_ReadFile(
@@ -621,7 +620,7 @@ VELM_MODULE_API uint32_t SAF_Ext_ReadFile(
  * @param[in] application Application handle.
  * @param[in] container Container name.
  * @param[in] file_name Name of the file.
- * @param[in] offset Where to start, in bytes.
+ * @param[in] offset Offset of the first byte.
  * @param[in] data Data to write.
  * @param[in] data_length Length of data.
  * @return 0 on success, otherwise a result code.
@@ -636,8 +635,8 @@ VELM_MODULE_API uint32_t SAF_Ext_WriteFile(
  * @param[in] container Container name.
  * @param[in] file_name Name of the file.
  * @param[out] size Size of the file.
- * @param[out] read_rights Who may read; the values are the device's.
- * @param[out] write_rights Who may write; the values are the device's.
+ * @param[out] read_rights Read rights; the device defines the values.
+ * @param[out] write_rights Write rights; the device defines the values.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_GetFileAttribute(
@@ -663,7 +662,7 @@ VELM_MODULE_API uint32_t SAF_Ext_Control(
  * @brief Lists the devices.
  * @param[in] application Application handle.
  * @param[out] devices The list; null for the size query.
- * @param[in,out] devices_length In: size of devices. Out: bytes written, or needed.
+ * @param[in,out] devices_length In: size of devices. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_EnumDevice(
@@ -677,8 +676,8 @@ VELM_MODULE_API uint32_t SAF_Ext_EnumDevice(
  * @param[in] label Name of the label.
  * @param[in] label_length Length of label.
  * @param[in] label_type Type of the label; 7 is a cached certificate.
- * @param[out] data The label's content; null for the size query.
- * @param[in,out] data_length In: size of data. Out: bytes written, or needed.
+ * @param[out] data Content of the label; null for the size query.
+ * @param[in,out] data_length In: size of data. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(
@@ -686,12 +685,12 @@ VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(
     uint32_t label_length, uint32_t label_type, uint8_t* data, uint32_t* data_length);
 
 /**
- * @brief Tells the version of the product. The first and the fourth argument are the application's, handed on
- *   as they came.
- * @param[in,out] first Pointer width.
+ * @brief Returns the product version. The library passes the first and the fourth argument unchanged from the
+ *   application.
+ * @param[in,out] first Pointer-sized.
  * @param[out] version The version text with its terminating zero.
  * @param[in] version_size Size of version, at least 256.
- * @param[in,out] fourth Pointer width.
+ * @param[in,out] fourth Pointer-sized.
  * @return 0 on success, otherwise a result code.
  */
 VELM_MODULE_API uint32_t SAF_Ext_GetProductVersion(

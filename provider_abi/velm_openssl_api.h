@@ -4,7 +4,7 @@
  * @file velm_openssl_api.h
  * @brief The crypto module `velm_openssl_api.dll`: base64, certificate parsing and symmetric ciphers.
  *
- * Every function returns 0 on success and a number of the module otherwise. Lengths are in bytes.
+ * Every function returns 0 on success, otherwise an error number defined by the module. Lengths are in bytes.
  */
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 #include "module_api.h"
 
-/** @brief What VELM_Openssl_ParseCertInfo() tells of a certificate; zeroed by the caller beforehand. */
+/** @brief Output of VELM_Openssl_ParseCertInfo(). Callers must zero it before the call. */
 struct CertificateRecord {
   uint8_t unknown_before_type[36];      /**< Not known. */
   uint32_t public_key_type;             /**< 1 RSA, 2 SM2. */
@@ -30,9 +30,9 @@ extern "C" {
  * @brief Encodes bytes in base64.
  * @param[in] input Bytes to encode.
  * @param[in] input_length Length of input.
- * @param[out] output The text. The caller provides what the padded text takes, 4 bytes for each 3 bytes of
- *   input begun, 2 bytes for each 48 bytes of input begun (line breaks), and 1 byte (a terminating zero).
- * @param[out] output_length Length of the text, without a terminating zero.
+ * @param[out] output The text. Required size: 4 bytes for each 3 bytes of input or part of them (padded
+ *   text), 2 bytes for each 48 bytes of input or part of them (line breaks), and 1 byte (terminating zero).
+ * @param[out] output_length Length of the text without the terminating zero.
  * @return 0 on success.
  */
 VELM_MODULE_API int32_t VELM_Openssl_Base64Encode(
@@ -62,13 +62,13 @@ VELM_MODULE_API int32_t VELM_Openssl_ParseCertInfo(
     const uint8_t* certificate, uint32_t length, uint32_t mode, uint32_t reserved, void* record);
 
 /**
- * @brief Makes the context of one symmetric operation.
- * @param[out] context The context; the caller releases it with VELM_Openssl_SymmReleaseCtx().
+ * @brief Creates the context of one symmetric operation.
+ * @param[out] context The context; callers must release it with VELM_Openssl_SymmReleaseCtx().
  * @param[in] cipher Cipher number: 108 SM4; 101 and 107 are other ciphers of the module.
  * @param[in] direction 1 to encrypt, 0 to decrypt.
  * @param[in] key The key.
  * @param[in] key_length Length of key.
- * @param[in] iv Initialisation vector, one cipher block; null where the mode needs none.
+ * @param[in] iv Initialisation vector, one cipher block; null if the mode requires none.
  * @param[in] mode 1 ECB, 2 CBC, 3 CFB, 4 OFB.
  * @return 0 on success.
  */
@@ -77,7 +77,7 @@ VELM_MODULE_API int32_t VELM_Openssl_SymmAcquireContext(
     const uint8_t* iv, uint32_t mode);
 
 /**
- * @brief Encrypts data with a context made to encrypt.
+ * @brief Encrypts data with a context created for encryption.
  * @param[in] context The context.
  * @param[in] input Data to encrypt.
  * @param[in] input_length Length of input.
@@ -89,7 +89,7 @@ VELM_MODULE_API int32_t VELM_Openssl_Encrypt(
     void* context, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
 
 /**
- * @brief Decrypts data with a context made to decrypt.
+ * @brief Decrypts data with a context created for decryption.
  * @param[in] context The context.
  * @param[in] input The ciphertext.
  * @param[in] input_length Length of input.
@@ -102,7 +102,7 @@ VELM_MODULE_API int32_t VELM_Openssl_Decrypt(
 
 /**
  * @brief Releases a context.
- * @param[in] context The context; not to be used again.
+ * @param[in] context The context; must not be used afterwards.
  * @return 0 on success.
  */
 VELM_MODULE_API int32_t VELM_Openssl_SymmReleaseCtx(

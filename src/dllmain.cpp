@@ -1,4 +1,4 @@
-// What happens when a process loads the library, and when it unloads it.
+// DLL entry point.
 #include <windows.h>
 #include <io.h>
 
@@ -15,7 +15,7 @@ namespace {
 constinit log::Unit unit{R"(..\..\src\dllmain)"};
 
 void attach(HINSTANCE module) {
-  // Without storage for this thread the library still loads; only its folders and its line are missing.
+  // Without thread storage the library still loads, but creates no log directories and writes no log line.
   const bool can_log = prepare_thread();
   if (can_log) log::create_directories();
   log::configuration.field_mask = log::kMaskFromLoad;

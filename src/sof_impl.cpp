@@ -45,7 +45,7 @@ void* SI_Malloc(uint32_t& length) {
 uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uint32_t& length) {
   const UserCertTable& table = g_userCertTable;
   for (uint32_t i = 0; i < std::min(table.count, UserCertTable::kEntries); ++i) {
-    // A name that begins with the stored one matches.
+    // Sic: compares a prefix, so a longer container name that begins with the stored name matches.
     const bool named =
         std::strncmp(container_name, table.container_name[i], table.container_name_length[i]) == 0;
     const uint32_t size = table.certificate_length[i];
@@ -70,7 +70,7 @@ uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, 
                static_cast<int>(kCertificateLabel), result);
     return SOR_UNKNOWNERR;
   }
-  // What is said to be read must lie in the buffer.
+  // The provider may report more bytes than the buffer holds.
   length = std::min(length, kUserCertificateCapacity);
   return SOR_OK;
 }

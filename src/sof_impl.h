@@ -1,4 +1,4 @@
-// The provider context: what the exported calls share when they use the cryptographic service library.
+// Shared state and helpers of the functions that use the signature provider.
 #pragma once
 
 #include <atomic>
@@ -6,13 +6,13 @@
 
 namespace velm {
 
-// The one application handle of the process; null until SI_Initialize has opened it.
+// Application handle of the process; null until SI_Initialize() has opened it.
 extern std::atomic<void*> g_hAppHandle;
 
 constexpr uint32_t kUserCertificateCapacity = 4096;
 constexpr uint32_t kSigningCertificate = 2;
 
-// User certificates known by container name. Nothing here fills it.
+// User certificates by container name. Sic: no code in the library fills the table.
 struct UserCertTable {
   static constexpr uint32_t kEntries = 64;
   uint32_t count;
@@ -24,25 +24,26 @@ struct UserCertTable {
 };
 extern UserCertTable g_userCertTable;
 
-// Opens the application handle unless it is open. 0, or 0x0B000001 with the provider's code logged. Callers
-// that go on all the same leave it to the provider what becomes of a null handle.
+// Opens the application handle unless it is open. Returns 0, or logs the provider's code and returns
+// 0x0B000001. A caller that ignores the failure passes a null handle to the provider.
 uint32_t SI_Initialize();
 
-// The library's code for a provider code.
+// Maps a result code of the provider to one of the library.
 uint32_t SI_MapSafError(uint32_t saf_code);
 
 constexpr uint32_t kBytesBeyondCapacity = 1024;
 
-// Memory for what a provider call has just sized: grows `length`, which becomes the capacity that the next
-// call is told, by 2048 and allocates kBytesBeyondCapacity more than that. Null when memory runs out or the
-// grown length passes 32 bits. To be released with free().
+// Allocates a buffer for an output whose size the provider has reported in `length`. Adds 2048 to `length`,
+// which callers pass on as the buffer size, and allocates kBytesBeyondCapacity bytes more. Returns null if
+// memory is exhausted or the new length exceeds 32 bits. Callers release the buffer with free().
 void* SI_Malloc(uint32_t& length);
 
-// The signing certificate of a container, from the table. `certificate` holds 4096 bytes. 0, or 0x0B000310.
+// Looks up the signing certificate of a container in g_userCertTable. `certificate` must hold 4096 bytes.
+// Returns 0, or 0x0B000310 if there is none.
 uint32_t SI_ExportUserCert(const char* container_name, uint8_t* certificate, uint32_t& length);
 
-// The certificate of a scanned container, from its label on the device. 0, or 0x0B000001 with the code
-// logged.
+// Reads the certificate of a "SCAN_CONTAINER" container from its label on the device. Returns 0, or logs the
+// provider's code and returns 0x0B000001.
 uint32_t SI_ExportCertForScan(const char* container_name, uint8_t* certificate, uint32_t& length);
 
 }  // namespace velm

@@ -1,4 +1,4 @@
-// The algorithms of provider calls, and the rules that choose among them.
+// Algorithm identifiers for provider calls, and the rules that select them.
 #pragma once
 
 #include <cstdint>
@@ -15,19 +15,18 @@ using protocol::kSm2Key;
 using protocol::kSm2Signature;
 using protocol::kSm3;
 
-// No digest algorithm.
 constexpr uint32_t kNoDigest = 0;
 
-// Every SM2 signature, in whatever encoding, is shorter than the shortest of RSA.
+// Size of an RSA-1024 signature in bytes. Every SM2 signature is shorter, in any encoding.
 constexpr uint32_t kShortestRsaSignature = 128;
 
-// The default user ID, as provider calls take it.
+// Default user ID (GM/T 0009).
 inline ByteView default_user_id() {
   constexpr std::string_view kId = protocol::kDefaultUserId;
   return {reinterpret_cast<const uint8_t*>(kId.data()), static_cast<uint32_t>(kId.size())};
 }
 
-// The digest that an RSA signature over a hash value of this length stands for.
+// Digest algorithm of an RSA signature over a hash value of this length.
 constexpr uint32_t digest_of_hash_length(uint32_t length) {
   if (length == 20) return kSha1;
   if (length == 32) return kSha256;

@@ -1,4 +1,4 @@
-// Bytes that somebody else owns, with their length as the provider modules take it.
+// Non-owning byte view. The length has 32 bits, as the provider modules require.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The user's certificates, and questions about a certificate.
+// User certificates, and items and validation of a certificate.
 #include "velm_sof_client/algorithm.h"
 #include "velm_sof_client/provider_call.h"
 #include "velm_sof_client/service_call.h"
@@ -9,7 +9,8 @@ namespace {
 
 constexpr uint32_t kCertificateSizeAnswer = 2048;
 
-// Fetches a container's certificate into the caller's buffer, or sizes it when there is none.
+// Writes a container's certificate to the caller's buffer, or answers the size query if the buffer is null.
+// Sic: the size query returns 2048, although a certificate may have up to 3072 bytes.
 void export_certificate(const char* function, FunctionNumber number, const char* container_name,
                         uint8_t* certificate, uint32_t* certificate_length) {
   if (!certificate) return store(certificate_length, kCertificateSizeAnswer);

@@ -1,4 +1,4 @@
-// Device information, the list of users, the type of the device found last.
+// Device information, user list and device type.
 #include <string>
 
 #include "basekit/basic/encoding.h"

@@ -1,5 +1,5 @@
-// Files and labels on the device, control commands, the list of devices and the product's version, by the
-// signature provider. None of these calls opens the application handle: the provider gets it as it stands.
+// Files and labels on the device, control commands, device list and product version, through the signature
+// provider. Sic: these functions do not open the application handle; the provider may receive a null handle.
 #include "velm_sof_client/provider_call.h"
 
 using namespace velm;

@@ -1,4 +1,4 @@
-// Start and end of use, version and random numbers.
+// Initialisation, finalisation, version and random numbers.
 #include <algorithm>
 #include <cstring>
 #include <memory>
@@ -33,8 +33,8 @@ uint32_t SOF_GetVersion(char* pszVersion) {
 
 namespace {
 
-// The service's random bytes. Whatever it sends, the buffer holds what the decoder writes and the `count`
-// bytes that are copied out of it.
+// Decodes the service's random bytes. The buffer is large enough for the decoder's output and for the `count`
+// bytes that the caller reads, and it is zeroed: missing random bytes are zero.
 std::unique_ptr<uint8_t[]> decode_random(const char* text, uint32_t count) {
   const size_t text_length = std::strlen(text);
   auto bytes = std::make_unique<uint8_t[]>(std::max<size_t>(text_length, count) + 1);
@@ -54,7 +54,7 @@ uint32_t SOF_GenRandom(uint32_t uRandomLen, uint8_t* pRandomData) {
     LOG_ENTRY("SOF_GenRandom uRandomLen=%u\n", uRandomLen);
     require_pointer(pRandomData, "pRandomData");
 
-    // The capacity wraps at 32 bits, and never falls below what a code alone needs.
+    // Sic: the capacity wraps at 32 bits. The minimum leaves room for an answer with only a result code.
     JsonCall call{"SOF_GenRandom", std::max(uRandomLen * 2 + 256, 256u)};
     call.post(R"({"funcid":%d,"Len":%u})", FunctionNumber::GenRandom, uRandomLen);
 

@@ -1,5 +1,5 @@
-// The texts of the result codes. This file is compiled with GBK as its execution character set, so the
-// literals below are GBK bytes in the program.
+// Texts of the result codes. The execution character set is GBK, so the literals below are GBK bytes in the
+// binary.
 #pragma once
 
 #include <algorithm>
@@ -119,7 +119,7 @@ inline constexpr std::array<ErrorText, 102> kErrorTexts{{
     {0x0B010012, "证书不被信任"},
 }};
 
-// The text of a code, or null for a code that has none.
+// Returns the text of a code, or null if it has none.
 constexpr const char* error_text(uint32_t code) {
   const auto row =
       std::lower_bound(kErrorTexts.begin(), kErrorTexts.end(), code,

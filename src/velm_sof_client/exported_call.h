@@ -1,4 +1,4 @@
-// What every exported call shares: its log lines, its argument checks, and that nothing thrown leaves it.
+// Shared by all exported functions: log lines, argument checks and the exception boundary.
 #pragma once
 
 #include <concepts>
@@ -13,23 +13,23 @@
 
 namespace velm {
 
-// All exported functions log as one source unit.
+// Sic: log lines of all exported functions print this source path, not that of their own file.
 inline constinit log::Unit client_unit{R"(..\..\src\velm_sof_client)"};
 
 #define LOG_ENTRY(...) \
   ::velm::log::write(::velm::client_unit, ::velm::log::kInformation, __LINE__, __VA_ARGS__)
 #define LOG_FAILURE(...) ::velm::log::write(::velm::client_unit, ::velm::log::kError, __LINE__, __VA_ARGS__)
 
-// A call that cannot go on. Thrown where the failure is known, after its log line is written.
+// Thrown to end an exported call with a result code, after the log line has been written.
 struct CallFailure {
   uint32_t code;
 };
 
 [[noreturn]] inline void fail(uint32_t code) { throw CallFailure{code}; }
 
-// Runs the body of an exported call. Returns what the body returns, success when it returns nothing, or the
-// code with which it failed. A body that is noexcept must not log either: it runs without the thread storage
-// that logging and throwing need, so it works when memory is exhausted.
+// Runs the body of an exported function and converts exceptions to result codes. Returns the body's result,
+// or SOR_OK if the body returns void. A noexcept body runs without thread storage, so that it works when
+// memory is exhausted. It must not log, because logging requires thread storage.
 template <std::invocable Body>
 uint32_t exported_call(Body&& body) noexcept {
   const auto run = [&]() noexcept(std::is_nothrow_invocable_v<Body>) -> uint32_t {
@@ -53,12 +53,13 @@ uint32_t exported_call(Body&& body) noexcept {
   }
 }
 
-// Texts as log lines and requests print a null one.
+// Replacements for a null text. Sic: the log format prints "(null)", "NULL" or "null", depending on the
+// function.
 inline const char* as_given(const char* text) { return text ? text : "(null)"; }
 inline const char* or_upper_null(const char* text) { return text ? text : "NULL"; }
 inline const char* or_lower_null(const char* text) { return text ? text : "null"; }
 
-// The low 32 bits of an address, as log lines print it.
+// Sic: log lines and the PIN prompt take only the low 32 bits of a pointer or handle.
 inline uint32_t low_32_bits(const void* pointer) {
   return static_cast<uint32_t>(reinterpret_cast<uintptr_t>(pointer));
 }
@@ -87,8 +88,7 @@ inline void require_capacity(uint32_t given, uint32_t expected, const char* name
   fail(SOR_INDATALENERR);
 }
 
-// A sum of caller lengths as a 32-bit length; one that 32 bits cannot hold counts as memory that is not to be
-// had.
+// Adds lengths from the caller. Fails with SOR_MEMORYERR if the sum exceeds 32 bits.
 template <std::unsigned_integral... Length>
 uint32_t length_sum(Length... lengths) {
   const uint64_t sum = (uint64_t{0} + ... + lengths);
@@ -96,7 +96,7 @@ uint32_t length_sum(Length... lengths) {
   return static_cast<uint32_t>(sum);
 }
 
-// Writes one output, unless the caller left it out.
+// Writes an output unless its pointer is null.
 template <class Value>
 void store(Value* output, std::type_identity_t<Value> value) {
   if (output) *output = value;

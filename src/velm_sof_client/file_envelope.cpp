@@ -1,4 +1,4 @@
-// Digital envelopes of files: by the signature provider, file to file, or in memory.
+// Digital envelopes (CMS EnvelopedData) of files: in memory, or file to file through the signature provider.
 #include "velm_sof_client/algorithm.h"
 #include "velm_sof_client/input_file.h"
 #include "velm_sof_client/process_state.h"
@@ -8,21 +8,20 @@ using namespace velm;
 
 namespace {
 
-// The envelope type that keeps the provider out of the encryption.
+// Envelope type that encrypts in memory through the local service instead of the signature provider.
 constexpr uint32_t kInMemory = 2;
 
-// SM4 in CBC mode (GM/T 0006).
 constexpr int32_t kSm4Cbc = protocol::kSm4Cbc;
 
-// The provider's answer to a file whose envelope it opens in memory only.
+// The provider's result for a digital envelope that it can only open in memory.
 constexpr uint32_t kOpenInMemory = protocol::kSafEnvelopeNotOpened;
 
-// Room for what becomes of a file: 1 MiB more than it has.
+// Output buffer: the size of the input file and 1 MiB.
 ProviderBuffer output_buffer(const char* function, uint32_t file_size) {
   const uint32_t capacity = length_sum(file_size, 0x100000u);
   HeapMemory bytes = heap_memory(capacity);
   if (!bytes) {
-    // The size in the line is not meant to be that of the buffer.
+    // Sic: the logged size is not the size of the buffer.
     LOG_FAILURE("%s->malloc out file data buffer %u\n", function, file_size + 0x200);
     fail(SOR_MEMORYERR);
   }
@@ -46,16 +45,17 @@ void encrypt_in_memory(ByteView certificate, const std::string& input_path, cons
   write_file("SOF_EncryptFile", output_path, output.content());
 }
 
-// The provider's code; the file is written when it is 0.
+// Returns the provider's result. Writes the output file if the result is 0.
 uint32_t decrypt_in_memory(const char* container, const std::string& input_path,
                            const std::string& output_path) {
-  // A file that cannot be sized is logged under the name of the other direction.
+  // Sic: if the file size cannot be read, the log line names SOF_EncryptFile.
   const FileContent input = read_whole_file(input_path, "SOF_DecryptFile", "SOF_EncryptFile");
   ProviderBuffer output = output_buffer("SOF_DecryptFile", input.length);
   const uint32_t result =
       SAF_Ext_CMS_DecodeEnvelopedData(g_hAppHandle.load(), container, text_length(container), input.data(),
                                       input.length, output.data(), &output.stated_length);
   if (result != 0) return result;
+  // Sic: logged as an error on success.
   LOG_FAILURE("out_file_data.length2= %d\n", static_cast<int32_t>(output.stated_length));
   write_file("SOF_DecryptFile", output_path, output.content());
   return 0;
@@ -73,7 +73,7 @@ uint32_t SOF_EncryptFile(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, 
     require_pointer(pszOutFilePath, "pszOutFilePath");
 
     const ByteView certificate{pEncryptCert, uEncryptCertLen};
-    // The method stays in force for later calls.
+    // Sic: an SM2 certificate changes the encrypt method of the process, also for later calls.
     if (parse_certificate("SOF_EncryptFile", certificate, kKeyType).public_key_type == kSm2Key) {
       process_state.encrypt_method = kSm4Cbc;
     }
@@ -109,7 +109,7 @@ uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath
     uint32_t result = SAF_Ext_DecodeEnvelopedFile(
         g_hAppHandle.load(), pszContainerName, text_length(pszContainerName), 1, 1, input_path.c_str(),
         text_length(input_path.c_str()), output_path.c_str(), text_length(output_path.c_str()));
-    // Whichever of the two calls fails, the line carries the name of the first.
+    // Sic: the log line names SAF_Ext_DecodeEnvelopedFile even if SAF_Ext_CMS_DecodeEnvelopedData failed.
     if (result == kOpenInMemory) result = decrypt_in_memory(pszContainerName, input_path, output_path);
     check_provider("SAF_Ext_DecodeEnvelopedFile", result);
   });

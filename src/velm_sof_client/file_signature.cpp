@@ -1,4 +1,4 @@
-// Raw signatures of files, made and verified by the provider, which opens the file itself.
+// Raw signatures of files, created and verified by the signature provider. The provider opens the file.
 #include <cstring>
 
 #include "velm_sof_client/algorithm.h"
@@ -8,7 +8,7 @@ using namespace velm;
 
 namespace {
 
-// The first of these texts that a container's name holds says how it signs.
+// The first of these texts that the container name contains selects the digest.
 constexpr struct {
   const char* text;
   uint32_t digest;
@@ -28,8 +28,8 @@ uint32_t digest_of_signature_length(uint32_t length) {
   return kNoDigest;
 }
 
-// The user ID of a call, which only SM3 takes. Providers may read or write all 128 bytes, not only the 16 of
-// the default ID.
+// User ID (GM/T 0009) for SM3; null for other digests. The buffer has 128 bytes because providers may read or
+// write more than the 16 bytes of the default ID.
 class UserIdBuffer {
  public:
   explicit UserIdBuffer(uint32_t digest) {
@@ -63,7 +63,7 @@ uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, u
     const uint32_t digest = digest_of_container(pszContainerName);
     if (digest == kNoDigest) {
       LOG_FAILURE("ContainerName error: sContainerName=%s\n", pszContainerName);
-      return;
+      return;  // Sic: success although nothing was signed
     }
     UserIdBuffer id{digest};
     check_provider("SAF_Ext_SignFile",

@@ -1,4 +1,4 @@
-// Hash values, by the signature provider, and base64, by the provider and by the crypto module.
+// Hash values through the signature provider, base64 through the signature provider or the crypto module.
 #include "basekit/basic/base64.h"
 #include "velm_sof_client/provider_call.h"
 
@@ -6,7 +6,7 @@ using namespace velm;
 
 namespace {
 
-// No encoder is asked for a text whose length the caller could not be told.
+// Fails with SOR_MEMORYERR if the length of the base64 text does not fit in 32 bits.
 void require_countable_text(uint32_t data_length) {
   if (base64_length(data_length) > UINT32_MAX) fail(SOR_MEMORYERR);
 }
@@ -17,7 +17,7 @@ uint32_t SOF_Ext_HashData(uint32_t uiAlgorithmType, const uint8_t* pucInData, ui
                           const uint8_t* pucPublicKey, uint32_t ulPublicKeyLen, const uint8_t* pucID,
                           uint32_t ulIDLen, uint8_t* pucOutData, uint32_t* pulOutDataLen) {
   return exported_call([&] {
-    // The label of the signer ID's length is that of the length before it.
+    // Sic: the log format prints `ulPublicKeyLen` twice; the second value is `ulIDLen`.
     LOG_ENTRY("SOF_Ext_HashData uiAlgorithmType=0x%08X ulInDataLen=%u ulPublicKeyLen=%u ulPublicKeyLen=%u\n",
               uiAlgorithmType, ulInDataLen, ulPublicKeyLen, ulIDLen);
     require_pointer(pucInData, "pucInData");
@@ -94,7 +94,7 @@ uint32_t SOF_Ext_Base64Encode(const uint8_t* pucInData, uint32_t ulInDataLen, ui
     uint32_t length = pulOutDataLen ? *pulOutDataLen : 0;
     require_pointer(pucInData, "pucInData");
     require_countable_text(ulInDataLen);
-    // The failure line names the exported function.
+    // Sic: the log line names the exported function, not SAF_Base64_Encode.
     check_provider("SOF_Ext_Base64Encode", SAF_Base64_Encode(pucInData, ulInDataLen, pucOutData, &length));
     store(pulOutDataLen, length);
   });
@@ -105,6 +105,7 @@ uint32_t SOF_Ext_Base64Decode(const uint8_t* pucInData, uint32_t ulInDataLen, ui
   return exported_call([&] {
     uint32_t length = pulOutDataLen ? *pulOutDataLen : 0;
     require_pointer(pucInData, "pucInData");
+    // Sic: the log line names the exported function, not SAF_Base64_Decode.
     check_provider("SOF_Ext_Base64Decode", SAF_Base64_Decode(pucInData, ulInDataLen, pucOutData, &length));
     store(pulOutDataLen, length);
   });

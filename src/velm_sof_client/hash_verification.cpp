@@ -1,4 +1,4 @@
-// Signatures held against a hash value that the caller computed.
+// Verifies signatures against a hash value supplied by the caller.
 #include "velm_sof_client/algorithm.h"
 #include "velm_sof_client/provider_call.h"
 #include "velm_sof_client/signed_message.h"
@@ -16,16 +16,17 @@ uint32_t SOF_Ext_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMess
     const SignedAttributes attributes = read_signed_attributes(message);
 
     SignedDataSizes sizes = size_with_either_decoder(message);
-    if (sizes.signature < kShortestRsaSignature) return;  // SM2 messages are accepted as they are
+    if (sizes.signature < kShortestRsaSignature) return;  // Sic: SM2 messages are not verified
 
     require_sized(pkcs7_decoder(), message, sizes);
     SignedData parts{.digest = sizes.digest, .content = {.stated_length = sizes.content}};
+    // Sic: the log lines name SOF_VerifySignedMessage, without "Ext_".
     parts.certificate = sized_buffer("SOF_VerifySignedMessage", "uSignCertLen", sizes.certificate);
     parts.signature = sized_buffer("SOF_VerifySignedMessage", "uSignDataLen", sizes.signature);
     require_decoded(pkcs7_decoder(), message, parts);
 
     if (attributes.present()) {
-      // The attributes are held against zeros: the caller's hash has no say in such a message.
+      // Sic: the message digest attribute is compared with 128 zero bytes, not with the caller's hash.
       require_attribute_hash(attributes, FixedBuffer<128>{});
       return;
     }
@@ -61,7 +62,7 @@ uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLe
       return;
     }
 
-    read_public_key({pSignCert, uSignCertLen});  // a certificate without one is refused here
+    read_public_key({pSignCert, uSignCertLen});  // fails if the certificate has no public key
     check_provider("SAF_EccVerifySignByCert",
                    SAF_EccVerifySignByCert(kSm2Signature, pSignCert, uSignCertLen, pHashedData,
                                            uiHashedDataLen, pSignedData, uSignedDataLen));
@@ -74,6 +75,7 @@ uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input, u
     require_pointer(input, "input");
     require_pointer(output, "output");
     require_pointer(outputLen, "outputLen");
+    // Sic: the log line names the exported function, not SAF_Ext_ReplaceSM2Pkcs7SignedOID.
     check_provider("SOF_Ext_ReplaceSM2Pkcs7SignedOID",
                    SAF_Ext_ReplaceSM2Pkcs7SignedOID(mode, input, inputLen, output, outputLen));
   });

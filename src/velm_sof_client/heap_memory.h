@@ -1,4 +1,4 @@
-// Memory of the C runtime with an owner, for allocations whose failure the call itself reports.
+// Owning pointer to malloc() memory, for allocations whose failure is logged by the caller.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ struct HeapRelease {
 };
 using HeapMemory = std::unique_ptr<uint8_t[], HeapRelease>;
 
-// Null when memory runs out. Not cleared.
+// Returns null if memory is exhausted. The memory is not initialised.
 inline HeapMemory heap_memory(size_t size) { return HeapMemory(static_cast<uint8_t*>(std::malloc(size))); }
 
 }  // namespace velm

@@ -1,5 +1,4 @@
-// A caller's path and the file behind it. What fails is logged under the exported function's name and fails
-// the call.
+// Input paths and files. Failures are logged under the name of the exported function and end the call.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +14,8 @@
 
 namespace velm {
 
-// The path in the local code page: converted when it counts as UTF-8, else whole and as it stands.
+// Returns the path in the local code page. A path that xencoding_is_utf8() accepts is converted, any other is
+// returned unchanged.
 inline std::string local_path(const char* path, const char* function, CallSite site = CallSite::current()) {
   std::string given = path;
   if (!xencoding_is_utf8(given.data(), given.size())) return given;
@@ -30,7 +30,6 @@ inline std::string local_path(const char* path, const char* function, CallSite s
   return converted;
 }
 
-// A file's content as it was read, and its length.
 struct FileContent {
   HeapMemory bytes;
   uint32_t length;
@@ -38,9 +37,9 @@ struct FileContent {
   const uint8_t* data() const { return bytes.get(); }
 };
 
-// The whole content of the file at a local path; an empty file is refused. A file that cannot be sized is
-// logged under `sizing_function`, everything else under `function`. A file that changes meanwhile is read as
-// far as it was sized.
+// Reads a whole file; `path` is in the local code page. Fails if the file is empty. Log lines name
+// `sizing_function` if the file size cannot be read, otherwise `function`. If the file grows meanwhile, the
+// additional bytes are not read.
 inline FileContent read_whole_file(const std::string& path, const char* function, const char* sizing_function,
                                    CallSite site = CallSite::current()) {
   const int line = line_of(site);
@@ -58,6 +57,7 @@ inline FileContent read_whole_file(const std::string& path, const char* function
   const auto capacity = static_cast<uint32_t>(size);
   HeapMemory bytes = heap_memory(capacity);
   if (!bytes) {
+    // Sic: the log line prints 0 instead of the size.
     log::write(client_unit, log::kError, line, "%s->malloc in file data buffer %u\n", function, 0u);
     fail(SOR_MEMORYERR);
   }

@@ -1,5 +1,4 @@
-// The text of a JSON request, formatted from a call's own format. Nothing is escaped; byte data goes into the
-// text as base64 without a copy in between.
+// Formats JSON requests. Sic: texts are not escaped. Byte data is base64-encoded directly into the request.
 #pragma once
 
 #include <array>
@@ -16,7 +15,7 @@
 
 namespace velm {
 
-// Bytes that a request carries as base64 text. A null block counts as no bytes.
+// Bytes that are sent as base64 text. A null block is an empty one.
 struct Base64 {
   const void* data;
   size_t size;
@@ -25,12 +24,11 @@ struct Base64 {
   explicit Base64(const char* text) : Base64(text, text ? std::strlen(text) : 0) {}
 };
 
-// A request that has room for the block has 32 bits for its size.
+// The size fits in 32 bits: the capacity of a request is limited to 32 bits.
 inline void append_base64(RequestMemory& request, const Base64& block) {
   request.grow(encode_base64(block.data, static_cast<uint32_t>(block.size), request.end()));
 }
 
-// One value of a request.
 class JsonField {
  public:
   JsonField(protocol::FunctionNumber function) : JsonField(protocol::number_of(function)) {}
@@ -69,7 +67,7 @@ class JsonField {
   Base64 block_{nullptr, 0};
 };
 
-// What a field has to be printed with: %d (signed numbers and function numbers), %u or %s (texts and base64).
+// Required conversion of a field: %d (signed numbers and function numbers), %u or %s (texts and base64).
 template <class Field>
 consteval char conversion_of() {
   if constexpr (std::is_same_v<Field, int32_t> || std::is_same_v<Field, protocol::FunctionNumber>) {
@@ -82,7 +80,7 @@ consteval char conversion_of() {
   }
 }
 
-// Whether a format has a conversion ("%" and one letter) for each of these fields, in order and no more.
+// Returns whether the conversions ("%" and one letter) of a format match the fields in number and order.
 template <class... Fields>
 constexpr bool fits_fields(std::string_view format) {
   constexpr std::array<char, sizeof...(Fields)> kConversions{conversion_of<Fields>()...};
@@ -95,7 +93,7 @@ constexpr bool fits_fields(std::string_view format) {
   return format.find('%') == std::string_view::npos;
 }
 
-// A format and how it is filled; only JsonFormat, which checks it, makes one.
+// Unchecked format. Only JsonFormat, which checks the format, can create one.
 class JsonFormatText {
  protected:
   consteval explicit JsonFormatText(const char* format) : text_(format) {}
@@ -120,7 +118,7 @@ class JsonFormatText {
   std::string_view text_;
 };
 
-// A literal format that fits its fields; any other does not compile.
+// Format literal, checked against its field types at compile time.
 template <class... Fields>
 class JsonFormat : private JsonFormatText {
  public:
@@ -128,7 +126,7 @@ class JsonFormat : private JsonFormatText {
     if (!fits_fields<Fields...>(format)) throw "the conversions of the format are not those of the fields";
   }
 
-  // The fields in place of their conversions.
+  // Returns the request with the conversions replaced by the fields.
   RequestMemory with(const Fields&... fields) const { return fill({JsonField(fields)...}); }
 };
 

@@ -1,4 +1,4 @@
-// Login to a container, its PIN and its login state.
+// Login, login state and PIN of a container.
 #include "protocol/limits.h"
 #include "provider_abi/velm_common.h"
 #include "velm_sof_client/prompt_parent.h"
@@ -8,7 +8,8 @@ using namespace velm;
 
 namespace {
 
-// A PIN that the user types, wiped at the end. It ends in a zero whatever the prompt leaves.
+// PIN entered in the prompt; wiped on destruction. The buffer has one byte more than the prompt writes, so
+// the text always has a terminating zero.
 class TypedPin {
  public:
   TypedPin() = default;

@@ -1,4 +1,4 @@
-// Signed messages over whole files: PKCS#7 with an RSA key, the form of GM/T 0010 with an SM2 key.
+// Creates signed messages over whole files: PKCS#7 with an RSA key, GM/T 0010 with an SM2 key.
 #include <windows.h>
 
 #include <cstring>
@@ -14,7 +14,7 @@ namespace {
 
 constexpr char kFunction[] = "SOF_Ext_PKCS7_SignFile";
 
-// What every encoder takes.
+// Arguments common to all encoders.
 struct EncoderArguments {
   const char* container;
   ByteView certificate;
@@ -37,7 +37,8 @@ FileContent base64_decoded(const FileContent& text) {
   return {std::move(decoded.bytes), decoded_length};
 }
 
-// The file's bytes, or what they encode while signatures are detached.
+// Returns the content of the file. Sic: if process_state.detached_signature is set, the file is base64 text
+// and is decoded.
 FileContent data_to_sign(const char* path) {
   FileContent file = read_whole_file(local_path(path, kFunction), kFunction);
   if (process_state.detached_signature && file.length != 0) return base64_decoded(file);
@@ -62,7 +63,7 @@ FixedBuffer<kUserCertificateCapacity> signer_certificate(const char* container) 
   return certificate;
 }
 
-// Sic: SHA-1 is required on version 5.1 with service pack 2 alone. No supported Windows reports that version.
+// Sic: SHA-1 is required on version 5.1 with service pack 2 only. No supported Windows reports that version.
 bool is_windows_without_sha256() {
   OSVERSIONINFOEXW version{};
   version.dwOSVersionInfoSize = sizeof version;

@@ -1,4 +1,4 @@
-// Signed messages over whole files, verified: their content is inside, or in a file beside them.
+// Verifies signed messages over whole files. The content is in the message or in a separate file.
 #include "velm_sof_client/algorithm.h"
 #include "velm_sof_client/input_file.h"
 #include "velm_sof_client/provider_call.h"
@@ -10,7 +10,6 @@ namespace {
 
 constexpr char kFunction[] = "SOF_Ext_PKCS7_VerifySignedFile";
 
-// What is to be verified.
 struct VerificationInput {
   ByteView message;
   bool detached;
@@ -27,8 +26,8 @@ ProviderBuffer content_buffer(uint32_t length) {
   return {std::move(bytes), length, size};
 }
 
-// Sizes the message again, with the decoder of its kind, then takes it apart. `certificate_caller` opens the
-// log line of a certificate buffer that cannot be allocated.
+// Repeats the sizing pass with the decoder of the key type, then decodes the message. `certificate_caller` is
+// the name that the log line prints if the certificate buffer cannot be allocated.
 SignedData decode_whole(const SignedDataDecoder& decoder, const VerificationInput& input,
                         SignedDataSizes sizes, const char* certificate_caller) {
   require_sized(decoder, input.message, sizes);
@@ -63,6 +62,7 @@ void verify_rsa_data(const char* name, const SignedData& parts, ByteView data) {
 
 void verify_sm2(const VerificationInput& input, const SignedDataSizes& sizes) {
   const SignedAttributes& attributes = input.attributes;
+  // Sic: a failed allocation of the certificate buffer is logged under the name SOF_VerifySignedMessage.
   const SignedData parts = decode_whole(sm2_decoder(), input, sizes, "SOF_VerifySignedMessage");
   const auto public_key = read_public_key(parts.certificate.content());
   const ByteView content = input.content(parts);

@@ -1,6 +1,6 @@
-// The service that the exported calls ask, and what one of them sets for later ones. None of it is locked: a
-// value set on one thread is what later calls of any thread see. The provider context keeps its own state
-// (sof_impl.h).
+// Address of the local service, and settings of the process. The settings are atomic, but not locked: a value
+// set by one thread applies to later calls of all threads. sof_impl.h contains the state of the signature
+// provider.
 #pragma once
 
 #include <atomic>
@@ -21,7 +21,7 @@ struct ProcessState {
 
 inline constinit ProcessState process_state;
 
-// Format in which user data goes to the service: 2, base64. Nothing changes it.
+// Format of user data sent to the service; 2 is base64. Log lines print it under this name.
 inline constinit const uint32_t g_multiUserInDataFmt = 2;
 
 }  // namespace velm

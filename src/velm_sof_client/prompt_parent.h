@@ -1,11 +1,12 @@
-// The window that a prompt opens over.
+// Parent window of the PIN prompt.
 #pragma once
 
 #include <windows.h>
 
 namespace velm {
 
-// A top-level window of this process, else the active window, else the foreground window, which may be null.
+// Returns a top-level window of this process, else the active window, else the foreground window, which may
+// be null.
 HWND prompt_parent();
 
 }  // namespace velm

@@ -1,4 +1,4 @@
-// What the calls share that work in process through the provider modules.
+// Helpers for functions that use the provider modules.
 #pragma once
 
 #include <algorithm>
@@ -16,19 +16,19 @@
 
 namespace velm {
 
-// Logs `what` went wrong, with the provider's code, and fails with the library's code for it.
+// Logs `what` and the provider's code, then throws the corresponding result code of the library.
 [[noreturn]] inline void fail_with_provider_code(const char* what, uint32_t provider_code, CallSite site) {
   log::write(client_unit, log::kError, line_of(site), "\"%s\" 0x%08X \n", what, provider_code);
   fail(SI_MapSafError(provider_code));
 }
 
-// Takes the result of a provider function. Anything but success fails the call under the function's name.
+// Throws unless `result` is 0. The log line prints `function`.
 inline void check_provider(const char* function, uint32_t result, CallSite site = CallSite::current()) {
   if (result != 0) fail_with_provider_code(function, result, site);
 }
 
-// A buffer that a provider call fills. `stated_length` goes in as the capacity that the provider is told and
-// comes back as the length that it says it wrote; content() never reaches beyond what is allocated.
+// Output buffer of a provider call. Before the call, `stated_length` is the size passed to the provider;
+// after it, the length reported by the provider. content() never exceeds the allocation.
 struct ProviderBuffer {
   HeapMemory bytes{};
   uint32_t stated_length = 0;
@@ -40,7 +40,7 @@ struct ProviderBuffer {
   }
 };
 
-// The same, of a fixed size and zeroed.
+// Output buffer of fixed size, zeroed.
 template <uint32_t size>
 struct FixedBuffer {
   uint8_t bytes[size]{};
@@ -56,8 +56,8 @@ inline void require_memory(const HeapMemory& memory, const char* caller, const c
   fail(SOR_MEMORYERR);
 }
 
-// A buffer for what a provider call has just sized. When it is not to be had, `caller` and `name` say so in
-// the log.
+// Allocates a buffer for an output whose size the provider has reported. If the allocation fails, the log
+// line prints `caller` and `name`.
 inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_t sized,
                                    CallSite site = CallSite::current()) {
   uint32_t granted = sized;
@@ -66,7 +66,7 @@ inline ProviderBuffer sized_buffer(const char* caller, const char* name, uint32_
   return {std::move(bytes), granted, uint64_t{granted} + kBytesBeyondCapacity};
 }
 
-// What the crypto module is asked about a certificate's public key.
+// Mode of VELM_Openssl_ParseCertInfo().
 enum CertificateQuestion : uint32_t { kKeyType = 1, kKeyTypeAndLength = 17 };
 
 inline CertificateRecord parse_certificate(const char* function, ByteView certificate,
@@ -83,7 +83,7 @@ inline CertificateRecord parse_certificate(const char* function, ByteView certif
   return record;
 }
 
-// The public key of a certificate, as the provider's hash function takes it.
+// Returns the public key of a certificate in the form that SAF_Hash() takes.
 inline FixedBuffer<1024> read_public_key(ByteView certificate, CallSite site = CallSite::current()) {
   constexpr uint32_t kPublicKey = 8;
   FixedBuffer<1024> key;
@@ -94,7 +94,7 @@ inline FixedBuffer<1024> read_public_key(ByteView certificate, CallSite site = C
   return key;
 }
 
-// The length of a text as the provider takes it; a null one counts as no bytes.
+// Length of a text as the provider takes it; 0 for a null pointer.
 inline uint32_t text_length(const char* text) { return text ? static_cast<uint32_t>(std::strlen(text)) : 0; }
 
 }  // namespace velm

@@ -1,4 +1,4 @@
-// The bytes of one request. They may hold a PIN, so they are wiped before the memory goes back.
+// Memory of one request. It may contain a PIN and is wiped before it is released.
 #pragma once
 
 #include <cstddef>
@@ -9,7 +9,7 @@
 
 namespace velm {
 
-// A plain memset before a release is one that a compiler may leave out.
+// The compiler may remove a plain memset() before a release; the asm statement prevents that.
 inline void wipe(void* memory, size_t size) {
   std::memset(memory, 0, size);
   __asm__ __volatile__("" : : "r"(memory) : "memory");
@@ -17,7 +17,7 @@ inline void wipe(void* memory, size_t size) {
 
 class RequestMemory {
  public:
-  // The transport takes sizes of 32 bits: a capacity beyond them is memory that is not to be had.
+  // Throws std::bad_alloc above 32 bits: the transport takes 32-bit sizes.
   explicit RequestMemory(uint64_t capacity) : capacity_(capacity) {
     if (capacity > UINT32_MAX) throw std::bad_alloc();
     bytes_ = std::make_unique_for_overwrite<char[]>(capacity);
@@ -28,7 +28,7 @@ class RequestMemory {
   }
   RequestMemory& operator=(RequestMemory&&) = delete;
   ~RequestMemory() {
-    // All of it: what an encoder wrote before it failed lies behind the size.
+    // Wipe the whole capacity: a failed encoder may have written beyond size_.
     if (bytes_) wipe(bytes_.get(), capacity_);
   }
 
@@ -38,7 +38,7 @@ class RequestMemory {
     size_ += size;
   }
 
-  // Room that is filled in place: within the capacity, bytes may be written to end() before grow().
+  // For writing in place: write to end(), within the capacity, then call grow().
   char* end() { return bytes_.get() + size_; }
   void grow(size_t written) { size_ += written; }
 

@@ -1,4 +1,4 @@
-// Electronic seals, which the local service keeps per container.
+// Electronic seals, stored by the local service per container.
 #include "velm_sof_client/service_call.h"
 
 using namespace velm;
@@ -31,7 +31,7 @@ uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, u
   });
 }
 
-// Exported as SOF_Ext_GetSealInfoEPoint too.
+// Also exported as SOF_Ext_GetSealInfoEPoint.
 uint32_t SOF_Ext_ParseSealInfo(void) {
   return exported_call([]() noexcept { return SOR_NOTSUPPORTYETERR; });
 }

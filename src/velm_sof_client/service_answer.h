@@ -1,4 +1,4 @@
-// A JSON answer of the local service: parsed once, read with defaults for whatever is missing.
+// JSON answers of the local service. Missing members are read as default values.
 #pragma once
 
 #include <cJSON.h>
@@ -11,7 +11,7 @@
 
 namespace velm {
 
-// A value of the answer, or nothing; reading from nothing gives the default.
+// A JSON value, or nothing. Reading from nothing returns the default value.
 class AnswerValue {
  public:
   explicit AnswerValue(const cJSON* item) : item_(item) {}
@@ -30,8 +30,8 @@ class AnswerValue {
   const cJSON* item_;
 };
 
-// The number that a hexadecimal text begins with, as a 32-bit signed conversion gives it: blanks, sign and 0x
-// prefix are accepted, and what lies outside saturates.
+// Parses a leading hexadecimal number as strtol() does with a 32-bit long: leading white space, a sign and a
+// 0x prefix are accepted. Sic: the value saturates, so codes above 0x7FFFFFFF become 0x7FFFFFFF.
 inline uint32_t hexadecimal_code(const char* text) {
   constexpr long long lowest = std::numeric_limits<int32_t>::min(),
                       highest = std::numeric_limits<int32_t>::max();
@@ -45,7 +45,7 @@ class ServiceAnswer {
   bool is_json() const { return document_ != nullptr; }
   AnswerValue result() const { return AnswerValue(document_.get()).member("Result"); }
 
-  // The service's code, or `otherwise` when the answer has none.
+  // Returns the service's code, or `otherwise` if the answer has none.
   uint32_t error_code(uint32_t otherwise) const {
     const char* text = AnswerValue(document_.get()).member("ErrorCode").text(nullptr);
     return text ? hexadecimal_code(text) : otherwise;

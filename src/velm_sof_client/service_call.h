@@ -1,6 +1,5 @@
-// One exchange with the local service, in its two forms. Each writes the failure lines under the exported
-// function's name and fails with the code of the exchange; when post() returns, the service has said that the
-// call succeeded.
+// Calls to the local service, as JSON or as a byte frame. post() throws if the exchange fails or the service
+// reports an error. Failures are logged under the name of the exported function.
 #pragma once
 
 #include <cstdint>
@@ -15,14 +14,13 @@
 
 namespace velm {
 
-// What a call is written with.
 using protocol::FrameBytes;
 using protocol::FrameContent;
 using protocol::FunctionNumber;
 
 class JsonCall {
  public:
-  // `capacity`: the bytes of answer that the call takes; a longer answer counts as an empty one.
+  // `capacity`: maximum size of the answer in bytes. A longer answer is treated as empty.
   JsonCall(const char* function, uint32_t capacity);
 
   template <class... Fields>
@@ -31,8 +29,8 @@ class JsonCall {
   }
   AnswerValue result() const { return answer_->result(); }
 
-  // Decodes a base64 member straight into the caller's buffer, whose size is not known here. The length
-  // becomes what the decoder wrote, or 0 when the text is not base64; null outputs are left out.
+  // Decodes a base64 member into `output`. Sic: the size of `output` is not checked. Stores the number of
+  // decoded bytes in `length`, or 0 if the text is not base64. Both outputs may be null.
   void deliver_base64(const AnswerValue& member, void* output, uint32_t* length) const;
 
  private:
@@ -46,15 +44,15 @@ class JsonCall {
 
 class FrameCall {
  public:
-  // `log_name`: what the failure lines open with. `capacity`: the bytes of answer that the call takes;
-  // `data_capacity`: the bytes of data in it, where the caller's buffer is smaller still.
+  // `log_name`: function name in the log lines. `capacity`: maximum size of the answer in bytes.
+  // `data_capacity`: maximum size of its data, if the caller's buffer is smaller.
   FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity = UINT32_MAX);
 
   void post(FunctionNumber function, std::initializer_list<protocol::FrameField> fields,
             FrameContent content = FrameContent::code_and_data);
   std::span<const uint8_t> data() const { return data_; }
 
-  // Copies the data out and stores its length; null outputs are left out.
+  // Copies the data to `output` and stores its length. Both outputs may be null.
   void deliver(void* output, uint32_t* length) const;
 
  private:

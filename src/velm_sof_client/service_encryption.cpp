@@ -1,4 +1,4 @@
-// Envelopes and key operations of the local service, and the encrypt method.
+// Digital envelopes (CMS EnvelopedData) and key operations of the local service, and the encrypt method.
 #include "velm_sof_client/process_state.h"
 #include "velm_sof_client/service_call.h"
 
@@ -51,7 +51,7 @@ uint32_t SOF_DecryptData(const char* pszContainerName, const uint8_t* pEncrypted
 uint32_t SOF_Ext_AsymmEncryptData(const uint8_t* pKeyData, uint32_t uKeyDataLen, const uint8_t* pInData,
                                   uint32_t uInDataLen, uint8_t* pOutData, uint32_t* pOutDataLen) {
   return exported_call([&] {
-    // The answer is bounded by the key, whatever the length of the data.
+    // Sic: the capacity depends on the length of the key, not on that of the data.
     const uint32_t capacity = length_sum(uKeyDataLen, 1024u);
     if (!pOutData) return store(pOutDataLen, capacity);
 
@@ -80,7 +80,7 @@ uint32_t SOF_Ext_ExportPublicKey(const char* pszContainerName, uint32_t uKeySpec
   return exported_call([&] {
     if (!pPublicKey) return store(pPublicKeyLen, 1024);
 
-    FrameCall call{"SAF_Ext_ExportPublicKey", 1024};  // the name that its failure lines carry
+    FrameCall call{"SAF_Ext_ExportPublicKey", 1024};  // Sic: log lines print SAF_, not SOF_
     call.post(FunctionNumber::ExportPublicKey, {pszContainerName, uKeySpec});
     call.deliver(pPublicKey, pPublicKeyLen);
   });

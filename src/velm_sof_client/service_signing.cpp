@@ -1,4 +1,4 @@
-// Signatures made and verified by the local service, and the sign method.
+// Signatures created and verified by the local service, and the sign method.
 #include "velm_sof_client/process_state.h"
 #include "velm_sof_client/service_call.h"
 
@@ -53,8 +53,8 @@ uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint
   return exported_call([&] {
     LOG_ENTRY("SOF_SignMessage lFlag=%d [%s] uInDataLen=%u\n", lFlag, or_upper_null(pszContainerName),
               uInDataLen);
-    // A message that carries the data grows with it: in the size query by its length, in the answer by its
-    // base64 form, estimated in single precision.
+    // Sic: if the message contains the data, the size query adds the data length, but the answer buffer adds
+    // 1.6 times the data length, computed in single precision.
     const bool carries_data = lFlag == 0;
     if (!pSignedMessage) return store(puSignedMessageLen, length_sum(8192u, carries_data ? uInDataLen : 0u));
 

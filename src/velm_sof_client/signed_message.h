@@ -1,4 +1,4 @@
-// Taking a signed message (PKCS#7, or the SM2 form of GM/T 0010) apart through the provider.
+// Decodes signed messages (PKCS#7, or the SM2 form of GM/T 0010) with the signature provider.
 #pragma once
 
 #include <algorithm>
@@ -19,7 +19,7 @@ inline SignedDataDecoder pkcs7_decoder() {
 }
 inline SignedDataDecoder sm2_decoder() { return {"SAF_SM2_DecodeSignedData", SAF_SM2_DecodeSignedData}; }
 
-// The lengths that a sizing pass states. They go into the next sizing pass as they are.
+// Lengths reported by a sizing pass. They are passed unchanged to the next sizing pass.
 struct SignedDataSizes {
   uint32_t certificate = 0;
   uint32_t digest = 0;
@@ -27,7 +27,7 @@ struct SignedDataSizes {
   uint32_t signature = 0;
 };
 
-// One sizing pass; the provider's own result.
+// One sizing pass. Returns the provider's result.
 inline uint32_t size_parts(const SignedDataDecoder& decoder, ByteView message, SignedDataSizes& sizes) {
   return decoder.function(g_hAppHandle.load(), message.data, message.length, nullptr, &sizes.certificate,
                           &sizes.digest, nullptr, &sizes.content, nullptr, &sizes.signature);
@@ -38,14 +38,14 @@ inline void require_sized(const SignedDataDecoder& decoder, ByteView message, Si
   check_provider(decoder.name, size_parts(decoder, message, sizes), site);
 }
 
-// The first sizing pass: with the general decoder, and where that fails with the one for SM2.
+// First sizing pass: tries the PKCS#7 decoder, then the SM2 decoder.
 inline SignedDataSizes size_with_either_decoder(ByteView message, CallSite site = CallSite::current()) {
   SignedDataSizes sizes;
   if (size_parts(pkcs7_decoder(), message, sizes) != 0) require_sized(sm2_decoder(), message, sizes, site);
   return sizes;
 }
 
-// The parts of a message. A part without a buffer is only sized again.
+// Parts of a signed message. The provider only reports the size of a part without a buffer.
 struct SignedData {
   ProviderBuffer certificate{};
   uint32_t digest = 0;
@@ -53,7 +53,7 @@ struct SignedData {
   ProviderBuffer signature{};
 };
 
-// Fills the buffers that are there.
+// Decodes the parts that have a buffer.
 inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
                             CallSite site = CallSite::current()) {
   check_provider(decoder.name,
@@ -64,8 +64,8 @@ inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, 
                  site);
 }
 
-// The signed attributes: their encoding, which is what the signature then covers, and the message digest
-// among them.
+// Signed attributes of a message. If they are present, the signature covers `encoding`; `hash` is the message
+// digest attribute.
 struct SignedAttributes {
   uint32_t flag = 0;
   uint32_t digest = 0;
@@ -86,7 +86,7 @@ inline SignedAttributes read_signed_attributes(ByteView message, CallSite site =
   return attributes;
 }
 
-// Compares a hash with the message digest of the attributes.
+// Throws unless `hash` equals the message digest attribute.
 template <uint32_t size>
 void require_attribute_hash(const SignedAttributes& attributes, const FixedBuffer<size>& hash,
                             CallSite site = CallSite::current()) {

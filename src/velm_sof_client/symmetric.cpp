@@ -1,4 +1,4 @@
-// Encryption with a symmetric key: of data by the crypto module, of files by the signature provider.
+// Symmetric encryption: data with the crypto module, files with the signature provider.
 #include <memory>
 
 #include "protocol/identifiers.h"
@@ -14,7 +14,7 @@ struct ContextRelease {
 };
 using CipherContext = std::unique_ptr<void, ContextRelease>;
 
-// What sets one direction apart from the other, for data.
+// Encryption or decryption of data.
 struct Direction {
   const char* function;
   uint32_t flag;
@@ -59,7 +59,7 @@ uint32_t transform(const Direction& direction, uint32_t uSymmAlg, uint32_t uPadd
   });
 }
 
-// The same for files.
+// Encryption or decryption of files.
 struct FileDirection {
   const char* function;
   const char* provider_name;
@@ -71,7 +71,7 @@ uint32_t transform_file(const FileDirection& direction, uint32_t ulSymmAlg, cons
                         uint32_t ulIVLen, const uint8_t* pbSymmKey, uint32_t ulSymmKeyLen,
                         const char* pszInFilePath, const char* pszOutFilePath) {
   return exported_call([&] {
-    // Sic: the line prints `ulIVLen` twice, the second time for the key length.
+    // Sic: the log format prints `ulIVLen` twice; the second value is `ulSymmKeyLen`.
     LOG_ENTRY("%s ulSymmAlg=0x%08X ulIVLen=%u ulIVLen=%u pszInFilePath=[%s] pszOutFilePath=[%s]\n",
               direction.function, ulSymmAlg, ulIVLen, ulSymmKeyLen, or_upper_null(pszInFilePath),
               or_upper_null(pszOutFilePath));

@@ -1,5 +1,5 @@
-// Time stamps and the time of their authority, by the signature provider. A null output reaches the provider,
-// which then reports the size that it needs.
+// Time-stamp tokens (RFC 3161) and the time of the time-stamp authority (TSA), through the signature
+// provider. A null output is passed to the provider, which then reports the required size.
 #include "velm_sof_client/provider_call.h"
 
 using namespace velm;
@@ -66,8 +66,8 @@ uint32_t SOF_Ext_TspVerifyFileStamp(const uint8_t* pucInFile, uint32_t ulInFileL
 
 namespace {
 
-// Opens the application handle if need be. Callers for which it cannot be opened succeed all the same,
-// without a call to the provider; all of them log under the name of the first.
+// Opens the application handle if necessary. Sic: if that fails, callers return success without calling the
+// provider, and the log line always names SOF_Ext_GM_Tsp_GetTime.
 bool provider_is_open() {
   const uint32_t result = SI_Initialize();
   if (result != SOR_OK) {

@@ -1,7 +1,7 @@
-// Certificate and request calls that this version does not support. They are exported so that applications
-// link, write their entry line, and answer "not supported" whatever their arguments are. Five more calls are
-// not supported: SOF_Ext_Login, SOF_Ext_Get_Config, SOF_SignDataXML, and the parsing of seals under its two
-// names; they are defined with their families.
+// Unsupported functions for certificates and certificate requests. They are exported so that applications
+// link; they write a log line and return SOR_NOTSUPPORTYETERR. Five more functions are unsupported and
+// defined in the files of their groups: SOF_Ext_Login, SOF_Ext_Get_Config, SOF_SignDataXML,
+// SOF_Ext_ParseSealInfo and SOF_Ext_GetSealInfoEPoint.
 #include "velm_sof_client/exported_call.h"
 
 using namespace velm;

@@ -1,4 +1,4 @@
-// User data files, which the local service keeps per container.
+// User data files, stored by the local service per container.
 #include <cstring>
 #include <string_view>
 
@@ -22,7 +22,7 @@ uint32_t SOF_Ext_ReadUsrDataFile(const char* pszContainerName, uint32_t ulFileTy
 
 namespace {
 
-// The PIN, which ends at its first zero byte or at its length.
+// Returns the PIN up to its first zero byte, at most `length` bytes.
 std::string_view pin_text(const uint8_t* pin, uint32_t length) {
   const auto* text = reinterpret_cast<const char*>(pin);
   return text ? std::string_view(text, strnlen(text, length)) : std::string_view();

@@ -1,4 +1,4 @@
-// Signed XML, verified and read by the provider. Signing XML is not offered.
+// Verifies and reads signed XML with the signature provider. Signing XML is not supported.
 #include <array>
 #include <cstring>
 
@@ -29,7 +29,7 @@ namespace {
 
 using XmlItems = std::array<ProviderBuffer, 6>;
 
-// Fills the buffers that are there, and sizes the items that have none.
+// Writes the items that have a buffer and reports the size of the others.
 void parse(ByteView xml, XmlItems& items) {
   check_provider("SAF_Ext_XMLParse",
                  SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length,
@@ -41,7 +41,7 @@ void parse(ByteView xml, XmlItems& items) {
                                   items[5].data(), &items[5].stated_length));
 }
 
-// A buffer for an item that has been sized. The provider takes no capacity here: the length goes in as 0.
+// Allocates a buffer for an item. The length is 0 because the provider ignores the buffer size here.
 ProviderBuffer item_buffer(uint32_t sized) {
   const uint64_t size = uint64_t{sized} + 256;
   HeapMemory bytes = heap_memory(size);

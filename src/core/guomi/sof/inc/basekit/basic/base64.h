@@ -1,4 +1,4 @@
-// Base64 texts, by the crypto module's encoder.
+// Base64 encoding with the crypto module.
 #pragma once
 
 #include <cstdint>
@@ -10,18 +10,19 @@
 
 namespace velm {
 
-// The padded base64 text of `size` bytes, without line breaks.
+// Length of the padded base64 text of `size` bytes, without line breaks.
 constexpr uint64_t base64_length(uint64_t size) { return (size + 2) / 3 * 4; }
 
-// Room for the base64 form of `size` bytes: the text itself, line breaks that the crypto module may add, and
-// slack.
+// Buffer size for the base64 text of `size` bytes: the text, line breaks that the crypto module may add, and
+// 1024 spare bytes.
 constexpr uint64_t base64_room(uint64_t size) { return base64_length(size) + size / 24 + 1024; }
 
-// Encodes into the base64_room(length) bytes of `text`, which 32 bits must count, and gives the characters
-// written. What the crypto module cannot encode is the empty text, and so is what it says to be longer.
+// Encodes into `text`, a buffer of base64_room(length) bytes, and returns the number of characters written.
+// base64_room(length) must fit in 32 bits. Returns 0 if the crypto module fails or reports a length beyond
+// the buffer.
 inline size_t encode_base64(const void* data, uint32_t length, char* text) {
   const uint64_t room = base64_room(length);
-  // A length that the module overstates brings out nothing that lay there before.
+  // Zero the tail so an overstated length cannot leak heap bytes.
   std::memset(text + base64_length(length), 0, room - base64_length(length));
   uint32_t written = 0;
   const int32_t result = VELM_Openssl_Base64Encode(static_cast<const uint8_t*>(data), length,
@@ -29,7 +30,7 @@ inline size_t encode_base64(const void* data, uint32_t length, char* text) {
   return result == 0 && written <= room ? strnlen(text, written) : 0;
 }
 
-// The empty text on any failure; a text that 32 bits cannot count is one.
+// Returns an empty string on failure, or if the buffer size does not fit in 32 bits.
 inline std::string xbase64_encode_string(const void* data, size_t length) {
   const size_t size = data ? length : 0;
   if (base64_room(size) > UINT32_MAX) return {};
@@ -42,7 +43,7 @@ inline std::string xbase64_encode_string(const void* data, size_t length) {
   }
 }
 
-// The text without its terminating zero.
+// Encodes a text without its terminating zero.
 inline std::string xbase64_encode_text(const char* text) {
   return xbase64_encode_string(text, text ? std::strlen(text) : 0);
 }

@@ -1,4 +1,4 @@
-// UTF-8 texts in the local multi-byte code page: GB18030 where the system has it, otherwise GBK.
+// Converts UTF-8 to the local multi-byte code page: GB18030 if the system has it, otherwise GBK.
 #pragma once
 
 #include <windows.h>
@@ -24,9 +24,9 @@ struct WideTextFree {
   void operator()(wchar_t* text) const { std::free(text); }
 };
 
-// Converts a zero-terminated text. In: *length is the capacity of `destination`. Out: the length of the
-// converted text without its terminating zero; the length that it needs, terminator included, when
-// `destination` is null or too small.
+// Converts a zero-terminated text. In: *length is the size of `destination` in bytes. Out: the length of the
+// converted text without its terminating zero, or, if `destination` is null or too small, the required size
+// including the terminating zero.
 inline int32_t utf8_to_code_page(UINT code_page, const char* source, char* destination, uint64_t* length) {
   if (!source || !length) return kUtilityArgumentNull;
 
@@ -57,7 +57,7 @@ inline int32_t xencoding_utf8_to_gbk(const char* source, char* destination, uint
   return utf8_to_code_page(local_code_page(IsValidCodePage(kGb18030CodePage)), source, destination, length);
 }
 
-// The empty text on any failure.
+// Returns an empty string on failure.
 inline std::string xencoding_utf8_to_gbk_string(const char* source) {
   try {
     uint64_t length = 0;

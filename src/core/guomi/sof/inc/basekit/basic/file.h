@@ -1,5 +1,5 @@
-// Whole files, by paths in the local code page. Sizes are those that a signed 32-bit number holds; a larger
-// file counts as one that cannot be opened.
+// Reads and writes whole files. Paths are in the local code page. A file whose size exceeds INT32_MAX is
+// treated as one that cannot be opened.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ inline OwnedFile open_file(const char* path, const char* mode) {
   return OwnedFile{path ? std::fopen(path, mode) : nullptr};
 }
 
-// Leaves the stream at its beginning.
+// Returns the file size and rewinds the stream.
 inline int32_t measure_file(std::FILE* file) {
   _fseeki64(file, 0, SEEK_END);
   const int64_t size = _ftelli64(file);
@@ -22,14 +22,14 @@ inline int32_t measure_file(std::FILE* file) {
   return size >= 0 && size <= INT32_MAX ? static_cast<int32_t>(size) : int32_t{kUtilityCannotOpen};
 }
 
-// The size in bytes, or kUtilityCannotOpen.
+// Returns the size in bytes, or kUtilityCannotOpen.
 inline int32_t xfile_get_size(const char* path) {
   const OwnedFile file = open_file(path, "rb");
   return file ? measure_file(file.get()) : int32_t{kUtilityCannotOpen};
 }
 
-// Reads the file into `destination`, as far as `capacity` goes, and stores the bytes read; with a null
-// destination, stores the size. `length` may be null.
+// Reads at most `capacity` bytes into `destination` and stores the number of bytes read. With a null
+// `destination`, stores the file size. `length` may be null.
 inline int32_t xfile_read_bin(const char* path, void* destination, uint64_t capacity, uint64_t* length) {
   if (length) *length = 0;
   const OwnedFile file = open_file(path, "rb");
@@ -43,7 +43,7 @@ inline int32_t xfile_read_bin(const char* path, void* destination, uint64_t capa
   return kUtilityDone;
 }
 
-// Creates the file, or replaces its content. A write that falls short is not noticed.
+// Creates the file or replaces its content. Sic: a short write, for example on a full disk, is not reported.
 inline int32_t xfile_write(const char* path, const void* data, uint32_t length) {
   if (!data) return kUtilityDataNull;
   const OwnedFile file = open_file(path, "wb");

@@ -1,4 +1,4 @@
-// The one way to the local service: a POST whose whole answer is returned into the caller's buffer.
+// HTTP POST to the local service. The whole response body is stored in the caller's buffer.
 #pragma once
 
 #include <windows.h>
@@ -24,7 +24,7 @@ constexpr DWORD kChunkBytes = 1'048'576;
 
 inline constinit log::Unit log_unit{R"(..\..\src\core\guomi\sof\inc\basekit\basic\http.h)"};
 
-// The handles of one exchange, closed in the order in which they were opened.
+// The WinHTTP handles of one request, closed in the order in which they were opened.
 struct Handles {
   HINTERNET session = nullptr;
   HINTERNET connection = nullptr;
@@ -53,8 +53,8 @@ inline std::wstring header_text(const wchar_t* content_type, const wchar_t* char
   return text;
 }
 
-// Appends the body to `response` as far as its capacity goes; what lies beyond is read and counted. An error
-// ends the body. Returns the bytes received.
+// Stores the body in `response`. Bytes beyond `capacity` are read and counted, but dropped. A read error ends
+// the body. Returns the number of bytes received.
 inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) {
   uint64_t total = 0;
   DWORD chunk_size = kChunkBytes;
@@ -77,9 +77,9 @@ inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) 
   return total;
 }
 
-// One exchange. `proxy`, `charset`, `agent` and `content_type` may be null. In: *response_length is the
-// capacity of `response`; out: the number of bytes received, which is above the capacity when the answer did
-// not fit.
+// Sends one request and reads the response. `proxy`, `charset`, `agent` and `content_type` may be null.
+// In: *response_length is the size of `response`. Out: the number of bytes received, which exceeds that size
+// if the response did not fit.
 inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t data_length,
                                const wchar_t* content_type, const wchar_t* proxy, const wchar_t* charset,
                                const wchar_t* agent, void* response, uint32_t* response_length) {
@@ -92,7 +92,8 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
                           kTimeoutMilliseconds)) {
     return failed(__LINE__, "WinHttpSetTimeouts");
   }
-  // The limit must hold for the wait for an answer too; a system that refuses the option keeps its own.
+  // WinHttpSetTimeouts() does not limit the wait for the response headers. Failure is ignored: the system's
+  // default limit then applies.
   DWORD receive_response_timeout = kTimeoutMilliseconds;
   WinHttpSetOption(handles.session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &receive_response_timeout,
                    sizeof receive_response_timeout);
@@ -118,7 +119,7 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
     return kFailed;
   }
 
-  // WinHTTP takes the body as a pointer to non-const, and only reads it.
+  // WinHTTP only reads the body, although the parameter is not const.
   if (!WinHttpSendRequest(handles.request, header.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : header.c_str(),
                           static_cast<DWORD>(header.size()), const_cast<void*>(data), data_length,
                           data_length, 0)) {
@@ -142,14 +143,13 @@ inline bool is_ascii(const char* text) {
                      [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-// A narrow text as a wide one in the user's locale, at most `limit` characters; nothing when it is longer or
-// cannot be converted. May leave the process in the user's locale.
+// Converts a text to wide characters in the user's locale. fits() is false if the result is longer than
+// `limit` characters or the text cannot be converted. The process may be left in the user's locale.
 template <size_t limit>
 class Widened {
  public:
   explicit Widened(const char* text) {
-    // ASCII widens alike in every locale, and entering the user's costs more than all else that a small call
-    // does.
+    // ASCII converts the same way in every locale. Skip setlocale(): it dominates the cost of a small call.
     if (!is_ascii(text)) std::setlocale(LC_ALL, "");
     const size_t length = std::mbstowcs(nullptr, text, limit);
     fits_ = length <= limit;
@@ -164,8 +164,9 @@ class Widened {
   bool fits_;
 };
 
-// Widens the texts and posts; the process's C locale is the "C" locale afterwards. `content_type` may be
-// null. Result 0, or a negative value; only that of a text that cannot be widened is not logged yet.
+// Converts the texts to wide characters and sends the request. Sets the process's locale to "C".
+// `content_type` may be null. Returns 0 or a negative value. Every failure is logged here, except that of a
+// text that cannot be converted.
 inline int32_t post(const char* url, const void* data, uint32_t data_length, const char* content_type,
                     void* response, uint32_t* response_length) {
   const Widened<1023> wide_url(url);

@@ -1,4 +1,4 @@
-// Splitting of a request URL into host, port and path.
+// Splits a request URL into host, port and path.
 #pragma once
 
 #include <algorithm>
@@ -14,8 +14,8 @@ struct UrlParts {
   std::wstring path;
 };
 
-// The decimal number that a text begins with, blanks and one sign before it allowed, modulo 2^16; 0 where
-// there is none.
+// Parses the leading decimal number, modulo 2^16. Leading white space and one sign are accepted. Returns 0 if
+// there are no digits.
 inline uint16_t leading_number(std::wstring_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(L" \t\n\v\f\r"), text.size()));
   const bool negative = text.starts_with(L'-');
@@ -28,8 +28,8 @@ inline uint16_t leading_number(std::wstring_view text) {
   return static_cast<uint16_t>(negative ? 0 - number : number);
 }
 
-// A scheme that stands anywhere in the URL is skipped by its length, counted from the start. The path is what
-// follows the first "/" behind it, without that "/". Without ":" the port is 80.
+// Sic: if the URL contains a scheme anywhere, as many characters as the scheme has are skipped at the start.
+// The path is the text after the next "/", without that "/". The port defaults to 80.
 inline UrlParts split_url(std::wstring_view url) {
   std::wstring_view rest = url;
   if (url.find(L"http://") != std::wstring_view::npos) {

@@ -1,6 +1,5 @@
-// The log facility: one text line a call, appended to a daily file. Nothing here fails a caller; what goes
-// wrong with the file loses the line. No thread ever waits for another's line, unless the lock switch says
-// so.
+// Logging: each call appends one line to a daily file. Logging never fails the caller: on a file error the
+// line is lost. Threads do not wait for each other unless Configuration::lock is 1.
 #pragma once
 
 #include <windows.h>
@@ -24,16 +23,16 @@
 namespace velm::log {
 
 constexpr char kFileTemplate[] = "{commonappdata}\\VELM\\log\\{date}\\velm_client_sof.log";
-constexpr size_t kMessageCharacters = 4096;  // terminator included
+constexpr size_t kMessageCharacters = 4096;  // with the terminating zero
 constexpr size_t kPathCharacters = 1024;
 
 struct Configuration {
-  int32_t enabled = 1;  // the log switch; any other value: threshold 2, and the mask comes from each code
+  int32_t enabled = 1;  // any value but 1: threshold 2, and each log code contains its field mask
   int32_t threshold = 2;
   uint32_t field_mask = kMaskBeforeLoad;
-  int32_t lock = 0;                   // 1: lines are written under one lock
+  int32_t lock = 0;                   // 1: writes are serialised by a lock
   uint32_t size_limit = 0;            // bytes; 0: no rotation
-  char file_path[kPathCharacters]{};  // not empty: the log file, in place of the expanded template
+  char file_path[kPathCharacters]{};  // if not empty, used instead of the expanded template
   char module_tag[8]{};
 };
 
@@ -41,7 +40,7 @@ inline constinit Configuration configuration;
 
 using PathText = std::array<char, kPathCharacters>;
 
-// Whether the path of the log file could be worked out.
+// Returns false if the template cannot be expanded.
 inline bool expand_file_template(PathText& path) noexcept {
   try {
     std::string expanded;
@@ -53,12 +52,13 @@ inline bool expand_file_template(PathText& path) noexcept {
   }
 }
 
-// A source unit as its lines show it: the recorded source path, and the file that it found at its first line.
+// A source unit: the source path that its log lines print, and the log file path. The path is computed once,
+// at the unit's first log line.
 struct Unit {
   const char* source;
   PublishedOnce<PathText> file{};
 
-  // Empty when it cannot be worked out.
+  // Returns an empty path if the template cannot be expanded.
   PathText file_path() noexcept {
     if (configuration.file_path[0] == '\0') return file.get(expand_file_template);
     PathText path{};
@@ -78,7 +78,7 @@ struct PathParts {
 
 inline bool exists(const char* path) { return _access(path, 0) == 0; }
 
-// Opens for appending; a missing last directory is created.
+// Opens a file for appending. Creates the last directory of the path if it is missing.
 inline OwnedFile open_for_appending(const char* path) {
   if (OwnedFile file{std::fopen(path, "a+")}) return file;
   const PathParts parts(path);
@@ -88,7 +88,7 @@ inline OwnedFile open_for_appending(const char* path) {
   return OwnedFile{std::fopen(path, "a+")};
 }
 
-// A log above the size limit becomes ..._his, in place of an earlier one.
+// Renames a log above the size limit to ..._his and replaces an earlier one.
 inline void rotate(const char* path) {
   struct _stat status;
   if (configuration.size_limit == 0 || _stat(path, &status) != 0) return;
@@ -120,8 +120,8 @@ class WriteLock {
 
 using NameText = std::array<char, 1024>;
 
-// The process's module name without its extension, taken together with the WOW64 state; false when there is
-// none.
+// Stores the process's module name without its extension and sets wow64_state. Returns false if there is no
+// name.
 inline bool find_process_name(NameText& name) noexcept {
   const OwnedHandle process = open_current_process();
   determine_wow64_state(process.get());
@@ -159,7 +159,7 @@ inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const 
   format_prefix(area, capacity, level_of(code), mask, values);
 }
 
-// Opens the unit's file, lets `put` write into it and closes it, then applies the size rule.
+// Opens the file at `path`, calls `put` to write to it, closes it and rotates it if necessary.
 template <class Put>
 void append_to_log(const PathText& path, Put put) {
   if (path[0] == '\0') return;
@@ -168,7 +168,7 @@ void append_to_log(const PathText& path, Put put) {
     if (!file) return;
     const WriteLock lock;
     put(file.get());
-    std::fflush(file.get());  // while the lock is held: closing the file comes after it
+    std::fflush(file.get());  // flush under the lock: the file is closed after the lock is released
   }
   rotate(path.data());
 }
@@ -180,7 +180,7 @@ inline bool is_kept(uint32_t code) {
 
 constexpr size_t kPrefixCharacters = 1400;
 
-// Messages are formatted by msvcrt itself, which prints a pointer as sixteen upper-case digits.
+// Sic: messages are formatted by msvcrt, which prints a pointer as sixteen upper-case digits.
 __attribute__((format(ms_printf, 4, 5))) inline void write(Unit& unit, uint32_t code, int line,
                                                            const char* format, ...) noexcept {
   if (!is_kept(code)) return;
@@ -211,7 +211,8 @@ inline void write_wide(Unit& unit, uint32_t code, int line, const wchar_t* forma
   });
 }
 
-// The bytes in hexadecimal, without a prefix, at the most verbose threshold only.
+// Logs bytes in hexadecimal, without a prefix, if the threshold is kVerbose.
+// Sic: the line begins with "pSetVal", the parameter name of SOF_Config().
 inline void dump(const void* block, size_t length) noexcept {
   static constinit Unit unit{""};
   const bool most_verbose = configuration.enabled == 1 && configuration.threshold < 1;
@@ -233,7 +234,7 @@ inline void create_directory(const char* path_template) noexcept {
   }
 }
 
-// The directories above the dated one, which the first line of a day creates.
+// Creates the parent directories. open_for_appending() creates the dated directory.
 inline void create_directories() noexcept {
   create_directory("{commonappdata}\\VELM");
   create_directory("{commonappdata}\\VELM\\log");

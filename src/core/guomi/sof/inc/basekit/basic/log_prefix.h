@@ -1,5 +1,4 @@
-// What a log line opens with: the level tag and the fields that a mask chooses. Computed only; nothing here
-// asks the system.
+// Formats the prefix of a log line: the level tag and the fields selected by a mask. No system calls.
 #pragma once
 
 #include <cstdarg>
@@ -13,7 +12,7 @@ namespace velm::log {
 
 enum Level : uint32_t { kVerbose = 0, kInformation = 1, kWarning = 2, kError = 3 };
 
-// A log code: level in bits 0 and 1; with bit 20 set, bits 21 and up are the field mask of that one line.
+// Log code: bits 0 and 1 are the level. If bit 20 is set, bits 21 and up are the field mask of that line.
 constexpr uint32_t level_of(uint32_t code) { return code & 3u; }
 constexpr bool carries_mask(uint32_t code) { return (code & (1u << 20)) != 0; }
 constexpr uint32_t mask_in(uint32_t code) { return code >> 21; }
@@ -33,7 +32,7 @@ enum Field : uint32_t {
 constexpr uint32_t kMaskBeforeLoad = 195;
 constexpr uint32_t kMaskFromLoad = 1269;
 
-// The threshold and the mask that hold for a line; `enabled` is the log switch.
+// Threshold and field mask of a line. `enabled` is Configuration::enabled.
 constexpr int32_t threshold_for(int32_t enabled, int32_t configured) { return enabled == 1 ? configured : 2; }
 constexpr uint32_t mask_for(uint32_t code, int32_t enabled, uint32_t configured) {
   return carries_mask(code) || enabled != 1 ? mask_in(code) : configured;
@@ -42,7 +41,7 @@ constexpr uint32_t mask_for(uint32_t code, int32_t enabled, uint32_t configured)
 struct PrefixValues {
   std::tm local_time{};
   int milliseconds = 0;
-  const char* process_name = nullptr;  // null: could not be found, the field is left out
+  const char* process_name = nullptr;  // null if unknown: the field is omitted
   int bitness = 64;
   uint32_t process_id = 0;
   uint32_t thread_id = 0;
@@ -50,7 +49,7 @@ struct PrefixValues {
   int source_line = 0;
 };
 
-// Text appended to an area of fixed size; what does not fit is cut.
+// Appends text to a buffer of fixed size and truncates what does not fit.
 class PrefixArea {
  public:
   PrefixArea(char* area, size_t capacity) : area_(area), capacity_(capacity) { area_[0] = '\0'; }
@@ -82,7 +81,7 @@ inline const char* after_last_backslash(const char* path) {
 
 inline constexpr const char* kLevelTags[] = {"[VER", "[IFO", "[WAR", "[ERR"};
 
-// Writes the prefix of one line, "] " included.
+// Writes the prefix of one line, including "] ".
 inline void format_prefix(char* area, size_t capacity, uint32_t level, uint32_t mask,
                           const PrefixValues& values) {
   PrefixArea prefix(area, capacity);

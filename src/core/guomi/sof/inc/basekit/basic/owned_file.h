@@ -1,4 +1,4 @@
-// A file stream that closes itself.
+// Owning pointer to a file stream.
 #pragma once
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// Path templates: placeholders in braces are recognised by a hash and replaced in slot order. Computed only;
-// the values come from a source that the caller gives (the machine's own: windows_path_values.h).
+// Expands path templates. Placeholders in braces are recognised by a hash and replaced in slot order. The
+// caller supplies the values; windows_path_values.h contains those of this machine.
 #pragma once
 
 #include <array>
@@ -12,8 +12,8 @@
 
 namespace velm::path {
 
-constexpr size_t kResultArea = 1024;  // bytes of the result, terminator included
-constexpr size_t kValueArea = 256;    // bytes of one expansion value, terminator included
+constexpr size_t kResultArea = 1024;  // size of the result in bytes, with the terminating zero
+constexpr size_t kValueArea = 256;    // size of one value in bytes, with the terminating zero
 constexpr int kOk = 0;
 constexpr int kValueMissing = -21;
 
@@ -25,7 +25,7 @@ constexpr uint32_t slot_of(std::string_view name) {
   return hash % kSlots;
 }
 
-// The placeholders in the order in which they are expanded.
+// In the order of expansion.
 enum class Placeholder {
   time, sys64, sys32, tmp, clock, date, apptmp, pf64, pf32, userdir, locallow, commonappdata
 };
@@ -65,7 +65,7 @@ struct ValueSource {
   std::function<unsigned()> random;
 };
 
-// What one scan of a template finds: the slots of its placeholders, and the first one whose name holds
+// Result of scanning a template: the slots of its placeholders, and the first placeholder whose name contains
 // "rand".
 struct Marks {
   std::bitset<kSlots> slots;
@@ -108,8 +108,8 @@ inline std::string random_text(const std::string& placeholder, const std::functi
   return text;
 }
 
-// Expands `text` into `result`, which is cut at 1,023 bytes. Returns kValueMissing, with `result` untouched,
-// when a value that the template needs does not exist.
+// Expands `text` into `result`, truncated to 1,023 bytes. If a required value does not exist, returns
+// kValueMissing and leaves `result` unchanged.
 inline int expand(std::string_view text, std::string& result, const ValueSource& source) {
   std::string current(text.substr(0, kResultArea - 1));
   const Marks marks = scan(current);

@@ -1,5 +1,5 @@
-// A value that the first thread to work it out publishes for all. No thread ever waits for another: until the
-// value is published, each works it out for itself.
+// A value shared by all threads. Lock-free: until one thread has published the value, each thread computes
+// its own copy.
 #pragma once
 
 #include <atomic>
@@ -9,7 +9,7 @@ namespace velm {
 template <class Value>
 class PublishedOnce {
  public:
-  // `work_out` fills a value and returns whether it succeeded. Without success nothing is published.
+  // `work_out` fills a value and returns true on success. A failed attempt publishes nothing.
   template <class WorkOut>
   Value get(WorkOut work_out) noexcept {
     if (state_.load(std::memory_order_acquire) == kPublished) return value_;

@@ -1,4 +1,4 @@
-// Whether a byte string is to be treated as UTF-8. Computed only.
+// Heuristic that tells UTF-8 from the local code page.
 #pragma once
 
 #include <cstddef>
@@ -6,7 +6,7 @@
 
 namespace velm {
 
-// Bytes of the UTF-8 character that begins with `lead`; 0 when none does.
+// Size of the UTF-8 character that begins with `lead`, or 0 if `lead` is not a lead byte.
 constexpr size_t utf8_character_size(uint8_t lead) {
   if (lead < 0x80) return 1;
   if (lead < 0xC0 || lead > 0xF7) return 0;
@@ -15,7 +15,7 @@ constexpr size_t utf8_character_size(uint8_t lead) {
 
 constexpr bool is_utf8_continuation(uint8_t byte) { return (byte & 0xC0) == 0x80; }
 
-// A character that is cut off by the end is taken as UTF-8, whatever is left of it.
+// Sic: a character truncated by the end of the text counts as UTF-8; its remaining bytes are not checked.
 inline bool xencoding_is_utf8(const char* text, size_t length) {
   size_t at = 0;
   while (at < length) {
@@ -25,7 +25,7 @@ inline bool xencoding_is_utf8(const char* text, size_t length) {
     for (size_t i = 1; i < size; ++i) {
       if (!is_utf8_continuation(static_cast<uint8_t>(text[at + i]))) return false;
     }
-    // Every two-byte sequence of UTF-8 is a GBK character too, and is taken as one.
+    // Every two-byte UTF-8 sequence is also a GBK character: treat the text as GBK.
     if (size == 2) return false;
     at += size;
   }

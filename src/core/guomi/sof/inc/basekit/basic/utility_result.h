@@ -1,5 +1,5 @@
-// The results of the text and file utilities. They log nothing; a caller turns a failure into its own code
-// and line.
+// Results of the text and file utilities. The utilities do not log: callers map a failure to a result code
+// and write the log line.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The values of the path placeholders on this machine.
+// Values of the path placeholders on this machine.
 #pragma once
 
 #include <windows.h>
@@ -28,7 +28,7 @@ inline bool is_64_bit_system() {
          system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_IA64;
 }
 
-// The text, or nothing when the folder query fails.
+// Returns Value::missing() if the folder query fails.
 inline Value special_folder(int csidl) {
   char folder[MAX_PATH] = {};
   if (!SHGetSpecialFolderPathA(nullptr, folder, csidl, FALSE)) return Value::missing();

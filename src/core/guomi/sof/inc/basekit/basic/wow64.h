@@ -1,4 +1,4 @@
-// Whether a process is a 32-bit one on a 64-bit system.
+// Detects 32-bit processes on a 64-bit system.
 #pragma once
 
 #include <windows.h>
@@ -22,7 +22,7 @@ inline OwnedHandle open_current_process() {
   return OwnedHandle(OpenProcess(PROCESS_QUERY_INFORMATION | PROCESS_VM_READ, FALSE, GetCurrentProcessId()));
 }
 
-// Sets wow64_state for `process` (null: the current one). Returns 0, or -1 with the state left as it was.
+// Sets wow64_state for `process` (null: the current process). Returns 0, or -1 with the state unchanged.
 inline int determine_wow64_state(HANDLE process) {
   OwnedHandle opened;
   if (!process) {
