@@ -52,6 +52,11 @@
  * a byte frame, a null input block is empty, and a null output is not written. Null pointers that are passed
  * to a provider module are handled by that module.
  *
+ * @section velm_sof_memory Memory
+ * If memory runs out, a function returns #SOR_MEMORYERR and does not write its outputs; the process goes on.
+ * SOF_GetSignMethod(), SOF_SetEncryptMethod(), SOF_GetEncryptMethod(), SOF_Ext_GetErrInfo() and the parsing
+ * of seals need no memory. A thread that calls the library keeps about 2 KiB until it ends.
+ *
  * @section velm_sof_threads Threads
  * Functions may be called from any thread, concurrently; each call has its own buffers and its own
  * connection. Four values are shared by the process and are not locked: the sign method, the encrypt method,
@@ -378,7 +383,8 @@ VELM_SOF_API uint32_t SOF_ChangePassWd(
  * @param[in] loginType Kind of login.
  * @param[in] loginData Login data; not read.
  * @param[in] loginDataLen Length of loginData in bytes.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -480,7 +486,8 @@ VELM_SOF_API uint32_t SOF_GetUserList(
  *
  * Works in process, through the device enumeration module.
  * @param[out] pulDeviceType Device type; 0xFFFFFFFF if no device was found. Not checked for null.
- * @retval SOR_OK Always.
+ * @retval SOR_OK Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -639,7 +646,8 @@ VELM_SOF_API uint32_t SOF_GetCertAlg(
  * @param[in] uCertLen Length of pCert in bytes.
  * @param[in] infoFlags Items to read.
  * @param[in] oids Object identifiers to read; may be null.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -650,7 +658,8 @@ VELM_SOF_API uint32_t SOF_Ext_ParseCertInfo(
  * @brief Builds a certificate chain; not supported.
  * @param[in] pCert Certificate; not read.
  * @param[in] uCertLen Length of pCert in bytes.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -660,7 +669,8 @@ VELM_SOF_API uint32_t SOF_Ext_GetCertChain(
 /**
  * @brief Creates a certificate request (PKCS#10); not supported.
  * @param[in] pszContainerName Container name; may be null.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -671,7 +681,8 @@ VELM_SOF_API uint32_t SOF_Ext_GenCSR(
  * @brief Parses a certificate request (PKCS#10); not supported.
  * @param[in] csrData Certificate request; not read.
  * @param[in] csrDataLen Length of csrData in bytes.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
@@ -693,7 +704,8 @@ VELM_SOF_API uint32_t SOF_Ext_ParseCSR(
  * exactly 16, SOF_Ext_PKCS7_SignFile() takes its file as base64 text, otherwise as raw bytes.
  * SOF_SetEncryptMethod() sets the same switch; the later call applies.
  * @param[in] lSignMethod Sign method; all values are accepted.
- * @retval SOR_OK Always.
+ * @retval SOR_OK Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
@@ -1356,7 +1368,8 @@ VELM_SOF_API uint32_t SOF_DecryptFile(
  * @brief Stores the process's envelope type.
  * @param[in] lEnvType 2, the initial value: SOF_EncryptFile() encrypts in memory through the local service.
  *   Any other value: through the signature provider.
- * @retval SOR_OK Always.
+ * @retval SOR_OK Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
@@ -2089,7 +2102,8 @@ VELM_SOF_API uint32_t SOF_Config(
 /**
  * @brief Reads a setting of the local service; not supported.
  * @param[in] uiSetType Setting.
- * @retval SOR_NOTSUPPORTYETERR Always.
+ * @retval SOR_NOTSUPPORTYETERR Always, unless memory runs out.
+ * @retval SOR_MEMORYERR Memory ran out.
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
