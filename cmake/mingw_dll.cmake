@@ -10,6 +10,7 @@ function(velm_mingw_dll target)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND python3 ${CMAKE_SOURCE_DIR}/cmake/check_mingw_dll.py
             --nm ${CMAKE_NM} --room ${VELM_THREAD_VARIABLE_BYTES} --map ${map} $<TARGET_FILE:${target}>
-    COMMAND ${CMAKE_STRIP} $<TARGET_FILE:${target}>
+    # -p keeps the time stamp of zero in the header.
+    COMMAND ${CMAKE_STRIP} -p $<TARGET_FILE:${target}>
     VERBATIM)
 endfunction()

@@ -40,7 +40,6 @@ void* open_application(const std::string& configuration_path) {
 }
 
 void close_application(void* handle) {
-  if (process_is_ending()) return;  // a terminated thread may hold the lock; the system frees the memory
   const std::lock_guard lock(g_lock);
   const std::unique_ptr<Configuration> closed(std::exchange(slot_of(handle), nullptr));
 }

@@ -7,7 +7,7 @@ namespace velm::token {
 /** Opens an application with a configuration file and returns its handle. */
 void* open_application(const std::string& configuration_path);
 
-/** Throws SafError(kSafBadObject) unless `handle` is an open application. Does nothing at process exit. */
+/** Throws SafError(kSafBadObject) unless `handle` is an open application. */
 void close_application(void* handle);
 
 /**
