@@ -13,8 +13,8 @@ uint32_t SAF_Initialize(void** application, const char* config_path) {
   });
 }
 
-// At the end of the process a stopped thread may hold the lock of the module, or have left the heap in a state
-// in which an allocation does not return. The system releases all memory.
+// At process exit a stopped thread may hold the lock of the module, or have left the heap in a state in which
+// an allocation does not return. The system releases all memory.
 uint32_t SAF_Finalize(void* application) {
   if (process_is_ending()) return kSafSuccess;
   return saf_call([&] { close_application(application); });
