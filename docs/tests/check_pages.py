@@ -11,14 +11,14 @@ import sys
 from dataclasses import dataclass, field
 from pathlib import Path
 
-# Pages that are read in an installation too, where docs/ has another name and nothing of the tree stands
-# around it: they link among themselves only.
+# Pages that are also installed. There docs/ has another name and the rest of the tree is missing, so they
+# may link to each other only.
 INSTALLED = re.compile(r"docs/|CHANGELOG\.md$")
 
-# What stands beside the pages only where they are installed.
+# Present beside the pages in an installation only.
 MADE_BY_THE_BUILD = {"docs/reference/index.html", "docs/reference_cpp/index.html"}
 
-# Pages without a Chinese counterpart so far. One that has got it must leave the list.
+# Pages without a Chinese counterpart. A page that gets one must be removed from the list.
 ENGLISH_ONLY = {"docs/performance.md", "docs/reliability.md"}
 
 SKIPPED_FOLDERS = {"build", ".deps", ".git"}
