@@ -51,8 +51,8 @@ class Library {
   const ClientFunction<decltype(::SOF_GetVersion)> SOF_GetVersion{module_, "SOF_GetVersion"};
   const ClientFunction<decltype(::SOF_SignData)> SOF_SignData{module_, "SOF_SignData"};
   const ClientFunction<decltype(::SOF_EncryptData)> SOF_EncryptData{module_, "SOF_EncryptData"};
-  const ClientFunction<decltype(::SOF_Ext_SetEnvelopType)> SOF_Ext_SetEnvelopType{
-      module_, "SOF_Ext_SetEnvelopType"};
+  const ClientFunction<decltype(::SOF_Ext_SetEnvelopType)> SOF_Ext_SetEnvelopType{module_,
+                                                                                  "SOF_Ext_SetEnvelopType"};
 };
 
 // The library and a service for the duration of one benchmark, shared by all of its threads.

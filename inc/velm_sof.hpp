@@ -114,9 +114,9 @@ inline std::string utf8_from_gbk(std::string_view text) {
   wide.resize(static_cast<size_t>(
       MultiByteToWideChar(code_page, 0, text.data(), length, wide.data(), static_cast<int>(wide.size()))));
   std::string utf8(3 * wide.size(), '\0');
-  utf8.resize(static_cast<size_t>(
-      WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()), utf8.data(),
-                          static_cast<int>(utf8.size()), nullptr, nullptr)));
+  utf8.resize(
+      static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, wide.data(), static_cast<int>(wide.size()),
+                                              utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr)));
   return utf8;
 }
 
@@ -263,8 +263,8 @@ inline Bytes message_item(ByteView message, int32_t number) {
 
 /** @brief Verifies a signed message over a file, in process; throws unless it is valid. */
 inline void verify_file_message(ByteView message, const std::string& path, Content content) {
-  detail::call(VELM_SOF_NAMED(SOF_Ext_PKCS7_VerifySignedFile), static_cast<uint32_t>(content),
-               message.data(), message.size(), path.c_str());
+  detail::call(VELM_SOF_NAMED(SOF_Ext_PKCS7_VerifySignedFile), static_cast<uint32_t>(content), message.data(),
+               message.size(), path.c_str());
 }
 
 /**
@@ -278,9 +278,9 @@ inline Bytes time_stamp(ByteView data, uint32_t selector = 0) {
 
 /** @brief Verifies a time-stamp token and returns its time in the provider's format; throws unless valid. */
 inline std::string verify_time_stamp(ByteView data, ByteView stamp, ByteView authority_certificate) {
-  return detail::text_of(detail::fetch(
-      VELM_SOF_NAMED(SOF_Ext_GM_Tsp_VerifyTimeStamp), detail::kAsk, data.data(), data.size(), stamp.data(),
-      stamp.size(), authority_certificate.data(), authority_certificate.size()));
+  return detail::text_of(detail::fetch(VELM_SOF_NAMED(SOF_Ext_GM_Tsp_VerifyTimeStamp), detail::kAsk,
+                                       data.data(), data.size(), stamp.data(), stamp.size(),
+                                       authority_certificate.data(), authority_certificate.size()));
 }
 
 /** @brief Time of the time-stamp authority (TSA), in the provider's format. */

@@ -100,129 +100,129 @@
 
 /** @name General, memory and input (GM/T 0020)
  * @{ */
-#define SOR_OK                     0x00000000u  /**< Success. */
-#define SOR_UNKNOWNERR             0x0B000001u  /**< An error without a code of its own. */
-#define SOR_NOTSUPPORTYETERR       0x0B000002u  /**< The service is not supported. */
-#define SOR_FILEERR                0x0B000003u  /**< A file operation failed. */
-#define SOR_PROVIDERTYPEERR        0x0B000004u  /**< The provider's parameter type is wrong. */
-#define SOR_LOADPROVIDERERR        0x0B000005u  /**< The provider's interface could not be imported. */
-#define SOR_LOADDEVMNGAPIERR       0x0B000006u  /**< The device management interface could not be imported. */
-#define SOR_ALGOTYPEERR            0x0B000007u  /**< The algorithm type is wrong. */
-#define SOR_NAMELENERR             0x0B000008u  /**< The length of a name is wrong. */
-#define SOR_KEYUSAGEERR            0x0B000009u  /**< The key usage is wrong. */
-#define SOR_MODULUSLENERR          0x0B000010u  /**< The length of the modulus is wrong. */
-#define SOR_NOTINITIALIZEERR       0x0B000011u  /**< Not initialised. */
-#define SOR_OBJERR                 0x0B000012u  /**< An object is wrong. */
-#define SOR_MEMORYERR              0x0B000100u  /**< Memory ran out. */
-#define SOR_TIMEOUTERR             0x0B000101u  /**< The service timed out. */
-#define SOR_INDATALENERR           0x0B000200u  /**< The length of the input, or of a buffer, is wrong. */
-#define SOR_INDATAERR              0x0B000201u  /**< The input is wrong. */
+#define SOR_OK               0x00000000u /**< Success. */
+#define SOR_UNKNOWNERR       0x0B000001u /**< An error without a code of its own. */
+#define SOR_NOTSUPPORTYETERR 0x0B000002u /**< The service is not supported. */
+#define SOR_FILEERR          0x0B000003u /**< A file operation failed. */
+#define SOR_PROVIDERTYPEERR  0x0B000004u /**< The provider's parameter type is wrong. */
+#define SOR_LOADPROVIDERERR  0x0B000005u /**< The provider's interface could not be imported. */
+#define SOR_LOADDEVMNGAPIERR 0x0B000006u /**< The device management interface could not be imported. */
+#define SOR_ALGOTYPEERR      0x0B000007u /**< The algorithm type is wrong. */
+#define SOR_NAMELENERR       0x0B000008u /**< The length of a name is wrong. */
+#define SOR_KEYUSAGEERR      0x0B000009u /**< The key usage is wrong. */
+#define SOR_MODULUSLENERR    0x0B000010u /**< The length of the modulus is wrong. */
+#define SOR_NOTINITIALIZEERR 0x0B000011u /**< Not initialised. */
+#define SOR_OBJERR           0x0B000012u /**< An object is wrong. */
+#define SOR_MEMORYERR        0x0B000100u /**< Memory ran out. */
+#define SOR_TIMEOUTERR       0x0B000101u /**< The service timed out. */
+#define SOR_INDATALENERR     0x0B000200u /**< The length of the input, or of a buffer, is wrong. */
+#define SOR_INDATAERR        0x0B000201u /**< The input is wrong. */
 /** @} */
 
 /** @name Cryptography (GM/T 0020)
  * @{ */
-#define SOR_GENRANDERR             0x0B000300u  /**< Random numbers could not be generated. */
-#define SOR_HASHOBJERR             0x0B000301u  /**< The hash object is wrong. */
-#define SOR_HASHERR                0x0B000302u  /**< Hashing failed, or a hash does not match. */
-#define SOR_GENRSAKEYERR           0x0B000303u  /**< An RSA key could not be generated. */
-#define SOR_RSAMODULUSLENERR       0x0B000304u  /**< The modulus length of an RSA key is wrong. */
-#define SOR_CSPIMPRTPUBKEYERR      0x0B000305u  /**< The CSP could not import a public key. */
-#define SOR_RSAENCERR              0x0B000306u  /**< RSA encryption failed. */
-#define SOR_RSADECERR              0x0B000307u  /**< RSA decryption failed. */
-#define SOR_HASHNOTEQUALERR        0x0B000308u  /**< Hash values differ. */
-#define SOR_KEYNOTFOUNDERR         0x0B000309u  /**< No such key. */
-#define SOR_CERTNOTFOUNDERR        0x0B000310u  /**< No such certificate. */
-#define SOR_NOTEXPORTERR           0x0B000311u  /**< The object was not exported. */
-#define SOR_POLICYVERIFYERR        0x0B000312u  /**< Verified, but not fully according to the policy. */
+#define SOR_GENRANDERR        0x0B000300u /**< Random numbers could not be generated. */
+#define SOR_HASHOBJERR        0x0B000301u /**< The hash object is wrong. */
+#define SOR_HASHERR           0x0B000302u /**< Hashing failed, or a hash does not match. */
+#define SOR_GENRSAKEYERR      0x0B000303u /**< An RSA key could not be generated. */
+#define SOR_RSAMODULUSLENERR  0x0B000304u /**< The modulus length of an RSA key is wrong. */
+#define SOR_CSPIMPRTPUBKEYERR 0x0B000305u /**< The CSP could not import a public key. */
+#define SOR_RSAENCERR         0x0B000306u /**< RSA encryption failed. */
+#define SOR_RSADECERR         0x0B000307u /**< RSA decryption failed. */
+#define SOR_HASHNOTEQUALERR   0x0B000308u /**< Hash values differ. */
+#define SOR_KEYNOTFOUNDERR    0x0B000309u /**< No such key. */
+#define SOR_CERTNOTFOUNDERR   0x0B000310u /**< No such certificate. */
+#define SOR_NOTEXPORTERR      0x0B000311u /**< The object was not exported. */
+#define SOR_POLICYVERIFYERR   0x0B000312u /**< Verified, but not fully according to the policy. */
 /** @} */
 
 /** @name Certificates, files, devices, PIN and communication (GM/T 0020 and extensions)
  * @{ */
-#define SOR_DECRYPTPADERR          0x0B000400u  /**< The padding found when decrypting is wrong. */
-#define SOR_MACLENERR              0x0B000401u  /**< The length of a MAC is wrong. */
-#define SOR_KEYINFOTYPEERR         0x0B000402u  /**< The key type is wrong. */
-#define SOR_NULLPOINTERERR         0x0B000403u  /**< A parameter is a null pointer. */
-#define SOR_APPNOTFOUNDERR         0x0B000404u  /**< No such application. */
-#define SOR_CERTENCODEERR          0x0B000405u  /**< The encoding of a certificate is wrong. */
-#define SOR_CERTINVALIDERR         0x0B000406u  /**< The certificate is invalid. */
-#define SOR_CERTHASEXPIREDERR      0x0B000407u  /**< The certificate has expired. */
-#define SOR_CERTREVOKEDERR         0x0B000408u  /**< The certificate has been revoked. */
-#define SOR_SIGNDATAERR            0x0B000409u  /**< Signing failed. */
-#define SOR_VERIFYSIGNDATAERR      0x0B000410u  /**< Verifying a signature failed. */
-#define SOR_READFILEERR            0x0B000411u  /**< Reading a file failed. */
-#define SOR_WRITEFILEERR           0x0B000412u  /**< Writing a file failed. */
-#define SOR_SECRETSEGMENTERR       0x0B000413u  /**< Splitting a key by the threshold scheme failed. */
-#define SOR_SECRETRECOVERYERR      0x0B000414u  /**< Recovering a key by the threshold scheme failed. */
-#define SOR_ENCRYPTDATAERR         0x0B000415u  /**< Symmetric encryption failed. */
-#define SOR_DECRYPTDATAERR         0x0B000416u  /**< Symmetric decryption failed. */
-#define SOR_PKCS7ENCODEERR         0x0B000417u  /**< The PKCS#7 encoding is wrong. */
-#define SOR_XMLENCODEERR           0x0B000418u  /**< The data is not valid XML. */
-#define SOR_PARAMETERNOTSUPPORTERR 0x0B000419u  /**< A parameter is not supported. */
-#define SOR_CTLNOTFOUNDERR         0x0B000420u  /**< No trust list was found. */
-#define SOR_APPNAMENOTFOUNDERR     0x0B000421u  /**< The application name that was set was not found. */
-#define SOR_BUFFERTOOSMALLERR      0x0B000422u  /**< A buffer is too small. */
-#define SOR_UNDEFINEDERR           0x0B000423u  /**< Undefined. */
-#define SOR_INITIALIZEERR          0x0B000424u  /**< Initialisation failed. */
-#define SOR_CONTAINERNOTFOUNDERR   0x0B000425u  /**< No such container. */
-#define SOR_PINERR                 0x0B000426u  /**< Wrong PIN. */
-#define SOR_ECCENCERR              0x0B000427u  /**< ECC encryption failed. */
-#define SOR_PKCS7SIGNERR           0x0B000428u  /**< PKCS#7 signing failed. */
-#define SOR_PKCS7DECRYPTERR        0x0B000429u  /**< PKCS#7 decryption failed. */
-#define SOR_TSRESPONSEERR          0x0B000430u  /**< The answer of the time-stamp server is wrong. */
-#define SOR_TSSERVERERR            0x0B000431u  /**< The time-stamp server failed. */
-#define SOR_FILEEXISTSERR          0x0B000432u  /**< The file exists already. */
-#define SOR_NOSPACEERR             0x0B000433u  /**< Not enough space. */
-#define SOR_FILENOTFOUNDERR        0x0B000434u  /**< No such file. */
-#define SOR_MAXFILECOUNTERR        0x0B000435u  /**< No further file can be created. */
-#define SOR_MULTIUSERNOSPACEERR    0x0B000436u  /**< The multi-user space is not allocated. */
-#define SOR_CAAUTHERR              0x0B000437u  /**< Authentication by the CA failed. */
-#define SOR_NOTLOGINERR            0x0B000438u  /**< Not logged in. */
-#define SOR_CONTAINEREXISTSERR     0x0B000439u  /**< The container exists already. */
-#define SOR_KEYPAIRMISMATCHERR     0x0B000440u  /**< Public and private key do not match. */
-#define SOR_MULTIUSERNOTLOGINERR   0x0B000441u  /**< Multi-user: not logged in. */
-#define SOR_PINLOCKEDERR           0x0B000442u  /**< The user PIN is locked. */
-#define SOR_CERTPARSEERR           0x0B000443u  /**< A certificate could not be parsed. */
-#define SOR_OIDNOTFOUNDERR         0x0B000444u  /**< No item has this object identifier. */
-#define SOR_COMMUNICATIONERR       0x0B000445u  /**< The local service could not be reached. */
-#define SOR_JSONPARSEERR           0x0B000446u  /**< The service's answer is not JSON. */
-#define SOR_USERCANCELERR          0x0B000447u  /**< The user cancelled. */
-#define SOR_DEVICEREMOVEDERR       0x0B000448u  /**< The device was removed. */
-#define SOR_ENUMDEVICEERR          0x0B000500u  /**< Enumerating devices failed. */
-#define SOR_CERTNOTYETVALIDERR     0x0B000501u  /**< The certificate is not valid yet. */
-#define SOR_CERTFROZENERR          0x0B000502u  /**< The certificate is suspended. */
-#define SOR_KEYMISMATCHERR         0x0B000503u  /**< Keys do not match. */
-#define SOR_LABELNOTFOUNDERR       0x0B000504u  /**< No such label. */
+#define SOR_DECRYPTPADERR          0x0B000400u /**< The padding found when decrypting is wrong. */
+#define SOR_MACLENERR              0x0B000401u /**< The length of a MAC is wrong. */
+#define SOR_KEYINFOTYPEERR         0x0B000402u /**< The key type is wrong. */
+#define SOR_NULLPOINTERERR         0x0B000403u /**< A parameter is a null pointer. */
+#define SOR_APPNOTFOUNDERR         0x0B000404u /**< No such application. */
+#define SOR_CERTENCODEERR          0x0B000405u /**< The encoding of a certificate is wrong. */
+#define SOR_CERTINVALIDERR         0x0B000406u /**< The certificate is invalid. */
+#define SOR_CERTHASEXPIREDERR      0x0B000407u /**< The certificate has expired. */
+#define SOR_CERTREVOKEDERR         0x0B000408u /**< The certificate has been revoked. */
+#define SOR_SIGNDATAERR            0x0B000409u /**< Signing failed. */
+#define SOR_VERIFYSIGNDATAERR      0x0B000410u /**< Verifying a signature failed. */
+#define SOR_READFILEERR            0x0B000411u /**< Reading a file failed. */
+#define SOR_WRITEFILEERR           0x0B000412u /**< Writing a file failed. */
+#define SOR_SECRETSEGMENTERR       0x0B000413u /**< Splitting a key by the threshold scheme failed. */
+#define SOR_SECRETRECOVERYERR      0x0B000414u /**< Recovering a key by the threshold scheme failed. */
+#define SOR_ENCRYPTDATAERR         0x0B000415u /**< Symmetric encryption failed. */
+#define SOR_DECRYPTDATAERR         0x0B000416u /**< Symmetric decryption failed. */
+#define SOR_PKCS7ENCODEERR         0x0B000417u /**< The PKCS#7 encoding is wrong. */
+#define SOR_XMLENCODEERR           0x0B000418u /**< The data is not valid XML. */
+#define SOR_PARAMETERNOTSUPPORTERR 0x0B000419u /**< A parameter is not supported. */
+#define SOR_CTLNOTFOUNDERR         0x0B000420u /**< No trust list was found. */
+#define SOR_APPNAMENOTFOUNDERR     0x0B000421u /**< The application name that was set was not found. */
+#define SOR_BUFFERTOOSMALLERR      0x0B000422u /**< A buffer is too small. */
+#define SOR_UNDEFINEDERR           0x0B000423u /**< Undefined. */
+#define SOR_INITIALIZEERR          0x0B000424u /**< Initialisation failed. */
+#define SOR_CONTAINERNOTFOUNDERR   0x0B000425u /**< No such container. */
+#define SOR_PINERR                 0x0B000426u /**< Wrong PIN. */
+#define SOR_ECCENCERR              0x0B000427u /**< ECC encryption failed. */
+#define SOR_PKCS7SIGNERR           0x0B000428u /**< PKCS#7 signing failed. */
+#define SOR_PKCS7DECRYPTERR        0x0B000429u /**< PKCS#7 decryption failed. */
+#define SOR_TSRESPONSEERR          0x0B000430u /**< The answer of the time-stamp server is wrong. */
+#define SOR_TSSERVERERR            0x0B000431u /**< The time-stamp server failed. */
+#define SOR_FILEEXISTSERR          0x0B000432u /**< The file exists already. */
+#define SOR_NOSPACEERR             0x0B000433u /**< Not enough space. */
+#define SOR_FILENOTFOUNDERR        0x0B000434u /**< No such file. */
+#define SOR_MAXFILECOUNTERR        0x0B000435u /**< No further file can be created. */
+#define SOR_MULTIUSERNOSPACEERR    0x0B000436u /**< The multi-user space is not allocated. */
+#define SOR_CAAUTHERR              0x0B000437u /**< Authentication by the CA failed. */
+#define SOR_NOTLOGINERR            0x0B000438u /**< Not logged in. */
+#define SOR_CONTAINEREXISTSERR     0x0B000439u /**< The container exists already. */
+#define SOR_KEYPAIRMISMATCHERR     0x0B000440u /**< Public and private key do not match. */
+#define SOR_MULTIUSERNOTLOGINERR   0x0B000441u /**< Multi-user: not logged in. */
+#define SOR_PINLOCKEDERR           0x0B000442u /**< The user PIN is locked. */
+#define SOR_CERTPARSEERR           0x0B000443u /**< A certificate could not be parsed. */
+#define SOR_OIDNOTFOUNDERR         0x0B000444u /**< No item has this object identifier. */
+#define SOR_COMMUNICATIONERR       0x0B000445u /**< The local service could not be reached. */
+#define SOR_JSONPARSEERR           0x0B000446u /**< The service's answer is not JSON. */
+#define SOR_USERCANCELERR          0x0B000447u /**< The user cancelled. */
+#define SOR_DEVICEREMOVEDERR       0x0B000448u /**< The device was removed. */
+#define SOR_ENUMDEVICEERR          0x0B000500u /**< Enumerating devices failed. */
+#define SOR_CERTNOTYETVALIDERR     0x0B000501u /**< The certificate is not valid yet. */
+#define SOR_CERTFROZENERR          0x0B000502u /**< The certificate is suspended. */
+#define SOR_KEYMISMATCHERR         0x0B000503u /**< Keys do not match. */
+#define SOR_LABELNOTFOUNDERR       0x0B000504u /**< No such label. */
 /** @} */
 
 /** @name Time stamps, base64, HTTP, seals and trust (extensions)
  * @{ */
-#define SOR_TSENCODEERR            0x0B010001u  /**< A time-stamp response could not be encoded. */
-#define SOR_TSDECODEERR            0x0B010002u  /**< A time-stamp response could not be decoded. */
-#define SOR_TSNOTFOUNDERR          0x0B010003u  /**< There is no time-stamp response. */
-#define SOR_BASE64ENCODEERR        0x0B010004u  /**< Base64 encoding failed. */
-#define SOR_BASE64DECODEERR        0x0B010005u  /**< Base64 decoding failed. */
-#define SOR_SM2ENCERR              0x0B010006u  /**< SM2 encryption failed. */
-#define SOR_HTTPREQUESTERR         0x0B010007u  /**< An HTTP request failed. */
-#define SOR_HTTPJSONERR            0x0B010008u  /**< The JSON of an HTTP answer could not be parsed. */
-#define SOR_FACEMATCHERR           0x0B010009u  /**< The face does not match. */
-#define SOR_SERVERERR              0x0B01000Au  /**< The server failed. */
-#define SOR_SEALNOTFOUNDERR        0x0B01000Bu  /**< No such seal. */
-#define SOR_HTTPTIMEOUTERR         0x0B01000Cu  /**< An HTTP request timed out. */
-#define SOR_SEALPARSEERR           0x0B01000Du  /**< A seal could not be parsed. */
-#define SOR_FILEOPENERR            0x0B01000Eu  /**< A file could not be opened. */
-#define SOR_DATACORRUPTEDERR       0x0B01000Fu  /**< The data was damaged. */
-#define SOR_DNITEMNOTFOUNDERR      0x0B010010u  /**< The distinguished name has no such item. */
-#define SOR_CACERTNOTFOUNDERR      0x0B010011u  /**< No such CA certificate. */
-#define SOR_CERTNOTTRUSTEDERR      0x0B010012u  /**< The certificate is not trusted. */
+#define SOR_TSENCODEERR       0x0B010001u /**< A time-stamp response could not be encoded. */
+#define SOR_TSDECODEERR       0x0B010002u /**< A time-stamp response could not be decoded. */
+#define SOR_TSNOTFOUNDERR     0x0B010003u /**< There is no time-stamp response. */
+#define SOR_BASE64ENCODEERR   0x0B010004u /**< Base64 encoding failed. */
+#define SOR_BASE64DECODEERR   0x0B010005u /**< Base64 decoding failed. */
+#define SOR_SM2ENCERR         0x0B010006u /**< SM2 encryption failed. */
+#define SOR_HTTPREQUESTERR    0x0B010007u /**< An HTTP request failed. */
+#define SOR_HTTPJSONERR       0x0B010008u /**< The JSON of an HTTP answer could not be parsed. */
+#define SOR_FACEMATCHERR      0x0B010009u /**< The face does not match. */
+#define SOR_SERVERERR         0x0B01000Au /**< The server failed. */
+#define SOR_SEALNOTFOUNDERR   0x0B01000Bu /**< No such seal. */
+#define SOR_HTTPTIMEOUTERR    0x0B01000Cu /**< An HTTP request timed out. */
+#define SOR_SEALPARSEERR      0x0B01000Du /**< A seal could not be parsed. */
+#define SOR_FILEOPENERR       0x0B01000Eu /**< A file could not be opened. */
+#define SOR_DATACORRUPTEDERR  0x0B01000Fu /**< The data was damaged. */
+#define SOR_DNITEMNOTFOUNDERR 0x0B010010u /**< The distinguished name has no such item. */
+#define SOR_CACERTNOTFOUNDERR 0x0B010011u /**< No such CA certificate. */
+#define SOR_CERTNOTTRUSTEDERR 0x0B010012u /**< The certificate is not trusted. */
 /** @} */
 
 /** @name Negative results of the signature provider; they have no text
  * @{ */
-#define SOR_PROVIDERMINUS5ERR      0xFFFFFFFBu  /**< -5: the provider's result 0x02000317. */
-#define SOR_PROVIDERMINUS4ERR      0xFFFFFFFCu  /**< -4: the provider's result 0x0200050C. */
-#define SOR_PROVIDERMINUS3ERR      0xFFFFFFFDu  /**< -3: the provider's result 0x02000316. */
-#define SOR_PROVIDERMINUS2ERR      0xFFFFFFFEu  /**< -2: the provider's result 0x02000318. */
-#define SOR_PROVIDERMINUS1ERR      0xFFFFFFFFu  /**< -1: the provider's result 0x02000319. */
+#define SOR_PROVIDERMINUS5ERR 0xFFFFFFFBu /**< -5: the provider's result 0x02000317. */
+#define SOR_PROVIDERMINUS4ERR 0xFFFFFFFCu /**< -4: the provider's result 0x0200050C. */
+#define SOR_PROVIDERMINUS3ERR 0xFFFFFFFDu /**< -3: the provider's result 0x02000316. */
+#define SOR_PROVIDERMINUS2ERR 0xFFFFFFFEu /**< -2: the provider's result 0x02000318. */
+#define SOR_PROVIDERMINUS1ERR 0xFFFFFFFFu /**< -1: the provider's result 0x02000319. */
 /** @} */
 
 #ifdef __cplusplus
@@ -248,8 +248,7 @@ extern "C" {
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Initialize(
-    void);
+VELM_SOF_API uint32_t SOF_Initialize(void);
 
 /**
  * @brief Tells the local service that the application no longer uses it.
@@ -264,8 +263,7 @@ VELM_SOF_API uint32_t SOF_Initialize(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Finalize(
-    void);
+VELM_SOF_API uint32_t SOF_Finalize(void);
 
 /**
  * @brief Reads the version of the local service.
@@ -282,8 +280,7 @@ VELM_SOF_API uint32_t SOF_Finalize(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetVersion(
-    char* pszVersion);
+VELM_SOF_API uint32_t SOF_GetVersion(char* pszVersion);
 
 /**
  * @brief Fetches random bytes from the local service.
@@ -303,8 +300,7 @@ VELM_SOF_API uint32_t SOF_GetVersion(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GenRandom(
-    uint32_t uRandomLen, uint8_t* pRandomData);
+VELM_SOF_API uint32_t SOF_GenRandom(uint32_t uRandomLen, uint8_t* pRandomData);
 
 /** @} */
 
@@ -332,8 +328,7 @@ VELM_SOF_API uint32_t SOF_GenRandom(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Login(
-    const char* pszContainerName, const char* pszPassWd);
+VELM_SOF_API uint32_t SOF_Login(const char* pszContainerName, const char* pszPassWd);
 
 /**
  * @brief Reads the PIN retry counter.
@@ -351,8 +346,7 @@ VELM_SOF_API uint32_t SOF_Login(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetPinRetryCount(
-    const char* pszContainerName, uint32_t* puRemainCount);
+VELM_SOF_API uint32_t SOF_GetPinRetryCount(const char* pszContainerName, uint32_t* puRemainCount);
 
 /**
  * @brief Changes the PIN of a key container.
@@ -372,8 +366,8 @@ VELM_SOF_API uint32_t SOF_GetPinRetryCount(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_ChangePassWd(
-    const char* pszContainerName, const char* szOldPassWord, const char* szNewPassWord);
+VELM_SOF_API uint32_t SOF_ChangePassWd(const char* pszContainerName, const char* szOldPassWord,
+                                       const char* szNewPassWord);
 
 /**
  * @brief Logs in with data other than a PIN; not supported.
@@ -388,8 +382,8 @@ VELM_SOF_API uint32_t SOF_ChangePassWd(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Login(
-    const char* pszContainerName, uint32_t loginType, const uint8_t* loginData, uint32_t loginDataLen);
+VELM_SOF_API uint32_t SOF_Ext_Login(const char* pszContainerName, uint32_t loginType,
+                                    const uint8_t* loginData, uint32_t loginDataLen);
 
 /**
  * @brief Logs out of a key container.
@@ -404,8 +398,7 @@ VELM_SOF_API uint32_t SOF_Ext_Login(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Logout(
-    const char* pszContainerName, uint32_t ulLoginType);
+VELM_SOF_API uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType);
 
 /**
  * @brief Reads the login state of a key container.
@@ -422,8 +415,7 @@ VELM_SOF_API uint32_t SOF_Ext_Logout(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_isLogin(
-    const char* pszContainerName, uint32_t ulLoginType);
+VELM_SOF_API uint32_t SOF_Ext_isLogin(const char* pszContainerName, uint32_t ulLoginType);
 
 /** @} */
 
@@ -452,8 +444,8 @@ VELM_SOF_API uint32_t SOF_Ext_isLogin(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetDeviceInfo(
-    const char* pszContainerName, int32_t iInfoType, uint8_t* pDeviceInfo, uint32_t* pDeviceInfoLen);
+VELM_SOF_API uint32_t SOF_GetDeviceInfo(const char* pszContainerName, int32_t iInfoType, uint8_t* pDeviceInfo,
+                                        uint32_t* pDeviceInfoLen);
 
 /**
  * @brief Lists the names of all key containers.
@@ -478,8 +470,7 @@ VELM_SOF_API uint32_t SOF_GetDeviceInfo(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetUserList(
-    char* pUserList, uint32_t* pUserListLen);
+VELM_SOF_API uint32_t SOF_GetUserList(char* pUserList, uint32_t* pUserListLen);
 
 /**
  * @brief Returns the type of the device that was found last.
@@ -491,8 +482,7 @@ VELM_SOF_API uint32_t SOF_GetUserList(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetDeviceType(
-    uint32_t* pulDeviceType);
+VELM_SOF_API uint32_t SOF_Ext_GetDeviceType(uint32_t* pulDeviceType);
 
 /** @} */
 
@@ -522,8 +512,8 @@ VELM_SOF_API uint32_t SOF_Ext_GetDeviceType(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_ExportUserCert(
-    const char* pszContainerName, uint8_t* pCertData, uint32_t* pCertDataLen);
+VELM_SOF_API uint32_t SOF_ExportUserCert(const char* pszContainerName, uint8_t* pCertData,
+                                         uint32_t* pCertDataLen);
 
 /**
  * @brief Fetches the encryption certificate of a key container.
@@ -545,8 +535,8 @@ VELM_SOF_API uint32_t SOF_ExportUserCert(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_ExportExChangeUserCert(
-    const char* pszContainerName, uint8_t* pCertData, uint32_t* pCertDataLen);
+VELM_SOF_API uint32_t SOF_ExportExChangeUserCert(const char* pszContainerName, uint8_t* pCertData,
+                                                 uint32_t* pCertDataLen);
 
 /**
  * @brief Reads one item of a certificate.
@@ -567,8 +557,8 @@ VELM_SOF_API uint32_t SOF_ExportExChangeUserCert(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetCertInfo(
-    const uint8_t* pCert, uint32_t uCertLen, uint32_t uInfoType, uint8_t* pCertInfo, uint32_t* pCertInfoLen);
+VELM_SOF_API uint32_t SOF_GetCertInfo(const uint8_t* pCert, uint32_t uCertLen, uint32_t uInfoType,
+                                      uint8_t* pCertInfo, uint32_t* pCertInfoLen);
 
 /**
  * @brief Reads one item of a certificate by its object identifier.
@@ -591,8 +581,8 @@ VELM_SOF_API uint32_t SOF_GetCertInfo(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetCertInfoByOid(
-    const uint8_t* pCert, uint32_t uCertLen, const char* szOID, uint8_t* pOIDValue, uint32_t* pOIDValueLen);
+VELM_SOF_API uint32_t SOF_GetCertInfoByOid(const uint8_t* pCert, uint32_t uCertLen, const char* szOID,
+                                           uint8_t* pOIDValue, uint32_t* pOIDValueLen);
 
 /**
  * @brief Validates a certificate with the local service.
@@ -610,8 +600,7 @@ VELM_SOF_API uint32_t SOF_GetCertInfoByOid(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_ValidateCert(
-    const uint8_t* pCert, uint32_t uCertLen);
+VELM_SOF_API uint32_t SOF_ValidateCert(const uint8_t* pCert, uint32_t uCertLen);
 
 /**
  * @brief Returns the key algorithm of a certificate.
@@ -628,8 +617,7 @@ VELM_SOF_API uint32_t SOF_ValidateCert(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetCertAlg(
-    const uint8_t* pCert, uint32_t uCertLen, uint32_t* pAlgType);
+VELM_SOF_API uint32_t SOF_GetCertAlg(const uint8_t* pCert, uint32_t uCertLen, uint32_t* pAlgType);
 
 /** @} */
 
@@ -651,8 +639,8 @@ VELM_SOF_API uint32_t SOF_GetCertAlg(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ParseCertInfo(
-    const uint8_t* pCert, uint32_t uCertLen, uint32_t infoFlags, const char* oids);
+VELM_SOF_API uint32_t SOF_Ext_ParseCertInfo(const uint8_t* pCert, uint32_t uCertLen, uint32_t infoFlags,
+                                            const char* oids);
 
 /**
  * @brief Builds a certificate chain; not supported.
@@ -663,8 +651,7 @@ VELM_SOF_API uint32_t SOF_Ext_ParseCertInfo(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetCertChain(
-    const uint8_t* pCert, uint32_t uCertLen);
+VELM_SOF_API uint32_t SOF_Ext_GetCertChain(const uint8_t* pCert, uint32_t uCertLen);
 
 /**
  * @brief Creates a certificate request (PKCS#10); not supported.
@@ -674,8 +661,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetCertChain(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GenCSR(
-    const char* pszContainerName);
+VELM_SOF_API uint32_t SOF_Ext_GenCSR(const char* pszContainerName);
 
 /**
  * @brief Parses a certificate request (PKCS#10); not supported.
@@ -686,8 +672,7 @@ VELM_SOF_API uint32_t SOF_Ext_GenCSR(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ParseCSR(
-    const uint8_t* csrData, uint32_t csrDataLen);
+VELM_SOF_API uint32_t SOF_Ext_ParseCSR(const uint8_t* csrData, uint32_t csrDataLen);
 
 /** @} */
 
@@ -709,8 +694,7 @@ VELM_SOF_API uint32_t SOF_Ext_ParseCSR(
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
-VELM_SOF_API uint32_t SOF_SetSignMethod(
-    int32_t lSignMethod);
+VELM_SOF_API uint32_t SOF_SetSignMethod(int32_t lSignMethod);
 
 /**
  * @brief Returns the process's sign method.
@@ -721,8 +705,7 @@ VELM_SOF_API uint32_t SOF_SetSignMethod(
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
-VELM_SOF_API uint32_t SOF_GetSignMethod(
-    void);
+VELM_SOF_API uint32_t SOF_GetSignMethod(void);
 
 /**
  * @brief Signs data with the signing key of a container.
@@ -746,9 +729,8 @@ VELM_SOF_API uint32_t SOF_GetSignMethod(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_SignData(
-    const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen, uint8_t* pSignedData,
-    uint32_t* pSignedDataLen);
+VELM_SOF_API uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen,
+                                   uint8_t* pSignedData, uint32_t* pSignedDataLen);
 
 /**
  * @brief Verifies a signature over data with a certificate.
@@ -770,9 +752,9 @@ VELM_SOF_API uint32_t SOF_SignData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_VerifySignedData(
-    const uint8_t* pSignCert, uint32_t uSignCertLen, const uint8_t* pPlainData, uint32_t uPlainDataLen,
-    const uint8_t* pSignedData, uint32_t uSignedDataLen);
+VELM_SOF_API uint32_t SOF_VerifySignedData(const uint8_t* pSignCert, uint32_t uSignCertLen,
+                                           const uint8_t* pPlainData, uint32_t uPlainDataLen,
+                                           const uint8_t* pSignedData, uint32_t uSignedDataLen);
 
 /**
  * @brief Creates a signed message (PKCS#7, or the SM2 form of GM/T 0010) with the signing key of a container.
@@ -797,9 +779,9 @@ VELM_SOF_API uint32_t SOF_VerifySignedData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_SignMessage(
-    int32_t lFlag, const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen,
-    uint8_t* pSignedMessage, uint32_t* puSignedMessageLen);
+VELM_SOF_API uint32_t SOF_SignMessage(int32_t lFlag, const char* pszContainerName, const uint8_t* pInData,
+                                      uint32_t uInDataLen, uint8_t* pSignedMessage,
+                                      uint32_t* puSignedMessageLen);
 
 /**
  * @brief Verifies a signed message (PKCS#7, or the SM2 form of GM/T 0010).
@@ -819,8 +801,8 @@ VELM_SOF_API uint32_t SOF_SignMessage(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_VerifySignedMessage(
-    const uint8_t* pMessageData, uint32_t uMessageDataLen, const uint8_t* pPlainData, uint32_t uPlainDataLen);
+VELM_SOF_API uint32_t SOF_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMessageDataLen,
+                                              const uint8_t* pPlainData, uint32_t uPlainDataLen);
 
 /**
  * @brief Reads one item of a signed message.
@@ -840,9 +822,8 @@ VELM_SOF_API uint32_t SOF_VerifySignedMessage(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetInfoFromSignedMessage(
-    const uint8_t* pSignedMessage, uint32_t uSignedMessageLen, int32_t lInfoType, uint8_t* pInfo,
-    uint32_t* puInfoLen);
+VELM_SOF_API uint32_t SOF_GetInfoFromSignedMessage(const uint8_t* pSignedMessage, uint32_t uSignedMessageLen,
+                                                   int32_t lInfoType, uint8_t* pInfo, uint32_t* puInfoLen);
 
 /**
  * @brief Signs a hash value with the signing key of a container.
@@ -867,9 +848,9 @@ VELM_SOF_API uint32_t SOF_GetInfoFromSignedMessage(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_SignHash(
-    const char* pszContainerName, uint32_t uiHashAlgorithmID, uint32_t uiInDataType, const uint8_t* pInData,
-    uint32_t uiInDataLen, uint8_t* pSignedData, uint32_t* puSignedDataLen);
+VELM_SOF_API uint32_t SOF_Ext_SignHash(const char* pszContainerName, uint32_t uiHashAlgorithmID,
+                                       uint32_t uiInDataType, const uint8_t* pInData, uint32_t uiInDataLen,
+                                       uint8_t* pSignedData, uint32_t* puSignedDataLen);
 
 /** @} */
 
@@ -899,8 +880,8 @@ VELM_SOF_API uint32_t SOF_Ext_SignHash(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_SignFile(
-    const char* pszContainerName, const char* pszInFilePath, uint8_t* pSignedData, uint32_t* pSignedDataLen);
+VELM_SOF_API uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath,
+                                   uint8_t* pSignedData, uint32_t* pSignedDataLen);
 
 /**
  * @brief Verifies the raw signature of a file with a certificate.
@@ -919,9 +900,9 @@ VELM_SOF_API uint32_t SOF_SignFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_VerifySignedFile(
-    const uint8_t* pSignCert, uint32_t uSignCertLen, const char* pszInFilePath, const uint8_t* pSignedData,
-    uint32_t uSignedDataLen);
+VELM_SOF_API uint32_t SOF_VerifySignedFile(const uint8_t* pSignCert, uint32_t uSignCertLen,
+                                           const char* pszInFilePath, const uint8_t* pSignedData,
+                                           uint32_t uSignedDataLen);
 
 /** @} */
 
@@ -955,9 +936,8 @@ VELM_SOF_API uint32_t SOF_VerifySignedFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_VerifySignedMessage(
-    const uint8_t* pMessageData, uint32_t uMessageDataLen, const uint8_t* pHashedData,
-    uint32_t uiHashedDataLen);
+VELM_SOF_API uint32_t SOF_Ext_VerifySignedMessage(const uint8_t* pMessageData, uint32_t uMessageDataLen,
+                                                  const uint8_t* pHashedData, uint32_t uiHashedDataLen);
 
 /**
  * @brief Verifies a raw signature over a hash value with a certificate.
@@ -980,9 +960,9 @@ VELM_SOF_API uint32_t SOF_Ext_VerifySignedMessage(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_VerifySignedHash(
-    const uint8_t* pSignCert, uint32_t uSignCertLen, const uint8_t* pHashedData, uint32_t uiHashedDataLen,
-    const uint8_t* pSignedData, uint32_t uSignedDataLen);
+VELM_SOF_API uint32_t SOF_Ext_VerifySignedHash(const uint8_t* pSignCert, uint32_t uSignCertLen,
+                                               const uint8_t* pHashedData, uint32_t uiHashedDataLen,
+                                               const uint8_t* pSignedData, uint32_t uSignedDataLen);
 
 /**
  * @brief Rewrites the object identifiers of an SM2 signed message (GM/T 0010).
@@ -999,8 +979,8 @@ VELM_SOF_API uint32_t SOF_Ext_VerifySignedHash(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(
-    uint32_t mode, const uint8_t* input, uint32_t inputLen, uint8_t* output, uint32_t* outputLen);
+VELM_SOF_API uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input, uint32_t inputLen,
+                                                       uint8_t* output, uint32_t* outputLen);
 
 /** @} */
 
@@ -1043,9 +1023,9 @@ VELM_SOF_API uint32_t SOF_Ext_ReplaceSM2Pkcs7SignedOID(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_PKCS7_SignFile(
-    uint32_t flag, const char* pszContainerName, const char* pszInFilePath, uint8_t* pOutData,
-    uint32_t* pOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_PKCS7_SignFile(uint32_t flag, const char* pszContainerName,
+                                             const char* pszInFilePath, uint8_t* pOutData,
+                                             uint32_t* pOutDataLen);
 
 /** @} */
 
@@ -1079,8 +1059,8 @@ VELM_SOF_API uint32_t SOF_Ext_PKCS7_SignFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_PKCS7_VerifySignedFile(
-    uint32_t flag, const uint8_t* pMessageData, uint32_t uMessageDataLen, const char* pszInFilePath);
+VELM_SOF_API uint32_t SOF_Ext_PKCS7_VerifySignedFile(uint32_t flag, const uint8_t* pMessageData,
+                                                     uint32_t uMessageDataLen, const char* pszInFilePath);
 
 /** @} */
 
@@ -1104,9 +1084,8 @@ VELM_SOF_API uint32_t SOF_Ext_PKCS7_VerifySignedFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_SignDataXML(
-    const char* pszContainerName, const uint8_t* pInData, uint32_t uInDataLen, uint8_t* pOutData,
-    uint32_t* pOutDataLen);
+VELM_SOF_API uint32_t SOF_SignDataXML(const char* pszContainerName, const uint8_t* pInData,
+                                      uint32_t uInDataLen, uint8_t* pOutData, uint32_t* pOutDataLen);
 
 /**
  * @brief Verifies signed XML.
@@ -1120,8 +1099,7 @@ VELM_SOF_API uint32_t SOF_SignDataXML(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_VerifySignedDataXML(
-    const uint8_t* pMessageData, uint32_t uMessageDataLen);
+VELM_SOF_API uint32_t SOF_VerifySignedDataXML(const uint8_t* pMessageData, uint32_t uMessageDataLen);
 
 /**
  * @brief Reads one item of signed XML.
@@ -1141,9 +1119,8 @@ VELM_SOF_API uint32_t SOF_VerifySignedDataXML(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_GetXMLSignatureInfo(
-    const uint8_t* pSignedData, uint32_t uSignedDataLen, uint32_t uInfoType, uint8_t* pInfo,
-    uint32_t* pInfoLen);
+VELM_SOF_API uint32_t SOF_GetXMLSignatureInfo(const uint8_t* pSignedData, uint32_t uSignedDataLen,
+                                              uint32_t uInfoType, uint8_t* pInfo, uint32_t* pInfoLen);
 
 /** @} */
 
@@ -1165,8 +1142,7 @@ VELM_SOF_API uint32_t SOF_GetXMLSignatureInfo(
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
-VELM_SOF_API uint32_t SOF_SetEncryptMethod(
-    int32_t lEncMethod);
+VELM_SOF_API uint32_t SOF_SetEncryptMethod(int32_t lEncMethod);
 
 /**
  * @brief Returns the process's encrypt method.
@@ -1178,8 +1154,7 @@ VELM_SOF_API uint32_t SOF_SetEncryptMethod(
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
-VELM_SOF_API uint32_t SOF_GetEncryptMethod(
-    void);
+VELM_SOF_API uint32_t SOF_GetEncryptMethod(void);
 
 /**
  * @brief Encrypts data into a digital envelope for the holder of a certificate.
@@ -1201,9 +1176,9 @@ VELM_SOF_API uint32_t SOF_GetEncryptMethod(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_EncryptData(
-    const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, const uint8_t* pPlainData, uint32_t uPlainDataLen,
-    uint8_t* pEncryptedData, uint32_t* pEncryptedDataLen);
+VELM_SOF_API uint32_t SOF_EncryptData(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen,
+                                      const uint8_t* pPlainData, uint32_t uPlainDataLen,
+                                      uint8_t* pEncryptedData, uint32_t* pEncryptedDataLen);
 
 /**
  * @brief Decrypts a digital envelope with the key of a container.
@@ -1224,9 +1199,9 @@ VELM_SOF_API uint32_t SOF_EncryptData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_DecryptData(
-    const char* pszContainerName, const uint8_t* pEncryptedData, uint32_t uEncryptedDataLen,
-    uint8_t* pPlainData, uint32_t* pPlainDataLen);
+VELM_SOF_API uint32_t SOF_DecryptData(const char* pszContainerName, const uint8_t* pEncryptedData,
+                                      uint32_t uEncryptedDataLen, uint8_t* pPlainData,
+                                      uint32_t* pPlainDataLen);
 
 /**
  * @brief Encrypts data with a public key, without a digital envelope.
@@ -1247,9 +1222,9 @@ VELM_SOF_API uint32_t SOF_DecryptData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_AsymmEncryptData(
-    const uint8_t* pKeyData, uint32_t uKeyDataLen, const uint8_t* pInData, uint32_t uInDataLen,
-    uint8_t* pOutData, uint32_t* pOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_AsymmEncryptData(const uint8_t* pKeyData, uint32_t uKeyDataLen,
+                                               const uint8_t* pInData, uint32_t uInDataLen, uint8_t* pOutData,
+                                               uint32_t* pOutDataLen);
 
 /**
  * @brief Decrypts data with a private key of a container.
@@ -1270,9 +1245,9 @@ VELM_SOF_API uint32_t SOF_Ext_AsymmEncryptData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_AsymmDecryptData(
-    const char* pszContainerName, uint32_t uKeySpec, const uint8_t* pInData, uint32_t uInDataLen,
-    uint8_t* pOutData, uint32_t* pOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_AsymmDecryptData(const char* pszContainerName, uint32_t uKeySpec,
+                                               const uint8_t* pInData, uint32_t uInDataLen, uint8_t* pOutData,
+                                               uint32_t* pOutDataLen);
 
 /**
  * @brief Fetches a public key of a container.
@@ -1291,8 +1266,8 @@ VELM_SOF_API uint32_t SOF_Ext_AsymmDecryptData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(
-    const char* pszContainerName, uint32_t uKeySpec, uint8_t* pPublicKey, uint32_t* pPublicKeyLen);
+VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(const char* pszContainerName, uint32_t uKeySpec,
+                                              uint8_t* pPublicKey, uint32_t* pPublicKeyLen);
 
 /** @} */
 
@@ -1334,9 +1309,8 @@ VELM_SOF_API uint32_t SOF_Ext_ExportPublicKey(
  * May be called from any thread. The function reads the envelope type and the encrypt method, and sets the
  * encrypt method for an SM2 certificate. Both are shared by the process and are not locked.
  */
-VELM_SOF_API uint32_t SOF_EncryptFile(
-    const uint8_t* pEncryptCert, uint32_t uEncryptCertLen, const char* pszInFilePath,
-    const char* pszOutFilePath);
+VELM_SOF_API uint32_t SOF_EncryptFile(const uint8_t* pEncryptCert, uint32_t uEncryptCertLen,
+                                      const char* pszInFilePath, const char* pszOutFilePath);
 
 /**
  * @brief Decrypts the digital envelope of a file with the key of a container.
@@ -1361,8 +1335,8 @@ VELM_SOF_API uint32_t SOF_EncryptFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_DecryptFile(
-    const char* pszContainerName, const char* pszInFilePath, const char* pszOutFilePath);
+VELM_SOF_API uint32_t SOF_DecryptFile(const char* pszContainerName, const char* pszInFilePath,
+                                      const char* pszOutFilePath);
 
 /**
  * @brief Stores the process's envelope type.
@@ -1373,8 +1347,7 @@ VELM_SOF_API uint32_t SOF_DecryptFile(
  * @par Thread safety
  * May be called from any thread. The value is shared by the process and is not locked.
  */
-VELM_SOF_API uint32_t SOF_Ext_SetEnvelopType(
-    uint32_t lEnvType);
+VELM_SOF_API uint32_t SOF_Ext_SetEnvelopType(uint32_t lEnvType);
 
 /** @} */
 
@@ -1406,10 +1379,10 @@ VELM_SOF_API uint32_t SOF_Ext_SetEnvelopType(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_SymmEncrypt(
-    uint32_t uSymmAlg, uint32_t uPaddingMode, const uint8_t* pIV, const uint8_t* pbSymmKey,
-    uint32_t uSymmKeyLen, const uint8_t* pbInData, uint32_t uInDataLen, uint8_t* pbOutData,
-    uint32_t* puOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_SymmEncrypt(uint32_t uSymmAlg, uint32_t uPaddingMode, const uint8_t* pIV,
+                                          const uint8_t* pbSymmKey, uint32_t uSymmKeyLen,
+                                          const uint8_t* pbInData, uint32_t uInDataLen, uint8_t* pbOutData,
+                                          uint32_t* puOutDataLen);
 
 /**
  * @brief Decrypts data with a symmetric key.
@@ -1431,10 +1404,10 @@ VELM_SOF_API uint32_t SOF_Ext_SymmEncrypt(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_SymmDecrypt(
-    uint32_t uSymmAlg, uint32_t uPaddingMode, const uint8_t* pIV, const uint8_t* pbSymmKey,
-    uint32_t uSymmKeyLen, const uint8_t* pbInData, uint32_t uInDataLen, uint8_t* pbOutData,
-    uint32_t* puOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_SymmDecrypt(uint32_t uSymmAlg, uint32_t uPaddingMode, const uint8_t* pIV,
+                                          const uint8_t* pbSymmKey, uint32_t uSymmKeyLen,
+                                          const uint8_t* pbInData, uint32_t uInDataLen, uint8_t* pbOutData,
+                                          uint32_t* puOutDataLen);
 
 /**
  * @brief Encrypts a file with a symmetric key.
@@ -1453,9 +1426,9 @@ VELM_SOF_API uint32_t SOF_Ext_SymmDecrypt(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_SymmEncryptFile(
-    uint32_t ulSymmAlg, const uint8_t* pbIV, uint32_t ulIVLen, const uint8_t* pbSymmKey,
-    uint32_t ulSymmKeyLen, const char* pszInFilePath, const char* pszOutFilePath);
+VELM_SOF_API uint32_t SOF_Ext_SymmEncryptFile(uint32_t ulSymmAlg, const uint8_t* pbIV, uint32_t ulIVLen,
+                                              const uint8_t* pbSymmKey, uint32_t ulSymmKeyLen,
+                                              const char* pszInFilePath, const char* pszOutFilePath);
 
 /**
  * @brief Decrypts a file with a symmetric key.
@@ -1474,9 +1447,9 @@ VELM_SOF_API uint32_t SOF_Ext_SymmEncryptFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_SymmDecryptFile(
-    uint32_t ulSymmAlg, const uint8_t* pbIV, uint32_t ulIVLen, const uint8_t* pbSymmKey,
-    uint32_t ulSymmKeyLen, const char* pszInFilePath, const char* pszOutFilePath);
+VELM_SOF_API uint32_t SOF_Ext_SymmDecryptFile(uint32_t ulSymmAlg, const uint8_t* pbIV, uint32_t ulIVLen,
+                                              const uint8_t* pbSymmKey, uint32_t ulSymmKeyLen,
+                                              const char* pszInFilePath, const char* pszOutFilePath);
 
 /** @} */
 
@@ -1497,8 +1470,7 @@ VELM_SOF_API uint32_t SOF_Ext_SymmDecryptFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_TspGetTime(
-    uint8_t* pucTime, uint32_t* pulTimeLen);
+VELM_SOF_API uint32_t SOF_Ext_TspGetTime(uint8_t* pucTime, uint32_t* pulTimeLen);
 
 /**
  * @brief Fetches a time-stamp token for data.
@@ -1513,9 +1485,9 @@ VELM_SOF_API uint32_t SOF_Ext_TspGetTime(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_TspGetStamp(
-    const char* pszContainerName, const uint8_t* pucInData, uint32_t ulInDataLen, uint8_t* pucStampResp,
-    uint32_t* pulStampRespLen);
+VELM_SOF_API uint32_t SOF_Ext_TspGetStamp(const char* pszContainerName, const uint8_t* pucInData,
+                                          uint32_t ulInDataLen, uint8_t* pucStampResp,
+                                          uint32_t* pulStampRespLen);
 
 /**
  * @brief Verifies a time-stamp token for data.
@@ -1533,9 +1505,10 @@ VELM_SOF_API uint32_t SOF_Ext_TspGetStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_TspVerifyStamp(
-    const uint8_t* pucInData, uint32_t ulInDataLen, const uint8_t* pucStamp, uint32_t ulStampLen,
-    const uint8_t* pucTsaCert, uint32_t ulTsaCertLen, uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
+VELM_SOF_API uint32_t SOF_Ext_TspVerifyStamp(const uint8_t* pucInData, uint32_t ulInDataLen,
+                                             const uint8_t* pucStamp, uint32_t ulStampLen,
+                                             const uint8_t* pucTsaCert, uint32_t ulTsaCertLen,
+                                             uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
 
 /**
  * @brief Fetches a time-stamp token for a file.
@@ -1550,9 +1523,9 @@ VELM_SOF_API uint32_t SOF_Ext_TspVerifyStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_TspGetFileStamp(
-    const char* pszContainerName, const uint8_t* pucInFile, uint32_t ulInFileLen, uint8_t* pucStampResp,
-    uint32_t* pulStampRespLen);
+VELM_SOF_API uint32_t SOF_Ext_TspGetFileStamp(const char* pszContainerName, const uint8_t* pucInFile,
+                                              uint32_t ulInFileLen, uint8_t* pucStampResp,
+                                              uint32_t* pulStampRespLen);
 
 /**
  * @brief Verifies a time-stamp token for a file.
@@ -1570,9 +1543,10 @@ VELM_SOF_API uint32_t SOF_Ext_TspGetFileStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_TspVerifyFileStamp(
-    const uint8_t* pucInFile, uint32_t ulInFileLen, const uint8_t* pucStamp, uint32_t ulStampLen,
-    const uint8_t* pucTsaCert, uint32_t ulTsaCertLen, uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
+VELM_SOF_API uint32_t SOF_Ext_TspVerifyFileStamp(const uint8_t* pucInFile, uint32_t ulInFileLen,
+                                                 const uint8_t* pucStamp, uint32_t ulStampLen,
+                                                 const uint8_t* pucTsaCert, uint32_t ulTsaCertLen,
+                                                 uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
 
 /**
  * @brief Reads the time of the TSA, with the application handle of the signature provider.
@@ -1589,8 +1563,7 @@ VELM_SOF_API uint32_t SOF_Ext_TspVerifyFileStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_GetTime(
-    uint8_t* pucTime, uint32_t* pulTimeLen);
+VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_GetTime(uint8_t* pucTime, uint32_t* pulTimeLen);
 
 /**
  * @brief Fetches a time-stamp token for data, with the application handle of the signature provider.
@@ -1611,9 +1584,9 @@ VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_GetTime(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_SealTimeStamp(
-    uint32_t ulSelector, const uint8_t* pucInData, uint32_t ulInDataLen, uint8_t* pucStampResp,
-    uint32_t* pulStampRespLen);
+VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_SealTimeStamp(uint32_t ulSelector, const uint8_t* pucInData,
+                                                   uint32_t ulInDataLen, uint8_t* pucStampResp,
+                                                   uint32_t* pulStampRespLen);
 
 /**
  * @brief Verifies a time-stamp token for data, with the application handle of the signature provider.
@@ -1636,9 +1609,10 @@ VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_SealTimeStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_VerifyTimeStamp(
-    const uint8_t* pucInData, uint32_t ulInDataLen, const uint8_t* pucStamp, uint32_t ulStampLen,
-    const uint8_t* pucTsaCert, uint32_t ulTsaCertLen, uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
+VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_VerifyTimeStamp(const uint8_t* pucInData, uint32_t ulInDataLen,
+                                                     const uint8_t* pucStamp, uint32_t ulStampLen,
+                                                     const uint8_t* pucTsaCert, uint32_t ulTsaCertLen,
+                                                     uint8_t* pucTimeInfo, uint32_t* pulTimeInfoLen);
 
 /** @} */
 
@@ -1667,9 +1641,9 @@ VELM_SOF_API uint32_t SOF_Ext_GM_Tsp_VerifyTimeStamp(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ReadUsrDataFile(
-    const char* pszContainerName, uint32_t ulFileType, uint32_t ulFileIndex, uint32_t ulOffset,
-    uint32_t ulReadLen, uint8_t* pReadData);
+VELM_SOF_API uint32_t SOF_Ext_ReadUsrDataFile(const char* pszContainerName, uint32_t ulFileType,
+                                              uint32_t ulFileIndex, uint32_t ulOffset, uint32_t ulReadLen,
+                                              uint8_t* pReadData);
 
 /**
  * @brief Writes to a user data file.
@@ -1692,9 +1666,10 @@ VELM_SOF_API uint32_t SOF_Ext_ReadUsrDataFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_WriteUsrDataFile(
-    const char* pszContainerName, const uint8_t* pPin, uint32_t uPinLen, uint32_t ulFileType,
-    uint32_t ulFileIndex, uint32_t ulOffset, uint32_t ulWriteLen, const uint8_t* pWriteData);
+VELM_SOF_API uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* pPin,
+                                               uint32_t uPinLen, uint32_t ulFileType, uint32_t ulFileIndex,
+                                               uint32_t ulOffset, uint32_t ulWriteLen,
+                                               const uint8_t* pWriteData);
 
 /** @} */
 
@@ -1716,8 +1691,8 @@ VELM_SOF_API uint32_t SOF_Ext_WriteUsrDataFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_EnumFile(
-    const char* pszContainerName, char* pszFileNameList, uint32_t* pulFileNameListLen);
+VELM_SOF_API uint32_t SOF_Ext_EnumFile(const char* pszContainerName, char* pszFileNameList,
+                                       uint32_t* pulFileNameListLen);
 
 /**
  * @brief Creates a file on the device.
@@ -1732,9 +1707,8 @@ VELM_SOF_API uint32_t SOF_Ext_EnumFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_CreateFile(
-    const char* pszContainerName, const char* pszFileName, uint32_t fileLen, uint32_t readRights,
-    uint32_t writeRights);
+VELM_SOF_API uint32_t SOF_Ext_CreateFile(const char* pszContainerName, const char* pszFileName,
+                                         uint32_t fileLen, uint32_t readRights, uint32_t writeRights);
 
 /**
  * @brief Deletes a file on the device.
@@ -1746,8 +1720,7 @@ VELM_SOF_API uint32_t SOF_Ext_CreateFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_DeleteFile(
-    const char* pszContainerName, const char* pszFileName);
+VELM_SOF_API uint32_t SOF_Ext_DeleteFile(const char* pszContainerName, const char* pszFileName);
 
 /**
  * @brief Reads from a file on the device.
@@ -1764,9 +1737,8 @@ VELM_SOF_API uint32_t SOF_Ext_DeleteFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ReadFile(
-    const char* pszContainerName, const char* pszFileName, uint32_t offset, uint32_t readLen,
-    uint8_t* pFileData, uint32_t* pulReadLen);
+VELM_SOF_API uint32_t SOF_Ext_ReadFile(const char* pszContainerName, const char* pszFileName, uint32_t offset,
+                                       uint32_t readLen, uint8_t* pFileData, uint32_t* pulReadLen);
 
 /**
  * @brief Writes to a file on the device.
@@ -1781,9 +1753,8 @@ VELM_SOF_API uint32_t SOF_Ext_ReadFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_WriteFile(
-    const char* pszContainerName, const char* pszFileName, uint32_t offset, const uint8_t* pFileData,
-    uint32_t fileDataLen);
+VELM_SOF_API uint32_t SOF_Ext_WriteFile(const char* pszContainerName, const char* pszFileName,
+                                        uint32_t offset, const uint8_t* pFileData, uint32_t fileDataLen);
 
 /**
  * @brief Reads the attributes of a file on the device.
@@ -1800,9 +1771,9 @@ VELM_SOF_API uint32_t SOF_Ext_WriteFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetFileAttribute(
-    const char* pszContainerName, const char* pszFileName, uint32_t* pFileSize, uint32_t* pReadRights,
-    uint32_t* pWriteRights);
+VELM_SOF_API uint32_t SOF_Ext_GetFileAttribute(const char* pszContainerName, const char* pszFileName,
+                                               uint32_t* pFileSize, uint32_t* pReadRights,
+                                               uint32_t* pWriteRights);
 
 /**
  * @brief Sends a control command to the device.
@@ -1815,8 +1786,8 @@ VELM_SOF_API uint32_t SOF_Ext_GetFileAttribute(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Control(
-    const char* pszContainerName, const char* szControlName, const char* szControlCommand);
+VELM_SOF_API uint32_t SOF_Ext_Control(const char* pszContainerName, const char* szControlName,
+                                      const char* szControlCommand);
 
 /**
  * @brief Lists the devices.
@@ -1828,8 +1799,7 @@ VELM_SOF_API uint32_t SOF_Ext_Control(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_EnumDevice(
-    uint8_t* pDeviceInfo, uint32_t* puiDeviceInfoLen);
+VELM_SOF_API uint32_t SOF_Ext_EnumDevice(uint8_t* pDeviceInfo, uint32_t* puiDeviceInfoLen);
 
 /**
  * @brief Reads a label from the device.
@@ -1845,9 +1815,8 @@ VELM_SOF_API uint32_t SOF_Ext_EnumDevice(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ReadLabel(
-    const char* pszContainerName, const char* pucName, uint32_t ulNameLen, uint32_t ulType,
-    uint8_t* pucOutData, uint32_t* pulOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_ReadLabel(const char* pszContainerName, const char* pucName, uint32_t ulNameLen,
+                                        uint32_t ulType, uint8_t* pucOutData, uint32_t* pulOutDataLen);
 
 /**
  * @brief Returns the product version of the signature provider.
@@ -1864,8 +1833,8 @@ VELM_SOF_API uint32_t SOF_Ext_ReadLabel(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetProductVersion(
-    void* pFirst, char* pszVersion, uint32_t uBufferSize, void* pFourth);
+VELM_SOF_API uint32_t SOF_Ext_GetProductVersion(void* pFirst, char* pszVersion, uint32_t uBufferSize,
+                                                void* pFourth);
 
 /** @} */
 
@@ -1891,8 +1860,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetProductVersion(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_EnumSeal(
-    const char* pszContainerName, uint32_t* puSealCount);
+VELM_SOF_API uint32_t SOF_Ext_EnumSeal(const char* pszContainerName, uint32_t* puSealCount);
 
 /**
  * @brief Reads one item of a seal.
@@ -1914,9 +1882,8 @@ VELM_SOF_API uint32_t SOF_Ext_EnumSeal(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetSeaInfo(
-    const char* pszContainerName, uint32_t uSealIndex, uint32_t uInfoType, uint8_t* pInfo,
-    uint32_t* pInfoLen);
+VELM_SOF_API uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex,
+                                         uint32_t uInfoType, uint8_t* pInfo, uint32_t* pInfoLen);
 
 /**
  * @brief Parses a seal; not supported.
@@ -1926,8 +1893,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetSeaInfo(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_GetSealInfoEPoint(
-    void);
+VELM_SOF_API uint32_t SOF_Ext_GetSealInfoEPoint(void);
 
 /**
  * @brief Parses a seal; not supported.
@@ -1937,8 +1903,7 @@ VELM_SOF_API uint32_t SOF_Ext_GetSealInfoEPoint(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_ParseSealInfo(
-    void);
+VELM_SOF_API uint32_t SOF_Ext_ParseSealInfo(void);
 
 /** @} */
 
@@ -1970,10 +1935,10 @@ VELM_SOF_API uint32_t SOF_Ext_ParseSealInfo(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_HashData(
-    uint32_t uiAlgorithmType, const uint8_t* pucInData, uint32_t ulInDataLen, const uint8_t* pucPublicKey,
-    uint32_t ulPublicKeyLen, const uint8_t* pucID, uint32_t ulIDLen, uint8_t* pucOutData,
-    uint32_t* pulOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_HashData(uint32_t uiAlgorithmType, const uint8_t* pucInData,
+                                       uint32_t ulInDataLen, const uint8_t* pucPublicKey,
+                                       uint32_t ulPublicKeyLen, const uint8_t* pucID, uint32_t ulIDLen,
+                                       uint8_t* pucOutData, uint32_t* pulOutDataLen);
 
 /**
  * @brief Hashes a file.
@@ -1994,9 +1959,9 @@ VELM_SOF_API uint32_t SOF_Ext_HashData(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_HashFile(
-    const void* pFirst, const void* pSecond, const void* pThird, const void* pFourth, uint32_t ulFifth,
-    const char* pszInFilePath, uint8_t* pucOutData, uint32_t* pulOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_HashFile(const void* pFirst, const void* pSecond, const void* pThird,
+                                       const void* pFourth, uint32_t ulFifth, const char* pszInFilePath,
+                                       uint8_t* pucOutData, uint32_t* pulOutDataLen);
 
 /**
  * @brief Encodes bytes in base64.
@@ -2014,8 +1979,8 @@ VELM_SOF_API uint32_t SOF_Ext_HashFile(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Base64Encode(
-    const uint8_t* pOrignalData, uint32_t uOrignalDataLen, uint8_t* pEncodeData, uint32_t* pEncodeDataLen);
+VELM_SOF_API uint32_t SOF_Base64Encode(const uint8_t* pOrignalData, uint32_t uOrignalDataLen,
+                                       uint8_t* pEncodeData, uint32_t* pEncodeDataLen);
 
 /**
  * @brief Decodes base64 text.
@@ -2032,8 +1997,8 @@ VELM_SOF_API uint32_t SOF_Base64Encode(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Base64Decode(
-    const uint8_t* pEncodeData, uint32_t uEncodeDataLen, uint8_t* pDecodeData, uint32_t* pDecodeDataLen);
+VELM_SOF_API uint32_t SOF_Base64Decode(const uint8_t* pEncodeData, uint32_t uEncodeDataLen,
+                                       uint8_t* pDecodeData, uint32_t* pDecodeDataLen);
 
 /**
  * @brief Encodes bytes in base64 with the signature provider.
@@ -2051,8 +2016,8 @@ VELM_SOF_API uint32_t SOF_Base64Decode(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Base64Encode(
-    const uint8_t* pucInData, uint32_t ulInDataLen, uint8_t* pucOutData, uint32_t* pulOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_Base64Encode(const uint8_t* pucInData, uint32_t ulInDataLen,
+                                           uint8_t* pucOutData, uint32_t* pulOutDataLen);
 
 /**
  * @brief Decodes base64 text with the signature provider.
@@ -2069,8 +2034,8 @@ VELM_SOF_API uint32_t SOF_Ext_Base64Encode(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Base64Decode(
-    const uint8_t* pucInData, uint32_t ulInDataLen, uint8_t* pucOutData, uint32_t* pulOutDataLen);
+VELM_SOF_API uint32_t SOF_Ext_Base64Decode(const uint8_t* pucInData, uint32_t ulInDataLen,
+                                           uint8_t* pucOutData, uint32_t* pulOutDataLen);
 
 /** @} */
 
@@ -2096,8 +2061,7 @@ VELM_SOF_API uint32_t SOF_Ext_Base64Decode(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Config(
-    uint32_t uiSetType, const uint8_t* pSetVal, uint32_t uiValLen);
+VELM_SOF_API uint32_t SOF_Config(uint32_t uiSetType, const uint8_t* pSetVal, uint32_t uiValLen);
 
 /**
  * @brief Reads a setting of the local service; not supported.
@@ -2107,8 +2071,7 @@ VELM_SOF_API uint32_t SOF_Config(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API uint32_t SOF_Ext_Get_Config(
-    uint32_t uiSetType);
+VELM_SOF_API uint32_t SOF_Ext_Get_Config(uint32_t uiSetType);
 
 /** @} */
 
@@ -2128,8 +2091,7 @@ VELM_SOF_API uint32_t SOF_Ext_Get_Config(
  * @par Thread safety
  * May be called from any thread, concurrently.
  */
-VELM_SOF_API void SOF_Ext_GetErrInfo(
-    uint32_t code, char* pszErrInfo);
+VELM_SOF_API void SOF_Ext_GetErrInfo(uint32_t code, char* pszErrInfo);
 
 /** @} */
 #ifdef __cplusplus

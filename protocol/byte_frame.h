@@ -23,7 +23,7 @@ using FrameView = std::span<const uint8_t>;
 
 constexpr uint8_t kFrameMark = 0x77;
 constexpr size_t kFrameNumberSize = 4;
-constexpr size_t kRequestHeadSize = 2;                     // mark and function number
+constexpr size_t kRequestHeadSize = 2;                    // mark and function number
 constexpr size_t kAnswerHeadSize = 2 * kFrameNumberSize;  // code and data length
 
 // Throws std::bad_alloc if the length does not fit in 32 bits.

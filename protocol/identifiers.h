@@ -38,22 +38,31 @@ enum class CipherMode : uint32_t { unknown = 0, ecb = 1, cbc = 2, cfb = 3, ofb =
 // Bits above the cipher are ignored.
 constexpr Cipher cipher_of(uint32_t algorithm) {
   switch (algorithm & 0xFFF00) {
-    case kSm4: return Cipher::sm4;
-    case kTripleDes: return Cipher::triple_des;
+    case kSm4:
+      return Cipher::sm4;
+    case kTripleDes:
+      return Cipher::triple_des;
     case kAes128:
     case kAes192:
-    case kAes256: return Cipher::aes;
-    default: return Cipher::unknown;
+    case kAes256:
+      return Cipher::aes;
+    default:
+      return Cipher::unknown;
   }
 }
 
 constexpr CipherMode mode_of(uint32_t algorithm) {
   switch (algorithm & 0xFF) {
-    case kEcb: return CipherMode::ecb;
-    case kCbc: return CipherMode::cbc;
-    case kCfb: return CipherMode::cfb;
-    case kOfb: return CipherMode::ofb;
-    default: return CipherMode::unknown;
+    case kEcb:
+      return CipherMode::ecb;
+    case kCbc:
+      return CipherMode::cbc;
+    case kCfb:
+      return CipherMode::cfb;
+    case kOfb:
+      return CipherMode::ofb;
+    default:
+      return CipherMode::unknown;
   }
 }
 

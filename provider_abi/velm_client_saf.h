@@ -22,16 +22,14 @@ extern "C" {
  * @param[in] config_path Configuration file.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Initialize(
-    void** application, const char* config_path);
+VELM_MODULE_API uint32_t SAF_Initialize(void** application, const char* config_path);
 
 /**
  * @brief Closes an application handle.
  * @param[in] application Application handle.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Finalize(
-    void* application);
+VELM_MODULE_API uint32_t SAF_Finalize(void* application);
 
 /**
  * @brief Encodes bytes in base64.
@@ -41,8 +39,8 @@ VELM_MODULE_API uint32_t SAF_Finalize(
  * @param[in,out] output_length In: size of output. Out: length of the text.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Base64_Encode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API uint32_t SAF_Base64_Encode(const uint8_t* input, uint32_t input_length, uint8_t* output,
+                                           uint32_t* output_length);
 
 /**
  * @brief Decodes base64 text.
@@ -52,8 +50,8 @@ VELM_MODULE_API uint32_t SAF_Base64_Encode(
  * @param[in,out] output_length In: size of output. Out: number of bytes.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Base64_Decode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API uint32_t SAF_Base64_Decode(const uint8_t* input, uint32_t input_length, uint8_t* output,
+                                           uint32_t* output_length);
 
 /**
  * @brief Hashes data. SM3 with a public key and a user ID includes the preprocessing of GM/T 0009.
@@ -68,9 +66,9 @@ VELM_MODULE_API uint32_t SAF_Base64_Decode(
  * @param[in,out] hash_length In: size of hash. Out: length of the hash value.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Hash(
-    uint32_t algorithm, const uint8_t* data, uint32_t data_length, const uint8_t* public_key,
-    uint32_t public_key_length, const uint8_t* id, uint32_t id_length, uint8_t* hash, uint32_t* hash_length);
+VELM_MODULE_API uint32_t SAF_Hash(uint32_t algorithm, const uint8_t* data, uint32_t data_length,
+                                  const uint8_t* public_key, uint32_t public_key_length, const uint8_t* id,
+                                  uint32_t id_length, uint8_t* hash, uint32_t* hash_length);
 
 /**
  * @brief Hashes a file. The library passes the first five arguments unchanged from the application.
@@ -84,9 +82,9 @@ VELM_MODULE_API uint32_t SAF_Hash(
  * @param[in,out] hash_length In: size of hash. Out: length of the hash value.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_HashFile(
-    const void* first, const void* second, const void* third, const void* fourth, uint32_t fifth,
-    const char* path, uint8_t* hash, uint32_t* hash_length);
+VELM_MODULE_API uint32_t SAF_Ext_HashFile(const void* first, const void* second, const void* third,
+                                          const void* fourth, uint32_t fifth, const char* path, uint8_t* hash,
+                                          uint32_t* hash_length);
 
 /**
  * @brief Reads one item of a certificate.
@@ -98,9 +96,9 @@ VELM_MODULE_API uint32_t SAF_Ext_HashFile(
  * @param[in,out] info_length In: size of info. Out: length of the item.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_GetCertificateInfo(
-    void* application, const uint8_t* certificate, uint32_t certificate_length, uint32_t info_type,
-    uint8_t* info, uint32_t* info_length);
+VELM_MODULE_API uint32_t SAF_GetCertificateInfo(void* application, const uint8_t* certificate,
+                                                uint32_t certificate_length, uint32_t info_type,
+                                                uint8_t* info, uint32_t* info_length);
 
 /**
  * @brief Verifies a signature over data.
@@ -113,9 +111,10 @@ VELM_MODULE_API uint32_t SAF_GetCertificateInfo(
  * @param[in] signature_length Length of signature.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_VerifySignByCert(
-    uint32_t digest, const uint8_t* certificate, uint32_t certificate_length, const uint8_t* data,
-    uint32_t data_length, const uint8_t* signature, uint32_t signature_length);
+VELM_MODULE_API uint32_t SAF_VerifySignByCert(uint32_t digest, const uint8_t* certificate,
+                                              uint32_t certificate_length, const uint8_t* data,
+                                              uint32_t data_length, const uint8_t* signature,
+                                              uint32_t signature_length);
 
 /**
  * @brief Verifies an elliptic-curve signature over a hash value.
@@ -128,9 +127,10 @@ VELM_MODULE_API uint32_t SAF_VerifySignByCert(
  * @param[in] signature_length Length of signature.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_EccVerifySignByCert(
-    uint32_t algorithm, const uint8_t* certificate, uint32_t certificate_length, const uint8_t* hash,
-    uint32_t hash_length, const uint8_t* signature, uint32_t signature_length);
+VELM_MODULE_API uint32_t SAF_EccVerifySignByCert(uint32_t algorithm, const uint8_t* certificate,
+                                                 uint32_t certificate_length, const uint8_t* hash,
+                                                 uint32_t hash_length, const uint8_t* signature,
+                                                 uint32_t signature_length);
 
 /**
  * @brief Verifies a signature over a hash value.
@@ -143,9 +143,10 @@ VELM_MODULE_API uint32_t SAF_EccVerifySignByCert(
  * @param[in] signature_length Length of signature.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_VerifySignHashByCert(
-    uint32_t digest, const uint8_t* certificate, uint32_t certificate_length, const uint8_t* hash,
-    uint32_t hash_length, const uint8_t* signature, uint32_t signature_length);
+VELM_MODULE_API uint32_t SAF_Ext_VerifySignHashByCert(uint32_t digest, const uint8_t* certificate,
+                                                      uint32_t certificate_length, const uint8_t* hash,
+                                                      uint32_t hash_length, const uint8_t* signature,
+                                                      uint32_t signature_length);
 
 /**
  * @brief Signs a file.
@@ -160,9 +161,9 @@ VELM_MODULE_API uint32_t SAF_Ext_VerifySignHashByCert(
  * @param[in,out] signature_length In: size of signature. Out: length of the signature.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_SignFile(
-    void* application, const char* container, uint32_t container_length, uint32_t digest, const uint8_t* id,
-    uint32_t id_length, const char* path, uint8_t* signature, uint32_t* signature_length);
+VELM_MODULE_API uint32_t SAF_Ext_SignFile(void* application, const char* container, uint32_t container_length,
+                                          uint32_t digest, const uint8_t* id, uint32_t id_length,
+                                          const char* path, uint8_t* signature, uint32_t* signature_length);
 
 /**
  * @brief Verifies the signature of a file.
@@ -176,9 +177,10 @@ VELM_MODULE_API uint32_t SAF_Ext_SignFile(
  * @param[in] signature_length Length of signature.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_VerifySignFileByCert(
-    uint32_t digest, const uint8_t* certificate, uint32_t certificate_length, const uint8_t* id,
-    uint32_t id_length, const char* path, const uint8_t* signature, uint32_t signature_length);
+VELM_MODULE_API uint32_t SAF_Ext_VerifySignFileByCert(uint32_t digest, const uint8_t* certificate,
+                                                      uint32_t certificate_length, const uint8_t* id,
+                                                      uint32_t id_length, const char* path,
+                                                      const uint8_t* signature, uint32_t signature_length);
 
 /**
  * @brief Creates a PKCS#7 signed message with attached content.
@@ -195,10 +197,12 @@ VELM_MODULE_API uint32_t SAF_Ext_VerifySignFileByCert(
  * @param[in,out] message_length In: size of message. Out: length of the message.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Pkcs7_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const uint8_t* data,
-    uint32_t data_length, uint8_t* message, uint32_t* message_length);
+VELM_MODULE_API uint32_t SAF_Pkcs7_EncodeSignedData(void* application, const char* container,
+                                                    uint32_t container_length, uint32_t key_usage,
+                                                    const uint8_t* certificate, uint32_t certificate_length,
+                                                    uint32_t digest, const uint8_t* data,
+                                                    uint32_t data_length, uint8_t* message,
+                                                    uint32_t* message_length);
 
 /**
  * @brief Decodes a PKCS#7 signed message. If a buffer is null, only its length is stored.
@@ -214,10 +218,11 @@ VELM_MODULE_API uint32_t SAF_Pkcs7_EncodeSignedData(
  * @param[in,out] signature_length In: size of signature. Out: its length.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Pkcs7_DecodeSignedData(
-    void* application, const uint8_t* message, uint32_t message_length, uint8_t* certificate,
-    uint32_t* certificate_length, uint32_t* digest, uint8_t* data, uint32_t* data_length, uint8_t* signature,
-    uint32_t* signature_length);
+VELM_MODULE_API uint32_t SAF_Pkcs7_DecodeSignedData(void* application, const uint8_t* message,
+                                                    uint32_t message_length, uint8_t* certificate,
+                                                    uint32_t* certificate_length, uint32_t* digest,
+                                                    uint8_t* data, uint32_t* data_length, uint8_t* signature,
+                                                    uint32_t* signature_length);
 
 /**
  * @brief Creates an SM2 signed message (GM/T 0010) with attached content.
@@ -234,10 +239,11 @@ VELM_MODULE_API uint32_t SAF_Pkcs7_DecodeSignedData(
  * @param[in,out] message_length In: size of message. Out: length of the message.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_SM2_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const uint8_t* data,
-    uint32_t data_length, uint8_t* message, uint32_t* message_length);
+VELM_MODULE_API uint32_t SAF_SM2_EncodeSignedData(void* application, const char* container,
+                                                  uint32_t container_length, uint32_t key_usage,
+                                                  const uint8_t* certificate, uint32_t certificate_length,
+                                                  uint32_t digest, const uint8_t* data, uint32_t data_length,
+                                                  uint8_t* message, uint32_t* message_length);
 
 /**
  * @brief Decodes an SM2 signed message (GM/T 0010). If a buffer is null, only its length is stored.
@@ -253,10 +259,11 @@ VELM_MODULE_API uint32_t SAF_SM2_EncodeSignedData(
  * @param[in,out] signature_length In: size of signature. Out: its length.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_SM2_DecodeSignedData(
-    void* application, const uint8_t* message, uint32_t message_length, uint8_t* certificate,
-    uint32_t* certificate_length, uint32_t* digest, uint8_t* data, uint32_t* data_length, uint8_t* signature,
-    uint32_t* signature_length);
+VELM_MODULE_API uint32_t SAF_SM2_DecodeSignedData(void* application, const uint8_t* message,
+                                                  uint32_t message_length, uint8_t* certificate,
+                                                  uint32_t* certificate_length, uint32_t* digest,
+                                                  uint8_t* data, uint32_t* data_length, uint8_t* signature,
+                                                  uint32_t* signature_length);
 
 /**
  * @brief Creates a PKCS#7 signed message over content or over a hash value.
@@ -275,11 +282,13 @@ VELM_MODULE_API uint32_t SAF_SM2_DecodeSignedData(
  * @param[in,out] message_length In: size of message. Out: length of the message.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void* reserved,
-    uint32_t data_kind, const uint8_t* data, uint32_t data_length, uint8_t* message,
-    uint32_t* message_length);
+VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_EncodeSignedData(void* application, const char* container,
+                                                        uint32_t container_length, uint32_t key_usage,
+                                                        const uint8_t* certificate,
+                                                        uint32_t certificate_length, uint32_t digest,
+                                                        const void* reserved, uint32_t data_kind,
+                                                        const uint8_t* data, uint32_t data_length,
+                                                        uint8_t* message, uint32_t* message_length);
 
 /**
  * @brief Creates an SM2 signed message (GM/T 0010) over content.
@@ -298,11 +307,13 @@ VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
  * @param[in,out] message_length In: size of message. Out: length of the message.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_SM2_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void* reserved,
-    uint32_t data_kind, const uint8_t* data, uint32_t data_length, uint8_t* message,
-    uint32_t* message_length);
+VELM_MODULE_API uint32_t SAF_Ext_SM2_EncodeSignedData(void* application, const char* container,
+                                                      uint32_t container_length, uint32_t key_usage,
+                                                      const uint8_t* certificate, uint32_t certificate_length,
+                                                      uint32_t digest, const void* reserved,
+                                                      uint32_t data_kind, const uint8_t* data,
+                                                      uint32_t data_length, uint8_t* message,
+                                                      uint32_t* message_length);
 
 /**
  * @brief Reads the signed attributes of a signed message.
@@ -317,9 +328,11 @@ VELM_MODULE_API uint32_t SAF_Ext_SM2_EncodeSignedData(
  * @param[in,out] hash_length In: size of hash. Out: bytes written.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_ReadContentData(
-    void* application, const uint8_t* message, uint32_t message_length, uint32_t* has_attributes,
-    uint32_t* digest, uint8_t* attributes, uint32_t* attributes_length, uint8_t* hash, uint32_t* hash_length);
+VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_ReadContentData(void* application, const uint8_t* message,
+                                                       uint32_t message_length, uint32_t* has_attributes,
+                                                       uint32_t* digest, uint8_t* attributes,
+                                                       uint32_t* attributes_length, uint8_t* hash,
+                                                       uint32_t* hash_length);
 
 /**
  * @brief Rewrites the object identifiers of an SM2 signed message.
@@ -330,8 +343,9 @@ VELM_MODULE_API uint32_t SAF_Ext_Pkcs7_ReadContentData(
  * @param[in,out] output_length In: size of output. Out: bytes written.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_ReplaceSM2Pkcs7SignedOID(
-    uint32_t mode, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API uint32_t SAF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input,
+                                                          uint32_t input_length, uint8_t* output,
+                                                          uint32_t* output_length);
 
 /**
  * @brief Verifies signed XML.
@@ -341,8 +355,8 @@ VELM_MODULE_API uint32_t SAF_Ext_ReplaceSM2Pkcs7SignedOID(
  * @param[in] xml_length Length of xml.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_XMLVerify(
-    void* application, uint32_t flags, const uint8_t* xml, uint32_t xml_length);
+VELM_MODULE_API uint32_t SAF_Ext_XMLVerify(void* application, uint32_t flags, const uint8_t* xml,
+                                           uint32_t xml_length);
 
 /**
  * @brief Splits signed XML into six items. If a buffer is null, only its length is stored. Other buffers must
@@ -365,11 +379,12 @@ VELM_MODULE_API uint32_t SAF_Ext_XMLVerify(
  * @param[out] item6_length Length of the signature algorithm.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_XMLParse(
-    void* application, uint32_t flags, const uint8_t* xml, uint32_t xml_length, uint8_t* item1,
-    uint32_t* item1_length, uint8_t* item2, uint32_t* item2_length, uint8_t* item3, uint32_t* item3_length,
-    uint8_t* item4, uint32_t* item4_length, uint8_t* item5, uint32_t* item5_length, uint8_t* item6,
-    uint32_t* item6_length);
+VELM_MODULE_API uint32_t SAF_Ext_XMLParse(void* application, uint32_t flags, const uint8_t* xml,
+                                          uint32_t xml_length, uint8_t* item1, uint32_t* item1_length,
+                                          uint8_t* item2, uint32_t* item2_length, uint8_t* item3,
+                                          uint32_t* item3_length, uint8_t* item4, uint32_t* item4_length,
+                                          uint8_t* item5, uint32_t* item5_length, uint8_t* item6,
+                                          uint32_t* item6_length);
 
 /**
  * @brief Encrypts a file into a digital envelope (CMS EnvelopedData).
@@ -384,10 +399,11 @@ VELM_MODULE_API uint32_t SAF_Ext_XMLParse(
  * @param[in] output_path_length Length of output_path.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_EncodeEnvelopedFile(
-    void* application, const char* input_path, uint32_t input_path_length, const uint8_t* certificate,
-    uint32_t certificate_length, uint32_t method, uint32_t flags, const char* output_path,
-    uint32_t output_path_length);
+VELM_MODULE_API uint32_t SAF_Ext_EncodeEnvelopedFile(void* application, const char* input_path,
+                                                     uint32_t input_path_length, const uint8_t* certificate,
+                                                     uint32_t certificate_length, uint32_t method,
+                                                     uint32_t flags, const char* output_path,
+                                                     uint32_t output_path_length);
 
 /**
  * @brief Decrypts the digital envelope of a file.
@@ -403,10 +419,11 @@ VELM_MODULE_API uint32_t SAF_Ext_EncodeEnvelopedFile(
  * @return 0 on success; 0x0200050A for a digital envelope that must be decrypted with
  *   SAF_Ext_CMS_DecodeEnvelopedData(); otherwise another result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_DecodeEnvelopedFile(
-    void* application, const char* container, uint32_t container_length, uint32_t first_flags,
-    uint32_t second_flags, const char* input_path, uint32_t input_path_length, const char* output_path,
-    uint32_t output_path_length);
+VELM_MODULE_API uint32_t SAF_Ext_DecodeEnvelopedFile(void* application, const char* container,
+                                                     uint32_t container_length, uint32_t first_flags,
+                                                     uint32_t second_flags, const char* input_path,
+                                                     uint32_t input_path_length, const char* output_path,
+                                                     uint32_t output_path_length);
 
 /**
  * @brief Decrypts a digital envelope (CMS EnvelopedData) in memory.
@@ -419,9 +436,10 @@ VELM_MODULE_API uint32_t SAF_Ext_DecodeEnvelopedFile(
  * @param[in,out] output_length In: size of output. Out: bytes written.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_CMS_DecodeEnvelopedData(
-    void* application, const char* container, uint32_t container_length, const uint8_t* input,
-    uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API uint32_t SAF_Ext_CMS_DecodeEnvelopedData(void* application, const char* container,
+                                                         uint32_t container_length, const uint8_t* input,
+                                                         uint32_t input_length, uint8_t* output,
+                                                         uint32_t* output_length);
 
 /**
  * @brief Encrypts a file with a symmetric key.
@@ -434,9 +452,9 @@ VELM_MODULE_API uint32_t SAF_Ext_CMS_DecodeEnvelopedData(
  * @param[in] output_path File to write.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_SymmEncryptFile(
-    uint32_t algorithm, const uint8_t* iv, uint32_t iv_length, const uint8_t* key, uint32_t key_length,
-    const char* input_path, const char* output_path);
+VELM_MODULE_API uint32_t SAF_Ext_SymmEncryptFile(uint32_t algorithm, const uint8_t* iv, uint32_t iv_length,
+                                                 const uint8_t* key, uint32_t key_length,
+                                                 const char* input_path, const char* output_path);
 
 /**
  * @brief Decrypts a file with a symmetric key.
@@ -449,9 +467,9 @@ VELM_MODULE_API uint32_t SAF_Ext_SymmEncryptFile(
  * @param[in] output_path File to write.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_SymmDecryptFile(
-    uint32_t algorithm, const uint8_t* iv, uint32_t iv_length, const uint8_t* key, uint32_t key_length,
-    const char* input_path, const char* output_path);
+VELM_MODULE_API uint32_t SAF_Ext_SymmDecryptFile(uint32_t algorithm, const uint8_t* iv, uint32_t iv_length,
+                                                 const uint8_t* key, uint32_t key_length,
+                                                 const char* input_path, const char* output_path);
 
 /**
  * @brief Reads the time of the time-stamp authority (TSA).
@@ -459,8 +477,7 @@ VELM_MODULE_API uint32_t SAF_Ext_SymmDecryptFile(
  * @param[in,out] time_length In: size of time. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_TspGetTime(
-    uint8_t* time, uint32_t* time_length);
+VELM_MODULE_API uint32_t SAF_Ext_TspGetTime(uint8_t* time, uint32_t* time_length);
 
 /**
  * @brief Fetches a time-stamp token (RFC 3161) for data.
@@ -473,9 +490,9 @@ VELM_MODULE_API uint32_t SAF_Ext_TspGetTime(
  * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_TspGetStamp(
-    void* application, const char* container, uint32_t container_length, const uint8_t* data,
-    uint32_t data_length, uint8_t* stamp, uint32_t* stamp_length);
+VELM_MODULE_API uint32_t SAF_Ext_TspGetStamp(void* application, const char* container,
+                                             uint32_t container_length, const uint8_t* data,
+                                             uint32_t data_length, uint8_t* stamp, uint32_t* stamp_length);
 
 /**
  * @brief Verifies a time-stamp token (RFC 3161) for data.
@@ -489,9 +506,10 @@ VELM_MODULE_API uint32_t SAF_Ext_TspGetStamp(
  * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_TspVerifyStamp(
-    const uint8_t* data, uint32_t data_length, const uint8_t* stamp, uint32_t stamp_length,
-    const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length);
+VELM_MODULE_API uint32_t SAF_Ext_TspVerifyStamp(const uint8_t* data, uint32_t data_length,
+                                                const uint8_t* stamp, uint32_t stamp_length,
+                                                const uint8_t* certificate, uint32_t certificate_length,
+                                                uint8_t* time_info, uint32_t* time_info_length);
 
 /**
  * @brief Fetches a time-stamp token (RFC 3161) for a file.
@@ -504,9 +522,10 @@ VELM_MODULE_API uint32_t SAF_Ext_TspVerifyStamp(
  * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_TspGetFileStamp(
-    void* application, const char* container, uint32_t container_length, const uint8_t* file,
-    uint32_t file_length, uint8_t* stamp, uint32_t* stamp_length);
+VELM_MODULE_API uint32_t SAF_Ext_TspGetFileStamp(void* application, const char* container,
+                                                 uint32_t container_length, const uint8_t* file,
+                                                 uint32_t file_length, uint8_t* stamp,
+                                                 uint32_t* stamp_length);
 
 /**
  * @brief Verifies a time-stamp token (RFC 3161) for a file.
@@ -520,9 +539,10 @@ VELM_MODULE_API uint32_t SAF_Ext_TspGetFileStamp(
  * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_TspVerifyFileStamp(
-    const uint8_t* file, uint32_t file_length, const uint8_t* stamp, uint32_t stamp_length,
-    const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length);
+VELM_MODULE_API uint32_t SAF_Ext_TspVerifyFileStamp(const uint8_t* file, uint32_t file_length,
+                                                    const uint8_t* stamp, uint32_t stamp_length,
+                                                    const uint8_t* certificate, uint32_t certificate_length,
+                                                    uint8_t* time_info, uint32_t* time_info_length);
 
 /**
  * @brief Reads the time of the time-stamp authority (TSA).
@@ -531,8 +551,7 @@ VELM_MODULE_API uint32_t SAF_Ext_TspVerifyFileStamp(
  * @param[in,out] time_length In: size of time. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_GetTime(
-    void* application, uint8_t* time, uint32_t* time_length);
+VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_GetTime(void* application, uint8_t* time, uint32_t* time_length);
 
 /**
  * @brief Fetches a time-stamp token (RFC 3161) for data.
@@ -544,9 +563,9 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_GetTime(
  * @param[in,out] stamp_length In: size of stamp. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
-    void* application, uint32_t selector, const uint8_t* data, uint32_t data_length, uint8_t* stamp,
-    uint32_t* stamp_length);
+VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(void* application, uint32_t selector,
+                                                      const uint8_t* data, uint32_t data_length,
+                                                      uint8_t* stamp, uint32_t* stamp_length);
 
 /**
  * @brief Verifies a time-stamp token (RFC 3161) for data.
@@ -561,9 +580,11 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
  * @param[in,out] time_info_length In: size of time_info. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(
-    void* application, const uint8_t* data, uint32_t data_length, const uint8_t* stamp, uint32_t stamp_length,
-    const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length);
+VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(void* application, const uint8_t* data,
+                                                        uint32_t data_length, const uint8_t* stamp,
+                                                        uint32_t stamp_length, const uint8_t* certificate,
+                                                        uint32_t certificate_length, uint8_t* time_info,
+                                                        uint32_t* time_info_length);
 
 /**
  * @brief Lists the files of a container's application.
@@ -573,8 +594,8 @@ VELM_MODULE_API uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(
  * @param[in,out] names_length In: size of names. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_EnumFile(
-    void* application, const char* container, char* names, uint32_t* names_length);
+VELM_MODULE_API uint32_t SAF_Ext_EnumFile(void* application, const char* container, char* names,
+                                          uint32_t* names_length);
 
 /**
  * @brief Creates a file on the device.
@@ -586,9 +607,8 @@ VELM_MODULE_API uint32_t SAF_Ext_EnumFile(
  * @param[in] write_rights Write rights; the device defines the values.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_CreateFile(
-    void* application, const char* container, const char* file_name, uint32_t size, uint32_t read_rights,
-    uint32_t write_rights);
+VELM_MODULE_API uint32_t SAF_Ext_CreateFile(void* application, const char* container, const char* file_name,
+                                            uint32_t size, uint32_t read_rights, uint32_t write_rights);
 
 /**
  * @brief Deletes a file on the device.
@@ -597,8 +617,7 @@ VELM_MODULE_API uint32_t SAF_Ext_CreateFile(
  * @param[in] file_name Name of the file.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_DeleteFile(
-    void* application, const char* container, const char* file_name);
+VELM_MODULE_API uint32_t SAF_Ext_DeleteFile(void* application, const char* container, const char* file_name);
 
 /**
  * @brief Reads from a file on the device.
@@ -611,9 +630,9 @@ VELM_MODULE_API uint32_t SAF_Ext_DeleteFile(
  * @param[in,out] data_length In: size of data. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_ReadFile(
-    void* application, const char* container, const char* file_name, uint32_t offset, uint32_t read_length,
-    uint8_t* data, uint32_t* data_length);
+VELM_MODULE_API uint32_t SAF_Ext_ReadFile(void* application, const char* container, const char* file_name,
+                                          uint32_t offset, uint32_t read_length, uint8_t* data,
+                                          uint32_t* data_length);
 
 /**
  * @brief Writes to a file on the device.
@@ -625,9 +644,8 @@ VELM_MODULE_API uint32_t SAF_Ext_ReadFile(
  * @param[in] data_length Length of data.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_WriteFile(
-    void* application, const char* container, const char* file_name, uint32_t offset, const uint8_t* data,
-    uint32_t data_length);
+VELM_MODULE_API uint32_t SAF_Ext_WriteFile(void* application, const char* container, const char* file_name,
+                                           uint32_t offset, const uint8_t* data, uint32_t data_length);
 
 /**
  * @brief Reads the attributes of a file on the device.
@@ -639,9 +657,9 @@ VELM_MODULE_API uint32_t SAF_Ext_WriteFile(
  * @param[out] write_rights Write rights; the device defines the values.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_GetFileAttribute(
-    void* application, const char* container, const char* file_name, uint32_t* size, uint32_t* read_rights,
-    uint32_t* write_rights);
+VELM_MODULE_API uint32_t SAF_Ext_GetFileAttribute(void* application, const char* container,
+                                                  const char* file_name, uint32_t* size,
+                                                  uint32_t* read_rights, uint32_t* write_rights);
 
 /**
  * @brief Sends a control command to the device.
@@ -654,9 +672,9 @@ VELM_MODULE_API uint32_t SAF_Ext_GetFileAttribute(
  * @param[in] command_length Length of command.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_Control(
-    void* application, const char* container, uint32_t container_length, const char* control,
-    uint32_t control_length, const char* command, uint32_t command_length);
+VELM_MODULE_API uint32_t SAF_Ext_Control(void* application, const char* container, uint32_t container_length,
+                                         const char* control, uint32_t control_length, const char* command,
+                                         uint32_t command_length);
 
 /**
  * @brief Lists the devices.
@@ -665,8 +683,7 @@ VELM_MODULE_API uint32_t SAF_Ext_Control(
  * @param[in,out] devices_length In: size of devices. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_EnumDevice(
-    void* application, uint8_t* devices, uint32_t* devices_length);
+VELM_MODULE_API uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devices_length);
 
 /**
  * @brief Reads a label from the device.
@@ -680,9 +697,10 @@ VELM_MODULE_API uint32_t SAF_Ext_EnumDevice(
  * @param[in,out] data_length In: size of data. Out: bytes written or required.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(
-    void* application, const char* container, uint32_t container_length, const char* label,
-    uint32_t label_length, uint32_t label_type, uint8_t* data, uint32_t* data_length);
+VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(void* application, const char* container,
+                                           uint32_t container_length, const char* label,
+                                           uint32_t label_length, uint32_t label_type, uint8_t* data,
+                                           uint32_t* data_length);
 
 /**
  * @brief Returns the product version. The library passes the first and the fourth argument unchanged from the
@@ -693,7 +711,7 @@ VELM_MODULE_API uint32_t SAF_Ext_ReadLabel(
  * @param[in,out] fourth Pointer-sized.
  * @return 0 on success, otherwise a result code.
  */
-VELM_MODULE_API uint32_t SAF_Ext_GetProductVersion(
-    void* first, char* version, uint32_t version_size, void* fourth);
+VELM_MODULE_API uint32_t SAF_Ext_GetProductVersion(void* first, char* version, uint32_t version_size,
+                                                   void* fourth);
 
 }  // extern "C"

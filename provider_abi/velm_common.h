@@ -18,7 +18,6 @@ extern "C" {
  * @param[out] pin 32 bytes; on success the PIN with its terminating zero, at most 31 bytes without it.
  * @return 0 if the user entered a PIN; any other value if the prompt was cancelled or failed.
  */
-VELM_MODULE_API int32_t vc_input_pin(
-    uint32_t kind, uint32_t parent_window, char* pin);
+VELM_MODULE_API int32_t vc_input_pin(uint32_t kind, uint32_t parent_window, char* pin);
 
 }  // extern "C"

@@ -12,8 +12,8 @@
 
 /** @brief The known part of a device record. The fields after the device type are not known. */
 struct DeviceRecord {
-  uint8_t unknown[192];  /**< Not known. */
-  uint32_t device_type;  /**< Device type; the module defines the values. */
+  uint8_t unknown[192]; /**< Not known. */
+  uint32_t device_type; /**< Device type; the module defines the values. */
 };
 static_assert(offsetof(DeviceRecord, device_type) == 192);
 
@@ -23,7 +23,6 @@ extern "C" {
  * @brief Returns the record of the device found last.
  * @return A DeviceRecord, owned by the module, which may change it at any time; null if no device was found.
  */
-VELM_MODULE_API const void* vde_get_last_device_config(
-    void);
+VELM_MODULE_API const void* vde_get_last_device_config(void);
 
 }  // extern "C"

@@ -14,11 +14,11 @@
 
 /** @brief Output of VELM_Openssl_ParseCertInfo(). Callers must zero it before the call. */
 struct CertificateRecord {
-  uint8_t unknown_before_type[36];      /**< Not known. */
-  uint32_t public_key_type;             /**< 1 RSA, 2 SM2. */
-  uint8_t unknown_before_length[1132];  /**< Not known. */
-  uint32_t public_key_length;           /**< Length of the DER public key: RSA-1024 140, RSA-2048 270. */
-  uint8_t unknown_after_length[4832];   /**< Not known. */
+  uint8_t unknown_before_type[36];     /**< Not known. */
+  uint32_t public_key_type;            /**< 1 RSA, 2 SM2. */
+  uint8_t unknown_before_length[1132]; /**< Not known. */
+  uint32_t public_key_length;          /**< Length of the DER public key: RSA-1024 140, RSA-2048 270. */
+  uint8_t unknown_after_length[4832];  /**< Not known. */
 };
 static_assert(offsetof(CertificateRecord, public_key_type) == 36);
 static_assert(offsetof(CertificateRecord, public_key_length) == 1172);
@@ -35,8 +35,8 @@ extern "C" {
  * @param[out] output_length Length of the text without the terminating zero.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_Base64Encode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API int32_t VELM_Openssl_Base64Encode(const uint8_t* input, uint32_t input_length,
+                                                  uint8_t* output, uint32_t* output_length);
 
 /**
  * @brief Decodes base64 text.
@@ -46,8 +46,8 @@ VELM_MODULE_API int32_t VELM_Openssl_Base64Encode(
  * @param[out] output_length Number of bytes.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_Base64Decode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API int32_t VELM_Openssl_Base64Decode(const uint8_t* input, uint32_t input_length,
+                                                  uint8_t* output, uint32_t* output_length);
 
 /**
  * @brief Parses a certificate.
@@ -58,8 +58,8 @@ VELM_MODULE_API int32_t VELM_Openssl_Base64Decode(
  * @param[out] record A CertificateRecord.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_ParseCertInfo(
-    const uint8_t* certificate, uint32_t length, uint32_t mode, uint32_t reserved, void* record);
+VELM_MODULE_API int32_t VELM_Openssl_ParseCertInfo(const uint8_t* certificate, uint32_t length, uint32_t mode,
+                                                   uint32_t reserved, void* record);
 
 /**
  * @brief Creates the context of one symmetric operation.
@@ -72,9 +72,9 @@ VELM_MODULE_API int32_t VELM_Openssl_ParseCertInfo(
  * @param[in] mode 1 ECB, 2 CBC, 3 CFB, 4 OFB.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_SymmAcquireContext(
-    void** context, uint32_t cipher, uint32_t direction, const uint8_t* key, uint32_t key_length,
-    const uint8_t* iv, uint32_t mode);
+VELM_MODULE_API int32_t VELM_Openssl_SymmAcquireContext(void** context, uint32_t cipher, uint32_t direction,
+                                                        const uint8_t* key, uint32_t key_length,
+                                                        const uint8_t* iv, uint32_t mode);
 
 /**
  * @brief Encrypts data with a context created for encryption.
@@ -85,8 +85,8 @@ VELM_MODULE_API int32_t VELM_Openssl_SymmAcquireContext(
  * @param[in,out] output_length In: 0. Out: bytes written.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_Encrypt(
-    void* context, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API int32_t VELM_Openssl_Encrypt(void* context, const uint8_t* input, uint32_t input_length,
+                                             uint8_t* output, uint32_t* output_length);
 
 /**
  * @brief Decrypts data with a context created for decryption.
@@ -97,15 +97,14 @@ VELM_MODULE_API int32_t VELM_Openssl_Encrypt(
  * @param[in,out] output_length In: 0. Out: bytes written.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_Decrypt(
-    void* context, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length);
+VELM_MODULE_API int32_t VELM_Openssl_Decrypt(void* context, const uint8_t* input, uint32_t input_length,
+                                             uint8_t* output, uint32_t* output_length);
 
 /**
  * @brief Releases a context.
  * @param[in] context The context; must not be used afterwards.
  * @return 0 on success.
  */
-VELM_MODULE_API int32_t VELM_Openssl_SymmReleaseCtx(
-    void* context);
+VELM_MODULE_API int32_t VELM_Openssl_SymmReleaseCtx(void* context);
 
 }  // extern "C"

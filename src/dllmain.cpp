@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "basekit/basic/log.h"
-#include "provider_abi/velm_client_saf.h"
 #include "mingw_tls/thread_storage.h"
+#include "provider_abi/velm_client_saf.h"
 #include "sof_impl.h"
 
 namespace velm {
@@ -54,6 +54,7 @@ extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, LPVOID process_en
       velm::detach();
       if (!process_ends) velm::close_thread_storage();
       return TRUE;
-    default: return TRUE;
+    default:
+      return TRUE;
   }
 }

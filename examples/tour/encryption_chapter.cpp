@@ -15,8 +15,8 @@ void encryption_chapter(Narrator& narrator) {
     narrator.detail(std::to_string(envelope.size()) + " bytes: " + hex(envelope));
     Bytes opened;
     narrator.call("Decrypt with its key", with_size_query(opened, [&](uint8_t* out, uint32_t* length) {
-      return SOF_DecryptData(name, envelope.data(), length_of(envelope), out, length);
-    }));
+                    return SOF_DecryptData(name, envelope.data(), length_of(envelope), out, length);
+                  }));
     narrator.check("the text is the same again", opened == secret);
   }
 }

@@ -65,8 +65,7 @@ void envelope_file(Narrator& narrator, const char* name, const std::string& path
   narrator.call("Put the file into an envelope for its holder",
                 SOF_EncryptFile(certificate.data(), length_of(certificate), path.c_str(), envelope.c_str()));
   narrator.detail(std::to_string(read_file(envelope).size()) + " bytes");
-  narrator.call("Open the envelope with its key",
-                SOF_DecryptFile(name, envelope.c_str(), opened.c_str()));
+  narrator.call("Open the envelope with its key", SOF_DecryptFile(name, envelope.c_str(), opened.c_str()));
   narrator.check("the file is the same again", read_file(opened) == read_file(path));
 }
 

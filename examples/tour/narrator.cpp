@@ -61,11 +61,11 @@ std::string from_gbk(const std::string& text) {
   if (text.empty()) return {};
   const UINT code_page = IsValidCodePage(kGb18030) ? kGb18030 : kGbk;
   std::wstring wide(text.size(), L'\0');
-  const int length = MultiByteToWideChar(
-      code_page, 0, text.data(), static_cast<int>(text.size()), wide.data(), static_cast<int>(wide.size()));
+  const int length = MultiByteToWideChar(code_page, 0, text.data(), static_cast<int>(text.size()),
+                                         wide.data(), static_cast<int>(wide.size()));
   std::string utf8(static_cast<size_t>(length) * 3, '\0');
-  const int bytes = WideCharToMultiByte(
-      CP_UTF8, 0, wide.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, utf8.data(),
+                                        static_cast<int>(utf8.size()), nullptr, nullptr);
   utf8.resize(static_cast<size_t>(bytes));
   return utf8;
 }

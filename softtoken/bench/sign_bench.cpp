@@ -19,8 +19,8 @@
 namespace {
 
 std::string sign_request(uint16_t port, const std::string& container) {
-  const std::string body = R"({"funcid":15,"ContainerName":")" + container +
-                           R"(","InData":"ZGF0YSB0byBzaWdu","base64":1})";
+  const std::string body =
+      R"({"funcid":15,"ContainerName":")" + container + R"(","InData":"ZGF0YSB0byBzaWdu","base64":1})";
   return "POST / HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(port) +
          "\r\nContent-Type: application/json;charset=UTF-8;\r\nContent-Length: " +
          std::to_string(body.size()) + "\r\n\r\n" + body;
@@ -97,8 +97,10 @@ int main(int argc, char** argv) {
     client = std::thread([&] {
       Client service(port, sleeps);
       while (!failed && std::chrono::steady_clock::now() - started < span) {
-        if (service.ask(request)) ++calls;
-        else failed = true;
+        if (service.ask(request))
+          ++calls;
+        else
+          failed = true;
       }
     });
   }

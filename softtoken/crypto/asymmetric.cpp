@@ -7,9 +7,9 @@ namespace {
 
 KeyContext context_for(EVP_PKEY* key, int (*start)(EVP_PKEY_CTX*)) {
   KeyContext context(allocated(EVP_PKEY_CTX_new(key, nullptr)));
-  const bool ready = start(context.get()) == 1 &&
-                     (kind_of(key) == KeyKind::sm2 ||
-                      EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1);
+  const bool ready =
+      start(context.get()) == 1 &&
+      (kind_of(key) == KeyKind::sm2 || EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1);
   require(ready, kUnknownError);
   return context;
 }

@@ -12,9 +12,9 @@ constexpr size_t kSerialSize = 16;
 constexpr unsigned kRsaBits = 2048;
 
 void add_name(X509_NAME* name, const char* type, const std::string& value) {
-  const int added = X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
-                                               reinterpret_cast<const uint8_t*>(value.data()),
-                                               static_cast<int>(value.size()), -1, 0);
+  const int added =
+      X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8, reinterpret_cast<const uint8_t*>(value.data()),
+                                 static_cast<int>(value.size()), -1, 0);
   require(added == 1, kBadInput);
 }
 
@@ -101,9 +101,9 @@ Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
   add_name(subject, "CN", order.common_name);
   require(X509_set_issuer_name(c, X509_get_subject_name(issuer)) == 1, kUnknownError);
   add_extension(c, issuer, NID_basic_constraints, "critical,CA:FALSE");
-  add_extension(c, issuer, NID_key_usage, order.usage == Usage::exchange
-      ? "critical,keyEncipherment,dataEncipherment,keyAgreement"
-      : "critical,digitalSignature,nonRepudiation");
+  add_extension(c, issuer, NID_key_usage,
+                order.usage == Usage::exchange ? "critical,keyEncipherment,dataEncipherment,keyAgreement"
+                                               : "critical,digitalSignature,nonRepudiation");
   if (order.usage == Usage::time_stamping)
     add_extension(c, issuer, NID_ext_key_usage, "critical,timeStamping");
   add_extension(c, issuer, NID_subject_key_identifier, "hash");
@@ -117,14 +117,11 @@ void validate_chain(X509* certificate, std::span<const Certificate> roots) {
   for (const Certificate& root : roots)
     require(X509_STORE_add_cert(trusted.get(), root.get()) == 1, kUnknownError);
   const CertificateStoreContext context(allocated(X509_STORE_CTX_new()));
-  require(X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1,
-          kUnknownError);
+  require(X509_STORE_CTX_init(context.get(), trusted.get(), certificate, nullptr) == 1, kUnknownError);
   if (X509_verify_cert(context.get()) == 1) return;
   require(false, code_of_verification(X509_STORE_CTX_get_error(context.get())));
 }
 
-Bytes serial_of(const X509* certificate) {
-  return copy_of(view_of(X509_get0_serialNumber(certificate)));
-}
+Bytes serial_of(const X509* certificate) { return copy_of(view_of(X509_get0_serialNumber(certificate))); }
 
 }  // namespace velm::token

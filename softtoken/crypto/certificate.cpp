@@ -21,8 +21,8 @@ std::string text_of(BIO* bio) {
 
 std::string name_text(const X509_NAME* name) {
   const Bio bio(allocated(BIO_new(BIO_s_mem())));
-  const unsigned long flags = (XN_FLAG_ONELINE &
-                               ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ));
+  const unsigned long flags =
+      (XN_FLAG_ONELINE & ~static_cast<unsigned long>(ASN1_STRFLGS_ESC_MSB | XN_FLAG_SPC_EQ));
   require(X509_NAME_print_ex(bio.get(), name, 0, flags) >= 0, kCertificateFormat);
   return text_of(bio.get());
 }
@@ -54,8 +54,7 @@ std::string time_text(const ASN1_TIME* time) {
 std::string serial_text(const X509* certificate) {
   const Number number(ASN1_INTEGER_to_BN(X509_get0_serialNumber(certificate), nullptr));
   require(number != nullptr, kCertificateFormat);
-  const Handle<char, [](char* memory) { OPENSSL_free(memory); }> digits(
-      allocated(BN_bn2hex(number.get())));
+  const Handle<char, [](char* memory) { OPENSSL_free(memory); }> digits(allocated(BN_bn2hex(number.get())));
   return digits.get();
 }
 

@@ -11,12 +11,13 @@ struct ContentInfo {
   ASN1_TYPE* content;
 };
 
-ASN1_SEQUENCE(ContentInfo) = {
-    ASN1_SIMPLE(ContentInfo, type, ASN1_OBJECT),
-    ASN1_EXP(ContentInfo, content, ASN1_ANY, 0),
+ASN1_SEQUENCE(ContentInfo) =
+    {
+        ASN1_SIMPLE(ContentInfo, type, ASN1_OBJECT),
+        ASN1_EXP(ContentInfo, content, ASN1_ANY, 0),
 } static_ASN1_SEQUENCE_END(ContentInfo)
 
-struct ContentInfoFreer {
+        struct ContentInfoFreer {
   void operator()(ContentInfo* info) const {
     ASN1_item_free(reinterpret_cast<ASN1_VALUE*>(info), ASN1_ITEM_rptr(ContentInfo));
   }

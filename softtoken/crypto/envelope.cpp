@@ -29,8 +29,8 @@ void add_recipient(PKCS7_ENVELOPE* envelope, X509* certificate, EVP_PKEY* key, B
 void set_cipher(X509_ALGOR* algorithm, const EVP_CIPHER* cipher, ByteView iv) {
   OctetString parameter(allocated(ASN1_OCTET_STRING_new()));
   set_bytes(parameter.get(), iv);
-  const int set = X509_ALGOR_set0(
-      algorithm, OBJ_nid2obj(EVP_CIPHER_get_type(cipher)), V_ASN1_OCTET_STRING, parameter.get());
+  const int set = X509_ALGOR_set0(algorithm, OBJ_nid2obj(EVP_CIPHER_get_type(cipher)), V_ASN1_OCTET_STRING,
+                                  parameter.get());
   require(set == 1, kEncryptFailed);
   parameter.release();
 }

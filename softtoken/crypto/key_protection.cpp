@@ -22,9 +22,9 @@ int size_of(ByteView bytes) { return static_cast<int>(bytes.size()); }
 
 SecretBytes pin_key(ByteView pin, ByteView salt) {
   SecretBytes key(kKeySize);
-  const int done = EVP_PBE_scrypt(reinterpret_cast<const char*>(pin.data()), pin.size(), salt.data(),
-                                  salt.size(), kScryptN, kScryptR, kScryptP, kScryptMemory, key.data(),
-                                  key.size());
+  const int done =
+      EVP_PBE_scrypt(reinterpret_cast<const char*>(pin.data()), pin.size(), salt.data(), salt.size(),
+                     kScryptN, kScryptR, kScryptP, kScryptMemory, key.data(), key.size());
   require(done == 1, kUnknownError);
   return key;
 }

@@ -75,8 +75,8 @@ Bytes public_key_bytes(const EVP_PKEY* key) {
   if (kind_of(key) == KeyKind::rsa) return der_of<const EVP_PKEY>(i2d_PublicKey, key);
   Bytes point(kPointSize);
   size_t length = 0;
-  const int found = EVP_PKEY_get_octet_string_param(
-      key, OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, point.data(), point.size(), &length);
+  const int found = EVP_PKEY_get_octet_string_param(key, OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, point.data(),
+                                                    point.size(), &length);
   require(found == 1 && length == kPointSize, kUnknownError);
   return point;
 }

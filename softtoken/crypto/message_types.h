@@ -13,15 +13,13 @@ struct MessageTypes {
   const char* encryption_algorithm;
 };
 
-constexpr MessageTypes kPkcs7Types{
-    "1.2.840.113549.1.7.1", "1.2.840.113549.1.7.2", "1.2.840.113549.1.7.3",
-    "1.2.840.113549.1.1.1", "1.2.840.113549.1.1.1"};
-constexpr MessageTypes kGmTypes{
-    "1.2.156.10197.6.1.4.2.1", "1.2.156.10197.6.1.4.2.2", "1.2.156.10197.6.1.4.2.3",
-    "1.2.156.10197.1.301.1", "1.2.156.10197.1.301.3"};
+constexpr MessageTypes kPkcs7Types{"1.2.840.113549.1.7.1", "1.2.840.113549.1.7.2", "1.2.840.113549.1.7.3",
+                                   "1.2.840.113549.1.1.1", "1.2.840.113549.1.1.1"};
+constexpr MessageTypes kGmTypes{"1.2.156.10197.6.1.4.2.1", "1.2.156.10197.6.1.4.2.2",
+                                "1.2.156.10197.6.1.4.2.3", "1.2.156.10197.1.301.1", "1.2.156.10197.1.301.3"};
 /** For time-stamp tokens (RFC 3161) signed with SM2, which use the CMS types; signing only. */
-constexpr MessageTypes kTimeStampTypes{
-    "1.2.840.113549.1.9.16.1.4", kPkcs7Types.signed_data, nullptr, "1.2.156.10197.1.501", nullptr};
+constexpr MessageTypes kTimeStampTypes{"1.2.840.113549.1.9.16.1.4", kPkcs7Types.signed_data, nullptr,
+                                       "1.2.156.10197.1.501", nullptr};
 
 inline const MessageTypes& types_for(KeyKind kind) { return kind == KeyKind::rsa ? kPkcs7Types : kGmTypes; }
 

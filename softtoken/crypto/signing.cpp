@@ -20,10 +20,10 @@ KeyContext hash_context(EVP_PKEY* key, DigestId digest, ByteView hash, int (*sta
   require_fitting(key, digest);
   require(hash.size() == static_cast<size_t>(EVP_MD_get_size(digest_of(digest))), kBadLength);
   KeyContext context(allocated(EVP_PKEY_CTX_new(key, nullptr)));
-  const bool ready = start(context.get()) == 1 &&
-                     (kind_of(key) == KeyKind::sm2 ||
-                      (EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1 &&
-                       EVP_PKEY_CTX_set_signature_md(context.get(), digest_of(digest)) == 1));
+  const bool ready =
+      start(context.get()) == 1 && (kind_of(key) == KeyKind::sm2 ||
+                                    (EVP_PKEY_CTX_set_rsa_padding(context.get(), RSA_PKCS1_PADDING) == 1 &&
+                                     EVP_PKEY_CTX_set_signature_md(context.get(), digest_of(digest)) == 1));
   require(ready, kUnknownError);
   return context;
 }
@@ -106,8 +106,8 @@ Bytes sign_hash(EVP_PKEY* key, DigestId digest, ByteView hash) {
 
 void verify_hash(EVP_PKEY* key, DigestId digest, ByteView hash, ByteView signature) {
   const KeyContext context = hash_context(key, digest, hash, EVP_PKEY_verify_init);
-  const int valid = EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(),
-                                    hash.size());
+  const int valid =
+      EVP_PKEY_verify(context.get(), signature.data(), signature.size(), hash.data(), hash.size());
   require(valid == 1, kVerifyFailed);
 }
 

@@ -52,8 +52,8 @@ const EVP_CIPHER* symmetric_cipher(SymmetricAlgorithm algorithm, size_t key_leng
   throw TokenError(kBadLength);
 }
 
-SymmetricOperation::SymmetricOperation(
-    const EVP_CIPHER* cipher, Direction direction, ByteView key, ByteView iv)
+SymmetricOperation::SymmetricOperation(const EVP_CIPHER* cipher, Direction direction, ByteView key,
+                                       ByteView iv)
     : context_(allocated(EVP_CIPHER_CTX_new())) {
   require(key.size() == static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)), kBadLength);
   const auto iv_length = static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher));
@@ -74,8 +74,8 @@ void SymmetricOperation::update(ByteView piece, SecretBytes& out) {
     const size_t before = out.size();
     out.resize(before + part.size() + block);
     int length = 0;
-    const int done = EVP_CipherUpdate(
-        context_.get(), out.data() + before, &length, part.data(), static_cast<int>(part.size()));
+    const int done = EVP_CipherUpdate(context_.get(), out.data() + before, &length, part.data(),
+                                      static_cast<int>(part.size()));
     out.resize(before + (done == 1 ? static_cast<size_t>(length) : 0));
     require(done == 1, direction() == Direction::encrypt ? kEncryptFailed : kDecryptFailed);
     piece = piece.subspan(part.size());

@@ -54,8 +54,8 @@ std::optional<std::string> gbk_to_utf8(std::string_view text) {
       MultiByteToWideChar(code_page, MB_ERR_INVALID_CHARS, text.data(), size, wide.data(), size);
   if (length <= 0) return std::nullopt;
   std::string utf8(static_cast<size_t>(length) * 3, '\0');
-  const int bytes = WideCharToMultiByte(
-      CP_UTF8, 0, wide.data(), length, utf8.data(), static_cast<int>(utf8.size()), nullptr, nullptr);
+  const int bytes = WideCharToMultiByte(CP_UTF8, 0, wide.data(), length, utf8.data(),
+                                        static_cast<int>(utf8.size()), nullptr, nullptr);
   OPENSSL_cleanse(wide.data(), wide.size() * sizeof(wchar_t));
   if (bytes <= 0) return std::nullopt;
   utf8.resize(static_cast<size_t>(bytes));

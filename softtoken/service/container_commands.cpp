@@ -1,8 +1,8 @@
 #include <cstdio>
 
 #include "softtoken/crypto/certificate.h"
-#include "softtoken/store/demo.h"
 #include "softtoken/service/commands.h"
+#include "softtoken/store/demo.h"
 
 namespace velm::token {
 
@@ -30,8 +30,8 @@ void list_containers(const std::filesystem::path& file) {
     const ContainerRow row = token.container(name);
     const Certificate certificate = parse_certificate(row.signing_certificate);
     const Key key = key_of(certificate.get());
-    const std::string kind = kind_of(key.get()) == KeyKind::sm2 ? "SM2"
-                                                                : "RSA-" + std::to_string(bits_of(key.get()));
+    const std::string kind =
+        kind_of(key.get()) == KeyKind::sm2 ? "SM2" : "RSA-" + std::to_string(bits_of(key.get()));
     std::printf("%-10s %2u tries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.tries_left),
                 as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), name.c_str());
   }

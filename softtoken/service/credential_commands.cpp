@@ -8,8 +8,8 @@
 #include <openssl/pkcs12.h>
 
 #include "softtoken/crypto/certificate.h"
-#include "softtoken/store/token.h"
 #include "softtoken/service/commands.h"
+#include "softtoken/store/token.h"
 
 namespace velm::token {
 namespace {

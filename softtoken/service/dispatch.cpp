@@ -4,11 +4,11 @@
 #include <cstdio>
 
 #include "softtoken/crypto/text_encoding.h"
-#include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"
 #include "softtoken/service/module_functions.h"
+#include "softtoken/store/time_stamp_authority.h"
 
 namespace velm::token {
 namespace {
@@ -21,8 +21,8 @@ constexpr const char* kStampAnswerType = "application/timestamp-reply";
 template <typename Table, typename Run>
 uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
   const auto started = std::chrono::steady_clock::now();
-  const auto found = std::ranges::find(functions, number,
-                                       [](const auto& function) { return function.number; });
+  const auto found =
+      std::ranges::find(functions, number, [](const auto& function) { return function.number; });
   uint32_t code = kNotSupported;
   if (found != functions.end()) {
     try {
@@ -79,8 +79,8 @@ Answer answer_call(Service& service, std::span<const JsonFunction> functions, st
   nlohmann::json result;
   uint32_t code = kBadInput;
   if (request["funcid"].is_number_unsigned()) {
-    const auto number = static_cast<uint32_t>(
-        std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
+    const auto number =
+        static_cast<uint32_t>(std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
     code = run_call(service.trace, functions, number,
                     [&](const JsonFunction& function) { result = function.run(service.token, request); });
   }

@@ -3,8 +3,8 @@
 #include <string>
 #include <string_view>
 
-#include "softtoken/store/token.h"
 #include "softtoken/service/trace.h"
+#include "softtoken/store/token.h"
 
 namespace velm::token {
 

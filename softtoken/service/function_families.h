@@ -2,8 +2,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include "softtoken/store/token.h"
 #include "softtoken/service/frame.h"
+#include "softtoken/store/token.h"
 
 namespace velm::token {
 

@@ -33,8 +33,8 @@ uint32_t number_field(const nlohmann::json& request, const char* name) {
   const nlohmann::json& value = member(request, name);
   if (!value.is_number_integer()) throw TokenError(kBadInput);
   const bool in_range = value.is_number_unsigned()
-      ? value.get<uint64_t>() <= std::numeric_limits<uint32_t>::max()
-      : value.get<int64_t>() >= std::numeric_limits<int32_t>::min();
+                            ? value.get<uint64_t>() <= std::numeric_limits<uint32_t>::max()
+                            : value.get<int64_t>() >= std::numeric_limits<int32_t>::min();
   if (!in_range) throw TokenError(kBadInput);
   return static_cast<uint32_t>(value.get<int64_t>());
 }

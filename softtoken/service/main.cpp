@@ -70,11 +70,11 @@ CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char
 }
 
 void add_serve(CLI::App& app, Line& line) {
-  CLI::App* serve_command = add_command(
-      app, line, "serve", "answer applications on the loopback address", [&line] {
+  CLI::App* serve_command =
+      add_command(app, line, "serve", "answer applications on the loopback address", [&line] {
         line.serve.http.body_limit = static_cast<size_t>(line.body_limit_mib * 1024 * 1024);
-        line.serve.http.request_time = std::chrono::milliseconds(
-            static_cast<int64_t>(line.request_seconds * 1000));
+        line.serve.http.request_time =
+            std::chrono::milliseconds(static_cast<int64_t>(line.request_seconds * 1000));
         serve(line.store(), line.serve);
       });
   serve_command->add_option("--port", line.serve.http.port, "TCP port")->capture_default_str();
@@ -103,7 +103,8 @@ void add_container_commands(CLI::App& app, Line& line) {
                               [&line] { add_container(line.store(), line.name, line.type, line.pin); });
   add->add_option("name", line.name, "its name")->required();
   add->add_option("--type", line.type, "its keys")
-      ->capture_default_str()->check(CLI::IsMember({"sm2", "rsa2048", "rsa1024"}));
+      ->capture_default_str()
+      ->check(CLI::IsMember({"sm2", "rsa2048", "rsa1024"}));
   add->add_option("--pin", line.pin, pin_description("its PIN"))->required();
   add_command(*container, line, "list", "show every container", [&line] { list_containers(line.store()); });
   CLI::App* remove = add_command(*container, line, "delete", "delete a container and all in it",
@@ -124,16 +125,16 @@ void add_store_commands(CLI::App& app, Line& line) {
   import->add_option("--password", line.password, "the file's password");
   import->add_option("--pin", line.pin, pin_description("the container's PIN"))->required();
 
-  CLI::App* export_cert = add_command(app, line, "export-cert",
-                                      "print a container's signing certificate in PEM", [&line] {
-                                        export_certificate(line.store(), line.name,
-                                                           line.authority  ? WhichCertificate::authority
-                                                           : line.exchange ? WhichCertificate::exchange
-                                                                           : WhichCertificate::signing);
-                                      });
+  CLI::App* export_cert =
+      add_command(app, line, "export-cert", "print a container's signing certificate in PEM", [&line] {
+        export_certificate(line.store(), line.name,
+                           line.authority  ? WhichCertificate::authority
+                           : line.exchange ? WhichCertificate::exchange
+                                           : WhichCertificate::signing);
+      });
   export_cert->add_option("name", line.name, "the container's name")->required();
-  CLI::Option* exchange = export_cert->add_flag("--exchange", line.exchange,
-                                                "its exchange certificate instead");
+  CLI::Option* exchange =
+      export_cert->add_flag("--exchange", line.exchange, "its exchange certificate instead");
   export_cert->add_flag("--authority", line.authority, "the issuer's certificate instead")
       ->excludes(exchange);
 

@@ -4,12 +4,12 @@
 
 #include "protocol/function_number.h"
 #include "softtoken/crypto/base64.h"
-#include "softtoken/store/device_files.h"
-#include "softtoken/store/user_data.h"
 #include "softtoken/crypto/text_encoding.h"
-#include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
+#include "softtoken/store/device_files.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/store/user_data.h"
 
 namespace velm::token {
 namespace {

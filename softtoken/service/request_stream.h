@@ -72,7 +72,7 @@ class RequestStream : public httplib::Stream {
   Clock::duration limit_;
   Clock::time_point deadline_;
   const std::atomic<bool>& ending_;
-  std::array<char, 16384> arrived_; // wiped after reading: may contain a PIN
+  std::array<char, 16384> arrived_;  // wiped after reading: may contain a PIN
   size_t arrived_from_ = 0;
   size_t arrived_to_ = 0;
   std::string answer_;
@@ -149,8 +149,8 @@ inline ssize_t RequestStream::write(const char* source, size_t size) {
 inline bool RequestStream::flush() {
   const auto deadline = Clock::now() + limit_;
   for (size_t sent = 0; sent < answer_.size();) {
-    const ssize_t count = httplib::detail::send_socket(
-        socket_, answer_.data() + sent, answer_.size() - sent, CPPHTTPLIB_SEND_FLAGS);
+    const ssize_t count = httplib::detail::send_socket(socket_, answer_.data() + sent, answer_.size() - sent,
+                                                       CPPHTTPLIB_SEND_FLAGS);
     if (count > 0) {
       sent += static_cast<size_t>(count);
     } else if (!would_block() || !wait_until(deadline, httplib::detail::select_write)) {

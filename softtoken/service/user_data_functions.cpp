@@ -1,7 +1,7 @@
 #include "softtoken/crypto/base64.h"
-#include "softtoken/store/user_data.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
+#include "softtoken/store/user_data.h"
 
 namespace velm::token {
 
@@ -32,8 +32,8 @@ Json count_seals(Token& token, const Json& request) {
 
 Json get_seal_item(Token& token, const Json& request) {
   const int64_t container = token.container_id(text_field(request, "container"));
-  return base64_encode(seal_item(
-      token.store(), container, number_field(request, "sealIdx"), number_field(request, "infoType")));
+  return base64_encode(seal_item(token.store(), container, number_field(request, "sealIdx"),
+                                 number_field(request, "infoType")));
 }
 
 }  // namespace velm::token

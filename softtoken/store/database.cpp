@@ -97,8 +97,8 @@ void Statement::bind(int position, int64_t value) {
 }
 
 void Statement::bind(int position, const std::string& value) {
-  const int result = sqlite3_bind_text64(
-      statement_, position, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
+  const int result =
+      sqlite3_bind_text64(statement_, position, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
   if (result != SQLITE_OK) fail(database_.handle());
 }
 

@@ -20,8 +20,11 @@ void add_scan_container(Token& token, const char* name, KeyKind kind) {
 
 std::string seal_picture(const std::string& color) {
   return "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 80 80\" width=\"40mm\" height=\"40mm\">"
-         "<circle cx=\"40\" cy=\"40\" r=\"37\" fill=\"none\" stroke=\"" + color + "\" stroke-width=\"4\"/>"
-         "<path fill=\"" + color + "\" d=\"M40 18l5 16h17l-14 10 5 16-13-10-13 10 5-16-14-10h17z\"/></svg>";
+         "<circle cx=\"40\" cy=\"40\" r=\"37\" fill=\"none\" stroke=\"" +
+         color +
+         "\" stroke-width=\"4\"/>"
+         "<path fill=\"" +
+         color + "\" d=\"M40 18l5 16h17l-14 10 5 16-13-10-13 10 5-16-14-10h17z\"/></svg>";
 }
 
 void add_seal(Token& token, int64_t container, uint32_t position, const std::string& name,

@@ -106,10 +106,10 @@ ContainerRow Store::container(int64_t id) {
 int64_t Store::add_container(const ContainerRow& row) {
   const std::lock_guard lock(database_.mutex());
   Statement(database_,
-      "INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
-      " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?) ON CONFLICT(name) DO NOTHING",
-      row.name, row.tries_left, row.salt, row.signing_key, row.exchange_key, row.signing_certificate,
-      row.exchange_certificate)
+            "INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
+            " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?) ON CONFLICT(name) DO NOTHING",
+            row.name, row.tries_left, row.salt, row.signing_key, row.exchange_key, row.signing_certificate,
+            row.exchange_certificate)
       .run();
   require(database_.changes() == 1, kContainerExists);
   return database_.last_row();

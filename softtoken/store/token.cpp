@@ -98,10 +98,10 @@ int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
   const Key exchange = generate_key(order.kind, order.rsa_bits);
   ContainerRow row;
   row.name = order.name;
-  row.signing_certificate = certificate_der(
-      order_certificate(authority, signing.get(), order, Usage::signing).get());
-  row.exchange_certificate = certificate_der(
-      order_certificate(authority, exchange.get(), order, Usage::exchange).get());
+  row.signing_certificate =
+      certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
+  row.exchange_certificate =
+      certificate_der(order_certificate(authority, exchange.get(), order, Usage::exchange).get());
   return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())},
                          pin);
 }

@@ -27,8 +27,8 @@ uint32_t SOF_ExportUserCert(const char* pszContainerName, uint8_t* pCertData, ui
     require_pointer(pszContainerName, "pszContainerName");
     require_pointer(pCertDataLen, "pCertDataLen");
     LOG_ENTRY("SOF_ExportUserCert [%s]\n", pszContainerName);
-    export_certificate("SOF_ExportUserCert", FunctionNumber::ExportUserCert, pszContainerName,
-                       pCertData, pCertDataLen);
+    export_certificate("SOF_ExportUserCert", FunctionNumber::ExportUserCert, pszContainerName, pCertData,
+                       pCertDataLen);
   });
 }
 
@@ -68,8 +68,8 @@ uint32_t SOF_GetCertInfoByOid(const uint8_t* pCert, uint32_t uCertLen, const cha
     require_pointer(pOIDValueLen, "pOIDValueLen");
 
     JsonCall call{"SOF_GetCertInfoByOid", 1024};
-    call.post(R"({"funcid":%d,"Cert":"%s","Oid":"%s"})",
-              FunctionNumber::GetCertInfoByOid, Base64{pCert, uCertLen}, szOID);
+    call.post(R"({"funcid":%d,"Cert":"%s","Oid":"%s"})", FunctionNumber::GetCertInfoByOid,
+              Base64{pCert, uCertLen}, szOID);
     call.deliver_base64(call.result().member("Info"), pOIDValue, pOIDValueLen);
   });
 }

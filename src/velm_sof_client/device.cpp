@@ -17,8 +17,8 @@ uint32_t SOF_GetDeviceInfo(const char* pszContainerName, int32_t iInfoType, uint
     require_capacity(*pDeviceInfoLen, 256, "*pDeviceInfoLen");
 
     JsonCall call{"SOF_GetDeviceInfo", 256};
-    call.post(R"({"funcid":%d,"ContainerName":"%s","Type":%d})",
-              FunctionNumber::GetDeviceInfo, pszContainerName, iInfoType);
+    call.post(R"({"funcid":%d,"ContainerName":"%s","Type":%d})", FunctionNumber::GetDeviceInfo,
+              pszContainerName, iInfoType);
 
     const std::string_view info = call.result().member("DeviceInfo").text();
     std::memcpy(pDeviceInfo, info.data(), info.size());
@@ -40,10 +40,14 @@ std::string joined(const AnswerValue& names) {
 
 uint32_t code_of_conversion(int32_t result) {
   switch (result) {
-    case kUtilityDone: return SOR_OK;
-    case kUtilityTooSmall: return SOR_INDATALENERR;
-    case kUtilityOutOfMemory: return SOR_MEMORYERR;
-    default: return SOR_FILEERR;
+    case kUtilityDone:
+      return SOR_OK;
+    case kUtilityTooSmall:
+      return SOR_INDATALENERR;
+    case kUtilityOutOfMemory:
+      return SOR_MEMORYERR;
+    default:
+      return SOR_FILEERR;
   }
 }
 

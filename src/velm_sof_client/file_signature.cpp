@@ -66,10 +66,10 @@ uint32_t SOF_SignFile(const char* pszContainerName, const char* pszInFilePath, u
       return;  // Sic: success although nothing was signed
     }
     UserIdBuffer id{digest};
-    check_provider("SAF_Ext_SignFile",
-                   SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName),
-                                    digest, id.data(), id.length(), pszInFilePath, pSignedData,
-                                    pSignedDataLen));
+    check_provider(
+        "SAF_Ext_SignFile",
+        SAF_Ext_SignFile(g_hAppHandle.load(), pszContainerName, text_length(pszContainerName), digest,
+                         id.data(), id.length(), pszInFilePath, pSignedData, pSignedDataLen));
   });
 }
 

@@ -40,9 +40,12 @@ class JsonField {
 
   uint64_t room() const {
     switch (kind_) {
-      case Kind::number: return 20;
-      case Kind::text: return text_.size();
-      case Kind::base64: return base64_room(block_.size);
+      case Kind::number:
+        return 20;
+      case Kind::text:
+        return text_.size();
+      case Kind::base64:
+        return base64_room(block_.size);
     }
     return 0;
   }
@@ -55,8 +58,12 @@ class JsonField {
         request.append(digits, static_cast<size_t>(end - digits));
         return;
       }
-      case Kind::text: request.append(text_.data(), text_.size()); return;
-      case Kind::base64: append_base64(request, block_); return;
+      case Kind::text:
+        request.append(text_.data(), text_.size());
+        return;
+      case Kind::base64:
+        append_base64(request, block_);
+        return;
     }
   }
 

@@ -81,8 +81,8 @@ uint32_t SOF_Ext_Logout(const char* pszContainerName, uint32_t ulLoginType) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_Logout [%s] ulLoginType=%u\n", or_lower_null(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_Logout", 128};
-    call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              FunctionNumber::Logout, pszContainerName, ulLoginType);
+    call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})", FunctionNumber::Logout,
+              pszContainerName, ulLoginType);
   });
 }
 
@@ -90,7 +90,7 @@ uint32_t SOF_Ext_isLogin(const char* pszContainerName, uint32_t ulLoginType) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Ext_isLogin [%s] ulLoginType=%u\n", as_given(pszContainerName), ulLoginType);
     JsonCall call{"SOF_Ext_isLogin", 128};
-    call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})",
-              FunctionNumber::isLogin, pszContainerName, ulLoginType);
+    call.post(R"({"funcid":%d,"containerName":"%s","loginType":%u})", FunctionNumber::isLogin,
+              pszContainerName, ulLoginType);
   });
 }

@@ -25,8 +25,8 @@ uint32_t SOF_Ext_GetSeaInfo(const char* pszContainerName, uint32_t uSealIndex, u
     require_pointer(pInfoLen, "pInfoLen");
 
     JsonCall call{"SOF_Ext_GetSeaInfo", 65536};
-    call.post(R"({"funcid":%d,"container":"%s","sealIdx":%u,"infoType":%u})",
-              FunctionNumber::GetSeaInfo, pszContainerName, uSealIndex, uInfoType);
+    call.post(R"({"funcid":%d,"container":"%s","sealIdx":%u,"infoType":%u})", FunctionNumber::GetSeaInfo,
+              pszContainerName, uSealIndex, uInfoType);
     call.deliver_base64(call.result(), pInfo, pInfoLen);
   });
 }

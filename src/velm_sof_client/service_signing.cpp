@@ -26,8 +26,8 @@ uint32_t SOF_SignData(const char* pszContainerName, const uint8_t* pInData, uint
     if (!pSignedData) return store(pSignedDataLen, 1024);
 
     JsonCall call{"SOF_SignData", 2048};
-    call.post(R"({"funcid":%d,"ContainerName":"%s","InData":"%s","base64":1})",
-              FunctionNumber::SignData, pszContainerName, Base64{pInData, uInDataLen});
+    call.post(R"({"funcid":%d,"ContainerName":"%s","InData":"%s","base64":1})", FunctionNumber::SignData,
+              pszContainerName, Base64{pInData, uInDataLen});
     call.deliver_base64(call.result().member("Sign"), pSignedData, pSignedDataLen);
   });
 }

@@ -56,12 +56,12 @@ struct SignedData {
 // Decodes the parts that have a buffer.
 inline void require_decoded(const SignedDataDecoder& decoder, ByteView message, SignedData& parts,
                             CallSite site = CallSite::current()) {
-  check_provider(decoder.name,
-                 decoder.function(g_hAppHandle.load(), message.data, message.length,
-                                  parts.certificate.data(), &parts.certificate.stated_length, &parts.digest,
-                                  parts.content.data(), &parts.content.stated_length,
-                                  parts.signature.data(), &parts.signature.stated_length),
-                 site);
+  check_provider(
+      decoder.name,
+      decoder.function(g_hAppHandle.load(), message.data, message.length, parts.certificate.data(),
+                       &parts.certificate.stated_length, &parts.digest, parts.content.data(),
+                       &parts.content.stated_length, parts.signature.data(), &parts.signature.stated_length),
+      site);
 }
 
 // Signed attributes of a message. If they are present, the signature covers `encoding`; `hash` is the message

@@ -35,9 +35,9 @@ uint32_t transform(const Direction& direction, uint32_t uSymmAlg, uint32_t uPadd
     require_pointer(puOutDataLen, "puOutDataLen");
 
     void* acquired = nullptr;
-    int32_t result = VELM_Openssl_SymmAcquireContext(
-        &acquired, number_of(protocol::cipher_of(uSymmAlg)), direction.flag, pbSymmKey, uSymmKeyLen, pIV,
-        number_of(protocol::mode_of(uSymmAlg)));
+    int32_t result =
+        VELM_Openssl_SymmAcquireContext(&acquired, number_of(protocol::cipher_of(uSymmAlg)), direction.flag,
+                                        pbSymmKey, uSymmKeyLen, pIV, number_of(protocol::mode_of(uSymmAlg)));
     if (result != 0) {
       LOG_FAILURE(
           "%s->VELM_Openssl_SymmAcquireContext goa_rv=%d uSymmAlg=0x%08X uPaddingMode=%u pIV=0x%08X "
@@ -79,9 +79,8 @@ uint32_t transform_file(const FileDirection& direction, uint32_t ulSymmAlg, cons
     require_pointer(pszInFilePath, "pszInFilePath");
     require_pointer(pszOutFilePath, "pszOutFilePath");
 
-    check_provider(direction.provider_name,
-                   direction.provider(ulSymmAlg, pbIV, ulIVLen, pbSymmKey, ulSymmKeyLen, pszInFilePath,
-                                      pszOutFilePath));
+    check_provider(direction.provider_name, direction.provider(ulSymmAlg, pbIV, ulIVLen, pbSymmKey,
+                                                               ulSymmKeyLen, pszInFilePath, pszOutFilePath));
   });
 }
 

@@ -37,8 +37,7 @@ uint32_t SOF_Ext_WriteUsrDataFile(const char* pszContainerName, const uint8_t* p
     LOG_ENTRY(
         "SOF_Ext_WriteUsrDataFile [%s] ulFileType=%u ulFileIndex=%u ulOffset=%u ulWriteLen=%u "
         "g_multiUserInDataFmt=%u\n",
-        or_upper_null(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen,
-        g_multiUserInDataFmt);
+        or_upper_null(pszContainerName), ulFileType, ulFileIndex, ulOffset, ulWriteLen, g_multiUserInDataFmt);
 
     JsonCall call{"SOF_Ext_WriteUsrDataFile", 128};
     call.post(R"({"funcid":%d,"ContainerName":"%s","Pin":"%s","FileType":%u,"FileIndex":%u,"Offset":%u,)"

@@ -31,14 +31,12 @@ using XmlItems = std::array<ProviderBuffer, 6>;
 
 // Writes the items that have a buffer and reports the size of the others.
 void parse(ByteView xml, XmlItems& items) {
-  check_provider("SAF_Ext_XMLParse",
-                 SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length,
-                                  items[0].data(), &items[0].stated_length,
-                                  items[1].data(), &items[1].stated_length,
-                                  items[2].data(), &items[2].stated_length,
-                                  items[3].data(), &items[3].stated_length,
-                                  items[4].data(), &items[4].stated_length,
-                                  items[5].data(), &items[5].stated_length));
+  check_provider(
+      "SAF_Ext_XMLParse",
+      SAF_Ext_XMLParse(g_hAppHandle.load(), 0, xml.data, xml.length, items[0].data(), &items[0].stated_length,
+                       items[1].data(), &items[1].stated_length, items[2].data(), &items[2].stated_length,
+                       items[3].data(), &items[3].stated_length, items[4].data(), &items[4].stated_length,
+                       items[5].data(), &items[5].stated_length));
 }
 
 // Allocates a buffer for an item. The length is 0 because the provider ignores the buffer size here.

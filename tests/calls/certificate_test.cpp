@@ -226,8 +226,8 @@ TEST_F(Certificate, ADecoderThatStoresNothingHasWrittenNothing) {
 }
 
 TEST_F(Certificate, OnlyTheLengthOfAnItemIsToldWithoutABuffer) {
-  for (const auto& [info, size] : {std::pair(base64(std::string(700, 'n')), 700u),
-                                   std::pair(std::string("?"), 0u)}) {
+  for (const auto& [info, size] :
+       {std::pair(base64(std::string(700, 'n')), 700u), std::pair(std::string("?"), 0u)}) {
     service.answers(json(R"({"ErrorCode":"0","Result":{"Info":")" + info + R"("}})"));
     uint32_t length = kUntouched;
     EXPECT_EQ(by_oid(&kCertificate, 64, "2.5.4.3")(library, nullptr, &length), SOR_OK);

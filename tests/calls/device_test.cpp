@@ -50,8 +50,15 @@ uint32_t list_users(const ClientLibrary& library, uint8_t* output, uint32_t* len
 }
 
 ServiceCase list_case(const std::string& names, const std::string& list) {
-  return {"SOF_GetUserList", Form::kJson, 2048, "SOF_GetUserList *pUserListLen=2863311530",
-          R"({"funcid":5,"ReturnMethod":0})", names, list + '\0', size_of(list), list_users};
+  return {"SOF_GetUserList",
+          Form::kJson,
+          2048,
+          "SOF_GetUserList *pUserListLen=2863311530",
+          R"({"funcid":5,"ReturnMethod":0})",
+          names,
+          list + '\0',
+          size_of(list),
+          list_users};
 }
 
 const std::vector<ServiceCase> kCalls{

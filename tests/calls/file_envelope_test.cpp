@@ -142,8 +142,8 @@ TEST_F(FileEnvelopeTest, TheCertificateIsParsedForItsKeyType) {
   EXPECT_EQ(encrypt(), 0x0B000443u);
   const auto parsed = STANDIN(VELM_Openssl_ParseCertInfo).calls().at(0);
   EXPECT_EQ(parsed, std::tuple(kCertificate, kCertificateLength, 1u, 0u, std::get<4>(parsed)));
-  EXPECT_EQ(new_lines(), (Lines{entry_line(encrypt_entry()),
-                                "SOF_EncryptFile, VELM_Openssl_ParseCertInfo goa_rv=-3"}));
+  EXPECT_EQ(new_lines(),
+            (Lines{entry_line(encrypt_entry()), "SOF_EncryptFile, VELM_Openssl_ParseCertInfo goa_rv=-3"}));
 }
 
 TEST_F(FileEnvelopeTest, AnSm2CertificateSetsTheEncryptMethodForGood) {
@@ -222,10 +222,9 @@ TEST_F(FileEnvelopeTest, EncryptsInMemoryByDefault) {
     EXPECT_EQ(encrypt(), SOR_OK);
     EXPECT_EQ(service.take_request().body, encrypt_request(content));
     EXPECT_EQ(read(out), "envelope");
-    EXPECT_EQ(new_lines(),
-              (Lines{entry_line(encrypt_entry()),
-                     entry_line(print("SOF_EncryptData uEncryptCertLen=11 uPlainDataLen=%u",
-                                      static_cast<uint32_t>(content.size())))}));
+    EXPECT_EQ(new_lines(), (Lines{entry_line(encrypt_entry()),
+                                  entry_line(print("SOF_EncryptData uEncryptCertLen=11 uPlainDataLen=%u",
+                                                   static_cast<uint32_t>(content.size())))}));
   }
   EXPECT_THAT(standins.call_log("SAF_"), testing::IsEmpty());
 }
@@ -346,8 +345,8 @@ TEST_F(FileEnvelopeTest, AFailingDecodeInMemoryIsLoggedAsTheFirstOne) {
     const size_t before = STANDIN(SAF_Ext_CMS_DecodeEnvelopedData).count();
     EXPECT_EQ(decrypt(), mapped);
     EXPECT_EQ(STANDIN(SAF_Ext_CMS_DecodeEnvelopedData).count(), before + 1);
-    EXPECT_EQ(new_lines(), (Lines{entry_line(decrypt_entry()),
-                                  print("\"SAF_Ext_DecodeEnvelopedFile\" 0x%08X ", code)}));
+    EXPECT_EQ(new_lines(),
+              (Lines{entry_line(decrypt_entry()), print("\"SAF_Ext_DecodeEnvelopedFile\" 0x%08X ", code)}));
   }
   EXPECT_FALSE(exists(out));
 }

@@ -44,8 +44,7 @@ class VerifySignedMessage : public SigningTest {
   // Returns the last call's log lines after its entry line.
   Lines failures() {
     Lines lines = new_lines();
-    EXPECT_EQ(lines.at(0),
-              entry_line("SOF_Ext_VerifySignedMessage uMessageDataLen=11 uiHashedDataLen=32"));
+    EXPECT_EQ(lines.at(0), entry_line("SOF_Ext_VerifySignedMessage uMessageDataLen=11 uiHashedDataLen=32"));
     lines.erase(lines.begin());
     return lines;
   }

@@ -79,20 +79,39 @@ Call other_login(Text container, uint32_t type, const uint8_t* data, uint32_t si
 }
 
 ServiceCase login_case(const std::string& container, const std::string& pin) {
-  return {"SOF_Login", Form::kJson, 128, "SOF_Login pszContainerName=[" + container + "]",
-          login_request(container, pin), "{}", "", kUntouched, login(container, pin)};
+  return {"SOF_Login",
+          Form::kJson,
+          128,
+          "SOF_Login pszContainerName=[" + container + "]",
+          login_request(container, pin),
+          "{}",
+          "",
+          kUntouched,
+          login(container, pin)};
 }
 
 ServiceCase retry_case(const std::string& container, const std::string& answer, uint32_t count) {
-  return {"SOF_GetPinRetryCount", Form::kJson, 128, "SOF_GetPinRetryCount [" + container + "]",
-          R"({"funcid":8,"ContainerName":")" + container + R"("})", answer, "", count,
+  return {"SOF_GetPinRetryCount",
+          Form::kJson,
+          128,
+          "SOF_GetPinRetryCount [" + container + "]",
+          R"({"funcid":8,"ContainerName":")" + container + R"("})",
+          answer,
+          "",
+          count,
           retry_count(container)};
 }
 
 ServiceCase change_case(const std::string& container, const std::string& old_pin,
                         const std::string& new_pin) {
-  return {"SOF_ChangePassWd", Form::kJson, 128, "SOF_ChangePassWd [" + container + "]",
-          change_request(container, old_pin, new_pin), "{}", "", kUntouched,
+  return {"SOF_ChangePassWd",
+          Form::kJson,
+          128,
+          "SOF_ChangePassWd [" + container + "]",
+          change_request(container, old_pin, new_pin),
+          "{}",
+          "",
+          kUntouched,
           change(container, old_pin, new_pin)};
 }
 

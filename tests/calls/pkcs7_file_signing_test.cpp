@@ -376,8 +376,8 @@ TEST_F(Pkcs7FileSigning, TheFlagIsJudgedLast) {
   const ImportPatch patch(library.module(), "kernel32.dll", "GetVersionExW", &play_version);
   windows_version = {5, 1, 2, false};
   EXPECT_EQ(sign(3, "PFX_SCAN_CONTAINER"), 0x0B000002u);
-  EXPECT_THAT(new_lines(), ElementsAre("SOF_Ext_PKCS7_SignFile, GetVersionEx, 0x0000007A ",
-                                       "not support flag 3 "));
+  EXPECT_THAT(new_lines(),
+              ElementsAre("SOF_Ext_PKCS7_SignFile, GetVersionEx, 0x0000007A ", "not support flag 3 "));
 
   STANDIN(VELM_Openssl_ParseCertInfo).returns(-3);
   expect_refused(0x0B000443, "SOF_Ext_PKCS7_SignFile, VELM_Openssl_ParseCertInfo goa_rv=-3", 3);

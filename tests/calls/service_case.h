@@ -76,8 +76,8 @@ enum class Form { kJson, kFrame, kFrameCode };
 struct ServiceCase {
   std::string log_name;  // the prefix of the function's failure lines
   Form form;
-  uint32_t capacity;  // the largest answer that it accepts, in bytes
-  std::string entry;  // entry line; <output> and <length> are replaced by the addresses; empty: none
+  uint32_t capacity;    // the largest answer that it accepts, in bytes
+  std::string entry;    // entry line; <output> and <length> are replaced by the addresses; empty: none
   std::string request;  // the request body
   std::string answer;   // JSON: the text of "Result"; frame: the data
   std::string output;   // what the caller receives

@@ -46,8 +46,8 @@ class SymmetricTest : public ProviderTest, public testing::WithParamInterface<Di
   }
 
   std::string entry() const {
-    return entry_line(print("%s uSymmAlg=0x00000402 uPaddingMode=5 uSymmKeyLen=16 uInDataLen=4",
-                            GetParam().function));
+    return entry_line(
+        print("%s uSymmAlg=0x00000402 uPaddingMode=5 uSymmKeyLen=16 uInDataLen=4", GetParam().function));
   }
 
   // The module returns a context, and the operation writes "result".
@@ -171,10 +171,9 @@ TEST_P(SymmetricTest, TheOperationFails) {
   });
   EXPECT_EQ(call().run(), 0x0B000001u);
   EXPECT_EQ(STANDIN(VELM_Openssl_SymmReleaseCtx).calls(), std::vector{std::tuple(kContext)});
-  EXPECT_EQ(new_lines(),
-            (Lines{entry(), print("%s->%s goa_rv=2147483647 uSymmAlg=0x00000402 uPaddingMode=5 "
-                                  "uSymmKeyLen=16 uInDataLen=4",
-                                  GetParam().function, GetParam().operation)}));
+  EXPECT_EQ(new_lines(), (Lines{entry(), print("%s->%s goa_rv=2147483647 uSymmAlg=0x00000402 uPaddingMode=5 "
+                                               "uSymmKeyLen=16 uInDataLen=4",
+                                               GetParam().function, GetParam().operation)}));
   EXPECT_EQ(length, 0xAAAAAAAA);
   expect_balance(call());
 }

@@ -32,10 +32,10 @@ TEST_F(Unsupported, EachWritesItsEntryLine) {
   EXPECT_EQ(library.SOF_Ext_GetCertChain(data, 1), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_GenCSR("C1"), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_ParseCSR(data, 4000000000u), kNotSupported);
-  EXPECT_THAT(entry_lines(), ElementsAre("SOF_Ext_ParseCertInfo uCertLen=1 infoFlags=0x0000002A oids=[1.2.3]",
-                                         "SOF_Ext_GetCertChain uCertLen=1",
-                                         "SOF_Ext_GenCSR, pszContainerName=[C1]",
-                                         "SOF_Ext_ParseCSR, csrDataLen=4000000000"));
+  EXPECT_THAT(entry_lines(),
+              ElementsAre("SOF_Ext_ParseCertInfo uCertLen=1 infoFlags=0x0000002A oids=[1.2.3]",
+                          "SOF_Ext_GetCertChain uCertLen=1", "SOF_Ext_GenCSR, pszContainerName=[C1]",
+                          "SOF_Ext_ParseCSR, csrDataLen=4000000000"));
 }
 
 TEST_F(Unsupported, NullArgumentsAreNotLookedAt) {
@@ -43,10 +43,10 @@ TEST_F(Unsupported, NullArgumentsAreNotLookedAt) {
   EXPECT_EQ(library.SOF_Ext_GetCertChain(nullptr, 0), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_GenCSR(nullptr), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_ParseCSR(nullptr, 0), kNotSupported);
-  EXPECT_THAT(entry_lines(), ElementsAre("SOF_Ext_ParseCertInfo uCertLen=0 infoFlags=0x00000000 oids=[NULL]",
-                                         "SOF_Ext_GetCertChain uCertLen=0",
-                                         "SOF_Ext_GenCSR, pszContainerName=[(null)]",
-                                         "SOF_Ext_ParseCSR, csrDataLen=0"));
+  EXPECT_THAT(entry_lines(),
+              ElementsAre("SOF_Ext_ParseCertInfo uCertLen=0 infoFlags=0x00000000 oids=[NULL]",
+                          "SOF_Ext_GetCertChain uCertLen=0", "SOF_Ext_GenCSR, pszContainerName=[(null)]",
+                          "SOF_Ext_ParseCSR, csrDataLen=0"));
   EXPECT_THAT(LogReader::errors(), IsEmpty());
   EXPECT_THAT(standins.call_log(), IsEmpty());
 }

@@ -20,14 +20,12 @@ void check(std::span<const uint8_t> stored, uint64_t received, FrameContent cont
   if (answer.refused || answer.code != 0 || content == FrameContent::code_only) {
     expect(answer.data.empty(), "a frame without data gives none");
   }
-  if (received > stored.size() || received < 4)
-    expect(answer.refused, "what did not fit is refused");
+  if (received > stored.size() || received < 4) expect(answer.refused, "what did not fit is refused");
   if (answer.refused) return;
   expect(answer.code == number_at(stored, 0), "the code is the frame's");
   if (answer.code != 0 || content == FrameContent::code_only) return;
   expect(answer.data.size() == number_at(stored, 4), "the data have the stated length");
-  expect(answer.data.data() == stored.data() + 8 &&
-             answer.data.data() + answer.data.size() <= end,
+  expect(answer.data.data() == stored.data() + 8 && answer.data.data() + answer.data.size() <= end,
          "the data lie in the frame, behind its head");
 }
 

@@ -18,9 +18,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   unsigned randoms = 0;
   const ValueSource source{[&](Placeholder placeholder) {
                              switch ((static_cast<unsigned>(placeholder) + choice) % 8) {
-                               case 6: return Value::leave_as_it_stands();
-                               case 7: missing = true; return Value::missing();
-                               default: return Value::of(value);
+                               case 6:
+                                 return Value::leave_as_it_stands();
+                               case 7:
+                                 missing = true;
+                                 return Value::missing();
+                               default:
+                                 return Value::of(value);
                              }
                            },
                            [&] { return randoms++; }};

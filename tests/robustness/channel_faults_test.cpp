@@ -128,10 +128,18 @@ TEST_F(ChannelFaults, SixteenThreadsKeepTheirFaultsApart) {
       for (int turn = 0; turn < 10; ++turn) {
         char version[128] = "";
         switch ((caller + turn) % 4) {
-          case 0: wrong += library.SOF_Initialize() != SOR_COMMUNICATIONERR; break;
-          case 1: wrong += library.SOF_Finalize() != SOR_JSONPARSEERR; break;
-          case 2: wrong += library.SOF_GetVersion(version) != SOR_OK || std::string(version) != "7"; break;
-          case 3: wrong += library.SOF_Ext_isLogin("C1", 0) != SOR_NOTLOGINERR; break;
+          case 0:
+            wrong += library.SOF_Initialize() != SOR_COMMUNICATIONERR;
+            break;
+          case 1:
+            wrong += library.SOF_Finalize() != SOR_JSONPARSEERR;
+            break;
+          case 2:
+            wrong += library.SOF_GetVersion(version) != SOR_OK || std::string(version) != "7";
+            break;
+          case 3:
+            wrong += library.SOF_Ext_isLogin("C1", 0) != SOR_NOTLOGINERR;
+            break;
         }
       }
     });

@@ -8,23 +8,25 @@
 namespace velm::test {
 namespace {
 
-constexpr const char* kMembers[] = {"ErrorCode", "errorcode",  "Result",     "RESULT",   "Version",
-                                    "UserCert",  "RetryCount", "RandomData", "Sign",     "SignData",
+constexpr const char* kMembers[] = {"ErrorCode", "errorcode",  "Result",     "RESULT",    "Version",
+                                    "UserCert",  "RetryCount", "RandomData", "Sign",      "SignData",
                                     "Info",      "DeviceInfo", "sealCount",  "sealcount", ""};
 
 // Result codes as the service writes them, and malformed ones.
 constexpr const char* kCodes[] = {
-    R"("0")",        R"("0")",        R"("0")",          R"("00000000")",  R"("0x0")",       R"("-0")",
-    R"(" 0")",       R"("")",         R"("no code")",    R"("0 then")",    R"("B000403")",   R"("b000438")",
-    R"("7FFFFFFF")", R"("80000000")", R"("FFFFFFFF")",   R"("-1")",        R"("-80000001")", R"("0xB000442")",
-    R"("+1")",       "0",             R"("\u0030")",     R"("\u0000B")",   "null",           "true",
-    "[]",            "{}",            R"(["0"])",        "184467440737",   "-1e999",
-    R"("FFFFFFFFFFFFFFFFFFFFFFFFF")"};
+    R"("0")",       R"("0")",         R"("0")",         R"("00000000")", R"("0x0")",
+    R"("-0")",      R"(" 0")",        R"("")",          R"("no code")",  R"("0 then")",
+    R"("B000403")", R"("b000438")",   R"("7FFFFFFF")",  R"("80000000")", R"("FFFFFFFF")",
+    R"("-1")",      R"("-80000001")", R"("0xB000442")", R"("+1")",       "0",
+    R"("\u0030")",  R"("\u0000B")",   "null",           "true",          "[]",
+    "{}",           R"(["0"])",       "184467440737",   "-1e999",        R"("FFFFFFFFFFFFFFFFFFFFFFFFF")"};
 
-constexpr const char* kNumbers[] = {"0",          "-0",         "-1",         "1",         "2147483647",
-                                    "2147483648", "4294967295", "4294967296", "1e308",     "1e999",
-                                    "-1e999",     "1e-400",     "0.5",        "-2147483649",
-                                    "99999999999999999999999999999999999999999999999999"};
+constexpr const char* kNumbers[] = {
+    "0",          "-0",          "-1",
+    "1",          "2147483647",  "2147483648",
+    "4294967295", "4294967296",  "1e308",
+    "1e999",      "-1e999",      "1e-400",
+    "0.5",        "-2147483649", "99999999999999999999999999999999999999999999999999"};
 
 constexpr const char* kTexts[] = {R"("")",
                                   R"("\u0000")",
@@ -55,10 +57,14 @@ constexpr const char* kTexts[] = {R"("")",
 // Returns a length from 0 to `most`, often equal or close to it.
 size_t length_up_to(RandomSource& random, size_t most) {
   switch (random.below(4)) {
-    case 0: return random.below(16);
-    case 1: return most;
-    case 2: return most - std::min(most, random.below(20));
-    default: return random.below(most + 1);
+    case 0:
+      return random.below(16);
+    case 1:
+      return most;
+    case 2:
+      return most - std::min(most, random.below(20));
+    default:
+      return random.below(most + 1);
   }
 }
 
@@ -77,12 +83,18 @@ std::string any_list(RandomSource& random, size_t depth, bool named) {
 
 std::string any_value(RandomSource& random, size_t depth) {
   switch (random.below(depth == 0 ? 5 : 7)) {
-    case 0: return random.one_of(kNumbers);
-    case 1: return random.one_of(kTexts);
-    case 2: return random.one_of(kCodes);
-    case 3: return quoted(base64(random.bytes(random.below(100))));
-    case 4: return random.one_in(2) ? "null" : "false";
-    default: return any_list(random, depth - 1, random.one_in(2));
+    case 0:
+      return random.one_of(kNumbers);
+    case 1:
+      return random.one_of(kTexts);
+    case 2:
+      return random.one_of(kCodes);
+    case 3:
+      return quoted(base64(random.bytes(random.below(100))));
+    case 4:
+      return random.one_in(2) ? "null" : "false";
+    default:
+      return any_list(random, depth - 1, random.one_in(2));
   }
 }
 
@@ -91,11 +103,16 @@ std::string result_value(RandomSource& random, const ServiceFunction& function, 
   if (random.one_in(4)) return any_value(random, 3);
   const size_t length = length_up_to(random, room);
   switch (function.kind) {
-    case ResultKind::kNone: return "{}";
-    case ResultKind::kText: return quoted(std::string(length, 'v'));
-    case ResultKind::kBase64: return quoted(base64(random.bytes(length / 4 * 3)));
-    case ResultKind::kNumber: return random.one_of(kNumbers);
-    case ResultKind::kTexts: break;
+    case ResultKind::kNone:
+      return "{}";
+    case ResultKind::kText:
+      return quoted(std::string(length, 'v'));
+    case ResultKind::kBase64:
+      return quoted(base64(random.bytes(length / 4 * 3)));
+    case ResultKind::kNumber:
+      return random.one_of(kNumbers);
+    case ResultKind::kTexts:
+      break;
   }
   std::string names = "[";
   while (names.size() < length) names += any_value(random, 0) + ",";
@@ -116,8 +133,9 @@ std::string frame_answer(RandomSource& random, const ServiceFunction& function, 
   const std::string data = random.bytes(length_up_to(random, capacity - std::min<size_t>(capacity, 8)));
   const auto length = static_cast<uint32_t>(data.size());
   const uint32_t codes[] = {0, 0, 0, 0, 0, 1, 0x0B000403, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF};
-  const uint32_t lengths[] = {length,     length,     length,     length,     length + 1, length - 1,
-                              0,          size,       size + 1,   0x7FFFFFFF, 0x80000000, 0xFFFFFFF7,
+  const uint32_t lengths[] = {length,     length,     length,     length,
+                              length + 1, length - 1, 0,          size,
+                              size + 1,   0x7FFFFFFF, 0x80000000, 0xFFFFFFF7,
                               0xFFFFFFF8, 0xFFFFFFF9, 0xFFFFFFFF, static_cast<uint32_t>(random.number())};
   return little_endian(random.one_of(codes)) + little_endian(random.one_of(lengths)) + data;
 }
@@ -173,9 +191,9 @@ std::string noise(RandomSource& random, const ServiceFunction& function, uint32_
   return random.bytes(length_up_to(random, 2 * size_t{function.capacity.of(size)}));
 }
 
-constexpr decltype(&noise) kKinds[] = {
-    well_formed, well_formed, well_formed,       cut,    altered, altered,
-    filled,      filled,      of_the_other_form, nested, noise,   any_document};
+constexpr decltype(&noise) kKinds[] = {well_formed,       well_formed, well_formed, cut,
+                                       altered,           altered,     filled,      filled,
+                                       of_the_other_form, nested,      noise,       any_document};
 
 }  // namespace
 

@@ -19,12 +19,12 @@
 #include <string>
 #include <vector>
 
+#include "inc/velm_sof_client.h"
 #include "robustness/expected_outcome.h"
 #include "robustness/hostile_answer.h"
 #include "robustness/hostile_wire.h"
 #include "robustness/service_functions.h"
 #include "robustness/winhttp_in_memory.h"
-#include "inc/velm_sof_client.h"
 #include "support/guarded_buffer.h"
 #include "support/log_reader.h"
 #include "support/process_usage.h"
@@ -225,7 +225,8 @@ TEST_F(HostileService, CannotHarmACallInMemory) {
     if (!http.has_answered()) return call.expect({{SOR_COMMUNICATIONERR}});
     return call.expect(outcome_of(function, call.size(), http.received(), Arrival::kWhole));
   };
-  run(exchanges(), [] {}, LogReader::clear, exchange);
+  run(
+      exchanges(), [] {}, LogReader::clear, exchange);
 }
 
 TEST_F(HostileService, CannotHarmACallOverAConnection) {

@@ -27,8 +27,8 @@ WireAnswer of_any_status(RandomSource& random, const std::string& body) {
 }
 
 WireAnswer of_another_length(RandomSource& random, const std::string& body) {
-  const uint64_t lengths[] = {0, 1, body.size() / 2, body.size() + 1, 0x7FFFFFFF, 0x80000000, 0xFFFFFFFF,
-                              0x100000000, UINT64_MAX, random.number()};
+  const uint64_t lengths[] = {0,          1,          body.size() / 2, body.size() + 1, 0x7FFFFFFF,
+                              0x80000000, 0xFFFFFFFF, 0x100000000,     UINT64_MAX,      random.number()};
   return {Answer(body).announcing(random.one_of(lengths)), Arrival::kInPart};
 }
 
@@ -47,15 +47,20 @@ WireAnswer with_bad_chunks(RandomSource& random, const std::string& body) {
 WireAnswer with_strange_headers(RandomSource& random, const std::string& body) {
   const std::string names[] = {"X-Long", "Content-Encoding", "Transfer-Encoding", "Content-Length",
                                "Set-Cookie"};
-  const std::string values[] = {std::string(60000, 'v'), "gzip", "identity", "-1", "no number", "",
-                                "\xFF\xFE"};
+  const std::string values[] = {
+      std::string(60000, 'v'), "gzip", "identity", "-1", "no number", "", "\xFF\xFE"};
   return {Answer(body).header(random.one_of(names), random.one_of(values)), Arrival::kAnything};
 }
 
 WireAnswer without_http(RandomSource& random, const std::string& body) {
-  const std::string heads[] = {"", "HTTP/1.1\r\n\r\n", "HTTP/9.9 200 OK\r\n\r\n", "HTTP/1.1 200 OK\n\n",
-                               "HTTP/1.1 two OK\r\n\r\n", "HTTP/1.1 200 OK\r\nno colon\r\n\r\n",
-                               random.bytes(random.below(300)), "HTTP/1.1 200 OK\r\nContent-Length: 5"};
+  const std::string heads[] = {"",
+                               "HTTP/1.1\r\n\r\n",
+                               "HTTP/9.9 200 OK\r\n\r\n",
+                               "HTTP/1.1 200 OK\n\n",
+                               "HTTP/1.1 two OK\r\n\r\n",
+                               "HTTP/1.1 200 OK\r\nno colon\r\n\r\n",
+                               random.bytes(random.below(300)),
+                               "HTTP/1.1 200 OK\r\nContent-Length: 5"};
   return {Answer::raw(random.one_of(heads) + body), Arrival::kAnything};
 }
 
@@ -65,9 +70,18 @@ WireAnswer after_a_continue(RandomSource&, const std::string& body) {
 
 WireAnswer nothing(RandomSource&, const std::string&) { return {Answer::nothing(), Arrival::kInPart}; }
 
-constexpr decltype(&whole) kWays[] = {
-    whole, whole,           in_pieces,            in_chunks,    of_any_status,    of_another_length,
-    cut,   with_bad_chunks, with_strange_headers, without_http, after_a_continue, nothing};
+constexpr decltype(&whole) kWays[] = {whole,
+                                      whole,
+                                      in_pieces,
+                                      in_chunks,
+                                      of_any_status,
+                                      of_another_length,
+                                      cut,
+                                      with_bad_chunks,
+                                      with_strange_headers,
+                                      without_http,
+                                      after_a_continue,
+                                      nothing};
 
 }  // namespace
 

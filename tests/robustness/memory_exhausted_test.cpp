@@ -1,7 +1,7 @@
 // Missing memory: every exported function on a new thread with all log lines enabled, and the load of the
 // library itself. The process survives, the call reports it, and its outputs are unchanged.
-#include <gmock/gmock.h>
 #include <windows.h>
+#include <gmock/gmock.h>
 
 #include <fstream>
 #include <set>

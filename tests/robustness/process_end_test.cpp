@@ -1,7 +1,7 @@
 // Ends the process while a thread is inside a call of the signature provider. Unloading must not wait for a
 // lock that a terminated thread holds.
-#include <gmock/gmock.h>
 #include <windows.h>
+#include <gmock/gmock.h>
 
 #include <atomic>
 #include <cstdlib>

@@ -38,9 +38,21 @@ constexpr ServiceFunction frame(const char* name, ByteCount capacity, ByteCount 
 constexpr ServiceFunction kFunctions[] = {
     code_only("SOF_Initialize", [](const Arguments&) { return SOF_Initialize(); }),
     code_only("SOF_Finalize", [](const Arguments&) { return SOF_Finalize(); }),
-    {"SOF_GetVersion", kJson, {128}, {128}, Kind::kText, "Version", Length::kNone,
+    {"SOF_GetVersion",
+     kJson,
+     {128},
+     {128},
+     Kind::kText,
+     "Version",
+     Length::kNone,
      [](const Arguments& a) { return SOF_GetVersion(reinterpret_cast<char*>(a.output)); }},
-    {"SOF_GenRandom", kJson, {256, 2}, {0, 1}, Kind::kBase64, "RandomData", Length::kNone,
+    {"SOF_GenRandom",
+     kJson,
+     {256, 2},
+     {0, 1},
+     Kind::kBase64,
+     "RandomData",
+     Length::kNone,
      [](const Arguments& a) { return SOF_GenRandom(a.size, a.output); }},
     code_only("SOF_Login", [](const Arguments&) { return SOF_Login(kName, "1234"); }),
     number("SOF_GetPinRetryCount", "RetryCount",
@@ -48,9 +60,21 @@ constexpr ServiceFunction kFunctions[] = {
     code_only("SOF_ChangePassWd", [](const Arguments&) { return SOF_ChangePassWd(kName, "1234", "5678"); }),
     code_only("SOF_Ext_Logout", [](const Arguments&) { return SOF_Ext_Logout(kName, 0); }),
     code_only("SOF_Ext_isLogin", [](const Arguments&) { return SOF_Ext_isLogin(kName, 0); }),
-    {"SOF_GetDeviceInfo", kJson, {256}, {256}, Kind::kText, "DeviceInfo", Length::kWritten,
+    {"SOF_GetDeviceInfo",
+     kJson,
+     {256},
+     {256},
+     Kind::kText,
+     "DeviceInfo",
+     Length::kWritten,
      [](const Arguments& a) { return SOF_GetDeviceInfo(kName, 0x203, a.output, a.length); }},
-    {"SOF_GetUserList", kJson, {2048}, {2048}, Kind::kTexts, nullptr, Length::kCleared,
+    {"SOF_GetUserList",
+     kJson,
+     {2048},
+     {2048},
+     Kind::kTexts,
+     nullptr,
+     Length::kCleared,
      [](const Arguments& a) { return SOF_GetUserList(reinterpret_cast<char*>(a.output), a.length); }},
     base64_member("SOF_ExportUserCert", {4096}, {3072}, "UserCert",
                   [](const Arguments& a) { return SOF_ExportUserCert(kName, a.output, a.length); }),
@@ -64,28 +88,24 @@ constexpr ServiceFunction kFunctions[] = {
                   }),
     code_only("SOF_ValidateCert", [](const Arguments& a) { return SOF_ValidateCert(a.data, a.size); }),
     base64_member("SOF_SignData", {2048}, {1536}, "Sign",
-                  [](const Arguments& a) {
-                    return SOF_SignData(kName, a.data, a.size, a.output, a.length);
-                  }),
+                  [](const Arguments& a) { return SOF_SignData(kName, a.data, a.size, a.output, a.length); }),
     code_only("SOF_VerifySignedData",
               [](const Arguments& a) {
                 return SOF_VerifySignedData(kCertificate, sizeof kCertificate, a.data, a.size, a.data,
                                             a.size);
               }),
-    base64_member("SOF_SignMessage", {8192, 1.6f}, {6144, 1.25f}, "SignData",
-                  [](const Arguments& a) {
-                    return SOF_SignMessage(0, kName, a.data, a.size, a.output, a.length);
-                  }),
+    base64_member(
+        "SOF_SignMessage", {8192, 1.6f}, {6144, 1.25f}, "SignData",
+        [](const Arguments& a) { return SOF_SignMessage(0, kName, a.data, a.size, a.output, a.length); }),
     code_only("SOF_VerifySignedMessage",
               [](const Arguments& a) { return SOF_VerifySignedMessage(a.data, a.size, nullptr, 0); }),
     frame("SOF_GetInfoFromSignedMessage", {0, 1}, {0, 1},
           [](const Arguments& a) {
             return SOF_GetInfoFromSignedMessage(a.data, a.size, 1, a.output, a.length);
           }),
-    base64_member("SOF_Ext_SignHash", {2048}, {1536}, nullptr,
-                  [](const Arguments& a) {
-                    return SOF_Ext_SignHash(kName, 1, 1, a.data, a.size, a.output, a.length);
-                  }),
+    base64_member(
+        "SOF_Ext_SignHash", {2048}, {1536}, nullptr,
+        [](const Arguments& a) { return SOF_Ext_SignHash(kName, 1, 1, a.data, a.size, a.output, a.length); }),
     frame("SOF_EncryptData", {1024, 1}, {1024, 1},
           [](const Arguments& a) {
             return SOF_EncryptData(kCertificate, sizeof kCertificate, a.data, a.size, a.output, a.length);
@@ -102,7 +122,13 @@ constexpr ServiceFunction kFunctions[] = {
           }),
     frame("SOF_Ext_ExportPublicKey", {1024}, {1024},
           [](const Arguments& a) { return SOF_Ext_ExportPublicKey(kName, 1, a.output, a.length); }),
-    {"SOF_Ext_ReadUsrDataFile", kFrame, {32, 1}, {0, 1}, Kind::kNone, nullptr, Length::kNone,
+    {"SOF_Ext_ReadUsrDataFile",
+     kFrame,
+     {32, 1},
+     {0, 1},
+     Kind::kNone,
+     nullptr,
+     Length::kNone,
      [](const Arguments& a) { return SOF_Ext_ReadUsrDataFile(kName, 1, 2, 3, a.size, a.output); }},
     code_only("SOF_Ext_WriteUsrDataFile",
               [](const Arguments& a) {
@@ -112,7 +138,13 @@ constexpr ServiceFunction kFunctions[] = {
            [](const Arguments& a) { return SOF_Ext_EnumSeal(kName, a.length); }),
     base64_member("SOF_Ext_GetSeaInfo", {65536}, {49152}, nullptr,
                   [](const Arguments& a) { return SOF_Ext_GetSeaInfo(kName, 0, 2, a.output, a.length); }),
-    {"SOF_Config", kFrameCode, {512}, {}, Kind::kNone, nullptr, Length::kNone,
+    {"SOF_Config",
+     kFrameCode,
+     {512},
+     {},
+     Kind::kNone,
+     nullptr,
+     Length::kNone,
      [](const Arguments& a) { return SOF_Config(1, a.data, a.size); }},
 };
 

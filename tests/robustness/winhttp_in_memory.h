@@ -25,10 +25,10 @@ class WinHttpInMemory {
   void serve(std::string body, HttpFault fault, RandomSource& random);
 
   // State of the exchange since serve():
-  bool was_used() const;           // the library opened a session
-  bool has_answered() const;       // the response head was received
-  std::string received() const;    // the part of the body that was read
-  size_t handles_left() const;     // opened and not closed
+  bool was_used() const;         // the library opened a session
+  bool has_answered() const;     // the response head was received
+  std::string received() const;  // the part of the body that was read
+  size_t handles_left() const;   // opened and not closed
 
  private:
   std::vector<std::unique_ptr<ImportPatch>> patches_;

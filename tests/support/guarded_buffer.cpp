@@ -13,8 +13,7 @@ constexpr size_t kPageBytes = 4096;
 
 }  // namespace
 
-GuardedBuffer::GuardedBuffer(size_t size)
-    : size_(size), accessible_((size / kPageBytes + 1) * kPageBytes) {
+GuardedBuffer::GuardedBuffer(size_t size) : size_(size), accessible_((size / kPageBytes + 1) * kPageBytes) {
   pages_ = static_cast<unsigned char*>(
       VirtualAlloc(nullptr, accessible_ + kPageBytes, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE));
   DWORD before;

@@ -15,9 +15,8 @@ namespace {
 constexpr wchar_t kFileName[] = L"velm_client_sof.log";
 
 LogEntry parse(const std::string& line) {
-  static const std::regex layout(
-      R"(\[(VER|IFO|WAR|ERR)\|(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}))"
-      R"(\|([^|]*)\|(32|64)\|(\d+)\|(\d+)\|([^|]*)\|(\d+))");
+  static const std::regex layout(R"(\[(VER|IFO|WAR|ERR)\|(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\.\d{3}))"
+                                 R"(\|([^|]*)\|(32|64)\|(\d+)\|(\d+)\|([^|]*)\|(\d+))");
   static const std::map<std::string, Level> levels = {{"VER", Level::kVerbose},
                                                       {"IFO", Level::kInformation},
                                                       {"WAR", Level::kWarning},

@@ -6,8 +6,6 @@
 namespace velm::test {
 
 // Allocates this thread's storage and the buffers of the first log line. No AllocationFaults may be active.
-inline void settle_memory(const ClientLibrary& library) {
-  library.SOF_GenRandom(1, nullptr);
-}
+inline void settle_memory(const ClientLibrary& library) { library.SOF_GenRandom(1, nullptr); }
 
 }  // namespace velm::test

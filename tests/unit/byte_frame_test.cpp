@@ -30,20 +30,18 @@ TEST(RequestFrame, OpensWithMarkAndFunctionNumber) {
 
 TEST(RequestFrame, WritesNumbersByteStringsAndTexts) {
   const uint8_t certificate[] = {0xAA, 0xBB};
-  EXPECT_THAT(request(FunctionNumber::GetCertInfo,
-                                   {FrameBytes{certificate, 2}, "C1", uint32_t{0x04030201}}),
+  EXPECT_THAT(request(FunctionNumber::GetCertInfo, {FrameBytes{certificate, 2}, "C1", uint32_t{0x04030201}}),
               ElementsAreArray(Bytes{0x77, 11, 2, 0, 0, 0, 0xAA, 0xBB, 3, 0, 0, 0, 'C', '1', 0, 1, 2, 3, 4}));
 }
 
 TEST(RequestFrame, SendsAnEmptyTextAsItsTerminator) {
-  EXPECT_THAT(request(FunctionNumber::DecryptData, {""}),
-              ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0}));
+  EXPECT_THAT(request(FunctionNumber::DecryptData, {""}), ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, SendsNullAsEmpty) {
-  EXPECT_THAT(request(FunctionNumber::DecryptData,
-                                   {static_cast<const char*>(nullptr), FrameBytes{nullptr, 9}}),
-              ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
+  EXPECT_THAT(
+      request(FunctionNumber::DecryptData, {static_cast<const char*>(nullptr), FrameBytes{nullptr, 9}}),
+      ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
 TEST(RequestFrame, TakesALongTextWhole) {
@@ -67,8 +65,14 @@ TEST(RequestFrame, ItsSizeIsSummedUpIn64Bits) {
 }
 
 Bytes response(uint32_t code, const Bytes& data) {
-  Bytes frame{static_cast<uint8_t>(code), static_cast<uint8_t>(code >> 8), static_cast<uint8_t>(code >> 16),
-              static_cast<uint8_t>(code >> 24), static_cast<uint8_t>(data.size()), 0, 0, 0};
+  Bytes frame{static_cast<uint8_t>(code),
+              static_cast<uint8_t>(code >> 8),
+              static_cast<uint8_t>(code >> 16),
+              static_cast<uint8_t>(code >> 24),
+              static_cast<uint8_t>(data.size()),
+              0,
+              0,
+              0};
   frame.insert(frame.end(), data.begin(), data.end());
   return frame;
 }
@@ -166,8 +170,13 @@ TEST(Fields, ANumberNeedsFourBytes) {
 
 TEST(Fields, AByteStringEndsWithinTheFields) {
   for (const uint32_t length : {0u, 1u, 3u, 4u, 0x80000000u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
-    const Bytes bytes{static_cast<uint8_t>(length),       static_cast<uint8_t>(length >> 8),
-                      static_cast<uint8_t>(length >> 16), static_cast<uint8_t>(length >> 24), 7, 8, 9};
+    const Bytes bytes{static_cast<uint8_t>(length),
+                      static_cast<uint8_t>(length >> 8),
+                      static_cast<uint8_t>(length >> 16),
+                      static_cast<uint8_t>(length >> 24),
+                      7,
+                      8,
+                      9};
     FieldReader fields(bytes);
     const auto read = fields.bytes();
     ASSERT_EQ(read.has_value(), length <= 3) << length;

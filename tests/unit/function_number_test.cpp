@@ -48,14 +48,10 @@ TEST(FunctionNumbers, OfTheService) {
 
 TEST(FunctionNumbers, ForProviderModulesOnly) {
   const std::pair<ModuleFunction, uint32_t> kExpected[] = {
-      {ModuleFunction::read_label, 1},
-      {ModuleFunction::list_files, 2},
-      {ModuleFunction::create_file, 3},
-      {ModuleFunction::delete_file, 4},
-      {ModuleFunction::read_file, 5},
-      {ModuleFunction::write_file, 6},
-      {ModuleFunction::file_attributes, 7},
-      {ModuleFunction::control, 8},
+      {ModuleFunction::read_label, 1},      {ModuleFunction::list_files, 2},
+      {ModuleFunction::create_file, 3},     {ModuleFunction::delete_file, 4},
+      {ModuleFunction::read_file, 5},       {ModuleFunction::write_file, 6},
+      {ModuleFunction::file_attributes, 7}, {ModuleFunction::control, 8},
       {ModuleFunction::list_devices, 9},
   };
   for (const auto& [function, number] : kExpected) EXPECT_EQ(number_of(function), number);

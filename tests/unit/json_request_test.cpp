@@ -58,8 +58,7 @@ TEST_F(JsonRequest, APercentSignInATextIsNoConversion) {
 }
 
 TEST_F(JsonRequest, ATextMayEndAtALength) {
-  EXPECT_EQ(text_of(format_json("[%s][%s]", std::string_view("123456", 4), std::string_view())),
-            "[1234][]");
+  EXPECT_EQ(text_of(format_json("[%s][%s]", std::string_view("123456", 4), std::string_view())), "[1234][]");
 }
 
 TEST_F(JsonRequest, PrintsNullTextAndSendsNullBytesAsNone) {

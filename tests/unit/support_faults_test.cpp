@@ -83,7 +83,8 @@ TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
   const HMODULE program = GetModuleHandleW(nullptr);
   const DWORD before = process_id();
   {
-    const ImportPatch patch(program, "KERNEL32.DLL", "GetCurrentProcessId", +[] { return DWORD{7}; });
+    const ImportPatch patch(
+        program, "KERNEL32.DLL", "GetCurrentProcessId", +[] { return DWORD{7}; });
     EXPECT_EQ(process_id(), 7u);
     EXPECT_EQ(patch.original<DWORD (*)()>()(), before);
   }
@@ -94,7 +95,9 @@ TEST(ImportPatch, RefusesWhatIsNotImported) {
   const HMODULE program = GetModuleHandleW(nullptr);
   EXPECT_FALSE(ImportPatch::is_imported(program, "kernel32.dll", "NoSuchFunction"));
   EXPECT_FALSE(ImportPatch::is_imported(program, "nosuch.dll", "GetCurrentProcessId"));
-  EXPECT_THROW(ImportPatch(program, "kernel32.dll", "NoSuchFunction", +[] {}), std::runtime_error);
+  EXPECT_THROW(ImportPatch(
+                   program, "kernel32.dll", "NoSuchFunction", +[] {}),
+               std::runtime_error);
 }
 
 TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {

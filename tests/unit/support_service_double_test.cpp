@@ -39,8 +39,10 @@ class Client {
   void send_text(const std::string& text) { send(socket_, text.data(), static_cast<int>(text.size()), 0); }
 
   void post(const std::string& body) {
-    send_text("POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type:application/json;charset=UTF-8;\r\n"
-              "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
+    send_text(
+        "POST / HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Type:application/json;charset=UTF-8;\r\n"
+        "Content-Length: " +
+        std::to_string(body.size()) + "\r\n\r\n" + body);
   }
 
   // Receives up to the end of the stream. `error` is 0 after an orderly close.

@@ -13,8 +13,8 @@ constexpr uint32_t kLongestInput = UINT32_MAX / 4 * 3;
 
 }  // namespace
 
-int32_t VELM_Openssl_Base64Encode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+int32_t VELM_Openssl_Base64Encode(const uint8_t* input, uint32_t input_length, uint8_t* output,
+                                  uint32_t* output_length) {
   return api_call([&] {
     if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
       return kApiBadInput;
@@ -26,8 +26,8 @@ int32_t VELM_Openssl_Base64Encode(
   });
 }
 
-int32_t VELM_Openssl_Base64Decode(
-    const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+int32_t VELM_Openssl_Base64Decode(const uint8_t* input, uint32_t input_length, uint8_t* output,
+                                  uint32_t* output_length) {
   return api_call([&] {
     if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
       return kApiBadInput;

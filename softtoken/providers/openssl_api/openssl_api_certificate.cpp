@@ -8,8 +8,8 @@ using namespace velm;
 using namespace velm::token;
 
 // Every mode fills all known members of the record.
-int32_t VELM_Openssl_ParseCertInfo(
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t, uint32_t, void* record) {
+int32_t VELM_Openssl_ParseCertInfo(const uint8_t* certificate, uint32_t certificate_length, uint32_t,
+                                   uint32_t, void* record) {
   return api_call([&] {
     if (certificate == nullptr || record == nullptr) return kApiBadInput;
     const Key key = key_of(parse_certificate({certificate, certificate_length}).get());

@@ -2,8 +2,8 @@
 #include <memory>
 
 #include "provider_abi/velm_openssl_api.h"
-#include "softtoken/providers/openssl_api/openssl_api_call.h"
 #include "softtoken/crypto/symmetric_cipher.h"
+#include "softtoken/providers/openssl_api/openssl_api_call.h"
 
 using namespace velm::token;
 
@@ -29,9 +29,9 @@ int32_t convert(SymmetricOperation::Direction direction, void* context, const ui
 
 }  // namespace
 
-int32_t VELM_Openssl_SymmAcquireContext(
-    void** context, uint32_t cipher, uint32_t direction, const uint8_t* key, uint32_t key_length,
-    const uint8_t* iv, uint32_t mode) {
+int32_t VELM_Openssl_SymmAcquireContext(void** context, uint32_t cipher, uint32_t direction,
+                                        const uint8_t* key, uint32_t key_length, const uint8_t* iv,
+                                        uint32_t mode) {
   return api_call([&] {
     if (context == nullptr || key == nullptr || direction > 1) return kApiBadInput;
     const EVP_CIPHER* wanted = symmetric_cipher(symmetric_algorithm(cipher, mode), key_length);
@@ -44,13 +44,13 @@ int32_t VELM_Openssl_SymmAcquireContext(
   });
 }
 
-int32_t VELM_Openssl_Encrypt(
-    void* context, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+int32_t VELM_Openssl_Encrypt(void* context, const uint8_t* input, uint32_t input_length, uint8_t* output,
+                             uint32_t* output_length) {
   return convert(SymmetricOperation::Direction::encrypt, context, input, input_length, output, output_length);
 }
 
-int32_t VELM_Openssl_Decrypt(
-    void* context, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+int32_t VELM_Openssl_Decrypt(void* context, const uint8_t* input, uint32_t input_length, uint8_t* output,
+                             uint32_t* output_length) {
   return convert(SymmetricOperation::Direction::decrypt, context, input, input_length, output, output_length);
 }
 

@@ -4,9 +4,9 @@
 
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/content_info.h"
+#include "softtoken/crypto/symmetric_cipher.h"
 #include "softtoken/providers/saf/der_element.h"
 #include "softtoken/providers/saf/saf_call.h"
-#include "softtoken/crypto/symmetric_cipher.h"
 
 namespace velm::token {
 
@@ -39,9 +39,12 @@ const EVP_CIPHER* method_cipher(uint32_t method) {
   require_saf(algorithm.mode == CipherMode::cbc, kSafAlgorithm);
   switch (method & ~kCbc) {
     case kTripleDes:
-    case kAes192: return symmetric_cipher(algorithm, 24);
-    case kAes256: return symmetric_cipher(algorithm, 32);
-    default: return symmetric_cipher(algorithm, 16);
+    case kAes192:
+      return symmetric_cipher(algorithm, 24);
+    case kAes256:
+      return symmetric_cipher(algorithm, 32);
+    default:
+      return symmetric_cipher(algorithm, 16);
   }
 }
 
@@ -154,7 +157,7 @@ void expect_object(EnvelopeReader& reader, const char* pkcs7, const char* gm) {
 }
 
 struct RecipientSetFreer {
-  void operator()(STACK_OF(PKCS7_RECIP_INFO)* set) const {
+  void operator()(STACK_OF(PKCS7_RECIP_INFO) * set) const {
     sk_PKCS7_RECIP_INFO_pop_free(set, PKCS7_RECIP_INFO_free);
   }
 };

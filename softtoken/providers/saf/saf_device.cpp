@@ -49,9 +49,8 @@ uint32_t SAF_Ext_EnumFile(void* application, const char* container, char* names,
   });
 }
 
-uint32_t SAF_Ext_CreateFile(
-    void* application, const char* container, const char* file_name, uint32_t size, uint32_t read_rights,
-    uint32_t write_rights) {
+uint32_t SAF_Ext_CreateFile(void* application, const char* container, const char* file_name, uint32_t size,
+                            uint32_t read_rights, uint32_t write_rights) {
   return saf_call([&] {
     JsonObject arguments = file_arguments(container, file_name);
     arguments.add("size", size).add("readRights", read_rights).add("writeRights", write_rights);
@@ -64,9 +63,8 @@ uint32_t SAF_Ext_DeleteFile(void* application, const char* container, const char
       [&] { ask(application, ModuleFunction::delete_file, file_arguments(container, file_name)); });
 }
 
-uint32_t SAF_Ext_ReadFile(
-    void* application, const char* container, const char* file_name, uint32_t offset, uint32_t read_length,
-    uint8_t* data, uint32_t* data_length) {
+uint32_t SAF_Ext_ReadFile(void* application, const char* container, const char* file_name, uint32_t offset,
+                          uint32_t read_length, uint8_t* data, uint32_t* data_length) {
   return saf_call([&] {
     JsonObject arguments = file_arguments(container, file_name);
     arguments.add("offset", offset).add("length", read_length);
@@ -75,9 +73,8 @@ uint32_t SAF_Ext_ReadFile(
   });
 }
 
-uint32_t SAF_Ext_WriteFile(
-    void* application, const char* container, const char* file_name, uint32_t offset, const uint8_t* data,
-    uint32_t data_length) {
+uint32_t SAF_Ext_WriteFile(void* application, const char* container, const char* file_name, uint32_t offset,
+                           const uint8_t* data, uint32_t data_length) {
   return saf_call([&] {
     JsonObject arguments = file_arguments(container, file_name);
     arguments.add("offset", offset).add("data", base64_encode(input_bytes(data, data_length)));
@@ -85,9 +82,8 @@ uint32_t SAF_Ext_WriteFile(
   });
 }
 
-uint32_t SAF_Ext_GetFileAttribute(
-    void* application, const char* container, const char* file_name, uint32_t* size, uint32_t* read_rights,
-    uint32_t* write_rights) {
+uint32_t SAF_Ext_GetFileAttribute(void* application, const char* container, const char* file_name,
+                                  uint32_t* size, uint32_t* read_rights, uint32_t* write_rights) {
   return saf_call([&] {
     const Json found =
         ask(application, ModuleFunction::file_attributes, file_arguments(container, file_name));
@@ -124,9 +120,8 @@ uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devic
 }
 
 // Labels belong to the token, not to a container.
-uint32_t SAF_Ext_ReadLabel(
-    void* application, const char*, uint32_t, const char* label, uint32_t label_length, uint32_t label_type,
-    uint8_t* data, uint32_t* data_length) {
+uint32_t SAF_Ext_ReadLabel(void* application, const char*, uint32_t, const char* label, uint32_t label_length,
+                           uint32_t label_type, uint8_t* data, uint32_t* data_length) {
   return saf_call([&] {
     JsonObject arguments;
     arguments.add("name", name_value(required_text(label, label_length))).add("type", label_type);

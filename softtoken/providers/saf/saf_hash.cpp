@@ -23,9 +23,9 @@ uint32_t number_of(const void* argument) {
 
 }  // namespace
 
-uint32_t SAF_Hash(
-    uint32_t algorithm, const uint8_t* data, uint32_t data_length, const uint8_t* public_key,
-    uint32_t public_key_length, const uint8_t* id, uint32_t id_length, uint8_t* hash, uint32_t* hash_length) {
+uint32_t SAF_Hash(uint32_t algorithm, const uint8_t* data, uint32_t data_length, const uint8_t* public_key,
+                  uint32_t public_key_length, const uint8_t* id, uint32_t id_length, uint8_t* hash,
+                  uint32_t* hash_length) {
   return saf_call([&] {
     const ByteView content = input_bytes(data, data_length);
     const Bytes prefix =
@@ -36,9 +36,8 @@ uint32_t SAF_Hash(
 
 // The five arguments before the path are those of SAF_Hash() without its data: the digest algorithm, the
 // signer's public key and its length, the user ID and its length.
-uint32_t SAF_Ext_HashFile(
-    const void* first, const void* second, const void* third, const void* fourth, uint32_t fifth,
-    const char* path, uint8_t* hash, uint32_t* hash_length) {
+uint32_t SAF_Ext_HashFile(const void* first, const void* second, const void* third, const void* fourth,
+                          uint32_t fifth, const char* path, uint8_t* hash, uint32_t* hash_length) {
   return saf_call([&] {
     const uint32_t algorithm = number_of(first);
     const ByteView public_key = input_bytes(static_cast<const uint8_t*>(second), number_of(third));

@@ -76,9 +76,9 @@ uint32_t SAF_SM2_DecodeSignedData(void*, const uint8_t* message, uint32_t messag
   });
 }
 
-uint32_t SAF_Ext_Pkcs7_ReadContentData(
-    void*, const uint8_t* message, uint32_t message_length, uint32_t* has_attributes, uint32_t* digest,
-    uint8_t* attributes, uint32_t* attributes_length, uint8_t* hash, uint32_t* hash_length) {
+uint32_t SAF_Ext_Pkcs7_ReadContentData(void*, const uint8_t* message, uint32_t message_length,
+                                       uint32_t* has_attributes, uint32_t* digest, uint8_t* attributes,
+                                       uint32_t* attributes_length, uint8_t* hash, uint32_t* hash_length) {
   return saf_call([&] {
     require_saf(has_attributes != nullptr && digest != nullptr, kSafBadInput);
     const SignedMessage parsed = parse_signed_message(required_bytes(message, message_length));
@@ -91,8 +91,8 @@ uint32_t SAF_Ext_Pkcs7_ReadContentData(
   });
 }
 
-uint32_t SAF_Ext_ReplaceSM2Pkcs7SignedOID(
-    uint32_t mode, const uint8_t* input, uint32_t input_length, uint8_t* output, uint32_t* output_length) {
+uint32_t SAF_Ext_ReplaceSM2Pkcs7SignedOID(uint32_t mode, const uint8_t* input, uint32_t input_length,
+                                          uint8_t* output, uint32_t* output_length) {
   return saf_call([&] {
     const auto family = static_cast<IdentifierFamily>(mode);
     require_saf(family == IdentifierFamily::gm_t_0010 || family == IdentifierFamily::international,

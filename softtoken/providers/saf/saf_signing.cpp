@@ -64,9 +64,9 @@ Form extended_form(uint32_t data_kind) {
 
 }  // namespace
 
-uint32_t SAF_Ext_SignFile(
-    void* application, const char* container, uint32_t container_length, uint32_t digest, const uint8_t* id,
-    uint32_t id_length, const char* path, uint8_t* signature, uint32_t* signature_length) {
+uint32_t SAF_Ext_SignFile(void* application, const char* container, uint32_t container_length,
+                          uint32_t digest, const uint8_t* id, uint32_t id_length, const char* path,
+                          uint8_t* signature, uint32_t* signature_length) {
   return saf_call([&] {
     const TokenClient client(configuration_of(application));
     const std::string name = required_text(container, container_length);
@@ -102,10 +102,11 @@ uint32_t SAF_SM2_EncodeSignedData(void* application, const char* container, uint
 }
 
 // Encodes a detached message: content is signed with signed attributes, a hash value without them.
-uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void*, uint32_t data_kind,
-    const uint8_t* data, uint32_t data_length, uint8_t* message, uint32_t* message_length) {
+uint32_t SAF_Ext_Pkcs7_EncodeSignedData(void* application, const char* container, uint32_t container_length,
+                                        uint32_t key_usage, const uint8_t* certificate,
+                                        uint32_t certificate_length, uint32_t digest, const void*,
+                                        uint32_t data_kind, const uint8_t* data, uint32_t data_length,
+                                        uint8_t* message, uint32_t* message_length) {
   return saf_call([&] {
     encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
             data, data_length, message, message_length},
@@ -113,10 +114,11 @@ uint32_t SAF_Ext_Pkcs7_EncodeSignedData(
   });
 }
 
-uint32_t SAF_Ext_SM2_EncodeSignedData(
-    void* application, const char* container, uint32_t container_length, uint32_t key_usage,
-    const uint8_t* certificate, uint32_t certificate_length, uint32_t digest, const void*, uint32_t data_kind,
-    const uint8_t* data, uint32_t data_length, uint8_t* message, uint32_t* message_length) {
+uint32_t SAF_Ext_SM2_EncodeSignedData(void* application, const char* container, uint32_t container_length,
+                                      uint32_t key_usage, const uint8_t* certificate,
+                                      uint32_t certificate_length, uint32_t digest, const void*,
+                                      uint32_t data_kind, const uint8_t* data, uint32_t data_length,
+                                      uint8_t* message, uint32_t* message_length) {
   return saf_call([&] {
     encode({application, container, container_length, key_usage, certificate, certificate_length, digest,
             data, data_length, message, message_length},

@@ -68,9 +68,8 @@ uint32_t SAF_Ext_TspGetTime(uint8_t* time, uint32_t* time_length) {
   return saf_call([&] { deliver_time(nullptr, time, time_length); });
 }
 
-uint32_t SAF_Ext_TspGetStamp(
-    void* application, const char*, uint32_t, const uint8_t* data, uint32_t data_length, uint8_t* stamp,
-    uint32_t* stamp_length) {
+uint32_t SAF_Ext_TspGetStamp(void* application, const char*, uint32_t, const uint8_t* data,
+                             uint32_t data_length, uint8_t* stamp, uint32_t* stamp_length) {
   return saf_call([&] {
     deliver_stamp(application, DigestId::sha256, hash_of_data(input_bytes(data, data_length)), stamp,
                   stamp_length);
@@ -86,9 +85,8 @@ uint32_t SAF_Ext_TspVerifyStamp(const uint8_t* data, uint32_t data_length, const
   });
 }
 
-uint32_t SAF_Ext_TspGetFileStamp(
-    void* application, const char*, uint32_t, const uint8_t* file, uint32_t file_length, uint8_t* stamp,
-    uint32_t* stamp_length) {
+uint32_t SAF_Ext_TspGetFileStamp(void* application, const char*, uint32_t, const uint8_t* file,
+                                 uint32_t file_length, uint8_t* stamp, uint32_t* stamp_length) {
   return saf_call([&] {
     deliver_stamp(application, DigestId::sha256, hash_of_file(file, file_length), stamp, stamp_length);
   });
@@ -110,18 +108,18 @@ uint32_t SAF_Ext_GM_Tsp_GetTime(void* application, uint8_t* time, uint32_t* time
 
 // `selector` is the digest algorithm of GM/T 0006 that the time-stamp token covers the data with; 0 selects
 // SM3.
-uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(
-    void* application, uint32_t selector, const uint8_t* data, uint32_t data_length, uint8_t* stamp,
-    uint32_t* stamp_length) {
+uint32_t SAF_Ext_GM_Tsp_SealTimeStamp(void* application, uint32_t selector, const uint8_t* data,
+                                      uint32_t data_length, uint8_t* stamp, uint32_t* stamp_length) {
   return saf_call([&] {
     const DigestId digest = selector == 0 ? DigestId::sm3 : static_cast<DigestId>(selector);
     deliver_stamp(application, digest, hash_of_data(input_bytes(data, data_length)), stamp, stamp_length);
   });
 }
 
-uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(
-    void*, const uint8_t* data, uint32_t data_length, const uint8_t* stamp, uint32_t stamp_length,
-    const uint8_t* certificate, uint32_t certificate_length, uint8_t* time_info, uint32_t* time_info_length) {
+uint32_t SAF_Ext_GM_Tsp_VerifyTimeStamp(void*, const uint8_t* data, uint32_t data_length,
+                                        const uint8_t* stamp, uint32_t stamp_length,
+                                        const uint8_t* certificate, uint32_t certificate_length,
+                                        uint8_t* time_info, uint32_t* time_info_length) {
   return SAF_Ext_TspVerifyStamp(data, data_length, stamp, stamp_length, certificate, certificate_length,
                                 time_info, time_info_length);
 }

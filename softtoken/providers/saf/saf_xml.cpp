@@ -10,10 +10,10 @@ uint32_t SAF_Ext_XMLVerify(void*, uint32_t, const uint8_t* xml, uint32_t xml_len
 }
 
 // Sic: the incoming lengths are ignored. Each buffer must have the size that a call without buffers returned.
-uint32_t SAF_Ext_XMLParse(
-    void*, uint32_t, const uint8_t* xml, uint32_t xml_length, uint8_t* item1, uint32_t* item1_length,
-    uint8_t* item2, uint32_t* item2_length, uint8_t* item3, uint32_t* item3_length, uint8_t* item4,
-    uint32_t* item4_length, uint8_t* item5, uint32_t* item5_length, uint8_t* item6, uint32_t* item6_length) {
+uint32_t SAF_Ext_XMLParse(void*, uint32_t, const uint8_t* xml, uint32_t xml_length, uint8_t* item1,
+                          uint32_t* item1_length, uint8_t* item2, uint32_t* item2_length, uint8_t* item3,
+                          uint32_t* item3_length, uint8_t* item4, uint32_t* item4_length, uint8_t* item5,
+                          uint32_t* item5_length, uint8_t* item6, uint32_t* item6_length) {
   return saf_call([&] {
     const struct {
       uint8_t* bytes;
@@ -23,9 +23,12 @@ uint32_t SAF_Ext_XMLParse(
     for (const auto& output : outputs) require_saf(output.length != nullptr, kSafBadInput);
 
     const XmlSignatureItems items = read_xml_signature(required_bytes(xml, xml_length));
-    const ByteView results[] = {items.original,    items.digest,
-                                items.signature,   items.certificate,
-                                as_bytes(items.digest_algorithm), as_bytes(items.signature_algorithm)};
+    const ByteView results[] = {items.original,
+                                items.digest,
+                                items.signature,
+                                items.certificate,
+                                as_bytes(items.digest_algorithm),
+                                as_bytes(items.signature_algorithm)};
     for (size_t i = 0; i < std::size(results); ++i) {
       *outputs[i].length = static_cast<uint32_t>(results[i].size());
       deliver(results[i], outputs[i].bytes, outputs[i].length);

@@ -49,8 +49,7 @@ Json TokenClient::call(const char* path, const JsonObject& request) const {
   return Json(cJSON_DetachItemFromObjectCaseSensitive(answer.get(), "Result"));
 }
 
-SecretBytes TokenClient::frame_call(FunctionNumber function,
-                                    std::initializer_list<FrameField> fields) const {
+SecretBytes TokenClient::frame_call(FunctionNumber function, std::initializer_list<FrameField> fields) const {
   std::string request;
   request.reserve(request_size(fields));
   append_request(request, function, fields);

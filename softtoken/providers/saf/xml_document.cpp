@@ -8,9 +8,9 @@
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/xmlmemory.h>
-#include <xmlsec/xmlsec.h>
 #include <xmlsec/errors.h>
 #include <xmlsec/transforms.h>
+#include <xmlsec/xmlsec.h>
 
 #include "softtoken/providers/module_call.h"
 #include "softtoken/providers/module_lock.h"

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
-#include <xmlsec/xmlsec.h>
 #include <xmlsec/nodeset.h>
 #include <xmlsec/transforms.h>
+#include <xmlsec/xmlsec.h>
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/certificate.h"
@@ -67,9 +67,7 @@ struct Signature {
   Bytes certificate;
 };
 
-bool is_filler(const xmlNode* node) {
-  return node->type == XML_COMMENT_NODE || xmlIsBlankNode(node) != 0;
-}
+bool is_filler(const xmlNode* node) { return node->type == XML_COMMENT_NODE || xmlIsBlankNode(node) != 0; }
 
 /** Iterates over child elements, which have a fixed order and no text between them. */
 class Elements {

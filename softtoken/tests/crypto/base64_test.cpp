@@ -6,9 +6,13 @@ namespace velm::token {
 namespace {
 
 TEST(Base64, EncodesThePublishedVectors) {
-  const std::pair<const char*, const char*> vectors[] = {
-      {"", ""}, {"f", "Zg=="}, {"fo", "Zm8="}, {"foo", "Zm9v"},
-      {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
+  const std::pair<const char*, const char*> vectors[] = {{"", ""},
+                                                         {"f", "Zg=="},
+                                                         {"fo", "Zm8="},
+                                                         {"foo", "Zm9v"},
+                                                         {"foob", "Zm9vYg=="},
+                                                         {"fooba", "Zm9vYmE="},
+                                                         {"foobar", "Zm9vYmFy"}};
   for (const auto& [plain, text] : vectors) {
     EXPECT_EQ(base64_encode(as_bytes(plain)), text);
     EXPECT_EQ(base64_decode(text), copy_of(as_bytes(plain)));

@@ -28,9 +28,9 @@ constexpr std::string_view kExampleScalar =
 
 // The private key in PKCS#8.
 Key example_private_key() {
-  return private_key_from_der(from_hex(
-      std::string("308187020100301306072A8648CE3D020106082A811CCF5501822D046D306B0201010420") +
-      std::string(kExampleScalar) + "A144034200" + std::string(kExamplePoint)));
+  return private_key_from_der(
+      from_hex(std::string("308187020100301306072A8648CE3D020106082A811CCF5501822D046D306B0201010420") +
+               std::string(kExampleScalar) + "A144034200" + std::string(kExamplePoint)));
 }
 
 TEST(KnownAnswers, Sm3) {

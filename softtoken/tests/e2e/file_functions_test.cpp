@@ -214,13 +214,13 @@ TEST_F(FileFunctions, SymmetricCiphersAgreeInMemoryAndInFiles) {
       EXPECT_NE(decrypted(number, iv, key, altered_at(cipher, 0), code), plain);
 
       const uint32_t iv_length = size_of(iv);
-      ASSERT_EQ(SOF_Ext_SymmEncryptFile(number, iv.data(), iv_length, key.data(), size_of(key), kPlain,
-                                        kEnvelope),
-                SOR_OK);
+      ASSERT_EQ(
+          SOF_Ext_SymmEncryptFile(number, iv.data(), iv_length, key.data(), size_of(key), kPlain, kEnvelope),
+          SOR_OK);
       EXPECT_EQ(read_file(kEnvelope), cipher);
-      ASSERT_EQ(SOF_Ext_SymmDecryptFile(number, iv.data(), iv_length, key.data(), size_of(key), kEnvelope,
-                                        kOpened),
-                SOR_OK);
+      ASSERT_EQ(
+          SOF_Ext_SymmDecryptFile(number, iv.data(), iv_length, key.data(), size_of(key), kEnvelope, kOpened),
+          SOR_OK);
       EXPECT_EQ(read_file(kOpened), plain);
     }
   }

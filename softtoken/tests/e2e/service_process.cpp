@@ -24,9 +24,9 @@ HANDLE start(const std::wstring& arguments) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION process{};
-  require(CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                         &process),
-          "the service cannot be started");
+  require(
+      CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process),
+      "the service cannot be started");
   CloseHandle(process.hThread);
   return process.hProcess;
 }
@@ -34,8 +34,8 @@ HANDLE start(const std::wstring& arguments) {
 }  // namespace
 
 ServiceProcess::ServiceProcess() {
-  const auto folder = std::filesystem::temp_directory_path() /
-                      ("velm-e2e-" + std::to_string(GetCurrentProcessId()));
+  const auto folder =
+      std::filesystem::temp_directory_path() / ("velm-e2e-" + std::to_string(GetCurrentProcessId()));
   folder_ = folder.wstring();
   const std::wstring data = L"--data \"" + (folder / L"store.db").wstring() + L"\"";
 

@@ -73,9 +73,8 @@ TEST_F(SignatureFunctions, HashSignaturesVerify) {
 }
 
 Bytes signed_file(uint32_t flag, const char* name) {
-  return output_of([&](uint8_t* out, uint32_t* length) {
-    return SOF_Ext_PKCS7_SignFile(flag, name, kFile, out, length);
-  });
+  return output_of(
+      [&](uint8_t* out, uint32_t* length) { return SOF_Ext_PKCS7_SignFile(flag, name, kFile, out, length); });
 }
 
 uint32_t verify_message(uint32_t flag, const Bytes& message) {

@@ -180,8 +180,8 @@ void sign_message(Turn& turn) {
   const Bytes message = turn.output_of("SOF_SignMessage", [&](uint8_t* out, uint32_t* length) {
     return SOF_SignMessage(flag, turn.container, data.data(), size_of(data), out, length);
   });
-  turn.expect_code("SOF_VerifySignedMessage", SOF_VerifySignedMessage(message.data(), size_of(message),
-                                                                      data.data(), size_of(data)));
+  turn.expect_code("SOF_VerifySignedMessage",
+                   SOF_VerifySignedMessage(message.data(), size_of(message), data.data(), size_of(data)));
   const Bytes signer = turn.output_of("SOF_GetInfoFromSignedMessage", [&](uint8_t* out, uint32_t* length) {
     return SOF_GetInfoFromSignedMessage(message.data(), size_of(message), 2, out, length);
   });
@@ -193,9 +193,12 @@ void encrypt_data(Turn& turn) {
   const Bytes envelope = turn.output_of("SOF_EncryptData", [&](uint8_t* out, uint32_t* length) {
     return SOF_EncryptData(certificate.data(), size_of(certificate), data.data(), size_of(data), out, length);
   });
-  turn.expect(turn.output_of("SOF_DecryptData", [&](uint8_t* out, uint32_t* length) {
-    return SOF_DecryptData(turn.container, envelope.data(), size_of(envelope), out, length);
-  }) == data, "decrypted data");
+  turn.expect(turn.output_of("SOF_DecryptData",
+                             [&](uint8_t* out, uint32_t* length) {
+                               return SOF_DecryptData(turn.container, envelope.data(), size_of(envelope), out,
+                                                      length);
+                             }) == data,
+              "decrypted data");
 }
 
 void encrypt_with_a_key(Turn& turn) {
@@ -207,9 +210,12 @@ void encrypt_with_a_key(Turn& turn) {
   const Bytes cipher = turn.output_of("SOF_Ext_AsymmEncryptData", [&](uint8_t* out, uint32_t* length) {
     return SOF_Ext_AsymmEncryptData(key.data(), size_of(key), data.data(), size_of(data), out, length);
   });
-  turn.expect(turn.output_of("SOF_Ext_AsymmDecryptData", [&](uint8_t* out, uint32_t* length) {
-    return SOF_Ext_AsymmDecryptData(turn.container, specifier, cipher.data(), size_of(cipher), out, length);
-  }) == data, "data decrypted with a key");
+  turn.expect(turn.output_of("SOF_Ext_AsymmDecryptData",
+                             [&](uint8_t* out, uint32_t* length) {
+                               return SOF_Ext_AsymmDecryptData(turn.container, specifier, cipher.data(),
+                                                               size_of(cipher), out, length);
+                             }) == data,
+              "data decrypted with a key");
 }
 
 // Each thread has a file of its own. Writing requires the PIN, whose key derivation is deliberately slow.
@@ -221,9 +227,8 @@ void keep_user_data(Turn& turn) {
   for (int reads = 0; reads < 8; ++reads) {
     const auto from = static_cast<uint32_t>(turn.random.below(data.size()));
     Bytes part(data.size() - from);
-    turn.expect_code("SOF_Ext_ReadUsrDataFile",
-                     SOF_Ext_ReadUsrDataFile(turn.container, 1, turn.own_number(), from, size_of(part),
-                                             part.data()));
+    turn.expect_code("SOF_Ext_ReadUsrDataFile", SOF_Ext_ReadUsrDataFile(turn.container, 1, turn.own_number(),
+                                                                        from, size_of(part), part.data()));
     turn.expect(std::equal(part.begin(), part.end(), data.begin() + from), "user data");
   }
 }
@@ -234,9 +239,11 @@ void work_without_the_service(Turn& turn) {
   const Bytes text = turn.output_of("SOF_Base64Encode", [&](uint8_t* out, uint32_t* length) {
     return SOF_Base64Encode(data.data(), size_of(data), out, length);
   });
-  turn.expect(turn.output_of("SOF_Base64Decode", [&](uint8_t* out, uint32_t* length) {
-    return SOF_Base64Decode(text.data(), size_of(text), out, length);
-  }) == data, "base64");
+  turn.expect(turn.output_of("SOF_Base64Decode",
+                             [&](uint8_t* out, uint32_t* length) {
+                               return SOF_Base64Decode(text.data(), size_of(text), out, length);
+                             }) == data,
+              "base64");
   const Bytes hash = turn.output_of("SOF_Ext_HashData", [](uint8_t* out, uint32_t* length) {
     const uint8_t abc[] = {'a', 'b', 'c'};
     return SOF_Ext_HashData(1, abc, sizeof abc, nullptr, 0, nullptr, 0, out, length);
@@ -245,10 +252,19 @@ void work_without_the_service(Turn& turn) {
   turn.expect(hash.size() == 32 && hash[0] == 0x66 && hash[1] == 0xC7 && hash[31] == 0xE0, "SM3");
 }
 
-constexpr void (*kTurns[])(Turn&) = {
-    ask_for_version,    draw_random_bytes, draw_random_bytes, look_around,        ask_for_what_is_refused,
-    read_certificates,  sign_data,         sign_data,         sign_message,       encrypt_data,
-    encrypt_with_a_key, keep_user_data,    work_without_the_service};
+constexpr void (*kTurns[])(Turn&) = {ask_for_version,
+                                     draw_random_bytes,
+                                     draw_random_bytes,
+                                     look_around,
+                                     ask_for_what_is_refused,
+                                     read_certificates,
+                                     sign_data,
+                                     sign_data,
+                                     sign_message,
+                                     encrypt_data,
+                                     encrypt_with_a_key,
+                                     keep_user_data,
+                                     work_without_the_service};
 
 constexpr size_t kPrivateBytesAllowed = 2 << 20;
 
@@ -269,10 +285,14 @@ Settings settings_of(int count, char** arguments) {
     if (error != std::errc() || end != text.data() + text.size() || value == 0) {
       throw std::runtime_error(name + " takes a number from 1");
     }
-    if (name == "--calls") settings.calls = value;
-    else if (name == "--threads") settings.threads = value;
-    else if (name == "--seed") settings.seed = value;
-    else throw std::runtime_error("no option " + name);
+    if (name == "--calls")
+      settings.calls = value;
+    else if (name == "--threads")
+      settings.threads = value;
+    else if (name == "--seed")
+      settings.seed = value;
+    else
+      throw std::runtime_error("no option " + name);
   }
   return settings;
 }

@@ -67,9 +67,12 @@ TEST(XmlFunctions, SignedDocumentsVerifyAndTellTheirItems) {
     const auto [document, signature] = signed_xml(name);
     EXPECT_EQ(verify(document), SOR_OK);
     const Uris uris = uris_of(digest_of_key(name));
-    const Bytes expected[] = {bytes_of(kOriginal),       hash_of(digest_of_key(name), bytes_of(kOriginal)),
-                              signature,                 signing_certificate(name),
-                              bytes_of(uris.digest),     bytes_of(uris.signature)};
+    const Bytes expected[] = {bytes_of(kOriginal),
+                              hash_of(digest_of_key(name), bytes_of(kOriginal)),
+                              signature,
+                              signing_certificate(name),
+                              bytes_of(uris.digest),
+                              bytes_of(uris.signature)};
     for (uint32_t type = 1; type <= 6; ++type) {
       EXPECT_EQ(output_of([&, &xml = document](uint8_t* out, uint32_t* length) {
                   return SOF_GetXMLSignatureInfo(xml.data(), size_of(xml), type, out, length);

@@ -2,8 +2,8 @@
 #include "softtoken/crypto/certificate.h"
 
 #include "softtoken/crypto/authority.h"
-#include "softtoken/tests/store/temporary_store.h"
 #include "softtoken/tests/fuzz/credentials.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

@@ -8,10 +8,10 @@
 #include "softtoken/crypto/content_info.h"
 #include "softtoken/providers/saf/envelope_stream.h"
 #include "softtoken/providers/saf/saf_call.h"
-#include "softtoken/tests/providers/expected_codes.h"
-#include "softtoken/tests/store/temporary_store.h"
 #include "softtoken/tests/fuzz/credentials.h"
+#include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/samples.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "tests/fuzz/fuzz_target.h"
 
 using namespace velm::token;

@@ -9,14 +9,14 @@
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/envelope.h"
 #include "softtoken/crypto/signed_data.h"
-#include "softtoken/store/time_stamp_authority.h"
-#include "softtoken/store/token.h"
 #include "softtoken/providers/saf/envelope_stream.h"
 #include "softtoken/providers/saf/message_identifiers.h"
 #include "softtoken/providers/saf/time_stamp.h"
-#include "softtoken/tests/store/temporary_store.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/store/token.h"
 #include "softtoken/tests/providers/samples.h"
 #include "softtoken/tests/providers/signed_xml.h"
+#include "softtoken/tests/store/temporary_store.h"
 
 using namespace velm::token;
 

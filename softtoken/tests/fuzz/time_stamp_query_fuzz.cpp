@@ -3,9 +3,9 @@
 #include <openssl/ts.h>
 
 #include "softtoken/crypto/certificate.h"
-#include "softtoken/store/user_data.h"
-#include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/providers/saf/time_stamp.h"
+#include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 

@@ -3,14 +3,14 @@
 #include <algorithm>
 #include <charconv>
 
-#include <nlohmann/json.hpp>
 #include <sqlite3.h>
+#include <nlohmann/json.hpp>
 
 #include "softtoken/crypto/base64.h"
-#include "softtoken/store/user_data.h"
 #include "softtoken/store/time_stamp_authority.h"
-#include "softtoken/tests/store/temporary_store.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/tests/fuzz/credentials.h"
+#include "softtoken/tests/store/temporary_store.h"
 #include "tests/fuzz/fuzz_target.h"
 
 namespace velm::token::fuzz {

@@ -10,8 +10,13 @@ namespace {
 
 // Test vectors of RFC 4648.
 constexpr std::pair<const char*, const char*> kVectors[] = {
-    {"", ""},           {"f", "Zg=="},         {"fo", "Zm8="},           {"foo", "Zm9v"},
-    {"foob", "Zm9vYg=="}, {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"},
+    {"", ""},
+    {"f", "Zg=="},
+    {"fo", "Zm8="},
+    {"foo", "Zm9v"},
+    {"foob", "Zm9vYg=="},
+    {"fooba", "Zm9vYmE="},
+    {"foobar", "Zm9vYmFy"},
 };
 
 constexpr const char* kNotBase64[] = {"Zg=", "Zg", "Z===", "Zm9v!", "Zg==Zg==", "Zm 9v", "Zm9v\xE6"};
@@ -21,11 +26,10 @@ using ApiFunction = decltype(&VELM_Openssl_Base64Encode);
 
 std::string saf_result(SafFunction function, std::string_view input, uint32_t& code) {
   const ByteView bytes = as_bytes(input);
-  return as_text(sized_output(
-      [&](uint8_t* output, uint32_t* length) {
-        return function(bytes.data(), size_of(bytes), output, length);
-      },
-      code));
+  return as_text(
+      sized_output([&](uint8_t* output,
+                       uint32_t* length) { return function(bytes.data(), size_of(bytes), output, length); },
+                   code));
 }
 
 // The crypto module has no capacity argument; the output buffer must be large enough.

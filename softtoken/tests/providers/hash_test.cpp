@@ -40,8 +40,9 @@ TEST(Hash, GivesThePublishedValues) {
 
 // Public key, user ID and e = SM3(Z || M) of the signature example of GB/T 32918.5 on the recommended curve.
 TEST(Hash, CoversTheSignerAsThePublishedExample) {
-  const Bytes key = hex("0409f9df311e5421a150dd7d161e4bc5c672179fad1833fc076bb08ff356f35020"
-                        "ccea490ce26775a52dc6ea718cc1aa600aed05fbf35e084a6632f6072da9ad13");
+  const Bytes key =
+      hex("0409f9df311e5421a150dd7d161e4bc5c672179fad1833fc076bb08ff356f35020"
+          "ccea490ce26775a52dc6ea718cc1aa600aed05fbf35e084a6632f6072da9ad13");
   const Bytes expected = hex("f0b43e94ba45accaace692ed534382eb17e6ab5a19ce7b31f4486fdfc0d28640");
   EXPECT_EQ(hash_of(kSm3, as_bytes("message digest"), key, as_bytes("1234567812345678")), expected);
   EXPECT_EQ(hash_of(kSm3, as_bytes("message digest"), key), expected);

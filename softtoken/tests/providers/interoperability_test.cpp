@@ -79,7 +79,8 @@ TEST_F(Interoperability, ItOpensOurEnvelopes) {
 TEST_F(Interoperability, WeOpenItsEnvelopes) {
   for (const char* cipher : {"-aes128", "-aes256", "-des3", "-sm4"}) {
     ASSERT_TRUE(openssl(std::string("cms -encrypt -binary -outform DER ") + cipher + " -in " + kFile +
-                        " -out interoperability.p7m RSA.crt")) << log_text();
+                        " -out interoperability.p7m RSA.crt"))
+        << log_text();
     ASSERT_EQ(open_file("interoperability.p7m"), 0u) << cipher;
     EXPECT_EQ(file_bytes("interoperability.out"), kContent);
   }
@@ -87,7 +88,8 @@ TEST_F(Interoperability, WeOpenItsEnvelopes) {
 
 TEST_F(Interoperability, ItsStreamedEnvelopesAreOpenedInMemory) {
   ASSERT_TRUE(openssl(std::string("cms -encrypt -binary -stream -outform DER -aes128 -in ") + kFile +
-                      " -out interoperability.p7m RSA.crt")) << log_text();
+                      " -out interoperability.p7m RSA.crt"))
+      << log_text();
   ASSERT_EQ(open_file("interoperability.p7m"), kSafEnvelopeNotOpened);
   const Bytes envelope = file_bytes("interoperability.p7m");
   Bytes opened(envelope.size());
@@ -132,8 +134,9 @@ TEST_F(Interoperability, ItVerifiesOurSignedMessages) {
         openssl(std::string("cms -verify -binary -noverify -inform DER -in interoperability.p7s -content ") +
                 kFile + " -out interoperability.out"))
         << log_text();
-    EXPECT_FALSE(openssl("cms -verify -binary -noverify -inform DER -in interoperability.p7s -content RSA.crt"
-                         " -out interoperability.out"));
+    EXPECT_FALSE(
+        openssl("cms -verify -binary -noverify -inform DER -in interoperability.p7s -content RSA.crt"
+                " -out interoperability.out"));
   }
 }
 
@@ -239,11 +242,12 @@ TEST_F(Interoperability, WeVerifyItsStamps) {
                       "default_policy = 1.2.3.4\ndigests = sha1, sha256, sm3\ness_cert_id_alg = sha256\n"));
   write_file("interoperability.serial", as_bytes("01\n"));
   for (const char* digest : {"-sha1", "-sha256", "-sm3"}) {
-    ASSERT_TRUE(openssl(std::string("ts -query -cert ") + digest + " -data " + kFile +
-                        " -out interoperability.tsq"))
+    ASSERT_TRUE(
+        openssl(std::string("ts -query -cert ") + digest + " -data " + kFile + " -out interoperability.tsq"))
         << log_text();
-    ASSERT_TRUE(openssl("ts -reply -config interoperability.cnf -section tsa -queryfile interoperability.tsq "
-                        "-signer TSA.crt -inkey TSA.key -out interoperability.tsr"))
+    ASSERT_TRUE(
+        openssl("ts -reply -config interoperability.cnf -section tsa -queryfile interoperability.tsq "
+                "-signer TSA.crt -inkey TSA.key -out interoperability.tsr"))
         << log_text();
     const Bytes stamp = file_bytes("interoperability.tsr");
     char time[32];
@@ -264,8 +268,9 @@ TEST_F(Interoperability, ItVerifiesTheSignaturesInOurMessagesWithSm2) {
   const auto expect_verified = [&](const Bytes& message, ByteView signed_data) {
     write_file("interoperability.sig", parse_signed_message(message).signature);
     write_file("interoperability.out", signed_data);
-    EXPECT_TRUE(openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify SM2.pub -signature "
-                        "interoperability.sig interoperability.out"))
+    EXPECT_TRUE(
+        openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify SM2.pub -signature "
+                "interoperability.sig interoperability.out"))
         << log_text();
   };
   uint32_t code = 1;
@@ -315,8 +320,9 @@ TEST_F(Interoperability, ItReadsOurStampsWithSm2) {
   ASSERT_TRUE(openssl("x509 -in interoperability.tsa -noout -purpose -pubkey -out interoperability.pub"))
       << log_text();
   EXPECT_NE(as_text(file_bytes("interoperability.pub")).find("Time Stamp signing : Yes"), std::string::npos);
-  EXPECT_TRUE(openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify interoperability.pub -signature "
-                      "interoperability.sig interoperability.out"))
+  EXPECT_TRUE(
+      openssl("dgst -sm3 -sigopt distid:1234567812345678 -verify interoperability.pub -signature "
+              "interoperability.sig interoperability.out"))
       << log_text();
 }
 

@@ -1,7 +1,7 @@
 // Shows for every exported function of the four modules, on a new thread, that exhausted memory does not end
 // the process: the function returns its out-of-memory code and leaves its outputs unchanged.
-#include <gtest/gtest.h>
 #include <windows.h>
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>

@@ -48,7 +48,8 @@ void read_xml_once(const Module& module) {
   const std::string xml =
       "<root><Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"><SignedInfo><CanonicalizationMethod "
       "Algorithm=\"http://www.w3.org/2001/10/xml-exc-c14n#\"/><SignatureMethod Algorithm=\"unknown\"/>"
-      "<Reference URI=\"\"><Transforms><Transform Algorithm=\"" + std::string(kEnveloped) +
+      "<Reference URI=\"\"><Transforms><Transform Algorithm=\"" +
+      std::string(kEnveloped) +
       "\"/></Transforms><DigestMethod Algorithm=\"unknown\"/><DigestValue>AAAA</DigestValue></Reference>"
       "</SignedInfo><SignatureValue>AAAA</SignatureValue><KeyInfo><X509Certificate>AAAA</X509Certificate>"
       "</KeyInfo></Signature></root>";
@@ -67,14 +68,16 @@ void encrypt_once(const Module& module) {
   uint32_t length = 0;
   void* context = nullptr;
   EXPECT_EQ(module.function<decltype(VELM_Openssl_SymmAcquireContext)>("VELM_Openssl_SymmAcquireContext")(
-                &context, 108, 1, key, 16, key, 2), 0);
+                &context, 108, 1, key, 16, key, 2),
+            0);
   EXPECT_EQ(module.function<decltype(VELM_Openssl_Encrypt)>("VELM_Openssl_Encrypt")(context, key, 16, output,
                                                                                     &length),
             0);
   EXPECT_EQ(module.function<decltype(VELM_Openssl_SymmReleaseCtx)>("VELM_Openssl_SymmReleaseCtx")(context),
             0);
   EXPECT_NE(module.function<decltype(VELM_Openssl_SymmAcquireContext)>("VELM_Openssl_SymmAcquireContext")(
-                &context, 99, 1, key, 16, key, 2), 0);
+                &context, 99, 1, key, 16, key, 2),
+            0);
 }
 
 void use_nothing(const Module&) {}

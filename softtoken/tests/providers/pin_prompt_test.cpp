@@ -77,8 +77,10 @@ TEST(PinPrompt, GivesNothingOnEscapeOrWhenItIsClosed) {
     char pin[32] = "untouched";
     const int32_t result = prompt(pin, [&](HWND window) {
       type(window, "12345678");
-      if (by_key) press(window, VK_ESCAPE);
-      else PostMessageW(window, WM_CLOSE, 0, 0);
+      if (by_key)
+        press(window, VK_ESCAPE);
+      else
+        PostMessageW(window, WM_CLOSE, 0, 0);
     });
     EXPECT_NE(result, 0);
     EXPECT_STREQ(pin, "untouched");
@@ -204,12 +206,15 @@ TEST(PinPrompt, StandsOnItsParentAndGivesItBack) {
                                       200, nullptr, nullptr, nullptr, nullptr);
   ASSERT_NE(parent, nullptr);
   char pin[32] = {};
-  const int32_t result = prompt(pin, [&](HWND window) {
-    EXPECT_EQ(GetWindow(window, GW_OWNER), parent);
-    EXPECT_FALSE(IsWindowEnabled(parent));
-    type(window, "12345678");
-    press(window, VK_RETURN);
-  }, parent);
+  const int32_t result = prompt(
+      pin,
+      [&](HWND window) {
+        EXPECT_EQ(GetWindow(window, GW_OWNER), parent);
+        EXPECT_FALSE(IsWindowEnabled(parent));
+        type(window, "12345678");
+        press(window, VK_RETURN);
+      },
+      parent);
   EXPECT_EQ(result, 0);
   EXPECT_STREQ(pin, "12345678");
   EXPECT_TRUE(IsWindowEnabled(parent));

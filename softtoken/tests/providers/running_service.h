@@ -4,10 +4,10 @@
 #include <thread>
 
 #include "provider_abi/velm_client_saf.h"
-#include "softtoken/store/demo.h"
-#include "softtoken/store/user_data.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/http_server.h"
+#include "softtoken/store/demo.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/samples.h"
 
 namespace velm::token {

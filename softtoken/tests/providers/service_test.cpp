@@ -84,8 +84,7 @@ TEST(Configuration, IsSafeToUseWhileItIsClosed) {
   uint32_t surprises = 0;
   std::thread user([&] {
     for (; !ended || calls == 0; ++calls) {
-      const uint32_t code =
-          SAF_Ext_CMS_DecodeEnvelopedData(handle, nullptr, 0, nullptr, 0, nullptr, nullptr);
+      const uint32_t code = SAF_Ext_CMS_DecodeEnvelopedData(handle, nullptr, 0, nullptr, 0, nullptr, nullptr);
       if (code != kSafBadInput && code != kSafBadObject) ++surprises;
     }
   });
@@ -121,7 +120,8 @@ TEST_F(ModulesOnAService, EnvelopesOfEverySizeGoThereAndBack) {
       Bytes opened(envelope.size());
       uint32_t length = size_of(opened);
       ASSERT_EQ(SAF_Ext_CMS_DecodeEnvelopedData(handle(), container, text_length(container), envelope.data(),
-                                                size_of(envelope), opened.data(), &length), 0u);
+                                                size_of(envelope), opened.data(), &length),
+                0u);
       opened.resize(length);
       EXPECT_EQ(opened, Bytes(300000, 0x42));
     }
@@ -212,7 +212,9 @@ TEST_F(ModulesOnAService, DeviceFilesKeepTheirSizeAndRights) {
   uint8_t data[20];
   uint32_t length = sizeof data;
   EXPECT_EQ(SAF_Ext_ReadFile(handle(), container, "\xCE\xC4\xBC\xFE", 88, 20, data, &length), 0u);
-  EXPECT_EQ(as_text({data, length}), std::string("\0\0" "0123456789", 12));
+  EXPECT_EQ(as_text({data, length}), std::string("\0\0"
+                                                 "0123456789",
+                                                 12));
   EXPECT_EQ(SAF_Ext_ReadFile(handle(), container, "missing", 0, 20, data, &length), kSafFileNotFound);
 
   application().token().logout(container);
@@ -313,7 +315,8 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
     EXPECT_EQ(verify(text, application().signing_certificate("SM2_TEST")), kSafHashNotEqual);
     EXPECT_EQ(verify(text, text), kSafCertificateFormat);
     EXPECT_EQ(SAF_Ext_TspVerifyFileStamp(as_bytes("stamped.bin").data(), 11, stamp.data(), size_of(stamp),
-                                         authority.data(), size_of(authority), nullptr, &length), 0u);
+                                         authority.data(), size_of(authority), nullptr, &length),
+              0u);
     EXPECT_EQ(SAF_Ext_GM_Tsp_VerifyTimeStamp(handle(), text.data(), size_of(text), text.data(), size_of(text),
                                              authority.data(), size_of(authority), nullptr, &length),
               kSafStampAnswer);

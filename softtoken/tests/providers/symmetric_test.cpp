@@ -15,7 +15,7 @@ struct Cipher {
   uint32_t key_length;
   uint32_t block;
 };
-constexpr Cipher kCiphers[] = {{108, 0x400, 16, 16}, {101, 0x2000, 24, 8}, {101, 0x2000, 16, 8},
+constexpr Cipher kCiphers[] = {{108, 0x400, 16, 16},  {101, 0x2000, 24, 8},  {101, 0x2000, 16, 8},
                                {107, 0x4000, 16, 16}, {107, 0x8000, 24, 16}, {107, 0x10000, 32, 16}};
 constexpr uint32_t kModes[] = {1, 2, 3, 4};
 
@@ -105,10 +105,12 @@ TEST(SymmetricFile, AgreesWithTheContextInEveryCipherAndMode) {
       int32_t result = 0;
       const Bytes expected = run(cipher.number, cipher.key_length, mode, true, plain, result);
       ASSERT_EQ(SAF_Ext_SymmEncryptFile(identifier, kIv.data(), cipher.block, kKey.data(), cipher.key_length,
-                                        "symmetric.in", "symmetric.out"), 0u);
+                                        "symmetric.in", "symmetric.out"),
+                0u);
       EXPECT_EQ(file_bytes("symmetric.out"), expected);
       ASSERT_EQ(SAF_Ext_SymmDecryptFile(identifier, kIv.data(), cipher.block, kKey.data(), cipher.key_length,
-                                        "symmetric.out", "symmetric.out"), 0u);
+                                        "symmetric.out", "symmetric.out"),
+                0u);
       EXPECT_EQ(file_bytes("symmetric.out"), plain);
     }
   }

@@ -7,8 +7,8 @@
 #include <openssl/ts.h>
 
 #include "softtoken/crypto/signed_data.h"
-#include "softtoken/store/user_data.h"
 #include "softtoken/store/time_stamp_authority.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/scripted_server.h"
 
@@ -145,13 +145,13 @@ TEST_F(ScriptedAuthority, AnSm2StampNeedsACertificateForStampsInItsTime) {
   const auto verify_signed_by = [&](Usage usage, time_t from, time_t until) {
     const Certificate certificate = issue_certificate(
         root, key.get(), {.common_name = "Sample", .usage = usage, .not_before = from, .not_after = until});
-    const Bytes token = encode_signed_message(
-        {.signer = certificate.get(),
-         .digest = DigestId::sm3,
-         .content = content,
-         .attributes = true,
-         .time_stamp = true},
-        [&](ByteView data) { return sign_data(key.get(), DigestId::sm3, data); });
+    const Bytes token =
+        encode_signed_message({.signer = certificate.get(),
+                               .digest = DigestId::sm3,
+                               .content = content,
+                               .attributes = true,
+                               .time_stamp = true},
+                              [&](ByteView data) { return sign_data(key.get(), DigestId::sm3, data); });
     return verify(token, certificate_der(certificate.get()));
   };
   EXPECT_EQ(verify_signed_by(Usage::time_stamping, now - kDay, now + kDay), kSafSuccess);

@@ -56,9 +56,9 @@ class ScriptedService : public WithScriptedServer {
   uint32_t open_envelope(ByteView envelope) {
     opened_ = kUntouched;
     opened_length_ = static_cast<uint32_t>(opened_.size());
-    return SAF_Ext_CMS_DecodeEnvelopedData(
-        application(), kContainer, sizeof kContainer - 1, envelope.data(),
-        static_cast<uint32_t>(envelope.size()), reinterpret_cast<uint8_t*>(opened_.data()), &opened_length_);
+    return SAF_Ext_CMS_DecodeEnvelopedData(application(), kContainer, sizeof kContainer - 1, envelope.data(),
+                                           static_cast<uint32_t>(envelope.size()),
+                                           reinterpret_cast<uint8_t*>(opened_.data()), &opened_length_);
   }
 
   uint32_t size_ = 0, read_rights_ = 0, write_rights_ = 0;
@@ -128,7 +128,9 @@ TEST_F(ScriptedService, AFrameIsAsLongAsItSays) {
   EXPECT_EQ(opened_.substr(0, opened_length_), "data");
   for (const std::string& frame :
        {""s, "\0\0\0"s, "\0\0\0\0"s, "\0\0\0\0\4\0\0"s, "\0\0\0\0\4\0\0\0dat"s, "\0\0\0\0\4\0\0\0data!"s,
-        "\0\0\0\0\xff\xff\xff\xff""data"s, "\0\0\0\0\xf8\xff\xff\xff"s}) {
+        "\0\0\0\0\xff\xff\xff\xff"
+        "data"s,
+        "\0\0\0\0\xf8\xff\xff\xff"s}) {
     answer(frame);
     EXPECT_EQ(open_envelope(envelope), kSafServerFailed) << frame.size();
     EXPECT_EQ(opened_, kUntouched) << frame.size();

@@ -91,7 +91,9 @@ TEST(Verification, OfAFileAcceptsTheSignature) {
     const bool sm2 = digest == DigestId::sm3;
     EXPECT_EQ(verify(sm2 ? default_id : ByteView(), "verification_test.bin"), 0u);
     EXPECT_EQ(verify({}, "verification_test.bin"), 0u);
-    if (sm2) { EXPECT_EQ(verify(as_bytes("another ID"), "verification_test.bin"), kSafHashNotEqual); }
+    if (sm2) {
+      EXPECT_EQ(verify(as_bytes("another ID"), "verification_test.bin"), kSafHashNotEqual);
+    }
     EXPECT_EQ(verify({}, "no such file"), kSafFileOpen);
     signature.back() ^= 1;
     EXPECT_EQ(verify({}, "verification_test.bin"), kSafHashNotEqual);

@@ -37,16 +37,18 @@ class XmlInteroperability : public testing::Test {
   // Returns the document with the values that the peer filled into its template.
   static std::string signed_by_peer(const std::string& document) {
     write_file("xml_peer.xml", as_bytes(document));
-    EXPECT_TRUE(run("--sign --privkey-pem xml_peer.key,xml_peer.crt --id-attr:Id Object --id-attr:Id part "
-                    "--output xml_peer_signed.xml xml_peer.xml"))
+    EXPECT_TRUE(
+        run("--sign --privkey-pem xml_peer.key,xml_peer.crt --id-attr:Id Object --id-attr:Id part "
+            "--output xml_peer_signed.xml xml_peer.xml"))
         << log();
     return as_text(file_bytes("xml_peer_signed.xml"));
   }
 
   static bool peer_verifies(const std::string& document) {
     write_file("xml_peer_signed.xml", as_bytes(document));
-    return run("--verify --insecure --id-attr:Id Object --id-attr:Id part --id-attr:ID part "
-               "xml_peer_signed.xml");
+    return run(
+        "--verify --insecure --id-attr:Id Object --id-attr:Id part --id-attr:ID part "
+        "xml_peer_signed.xml");
   }
 
   static uint32_t verify(const std::string& document) {
@@ -69,10 +71,14 @@ std::string transforms_template(const std::vector<std::string>& uris) {
 std::string signature_template(const std::string& canonicalization, const std::string& references,
                                const std::string& signature, const std::string& objects = "") {
   return "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\">\n  <ds:SignedInfo>\n"
-         "    <ds:CanonicalizationMethod Algorithm=\"" + canonicalization + "\"/>\n"
-         "    <ds:SignatureMethod Algorithm=\"" + signature + "\"/>" + references + "\n  </ds:SignedInfo>\n"
-         "  <ds:SignatureValue/>\n  <ds:KeyInfo><ds:X509Data/></ds:KeyInfo>\n  " + objects +
-         "</ds:Signature>";
+         "    <ds:CanonicalizationMethod Algorithm=\"" +
+         canonicalization +
+         "\"/>\n"
+         "    <ds:SignatureMethod Algorithm=\"" +
+         signature + "\"/>" + references +
+         "\n  </ds:SignedInfo>\n"
+         "  <ds:SignatureValue/>\n  <ds:KeyInfo><ds:X509Data/></ds:KeyInfo>\n  " +
+         objects + "</ds:Signature>";
 }
 
 TEST_F(XmlInteroperability, WeVerifyItsEnvelopedSignatures) {
@@ -120,7 +126,7 @@ TEST_F(XmlInteroperability, ItVerifiesWhatTheTestsSign) {
       EXPECT_TRUE(peer_verifies(document)) << log();
       std::string altered = document;
       const size_t at = document.find(">one<") != std::string::npos ? document.find(">one<") + 1
-                                                                     : document.find("what was signed");
+                                                                    : document.find("what was signed");
       altered[at] = 'X';
       EXPECT_FALSE(peer_verifies(altered));
     }

@@ -62,10 +62,10 @@ TEST(XmlSignature, EveryFormVerifiesWithEveryKey) {
 
 TEST(XmlSignature, TheRootMayBeNamedByItsIdentifier) {
   const std::string start = "<root Id=\"all\"><text>signed</text>";
-  EXPECT_EQ(verify(start +
-                   xml_signature(rsa(), xml_reference(rsa(), "#all", start + "</root>", kXmlEnveloped)) +
-                   "</root>"),
-            0u);
+  EXPECT_EQ(
+      verify(start + xml_signature(rsa(), xml_reference(rsa(), "#all", start + "</root>", kXmlEnveloped)) +
+             "</root>"),
+      0u);
 }
 
 TEST(XmlSignature, WhatIsNoPartOfTheCanonicalFormMayDiffer) {
@@ -129,12 +129,12 @@ TEST(XmlSignature, WhatDoesNotVerifyHasTheCodeForIt) {
     altered[value + 20] = altered[value + 20] == 'A' ? 'B' : 'A';
     EXPECT_EQ(verify(altered), kSafHashNotEqual);
     EXPECT_EQ(verify(replaced(document, "<DigestValue>", "<DigestValue>AAAA")), kSafHashNotEqual);
-    EXPECT_EQ(verify(replaced(document, base64_encode(by.signer.certificate),
-                              base64_encode(Signer(kind_of(by.signer.key.get()),
-                                                   kind_of(by.signer.key.get()) == KeyKind::sm2
-                                                       ? generate_sm2_key()
-                                                       : generate_rsa_key(1024))
-                                                .certificate))),
+    EXPECT_EQ(verify(replaced(
+                  document, base64_encode(by.signer.certificate),
+                  base64_encode(Signer(kind_of(by.signer.key.get()),
+                                       kind_of(by.signer.key.get()) == KeyKind::sm2 ? generate_sm2_key()
+                                                                                    : generate_rsa_key(1024))
+                                    .certificate))),
               kSafHashNotEqual);
   }
 }

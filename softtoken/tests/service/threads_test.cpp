@@ -8,9 +8,9 @@
 #include <httplib.h>
 #include <nlohmann/json.hpp>
 
-#include "softtoken/store/user_data.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/http_server.h"
+#include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_store.h"
 
 namespace velm::token {

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "softtoken/crypto/certificate.h"
-#include "softtoken/store/demo.h"
 #include "softtoken/crypto/signing.h"
+#include "softtoken/store/demo.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_store.h"
 
@@ -67,7 +67,9 @@ TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
 }
 
 TEST_F(TokenTest, APinIsTheSameInUtf8AndInGbk) {
-  const std::string_view utf8 = "口令1234", gbk = "\xBF\xDA\xC1\xEE" "1234";
+  const std::string_view utf8 = "口令1234", gbk =
+                                                "\xBF\xDA\xC1\xEE"
+                                                "1234";
   token.change_pin("A", kPin, as_bytes(gbk));
   token.login("A", as_bytes(utf8));
   token.check_pin("A", as_bytes(gbk));

@@ -37,8 +37,8 @@ class File : public testing::Test {
 TEST_F(File, ReadsBackWhatWasWritten) {
   std::string every_byte;
   for (int value = 0; value < 256; ++value) every_byte += static_cast<char>(value);
-  for (const std::string& bytes : {std::string("a"), std::string("\r\n\x1A\0end", 7), every_byte,
-                                   std::string(100'000, '\n')}) {
+  for (const std::string& bytes :
+       {std::string("a"), std::string("\r\n\x1A\0end", 7), every_byte, std::string(100'000, '\n')}) {
     write(bytes);
     EXPECT_EQ(xfile_get_size(path), static_cast<int32_t>(bytes.size()));
     EXPECT_EQ(content(), bytes);

@@ -300,13 +300,14 @@ TEST_F(Log, WithTheLockSwitchEveryLineOfManyThreadsIsThereOnceAndWhole) {
   static std::vector<ptrdiff_t> lines_at_release;
   lines_at_release.clear();
   {
-    const auto guard = patch("KERNEL32.dll", "ReleaseSRWLockExclusive", +[](PSRWLOCK lock) {
-      if (lock == &log::write_lock) {
-        const std::string text = content(log::configuration.file_path);
-        lines_at_release.push_back(std::count(text.begin(), text.end(), '\n'));
-      }
-      release(lock);
-    });
+    const auto guard = patch(
+        "KERNEL32.dll", "ReleaseSRWLockExclusive", +[](PSRWLOCK lock) {
+          if (lock == &log::write_lock) {
+            const std::string text = content(log::configuration.file_path);
+            lines_at_release.push_back(std::count(text.begin(), text.end(), '\n'));
+          }
+          release(lock);
+        });
     release = guard.original<void(WINAPI*)(PSRWLOCK)>();
     write_from_many_threads();
   }

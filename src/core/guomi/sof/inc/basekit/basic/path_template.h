@@ -27,7 +27,18 @@ constexpr uint32_t slot_of(std::string_view name) {
 
 // In the order of expansion.
 enum class Placeholder {
-  time, sys64, sys32, tmp, clock, date, apptmp, pf64, pf32, userdir, locallow, commonappdata
+  time,
+  sys64,
+  sys32,
+  tmp,
+  clock,
+  date,
+  apptmp,
+  pf64,
+  pf32,
+  userdir,
+  locallow,
+  commonappdata
 };
 
 struct PlaceholderSlot {
