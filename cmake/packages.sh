@@ -14,7 +14,7 @@ build_packages=("${demo_packages[@]}" g++ googletest doxygen iproute2)
 
 # For `./dev test`.
 test_packages=(
-  "${build_packages[@]}" openssl xmlsec1 xvfb xauth cppcheck nsis
+  "${build_packages[@]}" openssl xmlsec1 xvfb xauth clang-format cppcheck nsis
   mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
 )
 
