@@ -3,13 +3,13 @@
 
 #include <gmock/gmock.h>
 
-#include <latch>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "inc/velm_sof_client.h"
 #include "robustness/loaded_library.h"
+#include "support/latch.h"
 #include "support/process_usage.h"
 #include "support/standins.h"
 
@@ -34,7 +34,7 @@ void use_on_a_thread_that_ends_before() {
 
 // Unloading must free the storage of a thread that is still running.
 void use_on_a_thread_that_lives_on() {
-  std::latch used(1), unloaded(1);
+  Latch used(1), unloaded(1);
   std::thread user;
   {
     const LoadedLibrary library;
@@ -53,7 +53,7 @@ void use_on_a_thread_that_lives_on() {
 void use_on_many_threads_at_once() {
   constexpr int kThreads = 32;
   const LoadedLibrary library;
-  std::latch together(kThreads);
+  Latch together(kThreads);
   std::vector<std::jthread> users;
   for (int i = 0; i < kThreads; ++i) {
     users.emplace_back([&] {

@@ -5,9 +5,10 @@
 #include <array>
 #include <atomic>
 #include <functional>
-#include <latch>
 #include <thread>
 #include <vector>
+
+#include "support/latch.h"
 
 using namespace velm;
 
@@ -95,7 +96,7 @@ TEST(PublishedOnce, ThreadsAtTheSameTimeSeeWholeValues) {
   using Text = std::array<char, 1024>;
   for (int round = 0; round < kRounds; ++round) {
     PublishedOnce<Text> once;
-    std::latch start(kThreads);
+    velm::test::Latch start(kThreads);
     std::vector<std::thread> threads;
     for (char letter = 'a'; letter < 'a' + kThreads; ++letter) {
       threads.emplace_back([&, letter] {
