@@ -91,6 +91,14 @@
 
 #include <stdint.h>
 
+/** @name Version of this header and of the library it belongs to
+ * @{ */
+#define VELM_SOF_VERSION_MAJOR 1       /**< Changes when existing callers must change. */
+#define VELM_SOF_VERSION_MINOR 0       /**< Changes when functions or constants are added. */
+#define VELM_SOF_VERSION_PATCH 0       /**< Changes with corrections. */
+#define VELM_SOF_VERSION       "1.0.0" /**< The three numbers as text. */
+/** @} */
+
 /** @brief Marks the exported functions: `dllimport` unless the DLL itself is being built. */
 #if defined(_WIN32) && !defined(VELM_SOF_CLIENT_BUILD)
 #define VELM_SOF_API __declspec(dllimport)
