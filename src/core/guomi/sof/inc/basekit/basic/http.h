@@ -2,7 +2,6 @@
 #pragma once
 
 #include <windows.h>
-#include <winhttp.h>
 
 #include <algorithm>
 #include <array>
@@ -14,6 +13,7 @@
 
 #include "basekit/basic/http_url.h"
 #include "basekit/basic/log.h"
+#include "winhttp/exchange.h"
 
 namespace velm::xhttp {
 
@@ -23,22 +23,6 @@ constexpr int kTimeoutMilliseconds = 10'000;
 constexpr DWORD kChunkBytes = 1'048'576;
 
 inline constinit log::Unit log_unit{R"(..\..\src\core\guomi\sof\inc\basekit\basic\http.h)"};
-
-// The WinHTTP handles of one request, closed in the order in which they were opened.
-struct Handles {
-  HINTERNET session = nullptr;
-  HINTERNET connection = nullptr;
-  HINTERNET request = nullptr;
-
-  Handles() = default;
-  Handles(const Handles&) = delete;
-  Handles& operator=(const Handles&) = delete;
-  ~Handles() {
-    for (HINTERNET handle : {session, connection, request}) {
-      if (handle) WinHttpCloseHandle(handle);
-    }
-  }
-};
 
 inline int32_t failed(int line, const char* function) {
   log::write(log_unit, log::kError, line, "xhttp_request_w->%s %u\n", function,
@@ -53,29 +37,37 @@ inline std::wstring header_text(const wchar_t* content_type, const wchar_t* char
   return text;
 }
 
-// Stores the body in `response`. Bytes beyond `capacity` are read and counted, but dropped. A read error ends
-// the body. Returns the number of bytes received.
-inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) {
-  uint64_t total = 0;
-  DWORD chunk_size = kChunkBytes;
-  auto chunk = std::make_unique_for_overwrite<char[]>(chunk_size);
-  DWORD available = 0;
-  while (WinHttpQueryDataAvailable(request, &available) && available != 0) {
-    if (available > chunk_size) {
-      chunk.reset();
-      chunk = std::make_unique_for_overwrite<char[]>(available);
-      chunk_size = available;
+// Stores the body in `response`, which may be null. Bytes beyond `capacity` are read and counted, but
+// dropped.
+class BoundedBody {
+ public:
+  BoundedBody(void* response, uint32_t capacity)
+      : response_(static_cast<char*>(response)), capacity_(response ? capacity : 0) {}
+
+  char* room(DWORD count) {
+    if (count > chunk_size_) {
+      chunk_.reset();
+      chunk_ = std::make_unique_for_overwrite<char[]>(count);
+      chunk_size_ = count;
     }
-    DWORD received = 0;
-    if (!WinHttpReadData(request, chunk.get(), available, &received) || received == 0) break;
-    if (response && total < capacity) {
-      const uint64_t room = capacity - total;
-      std::memcpy(static_cast<char*>(response) + total, chunk.get(), received < room ? received : room);
-    }
-    total += received;
+    return chunk_.get();
   }
-  return total;
-}
+  void received(DWORD count) {
+    if (total_ < capacity_) {
+      const uint64_t left = capacity_ - total_;
+      std::memcpy(response_ + total_, chunk_.get(), count < left ? count : left);
+    }
+    total_ += count;
+  }
+  uint64_t total() const { return total_; }
+
+ private:
+  char* response_;
+  uint64_t capacity_;
+  uint64_t total_ = 0;
+  DWORD chunk_size_ = kChunkBytes;
+  std::unique_ptr<char[]> chunk_ = std::make_unique_for_overwrite<char[]>(kChunkBytes);
+};
 
 // Sends one request and reads the response. `proxy`, `charset`, `agent` and `content_type` may be null.
 // In: *response_length is the size of `response`. Out: the number of bytes received, which exceeds that size
@@ -83,46 +75,23 @@ inline uint64_t read_body(HINTERNET request, void* response, uint32_t capacity) 
 inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t data_length,
                                const wchar_t* content_type, const wchar_t* proxy, const wchar_t* charset,
                                const wchar_t* agent, void* response, uint32_t* response_length) {
-  Handles handles;
-  handles.session = WinHttpOpen(agent, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
-                                WINHTTP_NO_PROXY_BYPASS, 0);
-  if (!handles.session) return failed(__LINE__, "WinHttpOpen");
-
-  if (!WinHttpSetTimeouts(handles.session, 0, kTimeoutMilliseconds, kTimeoutMilliseconds,
-                          kTimeoutMilliseconds)) {
+  winhttp::Exchange exchange;
+  if (!exchange.open_session(agent, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY))
+    return failed(__LINE__, "WinHttpOpen");
+  if (!exchange.set_timeouts({0, kTimeoutMilliseconds, kTimeoutMilliseconds, kTimeoutMilliseconds}))
     return failed(__LINE__, "WinHttpSetTimeouts");
-  }
-  // WinHttpSetTimeouts() does not limit the wait for the response headers. Failure is ignored: the system's
-  // default limit then applies.
-  DWORD receive_response_timeout = kTimeoutMilliseconds;
-  WinHttpSetOption(handles.session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &receive_response_timeout,
-                   sizeof receive_response_timeout);
-  if (proxy) {
-    std::wstring proxy_text = proxy, bypass_text = L"<local>";
-    WINHTTP_PROXY_INFO proxy_info{WINHTTP_ACCESS_TYPE_NAMED_PROXY, proxy_text.data(), bypass_text.data()};
-    if (!WinHttpSetOption(handles.session, WINHTTP_OPTION_PROXY, &proxy_info, sizeof proxy_info)) {
-      return failed(__LINE__, "WinHttpSetOption[WINHTTP_OPTION_PROXY]");
-    }
-  }
+  if (proxy && !exchange.set_proxy(proxy)) return failed(__LINE__, "WinHttpSetOption[WINHTTP_OPTION_PROXY]");
 
   const UrlParts parts = split_url(url);
   const std::wstring header = header_text(content_type, charset);
 
-  handles.connection = WinHttpConnect(handles.session, parts.host.c_str(), parts.port, 0);
-  if (!handles.connection) return failed(__LINE__, "WinHttpConnect");
-
-  handles.request = WinHttpOpenRequest(handles.connection, L"POST", parts.path.c_str(), nullptr,
-                                       WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
-  if (!handles.request) {
+  if (!exchange.connect(parts.host, parts.port)) return failed(__LINE__, "WinHttpConnect");
+  if (!exchange.open_post(parts.path)) {
     log::write_wide(log_unit, log::kError, __LINE__, L"xhttp_request_w->WinHttpOpenRequest %u [%s][%s]\n",
                     static_cast<unsigned>(GetLastError()), parts.path.c_str(), parts.host.c_str());
     return kFailed;
   }
-
-  // WinHTTP only reads the body, although the parameter is not const.
-  if (!WinHttpSendRequest(handles.request, header.empty() ? WINHTTP_NO_ADDITIONAL_HEADERS : header.c_str(),
-                          static_cast<DWORD>(header.size()), const_cast<void*>(data), data_length,
-                          data_length, 0)) {
+  if (!exchange.send(header, data, data_length)) {
     const DWORD error = GetLastError();
     log::write_wide(log_unit, log::kError, __LINE__,
                     L"xhttp_request_w->WinHttpSendRequest wszHeader [%s] req_data_len:[%u] LastError:%u\n",
@@ -131,10 +100,11 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
     if (error == ERROR_WINHTTP_CANNOT_CONNECT) return kCannotConnect;
     return kFailed;
   }
-  if (!WinHttpReceiveResponse(handles.request, nullptr)) return failed(__LINE__, "WinHttpReceiveResponse");
+  if (!exchange.receive_head()) return failed(__LINE__, "WinHttpReceiveResponse");
 
-  const uint64_t total = read_body(handles.request, response, *response_length);
-  *response_length = total < UINT32_MAX ? static_cast<uint32_t>(total) : UINT32_MAX;
+  BoundedBody body(response, *response_length);
+  exchange.read_body(body);  // Sic: a read error ends the body.
+  *response_length = body.total() < UINT32_MAX ? static_cast<uint32_t>(body.total()) : UINT32_MAX;
   return kDone;
 }
 
