@@ -1,5 +1,5 @@
-// Ends the process while a thread is inside a call of the signature provider. Unloading must not wait for a
-// lock that a terminated thread holds.
+// Ends the process while threads are inside calls of the library and of the provider modules. Unloading must
+// not wait for a lock that a terminated thread holds.
 #include <windows.h>
 #include <gmock/gmock.h>
 
@@ -8,6 +8,7 @@
 #include <fstream>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "inc/velm_sof_client.h"
 #include "provider_abi/velm_client_saf.h"
@@ -26,6 +27,79 @@ HMODULE provider() { return GetModuleHandleW(L"velm_client_saf.dll"); }
 template <class Function>
 Function provider_function(const char* name) {
   return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(GetProcAddress(provider(), name)));
+}
+
+// Opens and closes application handles of the signature provider.
+void open_and_close() {
+  const auto open = provider_function<decltype(&SAF_Initialize)>("SAF_Initialize");
+  const auto close = provider_function<decltype(&SAF_Finalize)>("SAF_Finalize");
+  void* application = nullptr;
+  open(&application, "saf_config.dat");
+  close(application);
+}
+
+// A call that the crypto module answers.
+void hash() {
+  const uint8_t data[100] = {};
+  uint8_t value[32];
+  uint32_t length = sizeof value;
+  SOF_Ext_HashData(1, data, sizeof data, nullptr, 0, nullptr, 0, value, &length);
+}
+
+// Opens the library's application handle, fails to reach the local service, and logs.
+void fail() {
+  uint32_t length = 0;
+  SOF_Ext_GM_Tsp_GetTime(nullptr, &length);
+  SOF_GenRandom(1, nullptr);
+}
+
+// Stops every thread but one in its next allocation inside the library or a module. Threads must not be
+// terminated while they run: under Wine 8, one that is terminated inside RtlWaitOnAddress() or
+// RtlWakeAddressSingle() leaves a spin lock of ntdll locked, and the process hangs whatever it has loaded.
+class AllocationStop {
+ public:
+  // Returns when all `threads` have stopped, or when no further one does: it waits for a lock then.
+  static void stop_all_but_this(int threads) {
+    going_on_ = GetCurrentThreadId();
+    for (int before = -1; before < stopped_ && stopped_ < threads; Sleep(50)) before = stopped_;
+  }
+
+ private:
+  static void* allocate(size_t size) {
+    if (going_on_ != 0 && going_on_ != GetCurrentThreadId()) {
+      ++stopped_;
+      Sleep(INFINITE);
+    }
+    return std::malloc(size);
+  }
+
+  static inline std::atomic<DWORD> going_on_{0};
+  static inline std::atomic<int> stopped_{0};
+
+  ImportPatch library_{GetModuleHandleW(L"velm_sof_client.dll"), "msvcrt.dll", "malloc", allocate};
+  ImportPatch provider_{provider(), "msvcrt.dll", "malloc", allocate};
+  ImportPatch crypto_{GetModuleHandleW(L"velm_openssl_api.dll"), "msvcrt.dll", "malloc", allocate};
+};
+
+// Arguments: the event to set before the exit, and the milliseconds that the threads run before.
+CHILD_PROCESS(ends_inside_calls) {
+  constexpr void (*kCalls[])() = {open_and_close, hash, open_and_close, fail};
+  constexpr int kThreads = 8;
+  static std::atomic<int> inside{0};
+  static const AllocationStop stop;
+  for (int i = 0; i < kThreads; ++i) {
+    std::thread([call = kCalls[i % 4]] {
+      for (bool first = true;; first = false) {
+        call();
+        if (first) ++inside;
+      }
+    }).detach();
+  }
+  while (inside < kThreads) Sleep(1);
+  Sleep(static_cast<DWORD>(std::stoul(arguments.at(1))));
+  AllocationStop::stop_all_but_this(kThreads);
+  SetEvent(reinterpret_cast<HANDLE>(std::stoull(arguments.at(0))));
+  ExitProcess(kEnded);
 }
 
 // Exits while a thread loops inside the module's lock, in the allocation for a copy of the configuration.
@@ -54,12 +128,12 @@ CHILD_PROCESS(ends_inside_the_lock) {
   ExitProcess(kEnded);
 }
 
-// Runs the child and returns how it ended. It must end within 5 s after it has started to exit.
-std::string outcome_of_child() {
+// Runs a child and returns how it ended. It must end within 5 s after it has started to exit.
+std::string outcome(const std::wstring& child_name, unsigned pause) {
   SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
   const HANDLE ending = CreateEventW(&inheritable, TRUE, FALSE, nullptr);
-  std::wstring command = L"\"" + program_path() + L"\" --velm-child=ends_inside_the_lock " +
-                         std::to_wstring(reinterpret_cast<uintptr_t>(ending));
+  std::wstring command = L"\"" + program_path() + L"\" --velm-child=" + child_name + L" " +
+                         std::to_wstring(reinterpret_cast<uintptr_t>(ending)) + L" " + std::to_wstring(pause);
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION child{};
@@ -80,9 +154,18 @@ std::string outcome_of_child() {
   return result;
 }
 
+const std::string kExpected = "ended with " + std::to_string(kEnded);
+
 TEST(ProcessEnd, DoesNotWaitForTheModulesLock) {
-  EXPECT_EQ(outcome_of_child(), "ended with " + std::to_string(kEnded));
+  EXPECT_EQ(outcome(L"ends_inside_the_lock", 0), kExpected);
   std::remove("process_end.dat");
+}
+
+TEST(ProcessEnd, DoesNotWaitForThreadsInsideCalls) {
+  constexpr unsigned kProcesses = 200;
+  std::vector<std::string> outcomes;
+  for (unsigned i = 0; i < kProcesses; ++i) outcomes.push_back(outcome(L"ends_inside_calls", i % 10));
+  EXPECT_THAT(outcomes, testing::Each(kExpected));
 }
 
 }  // namespace
