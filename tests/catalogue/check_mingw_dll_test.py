@@ -40,7 +40,7 @@ class Dll(unittest.TestCase):
     def test_one_byte_too_many_is_refused(self):
         status, output = self.check(STORAGE + "thread_local char large[129]; char* get() { return large; }\n")
         self.assertEqual(status, 1)
-        self.assertIn("144 bytes of thread-local variables, above the 128", output)
+        self.assertIn("144 bytes of thread-local variables; the maximum is 128", output)
 
     def test_variables_are_counted_together(self):
         source = STORAGE + "thread_local char a[64], b[65];\n" \
