@@ -80,7 +80,7 @@ std::string outcome_of_child() {
   return result;
 }
 
-TEST(ProcessEnd, DoesNotWaitForTheModulesLock) {
+TEST(ProcessEnd, DoesNotWaitForTheModuleLock) {
   EXPECT_EQ(outcome_of_child(), "ended with " + std::to_string(kEnded));
   std::remove("process_end.dat");
 }
