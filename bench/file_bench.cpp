@@ -1,6 +1,6 @@
-// Processes files with the library, the software token's modules and its service. Controlled by files.py,
-// which writes commands to standard input and measures openssl for comparison. Each command is answered with
-// a line "answer NUMBER", among the output of the service:
+// Processes files with the library, the software token's modules and its local service. files.py writes the
+// commands to standard input and measures openssl for comparison. Each command is answered with a line
+// "answer NUMBER", among the output of the local service:
 //   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT    duration of the call in seconds
 //   hash INPUT                                           the same, and the hash in hexadecimal
 //   peak                                                 peak memory use in MiB
@@ -33,14 +33,15 @@ using HashValue = std::array<uint8_t, 32>;
 class Files {
  public:
   Files() {
-    require(SOF_Login(kContainer, kPin) == SOR_OK, "the container cannot be used");
+    require(SOF_Login(kContainer, kPin) == SOR_OK, "the login failed");
     auto length = static_cast<uint32_t>(certificate_.size());
-    require(SOF_ExportUserCert(kContainer, certificate_.data(), &length) == SOR_OK, "no certificate");
+    require(SOF_ExportUserCert(kContainer, certificate_.data(), &length) == SOR_OK,
+            "the certificate cannot be exported");
     certificate_.resize(length);
     SOF_Ext_SetEnvelopType(kByProvider);
   }
 
-  // Executes a command line and returns the answer.
+  // Executes a command and returns the answer.
   std::string obey(std::istringstream line) const {
     std::string command, input, output;
     line >> command;
@@ -52,7 +53,7 @@ class Files {
     if (command == "decrypt") {
       return seconds_of([&] { return SOF_DecryptFile(kContainer, input.c_str(), output.c_str()); });
     }
-    require(command == "hash", "no such command");
+    require(command == "hash", "unknown command");
     HashValue value{};
     const std::string taken = seconds_of([&] { return hash(input, value); });
     return taken + " " + hexadecimal(value);
@@ -63,7 +64,7 @@ class Files {
   static std::string seconds_of(const Call& call) {
     uint32_t result = SOR_OK;
     const double taken = velm::bench::seconds([&] { result = call(); });
-    require(result == SOR_OK, "the call fails");
+    require(result == SOR_OK, "the call failed");
     return std::to_string(taken);
   }
 

@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""files.py FILE_BENCH: compares the library under Wine with the openssl program on a 300 MiB file.
+"""Compare the library under Wine with the openssl program on a 300 MiB file.
 
-FILE_BENCH is the built file_bench.exe. Both run alternately in one folder of this tree, on a file in the page
-cache, with the same cipher, a 2048-bit RSA key and a digital envelope with definite lengths. Each figure is
-a median, printed as "name value".
+usage: files.py FILE_BENCH
+
+FILE_BENCH is the built file_bench.exe. Both sides run alternately in a folder below build/bench, on a file in
+the page cache, with the same cipher, a 2048-bit RSA key and a digital envelope with definite lengths. Each
+figure is a median, printed as "name value".
 """
 
 import filecmp
@@ -24,7 +26,7 @@ CIPHERS = (("envelope_300mib", 0x402, "-sm4-cbc"), ("envelope_300mib_aes", 0x400
 
 
 class Library:
-    """The benchmark program, which executes one line of input at a time."""
+    """The program file_bench, which reads commands from its standard input."""
 
     def __init__(self, program):
         command = [os.path.join(ROOT, "cmake", "run-under-wine"), program]
@@ -38,12 +40,12 @@ class Library:
         self.process.wait(timeout=60)
 
     def ask(self, *words):
-        """Sends a command to the program and returns the words of its answer."""
+        """Send a command and return the words of the answer."""
         print(*words, file=self.process.stdin, flush=True)
         for line in self.process.stdout:
             if line.startswith("answer "):
                 return line.split()[1:]
-        sys.exit(f"file_bench fails at: {' '.join(map(str, words))}")
+        sys.exit(f"file_bench failed: {' '.join(map(str, words))}")
 
     def envelope(self, method):
         return sum(float(self.ask(*words)[0]) for words in (("encrypt", method, "plain", "library.p7m"),
@@ -58,14 +60,14 @@ class Library:
 
 
 class OpenSsl:
-    """The system's openssl program, with a key of its own."""
+    """The system's openssl program, with its own key."""
 
     def __init__(self):
         run_openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=bench",
                     "-keyout", "key.pem", "-out", "certificate.pem")
 
     def envelope(self, cipher):
-        # Each operation in its faster form: openssl takes longer to decrypt what it encrypted as a stream.
+        # Use the faster form of each operation: openssl decrypts the output of -stream more slowly.
         made = f"openssl{cipher}.p7m"
         encrypt = ("cms", "-encrypt", "-binary", "-outform", "DER", cipher, "-in", "plain", "-out")
         if not os.path.exists(made):
@@ -79,7 +81,7 @@ class OpenSsl:
 
 
 def run_openssl(*arguments):
-    """Runs openssl and returns the duration in seconds."""
+    """Run openssl and return the duration in seconds."""
     start = time.perf_counter()
     subprocess.run(["openssl", *arguments], check=True, capture_output=True)
     return time.perf_counter() - start
@@ -90,7 +92,7 @@ def report(name, value):
 
 
 def compare(figure, ours, theirs):
-    """Measures both alternately."""
+    """Measure both sides alternately and report the medians."""
     times = [(ours(), theirs()) for _ in range(ROUNDS)]
     our_median, their_median = (statistics.median(side) for side in zip(*times))
     report(f"{figure}_ratio", our_median / their_median)
@@ -103,7 +105,7 @@ def measure(library, openssl):
         compare(figure, lambda: library.envelope(method), lambda: openssl.envelope(cipher))
         for output in ("library.out", "openssl.out"):
             if not filecmp.cmp("plain", output, shallow=False):
-                sys.exit(f"{output} is not what went in")
+                sys.exit(f"{output} differs from the input")
     compare("hash_file", library.hash, openssl.hash)
     with open("hash", encoding="ascii") as file:
         if file.read().split()[0] != library.hash_value:

@@ -1,5 +1,5 @@
-// Peak heap use of a request, as JSON and as a byte frame, in bytes per byte of the caller's data. The answer
-// buffer is not counted.
+// Peak heap use of a JSON request and of a byte-frame request, in bytes per byte of the caller's data. The
+// answer buffer is not counted.
 #include <algorithm>
 #include <functional>
 #include <string>
@@ -18,14 +18,15 @@ namespace {
 
 constexpr uint32_t kDataBytes = 64 << 20;
 
-// Peak heap use of one call without the answer buffer, which must be among its allocations.
+// Returns the peak heap use of a call without its answer buffer, which must be among its allocations.
 double heap_per_byte(const ClientLibrary& library, size_t answer_buffer,
                      const std::function<uint32_t()>& call) {
   AllocationFaults memory(library.module());
-  require(call() == SOR_OK, "the call fails");
+  require(call() == SOR_OK, "the call failed");
   const auto sizes = memory.sizes();
-  require(std::find(sizes.begin(), sizes.end(), answer_buffer) != sizes.end(), "no buffer for the answer");
-  require(memory.outstanding() == 0, "the call keeps memory");
+  require(std::find(sizes.begin(), sizes.end(), answer_buffer) != sizes.end(),
+          "the call did not allocate the answer buffer");
+  require(memory.outstanding() == 0, "the call leaked memory");
   return static_cast<double>(memory.peak_bytes() - answer_buffer) / kDataBytes;
 }
 
@@ -51,7 +52,7 @@ void measure() {
     return library.SOF_EncryptData(reinterpret_cast<const uint8_t*>(certificate.data()), 1024, bytes,
                                    kDataBytes, reinterpret_cast<uint8_t*>(envelope.data()), &envelope_length);
   });
-  require(signature_length == 9 && envelope_length == kDataBytes, "the answers do not arrive");
+  require(signature_length == 9 && envelope_length == kDataBytes, "unexpected output length");
 
   report("json_heap_per_byte", as_json);
   report("frame_heap_per_byte", as_frame);

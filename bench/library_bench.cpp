@@ -1,5 +1,5 @@
-// Benchmarks of the library in an application's process, with the software token's modules and a service that
-// answers at once: loading, logging, calls that transfer data, and many threads.
+// Benchmarks of the library with the software token's modules and a test service that responds immediately:
+// loading, logging, calls that transfer data, and concurrent calls.
 #include <windows.h>
 #include <winhttp.h>
 
@@ -55,7 +55,7 @@ class Library {
                                                                                   "SOF_Ext_SetEnvelopType"};
 };
 
-// The library and a service for the duration of one benchmark, shared by all of its threads.
+// The library and a test service for one benchmark, shared by its threads.
 struct Scene {
   ServiceDouble service{};
   Library library{};
@@ -65,7 +65,7 @@ std::unique_ptr<Scene> scene;
 void raise(const State&) { scene = std::make_unique<Scene>(); }
 void strike(const State&) { scene.reset(); }
 
-// Counters for figures: a rate per second, and the duration of one iteration in a unit of `unit` seconds.
+// Counters: a rate per second, and the duration of one iteration in units of `unit` seconds.
 Counter a_second(double amount) { return {amount, Counter::kIsRate}; }
 Counter time_of_one(const State& state, double unit) {
   return {static_cast<double>(state.iterations()) * unit, Counter::kIsRate | Counter::kInvert};
@@ -73,7 +73,7 @@ Counter time_of_one(const State& state, double unit) {
 
 template <class Call>
 void repeat(State& state, const Call& call) {
-  for (auto _ : state) require(call() == SOR_OK, "the call fails");
+  for (auto _ : state) require(call() == SOR_OK, "the call failed");
 }
 
 void load(State& state) {
@@ -86,7 +86,7 @@ void load(State& state) {
   state.counters["load_milliseconds"] = time_of_one(state, 1e-3);
 }
 
-// A call that does nothing but write its log line.
+// A call that only writes its log line.
 void log_line(State& state, Marker marker, const char* figure, double unit) {
   LogReader::clear();
   {
@@ -94,7 +94,7 @@ void log_line(State& state, Marker marker, const char* figure, double unit) {
     repeat(state, [&] { return library.SOF_Ext_SetEnvelopType(2); });
   }
   const bool written = !LogReader::entries().empty();
-  require(written == (marker == Marker::kPresent), "the log is not as the marker path asks");
+  require(written == (marker == Marker::kPresent), "the log does not match the marker path");
   LogReader::clear();
   state.counters[figure] = time_of_one(state, unit);
 }
@@ -104,7 +104,7 @@ uint32_t get_version(const Library& library) {
   return library.SOF_GetVersion(version);
 }
 
-// A WinHTTP replacement that returns the answer at once, without a connection.
+// Replacements for WinHTTP functions that return the answer immediately, without a connection.
 HINTERNET some_handle() { return reinterpret_cast<HINTERNET>(uintptr_t{0x10}); }
 DWORD unread = 0;
 
@@ -154,7 +154,7 @@ void small_call_without_exchange(State& state) {
 void small_calls(State& state) {
   if (state.thread_index() == 0) scene->service.responds([](const Request&) { return json(kVersionAnswer); });
   repeat(state, [] { return get_version(scene->library); });
-  // Google Benchmark adds up the seconds of all threads.
+  // Google Benchmark divides by the total time of all threads.
   state.counters["small_calls_per_second_threads_" + std::to_string(state.threads())] =
       a_second(static_cast<double>(state.iterations()) * state.threads());
 }
@@ -187,7 +187,7 @@ void encrypt_data(State& state, const char* figure, uint32_t size) {
   state.counters[figure] = mebibytes_a_second(state, size);
 }
 
-// A figure is the median of this many repetitions.
+// Each figure is the median of its repetitions.
 template <class... Arguments>
 auto add(const std::string& name, Arguments&&... arguments) {
   return benchmark::RegisterBenchmark(name, std::forward<Arguments>(arguments)...)->Repetitions(3);
@@ -200,7 +200,7 @@ void add_throughput(const std::string& call, Throughput benchmark) {
     const std::string figure = call + "_" + name + "_mib_per_second";
     const auto run = [=](State& state) { benchmark(state, figure.c_str(), bytes); };
     const auto added = add(figure, run)->UseRealTime()->Setup(raise)->Teardown(strike);
-    // The service stores all requests, which limits the number of large ones.
+    // The test service stores all requests, so the number of large ones is limited.
     if (bytes > 1 << 20) added->Iterations(2);
   }
 }

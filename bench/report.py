@@ -1,9 +1,13 @@
 #!/usr/bin/env python3
-"""report.py VALUES RESULTS PAGE: what was measured, as JSON and as tables of a page.
+"""Write benchmark results to a JSON file and to the tables of a page.
 
-VALUES has lines "name value" among others. RESULTS becomes a flat object of these numbers. In PAGE the text
-between the two markers is replaced: the machine, then a table of the ratios and one of the rest, a row for
-each figure of figures.toml. Ends with 1 when a figure is missing or beyond its limit.
+usage: report.py VALUES RESULTS PAGE
+
+VALUES contains lines "name value" among other output. RESULTS becomes a JSON object of these numbers. In
+PAGE, the text between the two markers is replaced by a description of the machine, a table of the ratios and
+a table of the other values, with one row for each figure of figures.toml.
+
+Exits with 1 if a figure is missing or exceeds its limit.
 """
 
 import datetime
@@ -35,16 +39,16 @@ def within(value, bound, figure):
 
 
 def complaints(figures, values):
-    """What is wrong with the values, a line each."""
-    lines = [f"{name} is not measured" for name in figures if name not in values]
+    """Return one line for each figure that is missing or exceeds its limit."""
+    lines = [f"{name} was not measured" for name in figures if name not in values]
     for name, figure in figures.items():
         if name in values and "limit" in figure and not within(values[name], figure["limit"], figure):
-            lines.append(f"{name} is {number(values[name])}, its limit {number(figure['limit'])}")
+            lines.append(f"{name} is {number(values[name])}, limit {number(figure['limit'])}")
     return lines
 
 
 def number(value):
-    """Three significant digits, and all in front of the point."""
+    """Format with three significant digits, and with all digits before the decimal point."""
     digits = 2 - math.floor(math.log10(abs(value))) if value else 0
     return f"{value:.{max(0, digits)}f}"
 
@@ -73,11 +77,11 @@ def measured_text(machine, figures, values):
 
 
 def replaced(page, text):
-    """The page with the text between its markers."""
+    """Return the page with `text` between its markers."""
     head, begin, rest = page.partition(BEGIN)
     _, end, tail = rest.partition(END)
     if not begin or not end:
-        raise ValueError("the page has no place for what was measured")
+        raise ValueError("the page has no markers")
     return f"{head}{BEGIN}\n{text}\n{END}{tail}"
 
 
@@ -119,9 +123,9 @@ def main():
     with open(page_path, "w", encoding="utf-8") as file:
         file.write(replaced(page, measured_text(this_machine(), figures, values)))
     for name in values.keys() - figures.keys():
-        print(f"{name} has no row in figures.toml")
+        print(f"{name} is not in figures.toml")
     wrong = complaints(figures, values)
-    print("\n".join(wrong) or "every figure is measured and within its limit")
+    print("\n".join(wrong) or "all figures were measured and are within their limits")
     return 1 if wrong else 0
 
 

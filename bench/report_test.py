@@ -1,4 +1,4 @@
-"""The report, on values that were never measured."""
+"""Unit tests of report.py."""
 
 import os
 import tempfile
@@ -16,34 +16,34 @@ GOOD = {"call_ratio": 1.014, "sign_ratio": 0.85, "load_milliseconds": 57.0877}
 
 
 class Values(unittest.TestCase):
-    def test_are_the_lines_of_a_name_and_a_number(self):
+    def test_only_name_value_lines_are_read(self):
         text = "-- a_bench\ncall_ratio 1.0140\r\nSM2_DEMO  8.1/s ratio 0.9\nrate 1.5e-05\ntwo words 3\n"
         self.assertEqual(report.read_values(text), {"call_ratio": 1.014, "rate": 1.5e-05})
 
 
 class Complaints(unittest.TestCase):
-    def test_are_none_when_all_is_well(self):
+    def test_none_for_good_values(self):
         self.assertEqual(report.complaints(FIGURES, GOOD), [])
 
-    def test_name_what_is_missing_or_beyond_its_limit(self):
+    def test_missing_value_and_exceeded_limit(self):
         values = {"call_ratio": 1.06, "sign_ratio": 0.1}
         self.assertEqual(report.complaints(FIGURES, values),
-                         ["load_milliseconds is not measured", "call_ratio is 1.06, its limit 1.05"])
+                         ["load_milliseconds was not measured", "call_ratio is 1.06, limit 1.05"])
 
-    def test_look_below_where_higher_is_better(self):
+    def test_limit_is_a_minimum_if_higher_is_better(self):
         figures = {"rate": {"better": "higher", "limit": 5}}
         self.assertEqual(len(report.complaints(figures, {"rate": 4.9})), 1)
         self.assertEqual(report.complaints(figures, {"rate": 5.1}), [])
 
 
 class Numbers(unittest.TestCase):
-    def test_have_three_digits(self):
+    def test_three_significant_digits(self):
         for value, text in ((0, "0"), (0.01234, "0.0123"), (1, "1.00"), (57.0877, "57.1"), (1234.5, "1234")):
             self.assertEqual(report.number(value), text)
 
 
 class Page(unittest.TestCase):
-    def test_shows_ratios_first_and_every_figure_once(self):
+    def test_ratios_come_first(self):
         text = report.measured_text("A machine.", FIGURES, GOOD)
         self.assertEqual(text, """A machine.
 
@@ -56,13 +56,13 @@ class Page(unittest.TestCase):
 |---:|---:|---|---|
 | 57.1 ms |  | `load_milliseconds` | loading |""")
 
-    def test_tells_an_aim_that_is_missed_and_a_figure_that_is_not_measured(self):
+    def test_missed_aim_and_missing_value_are_marked(self):
         text = report.measured_text("", FIGURES, {"call_ratio": 1.04, "sign_ratio": 0.79})
         self.assertIn("| 1.04 | ≤ 1.03, missed |", text)
         self.assertIn("| 0.790 | ≥ 0.8, missed |", text)
         self.assertIn("| not measured |  | `load_milliseconds` |", text)
 
-    def test_is_replaced_between_its_markers_alone(self):
+    def test_only_text_between_the_markers_is_replaced(self):
         page = f"before\n{report.BEGIN}\nold\n{report.END}\nafter\n"
         once = report.replaced(page, "new")
         self.assertEqual(once, f"before\n{report.BEGIN}\nnew\n{report.END}\nafter\n")
@@ -72,7 +72,7 @@ class Page(unittest.TestCase):
 
 
 class Command(unittest.TestCase):
-    def test_writes_results_and_page_and_fails_for_what_is_wrong(self):
+    def test_writes_both_files_and_fails_for_a_missing_value(self):
         with tempfile.TemporaryDirectory() as folder:
             values, results, page = (os.path.join(folder, name) for name in ("values", "results", "page"))
             whole = "call_ratio 1.0\nsign_ratio 0.9\nload_milliseconds 5\n"
@@ -93,7 +93,7 @@ class Command(unittest.TestCase):
 
 
 class Figures(unittest.TestCase):
-    def test_are_told_completely(self):
+    def test_entries_are_complete(self):
         figures = report.read_figures()
         for name, figure in figures.items():
             with self.subTest(name):
@@ -103,11 +103,11 @@ class Figures(unittest.TestCase):
                 if "aim" in figure and "limit" in figure:
                     self.assertTrue(report.within(figure["aim"], figure["limit"], figure))
 
-    def test_begin_with_the_ratios(self):
+    def test_ratios_come_first_in_the_file(self):
         ratios = [figure["unit"] == "ratio" for figure in report.read_figures().values()]
         self.assertEqual(ratios, sorted(ratios, reverse=True))
 
-    def test_have_their_place_on_the_page(self):
+    def test_all_are_on_the_page(self):
         with open(os.path.join(report.FOLDER, "..", "docs", "performance.md"), encoding="utf-8") as file:
             page = file.read()
         for name in report.read_figures():

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the benchmark programs one after the other and generates build/bench/results.json and the tables of
-# docs/performance.md. Fails, after all have run, if a program fails or a figure exceeds its limit.
+# Runs all benchmark programs, then writes build/bench/results.json and the tables of docs/performance.md.
+# Fails if a program failed or a figure is missing or exceeds its limit.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mkdir -p build/bench
@@ -8,7 +8,7 @@ values=build/bench/values.txt
 : >"$values"
 failed=()
 
-# measure NAME COMMAND...: output lines "name value" are figures; everything else is for the reader.
+# measure NAME COMMAND...: runs a benchmark. Its output lines "name value" are figures.
 measure() {
   local name=$1
   shift
@@ -26,5 +26,5 @@ measure token_sign python3 softtoken/bench/run.py \
 
 printf '\n-- report\n'
 python3 bench/report.py "$values" build/bench/results.json docs/performance.md || failed+=(report)
-echo "kept in build/bench/results.json, and as tables in docs/performance.md"
+echo "results: build/bench/results.json, docs/performance.md"
 [ ${#failed[@]} -eq 0 ] || { echo "failed: ${failed[*]}"; exit 1; }

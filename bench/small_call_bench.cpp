@@ -1,4 +1,4 @@
-// Overhead of a small call: SOF_GetVersion() compared with the same exchange over plain WinHTTP. Both run
+// Overhead of a small call: compares SOF_GetVersion() with the same exchange over plain WinHTTP. Both run
 // alternately; the figures are medians.
 #include <windows.h>
 #include <winhttp.h>
@@ -40,7 +40,7 @@ void exchange_with_winhttp() {
   constexpr DWORD kBodyLength = sizeof kRequest - 1;
   require(WinHttpSendRequest(request, kHeader, static_cast<DWORD>(-1), body, kBodyLength, kBodyLength, 0) &&
               WinHttpReceiveResponse(request, nullptr),
-          "the exchange fails");
+          "the exchange failed");
 
   char answer[4096];
   DWORD total = 0;
@@ -54,8 +54,7 @@ void exchange_with_winhttp() {
   WinHttpCloseHandle(session);
   WinHttpCloseHandle(connection);
   WinHttpCloseHandle(request);
-  require(total == sizeof kAnswer - 1 && std::memcmp(answer, kAnswer, total) == 0,
-          "the answer is another one");
+  require(total == sizeof kAnswer - 1 && std::memcmp(answer, kAnswer, total) == 0, "unexpected answer");
 }
 
 template <class Work>
@@ -77,7 +76,7 @@ void measure() {
   const auto call_library = [&] {
     char version[128];
     require(library.SOF_GetVersion(version) == SOR_OK && std::strcmp(version, "3.1.4") == 0,
-            "the call fails");
+            "the call failed");
   };
 
   std::vector<double> bare, with_library;

@@ -1,11 +1,11 @@
-"""Runs clang-tidy and cppcheck over the project's sources and fails at any finding.
+"""Run clang-tidy and cppcheck on the project's sources. Fail if either reports anything.
 
 usage: analyse.py [--root ROOT] [--jobs N] [--only clang-tidy|cppcheck] [PART...]
 
-Both read the compilation databases of build/native and build/windows; a source that both trees compile is
-looked at natively. clang-tidy gets those of a folder together. .clang-tidy says what clang-tidy looks for,
-cmake/cppcheck_suppressions.txt what cppcheck may say in vain. With PARTs only files are looked at whose path
-contains one of them.
+Reads the compilation databases of build/native and build/windows. A source that is in both is analysed as in
+the native build only. With PARTs, only files whose path contains one of them are analysed.
+
+.clang-tidy lists the checks of clang-tidy, cmake/cppcheck_suppressions.txt the suppressions of cppcheck.
 """
 
 import argparse
@@ -17,7 +17,7 @@ import time
 from concurrent.futures import ThreadPoolExecutor
 from pathlib import Path
 
-# The first release whose clang can compile the <source_location> of the compiler's own library.
+# The first release that can compile libstdc++'s <source_location>.
 CLANG_TIDY = "clang-tidy-16"
 CLANG = "clang++-16"
 TARGET = "x86_64-w64-mingw32"
@@ -25,7 +25,7 @@ TREES = ("native", "windows")
 
 
 def compiled(root, tree):
-    """The project's own sources that a build tree compiles, and their entries in its database."""
+    """Return the project's own sources in a build tree's compilation database, with their entries."""
     database = json.loads((root / "build" / tree / "compile_commands.json").read_text())
     return {path: entry for entry in database
             if (path := Path(entry["file"])).is_relative_to(root) and path.suffix == ".cpp"
@@ -37,7 +37,7 @@ def is_asked_for(name, parts):
 
 
 def sources(root, parts):
-    """By build tree: the sources to look at, each once."""
+    """Return the sources to analyse by build tree, each source once."""
     chosen, seen = {}, set()
     for tree in TREES:
         chosen[tree] = {path: entry for path, entry in compiled(root, tree).items()
@@ -47,18 +47,21 @@ def sources(root, parts):
 
 
 def windows_headers():
-    """Where the cross compiler finds its system headers, as clang's options."""
+    """Return the cross compiler's system header folders as clang options."""
     report = subprocess.run([f"{TARGET}-g++-posix", "-xc++", "-E", "-v", "/dev/null"],
                             check=True, capture_output=True, text=True).stderr
     listed = report.split("search starts here:\n")[-1].split("End of search list")[0]
     folders = [str(Path(line.strip()).resolve()) for line in listed.splitlines()]
-    # clang has its own versions of the compiler's headers, for example of those for intrinsics.
+    # Without gcc's own headers, such as intrinsics: clang has its own versions.
     return [f"-isystem{folder}" for folder in folders
             if "/c++" in folder or f"/{TARGET}/include" in folder]
 
 
 def is_tidied(root, path):
-    """Tests are left to cppcheck, but for what they all stand on and for those of the library's headers."""
+    """Return whether clang-tidy analyses a source.
+
+    Of the tests only the support code and the tests of the library's headers; cppcheck analyses all.
+    """
     relative = path.relative_to(root).as_posix()
     return ("tests/" not in relative or relative.startswith("tests/support/")
             or (relative.startswith("tests/unit/") and "/windows/" not in relative
@@ -66,7 +69,7 @@ def is_tidied(root, path):
 
 
 def options_of(entry):
-    """A source's compile options without its own name, and without what clang cannot do or need not know."""
+    """Return compile options without file names and without what clang does not support or need."""
     words = shlex.split(entry["command"])[1:]
     named = {"-o", "-c", words[words.index("-o") + 1], words[words.index("-c") + 1]}
     return tuple(word for word in words if word not in named
@@ -74,7 +77,7 @@ def options_of(entry):
 
 
 def groups(root, tree, chosen):
-    """The sources that can be looked at together: those of one folder that have the same options."""
+    """Group the sources that can be analysed together: same folder, same options."""
     found = {}
     for path, entry in sorted(chosen.items()):
         if is_tidied(root, path):
@@ -83,15 +86,16 @@ def groups(root, tree, chosen):
 
 
 def run_clang_tidy(root, group, paths, extra):
-    """Looks at sources as one, for the system's headers take nearly all of the time; says what it finds.
+    """Analyse sources as one translation unit and return the findings.
 
-    Where names of two sources clash, each half is looked at by itself.
+    The system headers, which take nearly all of the time, are then parsed only once. If the sources do not
+    compile together because of clashing names, the group is split.
     """
     tree, folder, options = group
     started = time.monotonic()
     place = root / "build" / "analyse" / tree / folder.relative_to(root)
     place.mkdir(parents=True, exist_ok=True)
-    # clang's static analyser examines included sources only if the including file has such a name.
+    # clang's static analyzer analyses included sources only if the main file has such a name.
     joined = place / f"UnifiedSource-{paths[0].stem}.cpp"
     joined.write_text("".join(f'#include "{path}"\n' for path in paths))
 
@@ -115,7 +119,7 @@ def run_clang_tidy(root, group, paths, extra):
 
 
 def tidy_findings(root, chosen, jobs):
-    # clang does not know all of gcc's attributes and warnings.
+    # clang does not support all of gcc's attributes.
     extra = {"native": [], "windows": [f"--target={TARGET}", *windows_headers(), "-Wno-ignored-attributes"]}
     work = {group: paths for tree in TREES for group, paths in groups(root, tree, chosen[tree]).items()}
     with ThreadPoolExecutor(jobs) as pool:

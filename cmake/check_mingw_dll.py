@@ -1,13 +1,16 @@
-"""Checks that a DLL uses mingw_tls/, and that its thread-local variables fit a thread's storage there.
+"""Check that a DLL uses mingw_tls/ and that its thread-local variables fit into the storage of a thread.
 
 usage: check_mingw_dll.py --nm NM --room BYTES --map MAP DLL
 
-The DLL must not be stripped yet: its symbols name the project's variables. MAP is the linker's map, which
-names those of the compiler's libraries: these have no symbols, but a section each. Prints the variables.
+The DLL must not be stripped yet: the project's variables are found by their symbols. Variables of the
+compiler's libraries have no symbols; they are found by their sections in MAP, the linker map.
 
-Exits with 1 when they need more than BYTES together, or when one has an initial value or an alignment that
-the storage does not support: such a variable would end the process at its first use. Exits with 1 too when
-the compiler's own functions were linked.
+Prints the variables. Exits with 1 if
+
+- they need more than BYTES in total,
+- one has an initial value or an alignment that mingw_tls/ does not support, which would terminate the process
+  at its first use, or
+- functions that mingw_tls/ replaces were linked from the compiler's libraries.
 """
 
 import argparse
@@ -24,7 +27,7 @@ ALIGNMENT = 16
 
 
 def addresses(nm, dll, link_map):
-    """The compiler's descriptions of thread-local variables: names by address."""
+    """Return the names of the thread-local variables by the addresses of their descriptors."""
     listed = subprocess.run([nm, "--format=posix", dll], check=True, capture_output=True, text=True).stdout
     if not listed:
         sys.exit(f"{dll}: no symbols; check it before it is stripped")
@@ -37,7 +40,7 @@ def addresses(nm, dll, link_map):
 
 
 class Image:
-    """A PE32+ file, read at the addresses that it asks to be loaded at."""
+    """A PE32+ image, read by virtual address as if loaded at its preferred base."""
 
     def __init__(self, data):
         self.data = data
@@ -50,7 +53,7 @@ class Image:
                          for i in range(count)]
 
     def words(self, address, count):
-        """64-bit words; zeros in the part of a section that the file leaves out."""
+        """Return 64-bit words. Uninitialised data, which the file does not contain, reads as zero."""
         offset = address - self.base
         for virtual_size, start, raw_size, raw in self.sections:
             if not start <= offset < start + max(virtual_size, raw_size):
@@ -61,23 +64,23 @@ class Image:
 
 
 def faults(variables, room):
-    """Faults, a line each; `variables`: name, size, alignment, address of the initial value."""
+    """Yield one line per fault. `variables`: name, size, alignment, address of the initial value."""
     total = 0
     for name, size, alignment, initial_value in variables:
         total += (size + ALIGNMENT - 1) // ALIGNMENT * ALIGNMENT
         if alignment > ALIGNMENT:
-            yield f"{name} is aligned to {alignment} bytes, above {ALIGNMENT}"
+            yield f"{name} is aligned to {alignment} bytes; the maximum is {ALIGNMENT}"
         if initial_value:
             yield f"{name} has an initial value other than zero"
     if total > room:
-        yield f"{total} bytes of thread-local variables, above the {room} of each thread"
+        yield f"{total} bytes of thread-local variables; the maximum is {room}"
 
 
 def linked(link_map):
-    """The members that should not be there, a line each."""
+    """Yield one line for each library member that should have been replaced."""
     for member in REPLACED:
         if f"({member})" in link_map:
-            yield f"{member} of the compiler is linked in place of mingw_tls/"
+            yield f"{member} of the compiler is linked instead of mingw_tls/"
 
 
 def main():

@@ -1,15 +1,17 @@
 #!/usr/bin/env python3
-"""What tests run, and which tests depend on files: from ctest's list and what ninja knows of a build tree.
+"""List the targets that tests need, or the tests that depend on files, for one build tree.
 
-usage: choose_tests.py targets BUILD CTEST_OPTION...   the targets that the tests which ctest chooses run
-       choose_tests.py affected BUILD LABEL,... FILE...  the tests with one of the labels that depend on FILEs
+usage: choose_tests.py targets BUILD CTEST_OPTION...     targets needed by the tests that ctest selects
+       choose_tests.py affected BUILD LABEL,... FILE...  tests with one of the labels that depend on FILEs
 
-`affected` prints "test NAME" and "target NAME" lines, and "other NAME" for tests without such a label. A test
-that runs anything else than programs names it in CMake, with velm_test_needs. One that runs nothing built
-reads sources or documents, and depends on every file.
+Uses ctest's test list and ninja's dependencies. `affected` prints lines "test NAME" and "target NAME", and
+"other NAME" for dependent tests without such a label.
 
-Nearly every test loads the library. Where a changed source defines exported functions (SOF_...), a test that
-only loads it depends on that source if the test's own sources name one of these functions.
+A test that needs more than the programs in its command declares it in CMake with velm_test_needs. A test that
+needs no targets reads sources or documents and depends on every file.
+
+Nearly every test loads the library. If a changed source defines exported functions (SOF_...), a test that
+only loads the library depends on that source only if the test's own sources name one of these functions.
 """
 
 import functools
@@ -30,7 +32,7 @@ def run(*command):
 
 
 class Tree:
-    """A build tree: its tests, its targets, and what each is made of."""
+    """A build tree: its tests, its targets, and the inputs of each target."""
 
     def __init__(self, build):
         self.build = Path(build).resolve()
@@ -45,8 +47,11 @@ class Tree:
         return json.loads(listing)["tests"]
 
     def needs(self, test):
-        """The targets that a test runs: those in its command, which ctest leaves out when its program is not
-        built, that of the test's own name, and what CMake names for it."""
+        """Return the targets that a test needs.
+
+        These are the ones in its command, the ones declared with velm_test_needs, and the one with the test's
+        name: ctest omits the command of a test whose program is not built.
+        """
         found = {test["name"], f"{test['name']}_needs"} & self.targets
         for argument in test.get("command", []):
             path = Path(argument)
@@ -55,7 +60,7 @@ class Tree:
         return found
 
     def load_inputs(self, targets):
-        """Asks ninja for the inputs of `targets`, of these and so on."""
+        """Query ninja for the inputs of `targets`, recursively."""
         wanted = {target for target in targets if target in self.targets and target not in self.inputs}
         while wanted:
             current = None
@@ -71,7 +76,7 @@ class Tree:
                       if name in self.targets and name not in self.inputs}
 
     def find_changed(self, changed):
-        """By target or file that ninja names: which of the `changed` files it is, or its compilation read."""
+        """Return, by target or input, which of the `changed` files it is or includes."""
         found, current = {}, None
         for line in self.ninja("-t", "deps").splitlines():
             if line and not line.startswith(" "):
@@ -88,8 +93,10 @@ class Tree:
         return Path(os.path.normpath(self.build / name))
 
     def parts(self, targets, through_libraries=True):
-        """The names of all that `targets` are made of. Without `through_libraries`, DLLs and programs beside
-        them are left out, and what these are made of."""
+        """Return the names of all inputs of `targets`, recursively.
+
+        Without `through_libraries`, DLLs and programs among the inputs are omitted, and their inputs too.
+        """
         seen, waiting = set(), list(targets)
         while waiting:
             name = waiting.pop()
@@ -113,7 +120,7 @@ def names_one_of(files, functions):
 
 
 def depends_on(tree, targets, found):
-    """`found`: what changed, as find_changed says."""
+    """Return whether `targets` depend on a changed file. `found`: the result of find_changed()."""
     def hits(parts):
         return set().union(*(found[name] for name in parts & found.keys()))
 

@@ -1,6 +1,6 @@
 # The Debian packages that the project requires, by purpose.
 
-# For the third-party sources, the Windows programs, and Wine to run them: all that `./dev demo` requires.
+# For `./dev demo`: third-party sources, Windows programs, and Wine.
 demo_packages=(
   gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl python3 tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
@@ -40,7 +40,7 @@ install_packages() {
   local missing
   mapfile -t missing < <(missing_packages "$@")
   if [ ${#missing[@]} -eq 0 ]; then
-    echo "all $# are installed"
+    echo "nothing to install"
     return
   fi
   echo "installing: ${missing[*]}"

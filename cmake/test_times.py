@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""test_times.py JUNIT_FILE...: the slowest tests of ctest's reports, a line each, and the sum of all."""
+"""Print the slowest tests of ctest's JUnit reports and the total time.
+
+usage: test_times.py JUNIT_FILE...
+"""
 
 import sys
 import xml.etree.ElementTree as ElementTree
@@ -15,7 +18,7 @@ def times_of(report):
 
 def main(reports):
     times = sorted((time for report in reports for time in times_of(report)), reverse=True)
-    print(f"{len(times)} tests, {sum(time for time, _, _ in times):.0f} s one after the other; the slowest:")
+    print(f"{len(times)} tests, {sum(time for time, _, _ in times):.0f} s in total; slowest:")
     for time, tree, name in times[:SHOWN]:
         print(f"{time:8.1f} s  {tree:12} {name}")
 

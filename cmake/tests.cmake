@@ -25,7 +25,7 @@ if(WIN32)
   set(VELM_ISOLATED ${CMAKE_SOURCE_DIR}/cmake/run-isolated ${VELM_ISOLATION})
   set(VELM_UNDER_WINE ${VELM_ISOLATED} ${CMAKE_CROSSCOMPILING_EMULATOR})
   if(VELM_ISOLATION STREQUAL "none")
-    message(STATUS "No network namespaces here: tests of the service port or the log run one at a time")
+    message(STATUS "No network namespaces: tests that use the service port or the log run one at a time")
   endif()
 endif()
 

@@ -1,5 +1,5 @@
-# Third-party sources, downloaded as Debian source packages and stored in folders $deps/NAME-VERSION. A
-# private apt state is used, so that the machine's own is not changed.
+# Downloads third-party sources as Debian source packages to $deps/src/NAME-VERSION and builds them. apt runs
+# with private state, so the machine's own is not changed.
 
 source_suite=trixie
 
@@ -22,7 +22,7 @@ prepare_private_apt() {
   mkdir -p "$state/lists/partial" "$state/cache/archives/partial"
   mirror=$(debian_mirror)
   [ -n "$mirror" ] || { as_root apt-get update -qq && mirror=$(debian_mirror); }
-  [ -n "$mirror" ] || fail "this machine's apt names no mirror of bookworm"
+  [ -n "$mirror" ] || fail "apt has no bookworm mirror configured"
   local keys='[signed-by=/usr/share/keyrings/debian-archive-keyring.gpg]'
   printf 'deb-src %s %s %s main\n' "$keys" "$mirror" bookworm "$keys" "$mirror" "$source_suite" \
     >"$state/sources.list"
@@ -38,7 +38,7 @@ offered_source() {
 }
 
 # fetch_source NAME VERSION: unpacks the source package of this upstream version to $deps/src/NAME-VERSION.
-# Debian replaces some versions by later ones of the same series; the later one is used then.
+# If Debian has replaced this version by a later one of the same series, the later one is used.
 fetch_source() {
   local name=$1 version=$2 target=$deps/src/$1-$2 download=$deps/download/$1-$2
   [ ! -d "$target" ] || return 0
@@ -53,9 +53,9 @@ fetch_source() {
   fi
   if [ -z "$full" ]; then
     full=$(offered_source "$name" "${version%.*}.")
-    [ -z "$full" ] || echo "$name $version is no longer offered; $full is taken"
+    [ -z "$full" ] || echo "$name $version is no longer available; using $full"
   fi
-  [ -n "$full" ] || fail "the source package $name has no version $version"
+  [ -n "$full" ] || fail "source package $name has no version $version"
   (cd "$download" && apt_private apt-get source -qq --download-only "$name=$full" >/dev/null &&
     dpkg-source --no-check -x ./*.dsc unpacked >/dev/null)
   mv "$download/unpacked" "$target"
@@ -71,16 +71,16 @@ openssl_version=3.5.7
 sqlite3_version=3.46.1
 xmlsec1_version=1.2.37
 
-# Only libcrypto.a is built. What the token cannot use is disabled, which saves a third of the build time:
-# algorithms that no certificate, message or key container of GM/T and PKCS names here, and network protocols.
+# Builds only libcrypto.a, without network protocols and without algorithms that the token does not use. This
+# saves a third of the build time.
 openssl_options='no-shared no-tests no-apps no-docs no-module no-engine no-legacy no-quic
   no-argon2 no-aria no-bf no-blake2 no-camellia no-cast no-chacha no-idea no-md4 no-mdc2 no-ocb no-poly1305
   no-rc2 no-rc4 no-rmd160 no-seed no-siphash no-siv no-whirlpool
   no-dh no-dsa no-ec2m no-ecx no-gost no-ml-dsa no-ml-kem no-slh-dsa no-srp
   no-cmp no-comp no-ct no-http no-ocsp no-sock'
-# These two libraries are limited to what signatures require: trees, canonical form, and references within a
-# document; no network, no external files. libxml2 is built without thread support, since one thread uses it
-# at a time.
+# These two libraries contain only what signatures require: trees, canonicalisation, and references within a
+# document. They access no network and no external files. libxml2 has no thread support: its callers serialise
+# their calls.
 libxml2_options='--with-minimum --with-c14n --with-output --with-push --with-sax1 --with-tree --with-xpath
   --with-xptr --without-python --without-zlib --without-lzma --without-iconv --without-http --without-ftp
   --without-threads'
@@ -88,7 +88,7 @@ xmlsec1_options='--without-libxslt --without-nss --without-gcrypt --without-gnut
   --disable-apps-crypto-dl --disable-apps --disable-docs --disable-mans --disable-pkgconfig'
 sqlite_options='-DSQLITE_DQS=0 -DSQLITE_OMIT_LOAD_EXTENSION -DSQLITE_OMIT_DEPRECATED -DSQLITE_THREADSAFE=1'
 
-# Builds are stored in $deps/NAME-TARGET, with a stamp of version and options to detect outdated ones.
+# Builds are in $deps/NAME-TARGET. A stamp with version and options detects outdated ones.
 is_built() { [ "$(cat "$deps/$1/stamp" 2>/dev/null)" = "$2" ]; }
 mark_built() { echo "$2" >"$deps/$1/stamp"; }
 
@@ -103,7 +103,7 @@ with_progress() {
     (((SECONDS - started) % 20)) ||
       printf '  %s, %s s: %s lines of log\n' "$label" $((SECONDS - started)) "$(wc -l <"$log")"
   done
-  wait "$worker" || { tail -n 20 "$log" >&2; fail "$label failed; the whole log: $log"; }
+  wait "$worker" || { tail -n 20 "$log" >&2; fail "$label failed; full log: $log"; }
   echo "built $label in $((SECONDS - started)) s"
 }
 
@@ -135,7 +135,7 @@ make_sqlite_amalgamation() {
   ! is_built sqlite-source "$sqlite3_version" || return 0
   fetch_source sqlite3 "$sqlite3_version"
   rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix"
-  with_progress "sqlite $sqlite3_version in one file" "$work.log" bash -ec "
+  with_progress "sqlite $sqlite3_version amalgamation" "$work.log" bash -ec "
     cd '$work'
     '$deps/src/sqlite3-$sqlite3_version/configure' --disable-tcl --disable-readline
     make sqlite3.c
@@ -185,7 +185,7 @@ build_libxml2() {
   mark_built "libxml2-$target" "$stamp"
 }
 
-# build_xmlsec1 TARGET [OPTION...]: builds only the part without cryptography. The token verifies signatures
+# build_xmlsec1 TARGET [OPTION...]: builds xmlsec1 without its cryptography. The token verifies signatures
 # itself.
 build_xmlsec1() {
   local target=$1 stamp="$xmlsec1_version $libxml2_version $openssl_version $* $xmlsec1_options"

@@ -9,7 +9,7 @@ wine_program() {
   for candidate in /usr/lib/wine/wine64 "$(command -v wine64 || true)" "$(command -v wine || true)"; do
     if [ -x "$candidate" ]; then echo "$candidate"; return; fi
   done
-  fail "no wine"
+  fail "wine is not installed"
 }
 
 wine_server() {
@@ -35,9 +35,9 @@ make_prefix() {
   touch "$WINEPREFIX/.ready"
 }
 
-# With the null graphics driver windows can exist without a display, but are not visible.
+# With the null graphics driver, windows exist without a display but are not visible.
 make_template() {
-  echo "making the Wine prefix"
+  echo "creating the Wine prefix"
   "$(wine_program)" wineboot -i >/dev/null 2>&1
   "$(wine_program)" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null 2>&1
   "$(wine_server)" -w

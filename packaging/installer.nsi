@@ -9,7 +9,7 @@ Target amd64-unicode
 Unicode true
 ManifestSupportedOS Win10
 SetCompressor /SOLID zlib
-SetDateSave off ; the same files give the same installer
+SetDateSave off ; reproducible: the same files give the same installer
 CRCCheck force
 
 !include MUI2.nsh

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""list_files.py TREE: prints the files of a tree as macros for the installer script.
+"""Print the files of a tree as macros for the installer script.
+
+usage: list_files.py TREE
 
 InstallFiles copies them to $INSTDIR. RemoveFiles deletes exactly these files, and their folders if they are
 empty afterwards. ForEachProgram calls a macro with the name of each program and library.

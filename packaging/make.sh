@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# make.sh BUILD_DIR OUT_DIR: makes the packages of a build: zip, installer, SHA-256 sums.
+# make.sh BUILD_DIR OUT_DIR: creates the zip, the installer and their SHA-256 sums from a build.
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)

@@ -1,5 +1,7 @@
 #!/usr/bin/env python3
-"""make_zip.py TREE ZIP FOLDER: packs a tree into a zip file, in a top-level folder FOLDER.
+"""Pack the files of a tree into a zip file, below a top-level folder.
+
+usage: make_zip.py TREE ZIP FOLDER
 
 The output is reproducible: names are sorted, and times and permissions are fixed.
 """

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# test.sh OUT_DIR: tests the packages that make.sh created in OUT_DIR, under Wine with a prefix of its own.
-# Builds and runs a program with the zip, and installs, uses and removes the installer's files.
+# test.sh OUT_DIR: tests the packages that make.sh created in OUT_DIR, under Wine with a separate prefix.
+# Builds and runs the examples with the zip; installs, uses and uninstalls with the installer.
 set -euo pipefail
 
 out=$(cd "$1" && pwd)
@@ -22,7 +22,7 @@ name=${zip%-win64.zip}
 # ---- the zip: complete and relocatable
 
 try_zip() {
-  say "$zip: the program of examples/consumer, built against it and run with its software token"
+  say "$zip: build the examples and run them with its software token"
   rm -rf unpacked consumer
   python3 -m zipfile -e "$zip" unpacked
   local package=$out/unpacked/$name
@@ -33,7 +33,7 @@ try_zip() {
     -DCMAKE_C_COMPILER=x86_64-w64-mingw32-gcc-posix -DCMAKE_CXX_COMPILER=x86_64-w64-mingw32-g++-posix \
     -DCMAKE_C_FLAGS='-Wall -Wextra -Wpedantic -Werror' -DCMAKE_CXX_FLAGS='-Wall -Wextra -Wpedantic -Werror' \
     >consumer.log
-  cmake --build consumer >>consumer.log || { cat consumer.log >&2; fail "the consumer cannot be built"; }
+  cmake --build consumer >>consumer.log || { cat consumer.log >&2; fail "examples/consumer cannot be built"; }
   # Other tool chains use the module definition file instead of the import library.
   x86_64-w64-mingw32-dlltool --input-def "$package/lib/velm_sof_client.def" --output-lib consumer/from_def.a
   x86_64-w64-mingw32-gcc -I"$package/include" "$package/examples/c/story.c" consumer/from_def.a \
@@ -46,7 +46,7 @@ tell_stories() {
   local story
   for story in story_c story_cpp story_def; do
     "$run_wine" consumer/$story.exe | tr -d '\r' | diff "$root/examples/tests/story.txt" -
-    echo "$story tells its story"
+    echo "$story: ok"
   done
 }
 
@@ -65,7 +65,7 @@ state_of_prefix() {
 
 # The installed files must be those of the zip plus the uninstaller.
 expect_installed_in() {
-  [ "$(diff -r stage "$1")" = "Only in $1: uninstall.exe" ] || fail "$1 holds something else"
+  [ "$(diff -r stage "$1")" = "Only in $1: uninstall.exe" ] || fail "$1 differs from the install tree"
 }
 
 # The uninstaller continues after the command has returned. It deletes itself last.
@@ -76,54 +76,54 @@ uninstall_silently() {
     [ -e "$1/uninstall.exe" ] || return 0
     sleep 0.1
   done
-  fail "the uninstaller does not come to its end"
+  fail "the uninstaller did not finish"
 }
 
 use_and_try_to_remove() {
   local folder=$1 status=0
   "$run_wine" "$folder/bin/sof.exe" doctor | tr -d '\r' | tee doctor.txt
   grep -qF ' C:\Program Files\velm_sof_client\bin\velm_sof_client.dll' doctor.txt ||
-    fail "the doctor found another library"
-  grep -q '^ok .* service: version .* answers' doctor.txt || fail "the doctor found no service"
+    fail "sof doctor found another library"
+  grep -q '^ok .* service: version .* answers' doctor.txt || fail "sof doctor did not find the local service"
 
   "$run_wine" "$folder/uninstall.exe" /S '_?=C:\Program' 'Files\velm_sof_client' || status=$?
-  [ $status -eq 2 ] || fail "removing what is in use ended with $status"
-  echo "not removed while the software token runs"
+  [ $status -eq 2 ] || fail "uninstalling exited with $status while the software token runs"
+  echo "uninstalling refused while the software token runs"
 }
 
 try_installer() {
-  say "$setup: install, use, remove"
+  say "$setup: install, use, uninstall"
   local programs="$WINEPREFIX/drive_c/Program Files"
   local first="$programs/velm first" folder="$programs/velm_sof_client"
   state_of_prefix >before.txt
 
   "$run_wine" "$setup" /S '/D=C:\Program' 'Files\velm' first
   expect_installed_in "$first"
-  echo "installed into a folder of its own choice"
+  echo "installed into a chosen folder"
 
   "$run_wine" "$setup" /S '/D=C:\Program' 'Files\velm_sof_client'
   expect_installed_in "$folder"
-  [ ! -e "$first" ] || fail "the earlier installation is still there"
-  echo "installed again elsewhere: the earlier one made room"
+  [ ! -e "$first" ] || fail "the earlier installation was not removed"
+  echo "installed into another folder; the earlier installation was removed"
 
   state_of_prefix >installed.txt
   local own='Program Files/velm_sof_client|CurrentVersion\\\\Uninstall'
   diff <(grep -vE "$own" before.txt) <(grep -vE "$own" installed.txt) ||
-    fail "the installer left something else than its files and how to remove them"
+    fail "the installer changed more than its files and its registry entries"
   grep -q "Uninstall.*velm_sof_client\] \"DisplayVersion\"=\"${name#velm_sof_client-}\"" installed.txt ||
     fail "the installed version is not registered"
-  echo "nothing but its files and how to remove them was added"
+  echo "only files and uninstall entries were added"
 
   echo mine >"$folder/mine.txt"
   "$with_softtoken" "$folder/bin" bash -euo pipefail -c 'use_and_try_to_remove "$0"' "$folder"
-  diff -r stage "$folder" | grep -v "^Only in $folder: " && fail "some of it was removed all the same"
+  diff -r stage "$folder" | grep -v "^Only in $folder: " && fail "a refused uninstall removed files"
 
   uninstall_silently "$folder"
-  [ "$(ls "$folder")" = mine.txt ] || fail "the uninstaller left files, or took one that it did not bring"
+  [ "$(ls "$folder")" = mine.txt ] || fail "the uninstaller left its own files or removed another one"
   rm -r "$folder"
   state_of_prefix >removed.txt
-  diff before.txt removed.txt || fail "the uninstaller left something"
-  echo "removed, and nothing left"
+  diff before.txt removed.txt || fail "the uninstaller left files or registry values"
+  echo "uninstalled completely"
 }
 
 export -f fail tell_stories use_and_try_to_remove # for with-softtoken, which runs a command

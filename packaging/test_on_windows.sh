@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # test_on_windows.sh PACKAGES CALL_TESTS: tests the zip in PACKAGES on Windows, in the shell of Git for
-# Windows: runs `sof doctor` and the examples with the software token of the zip, then the call tests.
+# Windows. Runs `sof doctor` and the examples with the software token of the zip, then the call tests.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -27,7 +27,7 @@ for ((tries = 0; tries < 300; tries++)); do
 done
 sof doctor | tee doctor.txt
 grep -q '^ok .* service: version .* answers' doctor.txt ||
-  { cat service.log; fail "the doctor found no service"; }
+  { cat service.log; fail "sof doctor did not find the local service"; }
 
 say "the examples"
 cmake -S "$package/examples/consumer" -B story -G 'MinGW Makefiles' \
@@ -35,7 +35,7 @@ cmake -S "$package/examples/consumer" -B story -G 'MinGW Makefiles' \
 cmake --build story
 for story in story/story_c.exe story/story_cpp.exe "python $package/examples/python/story.py"; do
   $story | tr -d '\r' | diff "$root/examples/tests/story.txt" -
-  echo "$story tells its story"
+  echo "$story: ok"
 done
 kill $service
 wait $service || true

@@ -1,4 +1,4 @@
-"""Fails when a line of the sources is longer than 110 columns.
+"""Fail if a source line is longer than 110 columns.
 
 usage: check_line_lengths.py SOURCE_FOLDER
 """

@@ -1,9 +1,8 @@
-"""Fails when a test program of the build tree is not among the commands that ctest runs, or when a test does
-not have exactly one of the labels.
+"""Check that ctest runs every test program and that every test has exactly one label.
 
 usage: check_registered.py CTEST BUILD_FOLDER TEST_FOLDER
 
-Test programs are all executables in TEST_FOLDER and those named ..._test anywhere in BUILD_FOLDER.
+Test programs are the executables in TEST_FOLDER and those named ..._test anywhere in BUILD_FOLDER.
 """
 
 import json
@@ -50,7 +49,7 @@ def main(ctest, build_folder, test_folder):
     for path in unregistered:
         print(f"not registered with ctest: {path}")
     for name in unlabelled:
-        print(f"has not one label of {', '.join(sorted(LABELS))}: {name}")
+        print(f"does not have exactly one label of {', '.join(sorted(LABELS))}: {name}")
     if not programs:
         print(f"no test program in {test_folder}")
     return 1 if unregistered or unlabelled or not programs else 0

@@ -1,4 +1,4 @@
-"""Breaks one thing at a time in a small tree of pages, and expects the line that reports it."""
+"""Tests of check_pages.py: each breaks one thing in a small tree of pages."""
 
 import contextlib
 import io
@@ -69,43 +69,44 @@ class Pages(unittest.TestCase):
             files[path] = files[path].replace(old, new, 1)
         self.assertEqual(check(files), (1, list(faults)))
 
-    def test_a_tree_without_fault(self):
+    def test_valid_tree(self):
         self.assertEqual(check(tree()), (0, ["5 pages, 8 links; English only: none"]))
 
-    def test_a_link_to_no_file(self):
-        self.expect("README.md: the link docs/second.md leads nowhere",
+    def test_link_to_missing_file(self):
+        self.expect("README.md: the link docs/second.md points to a missing file",
                     readme=("docs/first.md#the-rest-of-it", "docs/second.md"))
 
-    def test_a_link_to_no_heading(self):
-        self.expect("README.md: the link docs/first.md#rest has no such heading to lead to",
+    def test_link_to_missing_heading(self):
+        self.expect("README.md: the link docs/first.md#rest points to a missing heading",
                     readme=("#the-rest-of-it", "#rest"))
-        self.expect("docs/zh/first.md: the link #其他 has no such heading to lead to",
+        self.expect("docs/zh/first.md: the link #其他 points to a missing heading",
                     chinese=("#其余部分", "#其他"))
 
-    def test_a_heading_that_comes_twice_has_two_anchors(self):
+    def test_repeated_heading_has_two_anchors(self):
         files = tree()
         for name in ("docs/first.md", "docs/zh/first.md"):
             files[name] += "## Again\n## Again\n[one](#again) [two](#again-1)\n"
         self.assertEqual(check(files)[0], 0)
         files["docs/first.md"] += "[three](#again-2)\n"
-        self.expect("docs/first.md: the link #again-2 has no such heading to lead to", files=files)
+        self.expect("docs/first.md: the link #again-2 points to a missing heading", files=files)
 
-    def test_a_link_out_of_what_is_installed(self):
-        self.expect("docs/first.md: the link ../README.md leads out of what is installed",
+    def test_link_from_installed_page_to_another_file(self):
+        self.expect("docs/first.md: the link ../README.md points outside the tree or the installed pages",
                     english=("https://example.org/none", "../README.md"))
         files = tree()
         files["CHANGELOG.md"] += "[read me](README.md)\n"
-        self.expect("CHANGELOG.md: the link README.md leads out of what is installed", files=files)
+        self.expect("CHANGELOG.md: the link README.md points outside the tree or the installed pages",
+                    files=files)
 
-    def test_a_link_out_of_the_tree(self):
-        self.expect("README.md: the link ../../x.md leads out of what is installed",
+    def test_link_out_of_the_tree(self):
+        self.expect("README.md: the link ../../x.md points outside the tree or the installed pages",
                     readme=("docs/first.md#the-rest-of-it", "../../x.md"))
 
-    def test_the_reference_stands_there_once_it_is_made(self):
+    def test_link_to_the_generated_reference(self):
         files = {**tree(), "docs/first.md": ENGLISH + "[calls](reference/index.html)\n"}
         self.assertEqual(check(files)[0], 0)
 
-    def test_a_page_in_one_language_only(self):
+    def test_missing_counterpart(self):
         files = tree()
         files["docs/second.md"] = "# Second\n"
         files["docs/zh/third.md"] = "# 第三\n"
@@ -117,34 +118,34 @@ class Pages(unittest.TestCase):
         self.expect("README.md: has no Chinese counterpart", files=files)
 
     @mock.patch.object(check_pages, "ENGLISH_ONLY", {"docs/new.md"})
-    def test_a_page_that_is_said_to_be_in_one_language_only(self):
+    def test_english_only_page(self):
         files = tree()
         files["docs/new.md"] = "# New\n[中文](zh/new.md)\n"
         files["docs/zh/new.md"] = "# 新\n[English](../new.md)\n"
-        self.expect("docs/new.md: is said to have no Chinese counterpart, but has one", files=files)
+        self.expect("docs/new.md: is listed as English only, but has a Chinese counterpart", files=files)
         del files["docs/zh/new.md"]
         files["docs/new.md"] = "# New\n"
         self.assertEqual(check(files), (0, ["6 pages, 8 links; English only: docs/new.md"]))
 
-    def test_a_heading_more_in_one_language(self):
+    def test_extra_heading_in_one_language(self):
         self.expect("docs/first.md and docs/zh/first.md differ from heading 3 on",
                     chinese=("int main(void);\n```\n", "int main(void);\n```\n## 多余\n"))
 
-    def test_a_heading_of_another_level(self):
+    def test_different_heading_level(self):
         self.expect("docs/first.md and docs/zh/first.md differ from heading 2 on",
                     chinese=("## 其余部分", "### 其余部分"))
 
-    def test_a_row_or_a_cell_less_in_one_language(self):
+    def test_missing_row_or_cell_in_one_language(self):
         self.expect("docs/first.md and docs/zh/first.md differ from table row 3 on",
                     chinese=("| 1 | 2 |\n", ""))
         self.expect("docs/first.md and docs/zh/first.md differ from table row 3 on",
                     chinese=("| 1 | 2 |", "| 1 |"))
 
-    def test_other_code_in_one_language(self):
+    def test_different_code_in_one_language(self):
         self.expect("docs/first.md and docs/zh/first.md differ from code block 1 on",
                     chinese=("int main(void);", "int main();"))
 
-    def test_comments_of_a_shell_block_are_in_the_page_s_language(self):
+    def test_shell_comments_may_differ(self):
         files = tree()
         files["docs/first.md"] += "```sh\nrun it  # go\n```\n"
         files["docs/zh/first.md"] += "```sh\nrun it  # 运行\n```\n"
@@ -152,7 +153,7 @@ class Pages(unittest.TestCase):
         files["docs/zh/first.md"] = files["docs/zh/first.md"].replace("run it", "run that")
         self.expect("docs/first.md and docs/zh/first.md differ from code block 2 on", files=files)
 
-    def test_no_link_to_the_other_language(self):
+    def test_missing_link_to_the_other_language(self):
         self.expect("docs/zh/first.md does not link to docs/first.md", chinese=("../first.md", "first.md"))
 
     def test_no_pages(self):

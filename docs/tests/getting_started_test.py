@@ -1,10 +1,9 @@
-"""Follows the first page as a new user would, in an install tree.
+"""Execute the commands of docs/getting_started.md in an install tree.
 
 usage: getting_started_test.py SOURCE_ROOT BUILD_FOLDER
 
-Windows commands run under Wine, mingw's compiler runs here. Visual Studio's commands are not tried; they are
-named.
-The page has the same commands in both languages, which check_pages.py holds it to.
+Windows commands run under Wine, the mingw-w64 compiler runs natively. Visual Studio commands are printed, but
+not run. Only the English page is used; check_pages.py ensures that the Chinese page has the same commands.
 """
 
 import os
@@ -29,7 +28,7 @@ class Failure(Exception):
 
 
 def read_blocks(page):
-    """The fenced blocks that name a language, in order."""
+    """Return the fenced blocks that name a language, in order."""
     return re.findall(r"^```(\w+)\n(.*?)^```", page.read_text(encoding="utf-8"), re.MULTILINE | re.DOTALL)
 
 
@@ -43,7 +42,7 @@ def service_answers():
 
 
 class NewUser:
-    """Somebody with an unpacked package, a store folder of their own and two windows."""
+    """A user with an unpacked package, a store folder and two console windows."""
 
     def __init__(self, source_root, work):
         self.wine = str(source_root / "cmake" / "run-under-wine")
@@ -58,11 +57,11 @@ class NewUser:
         if words[0] == "cd":
             self.folder = self.folder / words[1]
             if not self.folder.is_dir():
-                raise Failure(f"there is no folder {words[1]}")
+                raise Failure(f"no folder {words[1]}")
         elif words[0] == COMPILER:
             self.run([word.replace("\\", "/") for word in words])
         elif words[0] in VISUAL_STUDIO:
-            print(f"not tried: {line}")
+            print(f"skipped: {line}")
             self.not_tried += 1
             return
         elif words[-1] == "serve":
@@ -73,7 +72,7 @@ class NewUser:
         self.tried += 1
 
     def windows_command(self, line):
-        """The line as a batch file, in which the store's folder is one of this test."""
+        """Write the line to a batch file that sets the test's own store folder; return its command."""
         batch = self.work / "command.bat"
         batch.write_text(f"@set LOCALAPPDATA={windows_path(self.work)}\n@{line}\n", newline="\r\n")
         return [self.wine, "cmd", "/c", windows_path(batch)]
@@ -82,12 +81,12 @@ class NewUser:
         done = subprocess.run(command, cwd=self.folder, input=typed, stdout=subprocess.PIPE,
                               stderr=subprocess.STDOUT, encoding="utf-8", timeout=120)
         if done.returncode != 0:
-            raise Failure(f"{' '.join(command)} ended with {done.returncode}:\n{done.stdout}")
+            raise Failure(f"{' '.join(command)} exited with {done.returncode}:\n{done.stdout}")
         return done.stdout
 
     def start_service(self, line):
         if service_answers():
-            raise Failure("something listens on the service's port already")
+            raise Failure("the port of the service is already in use")
         with open(self.work / "service.log", "w", encoding="utf-8") as log:
             command = self.windows_command(line)
             self.service = subprocess.Popen(command, cwd=self.folder, stdin=subprocess.DEVNULL, stdout=log,
@@ -95,7 +94,7 @@ class NewUser:
         deadline = time.monotonic() + 60
         while not service_answers():
             if self.service.poll() is not None or time.monotonic() > deadline:
-                raise Failure("the service does not answer:\n" + (self.work / "service.log").read_text())
+                raise Failure("no response from the service:\n" + (self.work / "service.log").read_text())
             time.sleep(0.1)
 
     def close_windows(self):
@@ -106,7 +105,7 @@ class NewUser:
         deadline = time.monotonic() + 30
         while service_answers():
             if time.monotonic() > deadline:
-                raise Failure("the service still answers after its end")
+                raise Failure("the service still responds after it was stopped")
             time.sleep(0.1)
 
 
@@ -123,10 +122,10 @@ def follow(page, user):
                 user.type_command(line)
         elif language == "text":
             if user.output is None or user.output.replace("\r", "").split("\n") != text.split("\n"):
-                raise Failure(f"expected\n{text}\nbut saw\n{user.output}")
+                raise Failure(f"expected\n{text}\nbut got\n{user.output}")
             compared = True
     if not compared:
-        raise Failure("the page shows no output to compare with")
+        raise Failure("the page contains no expected output")
 
 
 def main(source_root, build_folder):
@@ -144,7 +143,7 @@ def main(source_root, build_folder):
         return 1
     finally:
         user.close_windows()
-    print(f"{PAGE}: {user.tried} commands tried, {user.not_tried} not")
+    print(f"{PAGE}: {user.tried} commands run, {user.not_tried} skipped")
     return 0
 
 

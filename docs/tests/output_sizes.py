@@ -1,8 +1,8 @@
-"""Holds the table of output sizes in the calling conventions to the header's description of each function.
+"""Compare the table of output sizes in the calling conventions with the public header.
 
 usage: output_sizes.py ROOT
 
-Every number and argument that a row names must stand in the description of each function of that row.
+Every number and argument in a row must occur in the description of each function of that row.
 """
 
 import re
@@ -14,7 +14,7 @@ PAGES = ("docs/calling_conventions.md", "docs/zh/calling_conventions.md")
 
 
 def read_descriptions(header):
-    """The comment in front of each function, and its arguments, by its name."""
+    """Return the comment and the arguments of each function, by name."""
     found = re.findall(r"(/\*\*(?:(?!\*/).)*\*/)\s*VELM_SOF_API \w+ (SOF_\w+)\(([^)]*)\);", header, re.DOTALL)
     return {name: comment + arguments for comment, name, arguments in found}
 
@@ -24,7 +24,7 @@ def words_of(text):
 
 
 def size_rows(page):
-    """Of every row that begins with a function: its functions, and the numbers and arguments beside them."""
+    """Yield the functions in the first cell of each row, and the numbers and arguments in the others."""
     for line in page.splitlines():
         cells = line.split(" | ")
         if line.startswith("| `SOF_") and len(cells) == 3:
@@ -44,7 +44,7 @@ def check(header, name, page):
                 yield f"{name}: {function} is not in the header"
                 continue
             for size in sorted(sizes - words_of(descriptions[function])):
-                yield f"{name}: {size} does not stand in the description of {function}"
+                yield f"{name}: {size} is not in the description of {function}"
 
 
 def main(root):

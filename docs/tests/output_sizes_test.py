@@ -1,4 +1,4 @@
-"""Breaks one thing at a time in a small header and table, and expects the line that reports it."""
+"""Tests of output_sizes.py: each breaks one thing in a small header or table."""
 
 import unittest
 
@@ -28,29 +28,29 @@ class OutputSizes(unittest.TestCase):
     def expect(self, *faults, header=HEADER, page=PAGE):
         self.assertEqual(list(output_sizes.check(header, "page", page)), list(faults))
 
-    def test_a_table_that_is_right(self):
+    def test_matching_table(self):
         self.expect()
 
-    def test_another_number(self):
-        self.expect("page: 2048 does not stand in the description of SOF_Sign",
+    def test_different_number(self):
+        self.expect("page: 2048 is not in the description of SOF_Sign",
                     page=PAGE.replace("1,024", "2,048"))
-        self.expect("page: 1536 does not stand in the description of SOF_Sign",
+        self.expect("page: 1536 is not in the description of SOF_Sign",
                     header=HEADER.replace("1,536", "3,072"))
-        self.expect("page: 1.25 does not stand in the description of SOF_Sign",
+        self.expect("page: 1.25 is not in the description of SOF_Sign",
                     header=HEADER.replace("1.25", "1.5"))
 
-    def test_another_argument(self):
-        self.expect("page: uOutLen does not stand in the description of SOF_Sign",
+    def test_different_argument(self):
+        self.expect("page: uOutLen is not in the description of SOF_Sign",
                     page=PAGE.replace("`uInDataLen` | 15", "`uOutLen` | 15"))
 
-    def test_a_number_that_another_function_has(self):
-        self.expect("page: 1.25 does not stand in the description of SOF_Other",
-                    "page: 1024 does not stand in the description of SOF_Other",
-                    "page: 1536 does not stand in the description of SOF_Other",
-                    "page: uInDataLen does not stand in the description of SOF_Other",
+    def test_number_of_another_function(self):
+        self.expect("page: 1.25 is not in the description of SOF_Other",
+                    "page: 1024 is not in the description of SOF_Other",
+                    "page: 1536 is not in the description of SOF_Other",
+                    "page: uInDataLen is not in the description of SOF_Other",
                     page=PAGE.replace("`SOF_Sign`", "`SOF_Other`"))
 
-    def test_a_function_that_does_not_exist(self):
+    def test_unknown_function(self):
         self.expect("page: SOF_Seal is not in the header", page=PAGE.replace("`SOF_Sign`", "`SOF_Seal`"))
 
     def test_no_table(self):

@@ -1,4 +1,4 @@
-"""The call reference: made from a header as it is, and refused when the header leaves something out.
+"""Tests of the call reference: it is complete, and doxygen fails if the header lacks documentation.
 
 usage: reference_test.py DOXYGEN DOXYFILE HEADER
 """
@@ -26,7 +26,7 @@ class Reference(unittest.TestCase):
         self.header = Path(HEADER).read_text(encoding="utf-8")
 
     def make(self, header):
-        """Doxygen's exit status and warnings for a header, with the options of the real reference."""
+        """Run doxygen on a header with the reference's options. Return exit status and warnings."""
         (self.folder / "velm_sof_client.h").write_text(header, encoding="utf-8")
         options = Path(DOXYFILE).read_text(encoding="utf-8")
         options += f"INPUT = \"{self.folder}/velm_sof_client.h\"\nOUTPUT_DIRECTORY = \"{self.folder}\"\n"
@@ -38,7 +38,7 @@ class Reference(unittest.TestCase):
         self.assertNotEqual(status, 0)
         self.assertRegex(warnings, message)
 
-    def test_the_header_as_it_is_gives_every_function(self):
+    def test_reference_contains_every_function(self):
         self.assertEqual(self.make(self.header), (0, ""))
         names = re.findall(r"^VELM_SOF_API .*?(SOF_\w+)\(", self.header, re.MULTILINE)
         self.assertEqual(len(names), 88)
@@ -47,21 +47,21 @@ class Reference(unittest.TestCase):
         titles = set(re.findall(r'<h2 class="memtitle">.*?</span>(\w+)\(\)</h2>', pages))
         self.assertEqual(set(names) - titles, set())
 
-    def test_an_undocumented_parameter_is_refused(self):
+    def test_undocumented_parameter_is_refused(self):
         line = " * @param[in] szOldPassWord PIN in force, not empty.\n"
         self.expect_refusal(without(self.header, line), "parameter 'szOldPassWord'")
 
-    def test_a_parameter_that_does_not_exist_is_refused(self):
+    def test_unknown_parameter_is_refused(self):
         self.expect_refusal(self.header.replace("@param[out] pszVersion", "@param[out] pszVersoin", 1),
                             "pszVersoin")
 
-    def test_an_undocumented_result_is_refused(self):
+    def test_undocumented_result_is_refused(self):
         function = self.header.index("@brief Stores the process's envelope type")
         start = self.header.index(" * @retval", function)
         end = self.header.index(" * @par", start)
         self.expect_refusal(self.header[:start] + self.header[end:], "SOF_Ext_SetEnvelopType")
 
-    def test_an_undocumented_function_is_refused(self):
+    def test_undocumented_function_is_refused(self):
         group = self.header.index("@defgroup velm_sof_configuration")
         start = self.header.index("/**", group)
         end = self.header.index("*/", start) + 2

@@ -1,9 +1,9 @@
-"""The tables of the result code pages, made from the sources: the constants and their meanings from the
-public header, the texts from the library's table, and what the provider's results become.
+"""Check or regenerate the tables of result codes on the documentation pages.
 
 usage: result_codes.py ROOT [--write]
 
-Without --write, fails when a page's table is not what the sources say.
+A table lists the constants and meanings of the public header, the texts of the library's table, and the
+provider results mapped to each code. Without --write, fails if a table does not match the sources.
 """
 
 import re
@@ -18,21 +18,21 @@ LIBRARY = "src"
 
 BEGIN, END = "<!-- made by result_codes.py -->\n", "<!-- end -->\n"
 NEGATIVE = 0x80000000
-UNKNOWN = 0x0B000001  # what a provider's result becomes that no row names
+UNKNOWN = 0x0B000001  # for provider results that are not in the mapping
 
 
 class Inconsistent(Exception):
-    """The sources or a page do not fit each other."""
+    """The sources contradict each other, or a page has no markers."""
 
 
 def read_constants(header):
-    """Names and meanings by code."""
+    """Return names and meanings by code."""
     rows = re.findall(r"^#define (SOR_\w+)\s+(0x[0-9A-F]{8})u\s+/\*\*< (.*?) \*/$", header, re.MULTILINE)
     constants = {int(code, 16): (name, meaning) for name, code, meaning in rows}
     if not rows or len(rows) != len(re.findall(r"^#define SOR_", header, re.MULTILINE)):
         raise Inconsistent("a constant of the header could not be read")
     if len(constants) != len(rows):
-        raise Inconsistent("two constants of the header have one code")
+        raise Inconsistent("two constants of the header have the same code")
     return constants
 
 
@@ -41,11 +41,11 @@ def read_texts(source):
 
 
 def read_provider_results(source, by_name):
-    """Lists of the provider's results by the code that they become."""
+    """Return lists of provider results by the code to which they are mapped."""
     results = {}
     for first, last, mapped in re.findall(r"\{(0x0200\w{4}), (0x0200\w{4}), (SOR_\w+)\}", source):
         if mapped not in by_name:
-            raise Inconsistent(f"a provider's result becomes {mapped}, which the header does not define")
+            raise Inconsistent(f"a provider result is mapped to {mapped}, which the header does not define")
         for step in range(int(last, 16) - int(first, 16) + 1):
             results.setdefault(by_name[mapped] + step, []).append(int(first, 16) + step)
     if not results:
@@ -54,12 +54,12 @@ def read_provider_results(source, by_name):
 
 
 def read_provider_names(source):
-    """The provider's results by name."""
+    """Return the provider results by name."""
     return {name: int(code, 16) for name, code in re.findall(r"(kSaf\w+) = (0x0200\w{4});", source)}
 
 
 def own_codes(root, by_name, provider_names, provider_results):
-    """What the library's own code answers with: constants, and provider's results that it puts in itself."""
+    """Return the codes that the library's sources use, as constants or as names of provider results."""
     by_result = {result: code for code, results in provider_results.items() for result in results}
     codes = set()
     for path in sorted(Path(root, LIBRARY).rglob("*")):
@@ -69,7 +69,7 @@ def own_codes(root, by_name, provider_names, provider_results):
         codes.update(by_name[name] for name in re.findall(r"\bSOR_\w+", code))
         for name in re.findall(r"\bkSaf\w+", code):
             if name not in provider_names:
-                raise Inconsistent(f"{path.name}: {name} is not among the provider's results")
+                raise Inconsistent(f"{path.name}: {name} is not a known provider result")
             codes.add(by_result.get(provider_names[name], UNKNOWN))
     return codes
 
@@ -79,7 +79,7 @@ def hexadecimal(code):
 
 
 def rows(root):
-    """Code, constant, meaning, text, whether the library gives it, provider's results."""
+    """Yield code, constant, meaning, text, whether the library itself returns it, provider results."""
     def read(name):
         return Path(root, name).read_text(encoding="utf-8")
 
@@ -92,7 +92,7 @@ def rows(root):
         odd = ", ".join(hexadecimal(code) for code in sorted(with_text ^ set(texts)))
         raise Inconsistent(f"header and texts differ in {odd}")
     if set(provider) - set(constants):
-        raise Inconsistent("a provider's result becomes a code that the header does not define")
+        raise Inconsistent("a provider result is mapped to a code that the header does not define")
     for code, (name, meaning) in sorted(constants.items()):
         yield code, name, meaning, texts.get(code), code in own, provider.get(code, [])
 
@@ -116,7 +116,7 @@ def with_table(text, page, new):
     before, begin, rest = text.partition(BEGIN)
     old, end, after = rest.partition(END)
     if not begin or not end:
-        raise Inconsistent(f"{page}: has no place for the table")
+        raise Inconsistent(f"{page}: has no markers for the table")
     return before + begin + new + end + after
 
 
@@ -135,7 +135,7 @@ def main(root, *options):
         print(f"result codes: {fault}")
         return 1
     for page in stale:
-        print(f"{page}: the table is not what the sources say; result_codes.py ROOT --write makes it anew")
+        print(f"{page}: the table does not match the sources; result_codes.py ROOT --write regenerates it")
     return 1 if stale else 0
 
 

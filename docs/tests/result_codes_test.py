@@ -1,4 +1,4 @@
-"""Breaks one thing at a time in small sources and pages, and expects the line that reports it."""
+"""Tests of result_codes.py: each breaks one thing in small sources or pages."""
 
 import contextlib
 import io
@@ -64,60 +64,60 @@ class ResultCodes(unittest.TestCase):
         self.assertEqual(status, 1)
         self.assertIn(fault, output)
 
-    def test_the_table_is_what_the_sources_say(self):
+    def test_matching_table(self):
         self.assertEqual((self.root / "docs/result_codes.md").read_text(encoding="utf-8"), ENGLISH)
         self.assertEqual(self.run_it(), (0, ""))
 
-    def test_a_changed_page(self):
+    def test_changed_page(self):
         for page in result_codes.LANGUAGES:
-            self.expect_fault(page, "`0x02000319`", "`0x02000318`", f"{page}: the table is not what")
+            self.expect_fault(page, "`0x02000319`", "`0x02000318`", f"{page}: the table does not match")
 
-    def test_a_changed_meaning(self):
+    def test_changed_meaning(self):
         self.expect_fault("inc/velm_sof_client.h", "Unknown.", "Not known.",
                           "docs/result_codes.md: the table")
 
-    def test_a_changed_text(self):
+    def test_changed_text(self):
         self.expect_fault("src/velm_sof_client/error_texts.h", "成功", "完成",
                           "docs/zh/result_codes.md: the table")
 
-    def test_a_changed_provider_result(self):
+    def test_changed_provider_result(self):
         self.expect_fault("protocol/result_codes.h", "0x02000319", "0x02000318",
                           "docs/result_codes.md: the table")
 
-    def test_a_code_that_the_library_no_longer_gives(self):
+    def test_code_no_longer_used_by_the_library(self):
         self.expect_fault("src/sof_impl.cpp", "return SOR_OK", "return", "docs/result_codes.md: the table")
 
-    def test_a_provider_result_that_the_library_no_longer_puts_in(self):
+    def test_provider_result_no_longer_used_by_the_library(self):
         self.expect_fault("src/checks.h", "protocol::kSafCertificateInvalid", "0",
                           "docs/result_codes.md: the table")
 
-    def test_a_code_without_text_or_without_constant(self):
+    def test_code_without_text_or_constant(self):
         self.expect_fault("src/velm_sof_client/error_texts.h", '{0x0B000002, "文件"},', "",
                           "header and texts differ in `0x0B000002`")
         self.expect_fault("inc/velm_sof_client.h", "0x0B000002u", "0x0B000003u",
                           "header and texts differ in `0x0B000003`")
 
-    def test_two_constants_of_one_code(self):
-        self.expect_fault("inc/velm_sof_client.h", "0x0B000002u", "0x0B000001u", "have one code")
+    def test_two_constants_with_the_same_code(self):
+        self.expect_fault("inc/velm_sof_client.h", "0x0B000002u", "0x0B000001u", "have the same code")
 
-    def test_a_constant_that_cannot_be_read(self):
+    def test_unreadable_constant(self):
         self.expect_fault("inc/velm_sof_client.h", "  /**< A file. */", "", "could not be read")
 
-    def test_a_provider_result_that_becomes_an_unknown_code(self):
+    def test_provider_result_mapped_to_an_unknown_code(self):
         self.expect_fault("protocol/result_codes.h", "0x02000002, SOR_UNKNOWNERR",
                           "0x02000003, SOR_UNKNOWNERR", "a code that the header does not define")
         self.expect_fault("protocol/result_codes.h", "SOR_UNKNOWNERR", "SOR_OTHERERR",
                           "SOR_OTHERERR, which the header does not define")
 
-    def test_a_provider_result_without_a_name(self):
+    def test_unknown_provider_result(self):
         self.expect_fault("src/checks.h", "kSafCertificateInvalid", "kSafOther",
-                          "checks.h: kSafOther is not among the provider's results")
+                          "checks.h: kSafOther is not a known provider result")
 
-    def test_provider_results_that_cannot_be_read(self):
+    def test_unreadable_provider_results(self):
         self.expect_fault("protocol/result_codes.h", "{0x", "[0x", "no provider results")
 
-    def test_a_page_without_a_place_for_the_table(self):
-        self.expect_fault("docs/result_codes.md", "<!-- end -->", "", "has no place for the table")
+    def test_page_without_markers(self):
+        self.expect_fault("docs/result_codes.md", "<!-- end -->", "", "has no markers for the table")
 
 
 if __name__ == "__main__":

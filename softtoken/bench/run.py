@@ -1,9 +1,11 @@
 #!/usr/bin/env python3
-"""run.py SERVICE CLIENT: signatures a second through the service, against those of the openssl program.
+"""Compare signatures per second through the local service with `openssl speed`.
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. What is compared is measured in turns,
-and each side's figure is the median of its rounds. One line a side, then the ratio as "name value".
-VELM_BENCH_SECONDS is the time of each measurement. openssl counts the time that passes, as the client does.
+usage: run.py SERVICE CLIENT
+
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. The measurements to compare alternate;
+each rate is a median. Prints the rates, then the ratios as "name value". VELM_BENCH_SECONDS is the duration
+of one measurement (default 2). Both sides measure elapsed time, not CPU time.
 """
 
 import functools
@@ -41,7 +43,7 @@ def service_rate(service, name, clients, *options):
 
 
 def add_ballast(store):
-    """Copies of a container under other names; no key of theirs is ever opened."""
+    """Add copies of a container under other names. Their keys are never used."""
     database = sqlite3.connect(store)
     columns = "tries_left, salt, signing_key, exchange_key, signing_certificate, exchange_certificate"
     row = database.execute(f"SELECT {columns} FROM container WHERE name = 'SM2_DEMO'").fetchone()
@@ -52,7 +54,7 @@ def add_ballast(store):
 
 
 def medians(sides):
-    """A name and a measurement a side: the median of each, by name, of rounds that take turns."""
+    """Run the measurements alternately, print the median rates and return them by name."""
     rounds = [{name: measure() for name, measure in sides.items()} for _ in range(ROUNDS)]
     found = {name: statistics.median(one[name] for one in rounds) for name in sides}
     for name, rate in found.items():
@@ -67,7 +69,7 @@ def report(key, ratio):
 def measure_key(service, name, algorithm, pattern):
     assert service.login(name) == 0
     rates = medians({f"openssl speed {algorithm}": lambda: openssl_rate(algorithm, pattern),
-                     f"{name}, one sleepless client": lambda: service_rate(service, name, 1, "sleepless"),
+                     f"{name}, one polling client": lambda: service_rate(service, name, 1, "sleepless"),
                      f"{name}, one client": lambda: service_rate(service, name, 1),
                      f"{name}, two clients": lambda: service_rate(service, name, 2)})
     peer, alone, one, two = rates.values()
@@ -78,7 +80,7 @@ def measure_key(service, name, algorithm, pattern):
 def measure_containers():
     with Service() as few, Service() as many:
         add_ballast(many.store)
-        sides = {"SM2_DEMO, few containers": few, f"SM2_DEMO, {MANY_CONTAINERS} containers more": many}
+        sides = {"SM2_DEMO, few containers": few, f"SM2_DEMO, {MANY_CONTAINERS} more containers": many}
         assert all(service.login("SM2_DEMO") == 0 for service in sides.values())
         rates = medians({name: functools.partial(service_rate, service, "SM2_DEMO", 1)
                          for name, service in sides.items()})

@@ -1,6 +1,6 @@
 // sign_bench PORT CONTAINER CLIENTS SECONDS [sleepless]: measures signatures per second through the local
-// service. Each client calls in sequence on its own connection and reconnects when the local service closes
-// it. Sleepless clients poll for the response, to exclude the time that the system needs to wake up a client.
+// service. Each client makes its calls in sequence on its own connection and reconnects when the service
+// closes it. Sleepless clients poll for the response, which excludes the time to wake up a sleeping client.
 #include <arpa/inet.h>
 #include <netinet/in.h>
 #include <sys/socket.h>

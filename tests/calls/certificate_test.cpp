@@ -191,14 +191,14 @@ INSTANTIATE_SERVICE_FAMILY(Certificate, kCalls, kVariants, kLocalCalls);
 
 using Certificate = ClientTest;
 
-TEST_F(Certificate, IsTheEmptyTextInARequestWhenItCannotBeEncoded) {
+TEST_F(Certificate, IsSentAsEmptyTextWhenItCannotBeEncoded) {
   STANDIN(VELM_Openssl_Base64Encode).returns(-1);
   service.answers(json(R"({"ErrorCode":"0"})"));
   EXPECT_EQ(validate(&kCertificate, 64)(library, nullptr, nullptr), SOR_OK);
   EXPECT_EQ(service.take_request().body, R"({"funcid":14,"Cert":""})");
 }
 
-TEST_F(Certificate, AnUndecodableAnswerHasNoLengthWhateverTheDecoderSays) {
+TEST_F(Certificate, UndecodableAnswerHasLengthZero) {
   STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, uint32_t* length) {
     *length = 77;
     return -1;
@@ -213,7 +213,7 @@ TEST_F(Certificate, AnUndecodableAnswerHasNoLengthWhateverTheDecoderSays) {
   EXPECT_THAT(log.errors(), testing::IsEmpty());
 }
 
-TEST_F(Certificate, ADecoderThatStoresNothingHasWrittenNothing) {
+TEST_F(Certificate, DecoderWithoutOutputGivesLengthZero) {
   STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, const uint32_t* length) {
     EXPECT_EQ(*length, 0u);
     return 0;
@@ -225,7 +225,7 @@ TEST_F(Certificate, ADecoderThatStoresNothingHasWrittenNothing) {
   EXPECT_EQ(made.length, 0u);
 }
 
-TEST_F(Certificate, OnlyTheLengthOfAnItemIsToldWithoutABuffer) {
+TEST_F(Certificate, SizeQueryReturnsTheLengthOfAnItem) {
   for (const auto& [info, size] :
        {std::pair(base64(std::string(700, 'n')), 700u), std::pair(std::string("?"), 0u)}) {
     service.answers(json(R"({"ErrorCode":"0","Result":{"Info":")" + info + R"("}})"));
@@ -235,7 +235,7 @@ TEST_F(Certificate, OnlyTheLengthOfAnItemIsToldWithoutABuffer) {
   }
 }
 
-TEST_F(Certificate, ALengthThatIsToldWithoutABufferMayLackMemory) {
+TEST_F(Certificate, SizeQueryReportsMissingMemory) {
   service.responds([](const Request&) { return json(R"({"ErrorCode":"0","Result":{"Info":"bmFtZQ=="}})"); });
   uint32_t length = kUntouched;
   const Call call = by_oid(&kCertificate, 64, "2.5.4.3");
@@ -299,7 +299,7 @@ TEST_F(Certificate, AlgorithmIsThatOfTheParsedKey) {
   EXPECT_THAT(service.requests(), testing::IsEmpty());
 }
 
-TEST_F(Certificate, AlgorithmOfWhatCannotBeParsedIsZero) {
+TEST_F(Certificate, AlgorithmOfAnUnparsableCertificateIsZero) {
   STANDIN(VELM_Openssl_ParseCertInfo).plays([](auto, auto, auto, auto, void* area) {
     static_cast<CertificateRecord*>(area)->public_key_type = 2;
     return -5;

@@ -131,7 +131,7 @@ TEST_F(DeviceStorageTest, EnumDevice) {
               [this](auto... values) { return std::tuple(handle, values...); });
 }
 
-TEST_F(DeviceStorageTest, ReadLabelTakesTheLabelsLengthAsGiven) {
+TEST_F(DeviceStorageTest, ReadLabelPassesTheLabelLengthUnchanged) {
   expect_call(
       call_of(library.SOF_Ext_ReadLabel,
               [](const char* name, const char*, uint32_t label_length, uint32_t type, uint8_t*, uint32_t*) {
@@ -156,7 +156,7 @@ TEST_F(DeviceStorageTest, GetProductVersion) {
               [](auto... values) { return std::tuple(values...); });
 }
 
-TEST_F(DeviceStorageTest, GetProductVersionWants256Bytes) {
+TEST_F(DeviceStorageTest, GetProductVersionRequires256Bytes) {
   for (const uint32_t size : {0u, 1u, 255u}) {
     EXPECT_EQ(library.SOF_Ext_GetProductVersion(nullptr, output.text(), size, nullptr), SOR_INDATALENERR);
     EXPECT_EQ(new_lines(),
@@ -172,7 +172,7 @@ TEST_F(DeviceStorageTest, GetProductVersionWants256Bytes) {
               testing::ElementsAre("SAF_Ext_GetProductVersion", "SAF_Ext_GetProductVersion"));
 }
 
-TEST_F(DeviceStorageTest, OutputsComeStraightFromTheProvider) {
+TEST_F(DeviceStorageTest, ProviderWritesTheOutputsDirectly) {
   STANDIN(SAF_Ext_ReadFile).plays([](auto, auto, auto, auto, auto, uint8_t* data, uint32_t* data_length) {
     return give("content", data, data_length);
   });
@@ -183,7 +183,7 @@ TEST_F(DeviceStorageTest, OutputsComeStraightFromTheProvider) {
   EXPECT_TRUE(output.untouched(7));
 }
 
-TEST_F(DeviceStorageTest, LongNamesAreHandedOnWhole) {
+TEST_F(DeviceStorageTest, LongNamesAreNotTruncated) {
   const std::string name(20000, 'n');
   const std::string command(30000, 'c');
   STANDIN(SAF_Ext_Control).returns(0);

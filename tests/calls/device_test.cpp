@@ -138,7 +138,7 @@ class UserList : public ClientTest {
 
 std::string success(const std::string& result) { return R"({"ErrorCode":"0","Result":)" + result + "}"; }
 
-TEST_F(UserList, OfAnAnswerWithoutOneIsTheEmptyText) {
+TEST_F(UserList, IsEmptyTextForAnAnswerWithoutList) {
   service.answers(json(R"({"ErrorCode":"0"})"));
   EXPECT_EQ(list(), SOR_OK);
   EXPECT_EQ(users.data()[0], 0);
@@ -146,7 +146,7 @@ TEST_F(UserList, OfAnAnswerWithoutOneIsTheEmptyText) {
   EXPECT_EQ(length, 0u);
 }
 
-TEST_F(UserList, ThatIsEmptyLeavesTheBuffer) {
+TEST_F(UserList, EmptyListLeavesTheBuffer) {
   for (const char* result : {"[]", "{}", "null", "\"text\"", "7"}) {
     service.answers(json(success(result)));
     EXPECT_EQ(list(), SOR_OK) << result;
@@ -169,7 +169,7 @@ TEST_F(UserList, MayFillTheBuffer) {
   EXPECT_EQ(users.bytes(), std::string(2046, '&') + "x" + '\0');
 }
 
-TEST_F(UserList, ThatPassesTheBufferIsRefused) {
+TEST_F(UserList, IsRefusedAboveTheBufferSize) {
   expect_failure(json(success(names_ending_in("xx"))), SOR_INDATALENERR, {});
   expect_failure(json(success(names_ending_in("\u5F20"))), SOR_INDATALENERR, {});
   expect_failure(json(success(names_ending_in(std::string(600, 'x')))), SOR_INDATALENERR, {});
@@ -190,7 +190,7 @@ TEST_F(UserList, IsNotWrittenWhenTheCallFails) {
 
 int WINAPI convert_nothing(UINT, DWORD, LPCWCH, int, LPSTR, int, LPCCH, LPBOOL) { return 0; }
 
-TEST_F(UserList, ThatCannotBeConvertedIsNotWritten) {
+TEST_F(UserList, IsNotWrittenWhenConversionFails) {
   const ImportPatch conversion(library.module(), "KERNEL32.dll", "WideCharToMultiByte", convert_nothing);
   expect_failure(json(success(R"(["u1","u2"])")), SOR_FILEERR, {});
 }
@@ -211,7 +211,7 @@ int WINAPI convert_as_gb18030(UINT page, DWORD flags, LPCWCH text, int length, L
 BOOL WINAPI every_page_is_valid(UINT) { return TRUE; }
 BOOL WINAPI no_page_is_valid(UINT) { return FALSE; }
 
-TEST_F(UserList, IsInGb18030WhereTheSystemHasItOtherwiseInGbk) {
+TEST_F(UserList, IsInGb18030IfAvailableOtherwiseInGbk) {
   const ImportPatch conversion(library.module(), "KERNEL32.dll", "WideCharToMultiByte", convert_as_gb18030);
   for (const bool valid : {true, false}) {
     const ImportPatch validity(library.module(), "KERNEL32.dll", "IsValidCodePage",
@@ -226,7 +226,7 @@ TEST_F(UserList, IsInGb18030WhereTheSystemHasItOtherwiseInGbk) {
   }
 }
 
-TEST_F(UserList, TakesAnAnswerOfItsCapacityAndNoByteMore) {
+TEST_F(UserList, AcceptsAnswersUpToItsCapacity) {
   std::string body = success(R"(["u1","u2"])");
   body.resize(kCapacity + 1, ' ');
   expect_failure(json(body), SOR_JSONPARSEERR, {"SOF_GetUserList->cJSON_Parse []"});
@@ -279,7 +279,7 @@ class DeviceType : public ClientTest {
   }
 };
 
-TEST_F(DeviceType, IsThatOfTheDeviceFoundLast) {
+TEST_F(DeviceType, IsTheTypeOfTheLastDevice) {
   DeviceRecord record{};
   for (uint32_t type : {0u, 3u, 0xFFFFFFFEu}) {
     std::memset(&record, 0x5A, sizeof record);
@@ -297,7 +297,7 @@ TEST_F(DeviceType, IsUnknownWithoutADevice) {
   EXPECT_EQ(found, 0xFFFFFFFFu);
 }
 
-TEST_F(DeviceType, MayBeLeftOut) {
+TEST_F(DeviceType, OutputIsOptional) {
   EXPECT_EQ(library.SOF_Ext_GetDeviceType(nullptr), SOR_OK);
   DeviceRecord record{};
   STANDIN(vde_get_last_device_config).returns(&record);

@@ -28,7 +28,7 @@ std::string success_of_size(size_t size) {
   return text + std::string(size - text.size(), ' ');
 }
 
-TEST_F(Environment, InitializeAndFinalizeSendTheirNumbers) {
+TEST_F(Environment, InitializeAndFinalizeSendTheirFunctionNumbers) {
   service.answers(json(R"({"ErrorCode":"0"})"), json(R"({"ErrorCode":"0"})"));
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
   EXPECT_EQ(service.take_request().body, R"({"funcid":58})");
@@ -38,7 +38,7 @@ TEST_F(Environment, InitializeAndFinalizeSendTheirNumbers) {
   EXPECT_THAT(log.errors(), IsEmpty());
 }
 
-TEST_F(Environment, TheServicesCodeIsTheResult) {
+TEST_F(Environment, ServiceCodeIsTheResult) {
   service.answers(json(R"({"ErrorCode":"B000438"})"), json(R"({"ErrorCode":"FFFFFFFF"})"));
   EXPECT_EQ(library.SOF_Initialize(), 0x0B000438u);
   EXPECT_EQ(library.SOF_Finalize(), 0x7FFFFFFFu);
@@ -69,7 +69,7 @@ const BadAnswer kBadAnswers[] = {
     {R"({"ErrorCode":"-FFFFFFFF"})", 0x80000000, ""},
 };
 
-TEST_F(Environment, EveryBadAnswerHasItsCodeAndItsLineAndLeavesTheOutputs) {
+TEST_F(Environment, EveryBadAnswerHasItsCodeAndLogLine) {
   GuardedBuffer version(128), random(16);
   const std::pair<std::string, std::function<uint32_t()>> calls[] = {
       {"SOF_Initialize", [&] { return library.SOF_Initialize(); }},
@@ -93,7 +93,7 @@ TEST_F(Environment, EveryBadAnswerHasItsCodeAndItsLineAndLeavesTheOutputs) {
   EXPECT_TRUE(random.untouched());
 }
 
-TEST_F(Environment, AnAnswerOfTheCapacityIsTakenAndOneByteMoreIsNot) {
+TEST_F(Environment, AnswersAreAcceptedUpToTheCapacity) {
   char version[128];
   const std::pair<std::function<uint32_t()>, const char*> calls[] = {
       {[&] { return library.SOF_Initialize(); }, "SOF_Initialize->cJSON_Parse []"},
@@ -109,7 +109,7 @@ TEST_F(Environment, AnAnswerOfTheCapacityIsTakenAndOneByteMoreIsNot) {
   }
 }
 
-TEST_F(Environment, GetVersionCopiesTheTextOrItsDefault) {
+TEST_F(Environment, GetVersionReturnsTheTextOrADefault) {
   const std::pair<const char*, const char*> cases[] = {
       {R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})", "3.1.4"},
       {R"({"ErrorCode":"0","Result":{"Version":""}})", ""},
@@ -128,7 +128,7 @@ TEST_F(Environment, GetVersionCopiesTheTextOrItsDefault) {
   EXPECT_THAT(entry_lines(), IsEmpty());
 }
 
-TEST_F(Environment, GetVersionLeavesOutANullBuffer) {
+TEST_F(Environment, GetVersionAcceptsANullBuffer) {
   service.answers(json(R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})"));
   EXPECT_EQ(library.SOF_GetVersion(nullptr), SOR_OK);
 }
@@ -150,7 +150,7 @@ TEST_F(Environment, GenRandomRefusesANullBufferWithoutARequest) {
   EXPECT_THAT(service.requests(), IsEmpty());
 }
 
-TEST_F(Environment, GenRandomTakesAnswersUpToItsCapacity) {
+TEST_F(Environment, GenRandomAcceptsAnswersUpToItsCapacity) {
   const std::string success = R"({"ErrorCode":"0","Result":{"RandomData":"AAAAAAAAAAAAAAAAAAAAAA=="}})";
   const auto padded = [&](size_t size) { return json(success + std::string(size - success.size(), ' ')); };
   service.answers(padded(288), padded(289));
@@ -160,7 +160,7 @@ TEST_F(Environment, GenRandomTakesAnswersUpToItsCapacity) {
   EXPECT_THAT(log.errors(), ElementsAre("SOF_GenRandom->cJSON_Parse []"));
 }
 
-TEST_F(Environment, GenRandomFillsWhatTheServiceDidNotSendWithZeros) {
+TEST_F(Environment, GenRandomZeroesMissingBytes) {
   const std::pair<std::string, std::string> cases[] = {
       {R"({"ErrorCode":"0","Result":{"RandomData":"YWJj"}})", std::string("abc\0\0\0\0\0", 8)},
       {R"({"ErrorCode":"0","Result":{"RandomData":""}})", std::string(8, '\0')},
@@ -175,7 +175,7 @@ TEST_F(Environment, GenRandomFillsWhatTheServiceDidNotSendWithZeros) {
   }
 }
 
-TEST_F(Environment, GenRandomOfADecoderThatStoresNothingIsZeros) {
+TEST_F(Environment, GenRandomIsZeroWithoutDecoderOutput) {
   STANDIN(VELM_Openssl_Base64Decode).plays([](auto, auto, auto, const uint32_t* length) {
     EXPECT_EQ(*length, 0u);
     return 0;
@@ -186,7 +186,7 @@ TEST_F(Environment, GenRandomOfADecoderThatStoresNothingIsZeros) {
   EXPECT_EQ(buffer.bytes(), std::string(8, '\0'));
 }
 
-TEST_F(Environment, GenRandomTakesNoMoreThanAskedFor) {
+TEST_F(Environment, GenRandomIgnoresExcessBytes) {
   service.answers(
       json(R"({"ErrorCode":"0","Result":{"RandomData":")" + base64(std::string(100, 'r')) + R"("}})"));
   GuardedBuffer buffer(2);
@@ -194,7 +194,7 @@ TEST_F(Environment, GenRandomTakesNoMoreThanAskedFor) {
   EXPECT_EQ(buffer.bytes(), "rr");
 }
 
-TEST_F(Environment, GenRandomOfNothingIsNotRefused) {
+TEST_F(Environment, GenRandomAcceptsLengthZero) {
   service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":""}})"));
   GuardedBuffer buffer(1);
   EXPECT_EQ(library.SOF_GenRandom(0, buffer.data()), SOR_OK);
@@ -202,7 +202,7 @@ TEST_F(Environment, GenRandomOfNothingIsNotRefused) {
   EXPECT_EQ(service.take_request().body, R"({"funcid":26,"Len":0})");
 }
 
-TEST_F(Environment, GenRandomRefusesWhatIsNotBase64) {
+TEST_F(Environment, GenRandomRefusesInvalidBase64) {
   service.answers(json(R"({"ErrorCode":"0","Result":{"RandomData":"%%%"}})"));
   GuardedBuffer buffer(16);
   EXPECT_EQ(library.SOF_GenRandom(16, buffer.data()), 0x0B010005u);
@@ -210,7 +210,7 @@ TEST_F(Environment, GenRandomRefusesWhatIsNotBase64) {
   EXPECT_TRUE(buffer.untouched());
 }
 
-TEST_F(Environment, GenRandomsCapacityWrapsAt32BitsAndNeverFallsBelow256) {
+TEST_F(Environment, GenRandomCapacityWrapsAt32BitsAndIsAtLeast256) {
   const auto failure_of_size = [](size_t size) {
     const std::string text = R"({"ErrorCode":"B000300"})";
     return json(text + std::string(size - text.size(), ' '));
@@ -225,16 +225,16 @@ TEST_F(Environment, GenRandomsCapacityWrapsAt32BitsAndNeverFallsBelow256) {
 }
 
 // A thread allocates what it needs to report a failure before anything else.
-TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
+TEST_F(Environment, FirstCallOfAThreadWithoutMemory) {
   const auto first_call_of_a_thread = [&] {
     uint32_t code = 0;
     std::thread([&] { code = library.SOF_GenRandom(1, nullptr); }).join();
     return code;
   };
-  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "the first log line takes memory too";
+  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "warm-up: the first log line allocates, too";
   AllocationFaults memory(library.module());
   memory.fail_at(2);
-  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "which takes the exception from the reserve";
+  EXPECT_EQ(first_call_of_a_thread(), SOR_NULLPOINTERERR) << "the exception comes from the reserve";
   EXPECT_TRUE(memory.has_failed());
   for (const auto& [first_failing, expected] : {std::pair{1u, SOR_MEMORYERR}, {2u, SOR_NULLPOINTERERR}}) {
     memory.restart();
@@ -245,7 +245,7 @@ TEST_F(Environment, AThreadsFirstCallMayFindNoMemory) {
   }
 }
 
-TEST_F(Environment, NoMemoryFromSomePointOnIsReported) {
+TEST_F(Environment, EveryAllocationFromOneOnMayFail) {
   service.responds(
       [](const Request&) { return json(R"({"ErrorCode":"0","Result":{"RandomData":"AAAA"}})"); });
   settle_memory(library);
@@ -261,7 +261,7 @@ TEST_F(Environment, NoMemoryFromSomePointOnIsReported) {
   }
 }
 
-TEST_F(Environment, EveryAllocationThatFailsIsReportedAndNothingIsLost) {
+TEST_F(Environment, EachAllocationMayFail) {
   const std::string answer = R"({"ErrorCode":"0","Result":{"Version":"1","RandomData":"AAAA"}})";
   char version[128];
   uint8_t random[3];

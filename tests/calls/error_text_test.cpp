@@ -48,7 +48,7 @@ TEST_F(ErrorText, EveryTextFits43Bytes) {
   EXPECT_EQ(found, 101);
 }
 
-TEST_F(ErrorText, AnUnknownCodeLeavesEveryByte) {
+TEST_F(ErrorText, UnknownCodeLeavesTheBuffer) {
   for (uint32_t code : {0x0B000449u, 0x12345678u, 0xFFFFFFFFu, 0xFFFFFFFBu, 0x0B000505u, 0x0B010013u}) {
     GuardedBuffer buffer(kEnough);
     library.SOF_Ext_GetErrInfo(code, reinterpret_cast<char*>(buffer.data()));
@@ -56,7 +56,7 @@ TEST_F(ErrorText, AnUnknownCodeLeavesEveryByte) {
   }
 }
 
-TEST_F(ErrorText, ANullBufferIsLeftOut) {
+TEST_F(ErrorText, NullBufferIsAccepted) {
   library.SOF_Ext_GetErrInfo(0, nullptr);
   library.SOF_Ext_GetErrInfo(0x12345678, nullptr);
   EXPECT_THAT(LogReader::lines(), IsEmpty());

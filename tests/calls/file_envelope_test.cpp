@@ -146,7 +146,7 @@ TEST_F(FileEnvelopeTest, TheCertificateIsParsedForItsKeyType) {
             (Lines{entry_line(encrypt_entry()), "SOF_EncryptFile, VELM_Openssl_ParseCertInfo goa_rv=-3"}));
 }
 
-TEST_F(FileEnvelopeTest, AnSm2CertificateSetsTheEncryptMethodForGood) {
+TEST_F(FileEnvelopeTest, Sm2CertificateChangesTheEncryptMethod) {
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x2002u);
   for (const uint32_t type : {0u, 1u, 3u}) {
     play_certificate(type);
@@ -161,7 +161,7 @@ TEST_F(FileEnvelopeTest, AnSm2CertificateSetsTheEncryptMethodForGood) {
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x402u);
 }
 
-TEST_F(FileEnvelopeTest, TheMethodIsSetBeforeThePathsAreLookedAt) {
+TEST_F(FileEnvelopeTest, MethodIsSetBeforeThePathsAreConverted) {
   play_certificate(2);
   EXPECT_EQ(encrypt(std::string(8192, 'p'), out), SOR_FILEERR);
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x402u);
@@ -169,7 +169,7 @@ TEST_F(FileEnvelopeTest, TheMethodIsSetBeforeThePathsAreLookedAt) {
 
 // ---- Encryption by the provider
 
-TEST_F(FileEnvelopeTest, AnyOtherTypeGoesToTheProvider) {
+TEST_F(FileEnvelopeTest, OtherTypesAreEncryptedByTheProvider) {
   const auto expect_provider_call = [&](uint32_t type, void* application, uint32_t method) {
     SCOPED_TRACE(type);
     STANDIN(SAF_Ext_EncodeEnvelopedFile)
@@ -204,7 +204,7 @@ TEST_F(FileEnvelopeTest, AnyOtherTypeGoesToTheProvider) {
   expect_provider_call(1, open_application(), 0x402);
 }
 
-TEST_F(FileEnvelopeTest, TheProvidersCodeIsMapped) {
+TEST_F(FileEnvelopeTest, ProviderCodeIsMapped) {
   library.SOF_Ext_SetEnvelopType(1);
   new_lines();
   const auto call = call_of(library.SOF_EncryptFile, [&](auto...) { return encrypt_entry(); }, {},
@@ -256,7 +256,7 @@ TEST_F(FileEnvelopeTest, EncryptsAFileOf100MiB) {
   EXPECT_TRUE(read(out) == content);
 }
 
-TEST_F(FileEnvelopeTest, TheServicesCodeIsTheResult) {
+TEST_F(FileEnvelopeTest, ServiceCodeIsTheResult) {
   write(in, "content");
   service.answers(frame_code(0x0A000123));
   EXPECT_EQ(encrypt(), 0x0A000123u);
@@ -300,7 +300,7 @@ TEST_F(FileEnvelopeTest, OtherProviderCodesAreMapped) {
   EXPECT_THAT(standins.call_log("SAF_Ext_CMS"), testing::IsEmpty());
 }
 
-TEST_F(FileEnvelopeTest, DecryptsInMemoryWhenTheProviderSaysSo) {
+TEST_F(FileEnvelopeTest, DecryptsInMemoryForProviderCode0x0200050A) {
   write(in, "envelope");
   STANDIN(SAF_Ext_DecodeEnvelopedFile).returns(0x0200050A);
   STANDIN(SAF_Ext_CMS_DecodeEnvelopedData)
@@ -320,7 +320,7 @@ TEST_F(FileEnvelopeTest, DecryptsInMemoryWhenTheProviderSaysSo) {
               testing::ElementsAre("SAF_Ext_DecodeEnvelopedFile", "SAF_Ext_CMS_DecodeEnvelopedData"));
 }
 
-TEST_F(FileEnvelopeTest, AnEnvelopeOfNothingMakesAnEmptyFile) {
+TEST_F(FileEnvelopeTest, EmptyContentGivesAnEmptyFile) {
   write(in, "envelope");
   play_memory_only("");
   EXPECT_EQ(decrypt(), SOR_OK);
@@ -336,7 +336,7 @@ TEST_F(FileEnvelopeTest, DecryptsAFileOf100MiB) {
   EXPECT_TRUE(read(out) == content);
 }
 
-TEST_F(FileEnvelopeTest, AFailingDecodeInMemoryIsLoggedAsTheFirstOne) {
+TEST_F(FileEnvelopeTest, FailedDecodeInMemoryIsLoggedAsDecodeOfTheFile) {
   write(in, "envelope");
   STANDIN(SAF_Ext_DecodeEnvelopedFile).returns(0x0200050A);
   for (const auto& [code, mapped] :
@@ -351,7 +351,7 @@ TEST_F(FileEnvelopeTest, AFailingDecodeInMemoryIsLoggedAsTheFirstOne) {
   EXPECT_FALSE(exists(out));
 }
 
-TEST_F(FileEnvelopeTest, ALengthBeyondTheBufferIsNotBelieved) {
+TEST_F(FileEnvelopeTest, OverstatedLengthIsLimitedToTheBuffer) {
   write(in, "envelope");
   STANDIN(SAF_Ext_DecodeEnvelopedFile).returns(0x0200050A);
   STANDIN(SAF_Ext_CMS_DecodeEnvelopedData)
@@ -405,7 +405,7 @@ TEST_P(FileFailureTest, AFolder) {
   expect_failure(run(), 0x0B01000E, "SOF_EncryptFile->xfile_get_size [" + in + "] -23");
 }
 
-TEST_P(FileFailureTest, AFileThatMayNotBeRead) {
+TEST_P(FileFailureTest, UnreadableFile) {
   write(in, "content");
   const HANDLE alone = CreateFileA(in.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(alone, INVALID_HANDLE_VALUE);
@@ -427,7 +427,7 @@ std::FILE* fopen_once(const char* path, const char* mode) {
   return std::fopen(path, mode);
 }
 
-TEST_P(FileFailureTest, AFileThatVanishesWhenItIsSized) {
+TEST_P(FileFailureTest, FileRemovedBeforeTheSizeQuery) {
   write(in, "content");
   opened_once = in;
   openings = 0;
@@ -436,7 +436,7 @@ TEST_P(FileFailureTest, AFileThatVanishesWhenItIsSized) {
   EXPECT_EQ(openings, 2);
 }
 
-TEST_P(FileFailureTest, AnOutputThatCannotBeCreated) {
+TEST_P(FileFailureTest, UnwritableOutput) {
   write(in, "content");
   play_result();
   const std::string nowhere = folder + "missing\\out.bin";
@@ -485,16 +485,16 @@ class FileMemoryTest : public FileFailureTest {
 INSTANTIATE_TEST_SUITE_P(BothDirections, FileMemoryTest, testing::Bool(),
                          [](const auto& row) { return row.param ? "Encrypt" : "Decrypt"; });
 
-TEST_P(FileMemoryTest, NoneForTheInput) {
+TEST_P(FileMemoryTest, NoMemoryForTheInput) {
   expect_no_memory_for(kInput, std::string(function()) + "->malloc in file data buffer 0");
 }
 
-TEST_P(FileMemoryTest, NoneForTheOutput) {
+TEST_P(FileMemoryTest, NoMemoryForTheOutput) {
   expect_no_memory_for(kOutput, std::string(function()) + "->malloc out file data buffer 3512");
 }
 
 // Sic: a path conversion without memory returns SOR_FILEERR, like any other failed conversion.
-TEST_P(FileMemoryTest, EachAllocationFailingInTurn) {
+TEST_P(FileMemoryTest, EachAllocationFails) {
   // Both paths are converted to wide text, with room for a terminator and one more character.
   const auto is_wide_path = [&](size_t size) {
     return size == 2 * (in.size() + 2) || size == 2 * (out.size() + 2);
@@ -513,7 +513,7 @@ TEST_P(FileMemoryTest, EachAllocationFailingInTurn) {
   }
 }
 
-TEST_P(FileMemoryTest, EveryFailureFreesWhatItTook) {
+TEST_P(FileMemoryTest, FailuresLeakNoMemory) {
   const std::string nowhere = folder + "missing\\out.bin";
   AllocationFaults memory(library.module());
   EXPECT_EQ(run(in, nowhere), SOR_FILEOPENERR);
@@ -549,7 +549,7 @@ INSTANTIATE_TEST_SUITE_P(
         PathRow{"LongUnconverted", kAccent + std::string(20000, 'p'), kAccent + std::string(20000, 'p')}),
     [](const auto& row) { return row.param.name; });
 
-TEST_P(PathTest, AsTheProviderSeesIt) {
+TEST_P(PathTest, IsPassedToTheProvider) {
   const auto [name, given, handed] = GetParam();
   library.SOF_Ext_SetEnvelopType(1);
   Lines inputs;
@@ -576,7 +576,7 @@ TEST_P(PathTest, AsTheProviderSeesIt) {
   EXPECT_EQ(outputs, (Lines{"out", handed, "out", handed}));
 }
 
-TEST_P(FileFailureTest, APathThatIsTooLongToConvert) {
+TEST_P(FileFailureTest, PathTooLongToConvert) {
   const auto expect_refused = [&](const std::string& input, const std::string& output,
                                   const std::string& refused) {
     EXPECT_EQ(run(input, output), 0x0B000003u);
@@ -597,7 +597,7 @@ TEST_P(FileFailureTest, APathThatIsTooLongToConvert) {
   EXPECT_THAT(standins.call_log("SAF_"), testing::IsEmpty());
 }
 
-TEST_P(FileFailureTest, FilesByPathsInEitherEncoding) {
+TEST_P(FileFailureTest, PathsInBothEncodings) {
   const std::string gbk = folder + "\xCE\xC4\xBC\xFE.bin";
   const std::string utf8 = folder + "\xE6\x96\x87\xE4\xBB\xB6.bin";
   const std::string accent = folder + "caf\xC3\xA9.bin";

@@ -107,7 +107,7 @@ TEST_F(FileSignature, AContainerWithoutMarkerSignsNothingAndSucceeds) {
   EXPECT_EQ(standins.call_log("SAF_Initialize").size(), 6u);
 }
 
-TEST_F(FileSignature, SigningHandsItsArgumentsOn) {
+TEST_F(FileSignature, SigningPassesItsArguments) {
   let_handle_open();
   const auto call = sign_file("SM2 key");
   EXPECT_EQ(call.run(), 0u);
@@ -127,7 +127,7 @@ TEST_F(FileSignature, SigningHandsItsArgumentsOn) {
 }
 
 // Providers may use the whole buffer of 128 bytes.
-TEST_F(FileSignature, TheUserIdHasAZeroedBufferThatTheProviderMayReadAndWrite) {
+TEST_F(FileSignature, UserIdIsInAZeroedWritableBuffer) {
   constexpr size_t kBufferBytes = 128;
   std::vector<std::string> seen;
   const auto use_whole_buffer = [&](const uint8_t* id) {
@@ -149,7 +149,7 @@ TEST_F(FileSignature, TheUserIdHasAZeroedBufferThatTheProviderMayReadAndWrite) {
   EXPECT_THAT(seen, ElementsAre(whole, whole, whole, whole));
 }
 
-TEST_F(FileSignature, ThePathGoesThroughUnconverted) {
+TEST_F(FileSignature, PathIsNotConverted) {
   constexpr char path[] = "c:\\\xE4\xB8\xAD\xE6\x96\x87.txt";
   std::string handed;
   STANDIN(SAF_Ext_SignFile).plays([&](auto, auto, auto, auto, auto, auto, const char* given, auto, auto) {
@@ -166,7 +166,7 @@ TEST_F(FileSignature, SigningWithoutAnOutputIsLeftToTheProvider) {
   EXPECT_EQ(length, 9u);
 }
 
-TEST_F(FileSignature, SigningGoesOnWithANullHandleWhenItCannotBeOpened) {
+TEST_F(FileSignature, SigningContinuesWithANullHandle) {
   STANDIN(SAF_Initialize).plays([](void** application, const char*) {
     *application = open_application();
     return 0x02000005u;
@@ -216,7 +216,7 @@ TEST_F(FileSignature, OtherLengthsAreRefused) {
   EXPECT_THAT(standins.call_log(), IsEmpty());
 }
 
-TEST_F(FileSignature, VerifyingHandsItsArgumentsOnAndOpensNoHandle) {
+TEST_F(FileSignature, VerifyingPassesItsArgumentsAndOpensNoHandle) {
   expect_handed(
       verify_file(128), STANDIN(SAF_Ext_VerifySignFileByCert),
       [](const uint8_t* given, uint32_t given_length, const char* path, const uint8_t* value, uint32_t size) {

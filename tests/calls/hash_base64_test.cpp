@@ -66,7 +66,7 @@ TEST_F(HashBase64Test, HashData) {
             std::tuple(1u, kData, 3u, kPublicKey, 4u, kSignerId, 16u, output.data(), std::get<8>(handed)));
 }
 
-TEST_F(HashBase64Test, HashDataHandsOnNullsThatItDoesNotCheck) {
+TEST_F(HashBase64Test, HashDataPassesUncheckedNullPointers) {
   STANDIN(SAF_Hash).returns(0);
   EXPECT_EQ(library.SOF_Ext_HashData(2, kData, 3, nullptr, 0, nullptr, 0, nullptr, &length), SOR_OK);
   const auto handed = STANDIN(SAF_Hash).calls().back();
@@ -88,7 +88,7 @@ TEST_F(HashBase64Test, HashFile) {
   EXPECT_EQ(length, 64u);
 }
 
-TEST_F(HashBase64Test, HashFileHandsOnIntegersInPointerWidth) {
+TEST_F(HashBase64Test, HashFilePassesIntegersInPointerWidth) {
   const auto wide = [](uint64_t number) { return reinterpret_cast<const void*>(number); };
   STANDIN(SAF_Ext_HashFile).returns(0);
   EXPECT_EQ(library.SOF_Ext_HashFile(wide(1), wide(0xFFFFFFFFFFFFFFFF), wide(0x123456789), wide(0),
@@ -102,7 +102,7 @@ TEST_F(HashBase64Test, HashFileHandsOnIntegersInPointerWidth) {
   EXPECT_EQ(std::get<4>(handed), 0xFFFFFFFF);
 }
 
-TEST_F(HashBase64Test, HashFileWritesTheLengthStraightIntoTheCallers) {
+TEST_F(HashBase64Test, HashFilePassesTheCallersLength) {
   STANDIN(SAF_Ext_HashFile)
       .plays([](auto, auto, auto, auto, auto, auto, uint8_t* hash, uint32_t* hash_length) {
         return give(std::string(65, 'h'), hash, hash_length);
@@ -131,7 +131,7 @@ TEST_F(HashBase64Test, ProviderDecode) {
   EXPECT_EQ(handed, std::tuple(kData, 3u, output.data(), std::get<3>(handed)));
 }
 
-TEST_F(HashBase64Test, ProviderPairThereAndBack) {
+TEST_F(HashBase64Test, ProviderRoundTrip) {
   EXPECT_EQ(library.SOF_Ext_Base64Encode(kData, 3, nullptr, &length), SOR_OK);
   EXPECT_EQ(length, 4u);
   EXPECT_EQ(library.SOF_Ext_Base64Encode(kData, 3, output.data(), &length), SOR_OK);
@@ -149,7 +149,7 @@ TEST_F(HashBase64Test, ProviderPairThereAndBack) {
   EXPECT_EQ(decoded.bytes(), "abc");
 }
 
-TEST_F(HashBase64Test, ANullLengthGoesInAsZeroAndIsSkipped) {
+TEST_F(HashBase64Test, NullLengthIsPassedAsZero) {
   uint32_t went_in = 1;
   STANDIN(SAF_Base64_Decode).plays([&](auto, auto, auto, uint32_t* out_length) {
     went_in = *out_length;
@@ -160,7 +160,7 @@ TEST_F(HashBase64Test, ANullLengthGoesInAsZeroAndIsSkipped) {
   EXPECT_EQ(went_in, 0u);
 }
 
-TEST_F(HashBase64Test, ANullInputLeavesTheLength) {
+TEST_F(HashBase64Test, NullInputKeepsTheLength) {
   EXPECT_EQ(library.SOF_Ext_Base64Decode(nullptr, 3, output.data(), &length), SOR_NULLPOINTERERR);
   EXPECT_EQ(library.SOF_Ext_Base64Encode(nullptr, 3, output.data(), &length), SOR_NULLPOINTERERR);
   EXPECT_EQ(length, 64u);
@@ -250,14 +250,14 @@ TEST_F(ModuleBase64Test, SizeQueries) {
   EXPECT_EQ(standins.call_log(), Lines{});
 }
 
-TEST_F(ModuleBase64Test, ASizeBeyond32BitsIsRefused) {
+TEST_F(ModuleBase64Test, SizeAbove32BitsIsRefused) {
   for (const uint32_t size : {0x7FFFFFF8u, 0x80000000u, 0xFFFFFFFFu}) {
     EXPECT_EQ(library.SOF_Base64Encode(kData, size, nullptr, &length), SOR_MEMORYERR);
   }
   EXPECT_EQ(length, 64u);
 }
 
-TEST_F(ModuleBase64Test, ATextBeyond32BitsIsNeverAskedFor) {
+TEST_F(ModuleBase64Test, TextAbove32BitsIsRefused) {
   STANDIN(VELM_Openssl_Base64Encode).returns(0);
   STANDIN(SAF_Base64_Encode).returns(0);
   for (const uint32_t size : {0xBFFFFFFEu, 0xFFFFFFFFu}) {
@@ -273,7 +273,7 @@ TEST_F(ModuleBase64Test, ATextBeyond32BitsIsNeverAskedFor) {
   EXPECT_EQ(standins.call_log(), (Lines{"SAF_Base64_Encode", "VELM_Openssl_Base64Encode"}));
 }
 
-TEST_F(ModuleBase64Test, ThereAndBack) {
+TEST_F(ModuleBase64Test, RoundTrip) {
   EXPECT_EQ(library.SOF_Base64Encode(kData, 3, output.data(), &length), SOR_OK);
   EXPECT_EQ(length, 4u);
   EXPECT_EQ(output.bytes(4), "YWJj");

@@ -55,7 +55,7 @@ class VerifySignedMessage : public SigningTest {
   Verified verified{};
 };
 
-TEST_F(VerifySignedMessage, ARsaMessageIsVerifiedWithWhatItHolds) {
+TEST_F(VerifySignedMessage, RsaMessageIsVerifiedWithItsCertificate) {
   EXPECT_EQ(verify(), 0u);
   EXPECT_EQ(verified, (Verified{4, "the certificate", std::string(32, 'H'), std::string(256, 's')}));
   EXPECT_THAT(message.decoders(), ElementsAre(kPkcs7, kPkcs7, kPkcs7));
@@ -76,7 +76,7 @@ TEST_F(VerifySignedMessage, ARsaMessageIsVerifiedWithWhatItHolds) {
   EXPECT_EQ(STANDIN(SAF_Initialize).count(), 0u);
 }
 
-TEST_F(VerifySignedMessage, TheHandleIsPassedAsItStands) {
+TEST_F(VerifySignedMessage, OpenHandleIsPassed) {
   let_handle_open();
   library.SOF_VerifySignedDataXML(encoded.data(), 1);
   EXPECT_EQ(verify(), 0u);
@@ -84,7 +84,7 @@ TEST_F(VerifySignedMessage, TheHandleIsPassedAsItStands) {
   for (const auto& pass : message.passes) EXPECT_EQ(pass.application, open_application());
 }
 
-TEST_F(VerifySignedMessage, ShortSignaturesAreAcceptedAsTheyAre) {
+TEST_F(VerifySignedMessage, ShortSignaturesSucceedUnverified) {
   message.attribute_flag = 1;
   for (const size_t size : {0, 64, 72, 127}) {
     SCOPED_TRACE(size);
@@ -103,7 +103,7 @@ TEST_F(VerifySignedMessage, ShortSignaturesAreAcceptedAsTheyAre) {
   EXPECT_THAT(message.decoders(), ElementsAre(kPkcs7, kSm2));
 }
 
-TEST_F(VerifySignedMessage, ALongSignatureThatOnlyTheSm2DecoderReadsFails) {
+TEST_F(VerifySignedMessage, LongSignatureReadOnlyByTheSm2DecoderFails) {
   message.signature = std::string(128, 's');
   message.pkcs7_results = {0x02000507};
   EXPECT_EQ(verify(), 0x0B000428u);
@@ -135,7 +135,7 @@ TEST_F(VerifySignedMessage, FailuresOfTheProviderAreLoggedAndMapped) {
   EXPECT_THAT(failures(), ElementsAre("\"SAF_Ext_VerifySignHashByCert\" 0x02000308 "));
 }
 
-TEST_F(VerifySignedMessage, SignedAttributesAreHeldAgainst128Zeros) {
+TEST_F(VerifySignedMessage, SignedAttributesAreComparedWith128Zeros) {
   message.attribute_flag = 1;
   const auto expect_refused = [&](const char* line) {
     EXPECT_EQ(verify(), 0x0B000302u);
@@ -160,7 +160,7 @@ TEST_F(VerifySignedMessage, OnlyAFlagOfOneMeansAttributes) {
   EXPECT_EQ(STANDIN(SAF_Ext_VerifySignHashByCert).count(), 1u);
 }
 
-TEST_F(VerifySignedMessage, TheLatestSizesCount) {
+TEST_F(VerifySignedMessage, LatestSizesAreUsed) {
   message.play();
   STANDIN(SAF_Pkcs7_DecodeSignedData)
       .plays([&, pass = 0u](auto, auto, auto, auto, uint32_t* certificate_length, auto, auto, auto, auto,
@@ -174,14 +174,14 @@ TEST_F(VerifySignedMessage, TheLatestSizesCount) {
   EXPECT_THAT(allocated, ElementsAre(200 + 3072, 600 + 3072));
 }
 
-TEST_F(VerifySignedMessage, WhatTheProviderOverstatesStaysInTheBuffers) {
+TEST_F(VerifySignedMessage, OverstatedLengthsAreLimitedToTheBuffers) {
   message.overstatement = 1'000'000;
   EXPECT_EQ(verify(), 0u);
   EXPECT_EQ(verified.certificate.size(), 15u + 3072);
   EXPECT_EQ(verified.signature.size(), 256u + 3072);
 }
 
-TEST_F(VerifySignedMessage, BuffersThatAreNotToBeHad) {
+TEST_F(VerifySignedMessage, BuffersCannotBeAllocated) {
   EXPECT_EQ(without_allocation_of(15 + 3072, [&] { return call(); }), 0x0B000100u);
   EXPECT_THAT(failures(), ElementsAre("SOF_VerifySignedMessage, SI_Malloc, uSignCertLen = 0x0000080F "));
   EXPECT_EQ(without_allocation_of(256 + 3072, [&] { return call(); }), 0x0B000100u);
@@ -189,7 +189,7 @@ TEST_F(VerifySignedMessage, BuffersThatAreNotToBeHad) {
   expect_survives_allocation_faults([&] { return call(); });
 }
 
-TEST_F(VerifySignedMessage, ASizeWhoseCapacityPasses32BitsIsNotToBeHad) {
+TEST_F(VerifySignedMessage, CapacityAbove32BitsIsRefused) {
   STANDIN(SAF_Pkcs7_DecodeSignedData)
       .plays([&](auto, auto, auto, auto, uint32_t* certificate_length, auto, auto, auto, auto,
                  uint32_t* signature_length) {
@@ -262,7 +262,7 @@ class VerifySignedHash : public SigningTest {
   GuardedBytes signature{"signature"};
 };
 
-TEST_F(VerifySignedHash, WithAnRsaKeyTheHashLengthChoosesTheDigest) {
+TEST_F(VerifySignedHash, RsaHashLengthSelectsTheDigest) {
   for (const auto& [length, digest] : {std::pair(20u, 2u), std::pair(32u, 4u)}) {
     standins.reset();
     play_certificate(1);
@@ -273,14 +273,14 @@ TEST_F(VerifySignedHash, WithAnRsaKeyTheHashLengthChoosesTheDigest) {
   }
 }
 
-TEST_F(VerifySignedHash, WithAnRsaKeyOtherHashLengthsAreRefused) {
+TEST_F(VerifySignedHash, RsaOtherHashLengthsAreRefused) {
   for (const uint32_t length : {0u, 19u, 21u, 31u, 33u, 48u, 0xFFFFFFFFu}) {
     expect_refused(length, 0x0B000002, print("SOF_Ext_VerifySignedHash, unsupport hash len: %u ", length));
   }
   EXPECT_THAT(standins.call_log("SAF"), IsEmpty());
 }
 
-TEST_F(VerifySignedHash, WithAnyOtherKeyTheProviderIsAskedWhateverTheHashLength) {
+TEST_F(VerifySignedHash, OtherKeysAcceptAnyHashLength) {
   for (const uint32_t key_type : {0u, 2u, 3u}) {
     for (const uint32_t length : {0u, 20u, 32u, 64u}) {
       standins.reset();
@@ -339,7 +339,7 @@ class ReplaceObjectIdentifiers : public SigningTest {
   uint32_t length = 8;
 };
 
-TEST_F(ReplaceObjectIdentifiers, EverythingIsHandedOn) {
+TEST_F(ReplaceObjectIdentifiers, PassesItsArguments) {
   for (const uint32_t mode : {0u, 1u, 0xFFFFFFFFu}) {
     const auto call = call_of(library.SOF_Ext_ReplaceSM2Pkcs7SignedOID, nullptr,
                               {nullptr, "input", nullptr, "output", "outputLen"},
@@ -351,7 +351,7 @@ TEST_F(ReplaceObjectIdentifiers, EverythingIsHandedOn) {
   EXPECT_EQ(length, 8u);
 }
 
-TEST_F(ReplaceObjectIdentifiers, TheOutputIsTheProviders) {
+TEST_F(ReplaceObjectIdentifiers, ReturnsTheProvidersOutput) {
   STANDIN(SAF_Ext_ReplaceSM2Pkcs7SignedOID)
       .plays([](auto, auto, auto, uint8_t* given, uint32_t* given_length) {
         return give("new", given, given_length);

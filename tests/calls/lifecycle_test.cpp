@@ -44,7 +44,7 @@ TEST_F(Lifecycle, UnloadingWithoutProviderUseMakesNoProviderCall) {
   EXPECT_THAT(standins.call_log(), IsEmpty());
 }
 
-TEST_F(Lifecycle, LinesShowWhereTheyComeFrom) {
+TEST_F(Lifecycle, LogLinesShowTheirSource) {
   ClientLibrary library{Marker::kPresent};
   library.SOF_Initialize();
   const auto entries = LogReader::entries();
@@ -93,7 +93,7 @@ TEST_F(Lifecycle, AProcessThatRunsPastMidnightKeepsItsFile) {
   EXPECT_EQ(LogReader::lines().size(), 2 * lines - 1);  // the line of the load is written once
 }
 
-TEST_F(Lifecycle, TheDumpFindsItsFileAtItsOwnFirstLine) {
+TEST_F(Lifecycle, DumpExpandsItsPathAtItsFirstLine) {
   ClientLibrary library{Marker::kPresent};
   days_from_now = 0;
   const ImportPatch clock(library.module(), "msvcrt.dll", "_time64", moved_time);

@@ -218,7 +218,7 @@ class Pin : public ClientTest {
   std::string sent() { return service.take_request().body; }
 };
 
-TEST_F(Pin, IsTheEmptyTextWhenItCannotBeEncoded) {
+TEST_F(Pin, IsSentAsEmptyTextWhenItCannotBeEncoded) {
   STANDIN(VELM_Openssl_Base64Encode).returns(-1);
   service.answers(kSuccess, kSuccess);
   EXPECT_EQ(library.SOF_Login("C1", kPin), SOR_OK);
@@ -286,7 +286,7 @@ TEST_F(Prompt, IsNotShownWhenThePinIsGiven) {
   EXPECT_THAT(standins.call_log("vc_"), testing::IsEmpty());
 }
 
-TEST_F(Prompt, GivesThePinThatIsSent) {
+TEST_F(Prompt, ReturnsThePinThatIsSent) {
   for (const std::string& typed :
        {std::string(kPin), std::string(), std::string(31, 'p'), std::string("\xD6\xD0")}) {
     STANDIN(vc_input_pin).plays(types(typed));
@@ -296,7 +296,7 @@ TEST_F(Prompt, GivesThePinThatIsSent) {
   }
 }
 
-TEST_F(Prompt, MayFillItsBufferOrLeaveItAlone) {
+TEST_F(Prompt, MayFillItsBufferOrLeaveItUnchanged) {
   STANDIN(vc_input_pin).plays([](uint32_t, uint32_t, char* pin) {
     std::memset(pin, 'p', 32);
     return 0;
@@ -325,7 +325,7 @@ TEST_F(Prompt, LeavesNoPinOnTheStack) {
   }
 }
 
-TEST_F(Prompt, ThatIsCancelledEndsTheCall) {
+TEST_F(Prompt, CancellingEndsTheCall) {
   for (int32_t result : {1, -1, 0x0B000447}) {
     LogReader::clear();
     STANDIN(vc_input_pin).plays(types(kPin, result));
@@ -373,7 +373,7 @@ TEST_F(PromptParent, IsTheForegroundWindowWhenTheProcessOwnsNone) {
   EXPECT_EQ(parent(), low_32_bits(GetForegroundWindow()));
 }
 
-TEST_F(PromptParent, IsTheProcessesOwnWindow) {
+TEST_F(PromptParent, IsAWindowOfTheProcess) {
   const HWND window = CreateWindowW(L"STATIC", L"own", WS_OVERLAPPEDWINDOW, 0, 0, 100, 100, nullptr, nullptr,
                                     nullptr, nullptr);
   ASSERT_NE(window, nullptr) << GetLastError();

@@ -155,7 +155,7 @@ class Pkcs7FileSigning : public SigningTest {
   uint32_t length = 64;
 };
 
-TEST_F(Pkcs7FileSigning, KeyAndFlagChooseTheEncoder) {
+TEST_F(Pkcs7FileSigning, KeyAndFlagSelectTheEncoder) {
   let_handle_open();
   handle = open_application();
   struct Row {
@@ -200,7 +200,7 @@ TEST_F(Pkcs7FileSigning, KeyAndFlagChooseTheEncoder) {
   EXPECT_EQ(STANDIN(SAF_Initialize).count(), 1u);
 }
 
-TEST_F(Pkcs7FileSigning, TheStepsAreTakenInOrder) {
+TEST_F(Pkcs7FileSigning, StepsAreInOrder) {
   STANDIN(SAF_Initialize).returns(0x02000005);
   EXPECT_EQ(sign(0), 0u);
   EXPECT_THAT(standins.call_log(),
@@ -222,7 +222,7 @@ TEST_F(Pkcs7FileSigning, NullArguments) {
   EXPECT_EQ(length, 11u);
 }
 
-TEST_F(Pkcs7FileSigning, FlagsThatTheKeyDoesNotTakeAreRefused) {
+TEST_F(Pkcs7FileSigning, FlagsUnsupportedByTheKeyAreRefused) {
   for (const uint32_t flag : {3u, 16u, 0x7FFFFFFFu}) {
     expect_refused(0x0B000002, print("not support flag %d ", static_cast<int>(flag)), flag);
   }
@@ -240,7 +240,7 @@ TEST_F(Pkcs7FileSigning, HashValuesOfOtherLengthsAreRefused) {
   }
 }
 
-TEST_F(Pkcs7FileSigning, EncodersThatFailAreLoggedAndMapped) {
+TEST_F(Pkcs7FileSigning, EncoderFailuresAreLoggedAndMapped) {
   const auto expect_failure = [&](auto& encoder, const char* name, uint32_t key_type, uint32_t flag) {
     play_key(key_type, 270);
     encoder.returns(0x02000507);
@@ -267,7 +267,7 @@ TEST_F(Pkcs7FileSigning, AScannedContainersCertificateComesFromItsLabel) {
   }
 }
 
-TEST_F(Pkcs7FileSigning, ALongContainerNameIsCarriedWhole) {
+TEST_F(Pkcs7FileSigning, LongContainerNameIsNotTruncated) {
   const std::string container = "SCAN_CONTAINER" + std::string(5000, 'x');
   EXPECT_EQ(sign(0, container.c_str()), 0u);
   EXPECT_EQ(labels.back(), container + "_FromCache");
@@ -281,7 +281,7 @@ TEST_F(Pkcs7FileSigning, EveryOtherContainerHasNoCertificate) {
   EXPECT_THAT(labels, IsEmpty());
 }
 
-TEST_F(Pkcs7FileSigning, ALabelThatCannotBeRead) {
+TEST_F(Pkcs7FileSigning, UnreadableLabel) {
   STANDIN(SAF_Ext_ReadLabel).returns(0x02001002);
   EXPECT_EQ(sign(0), 0x0B000001u);
   EXPECT_THAT(new_lines(), ElementsAre("SAF_Ext_ReadLabel lbtype:7 0x02001002 ",
@@ -292,14 +292,14 @@ TEST_F(Pkcs7FileSigning, ALabelThatCannotBeRead) {
   EXPECT_EQ(entries.back().source, "velm_sof_client");
 }
 
-TEST_F(Pkcs7FileSigning, ALabelLongerThanItsBufferIsUsedAsFarAsItGoes) {
+TEST_F(Pkcs7FileSigning, OverstatedLabelLengthIsLimitedToTheBuffer) {
   certificate = std::string(4096, 'c');
   certificate_overstatement = 1000;
   EXPECT_EQ(sign(0), 0u);
   EXPECT_EQ(encoded.at(0).certificate, certificate);
 }
 
-TEST_F(Pkcs7FileSigning, ACertificateThatCannotBeParsed) {
+TEST_F(Pkcs7FileSigning, UnparsableCertificate) {
   STANDIN(VELM_Openssl_ParseCertInfo).returns(-3);
   expect_refused(0x0B000443, "SOF_Ext_PKCS7_SignFile, VELM_Openssl_ParseCertInfo goa_rv=-3");
 }
@@ -324,7 +324,7 @@ BOOL WINAPI play_version(OSVERSIONINFOW* record) {
   return windows_version.readable;
 }
 
-TEST_F(Pkcs7FileSigning, PfxContainersAskForTheWindowsVersion) {
+TEST_F(Pkcs7FileSigning, PfxContainersDependOnTheWindowsVersion) {
   const ImportPatch patch(library.module(), "kernel32.dll", "GetVersionExW", &play_version);
   constexpr char kPfx[] = "PFX_SCAN_CONTAINER";
   const std::pair<WindowsVersion, uint32_t> rows[] = {
@@ -351,14 +351,14 @@ TEST_F(Pkcs7FileSigning, PfxContainersAskForTheWindowsVersion) {
   EXPECT_EQ(digest_of(kPfx, 2), 4u);
 }
 
-TEST_F(Pkcs7FileSigning, AVersionThatCannotBeReadForcesNothing) {
+TEST_F(Pkcs7FileSigning, UnreadableVersionForcesNoDigest) {
   const ImportPatch patch(library.module(), "kernel32.dll", "GetVersionExW", &play_version);
   windows_version = {5, 1, 2, false};
   EXPECT_EQ(digest_of("PFX_SCAN_CONTAINER"), 4u);
   EXPECT_THAT(new_lines(), ElementsAre("SOF_Ext_PKCS7_SignFile, GetVersionEx, 0x0000007A "));
 }
 
-TEST_F(Pkcs7FileSigning, NobodyElseAsksForTheWindowsVersion) {
+TEST_F(Pkcs7FileSigning, OtherCallsDoNotReadTheWindowsVersion) {
   const ImportPatch patch(library.module(), "kernel32.dll", "GetVersionExW", &play_version);
   windows_version = {5, 1, 2, true};
   version_record_size = 0;
@@ -368,7 +368,7 @@ TEST_F(Pkcs7FileSigning, NobodyElseAsksForTheWindowsVersion) {
   EXPECT_EQ(version_record_size, 0u);
 }
 
-TEST_F(Pkcs7FileSigning, TheFlagIsJudgedLast) {
+TEST_F(Pkcs7FileSigning, FlagIsCheckedLast) {
   expect_refused(0x0B01000E, "SOF_Ext_PKCS7_SignFile->xfile_get_size [there is no such file] -23", 3,
                  kScanContainer, "there is no such file");
   expect_refused(0x0B000310, "SOF_Ext_PKCS7_SignFile->SI_ExportUserCert", 3, "SM2");
@@ -403,7 +403,7 @@ class DetachedSigning : public Pkcs7FileSigning {
   }
 };
 
-TEST_F(DetachedSigning, TheFileIsDecodedFirst) {
+TEST_F(DetachedSigning, FileIsDecodedFirst) {
   EXPECT_EQ(sign(0), 0u);
   EXPECT_EQ(encoded.at(0).data, "the content");
   EXPECT_TRUE(has_allocated(11 + 3072));
@@ -416,7 +416,7 @@ TEST_F(DetachedSigning, TheFileIsDecodedFirst) {
                                                "SAF_Ext_ReadLabel", "VELM_Openssl_ParseCertInfo", kRsa));
 }
 
-TEST_F(DetachedSigning, AnotherSignMethodTakesTheFileAsItIs) {
+TEST_F(DetachedSigning, OtherSignMethodsDoNotDecode) {
   for (const int32_t method : {0, 1, 0x11, 0x110, -1}) {
     SCOPED_TRACE(print("0x%X", static_cast<unsigned>(method)));
     library.SOF_SetSignMethod(16);
@@ -426,7 +426,7 @@ TEST_F(DetachedSigning, AnotherSignMethodTakesTheFileAsItIs) {
   }
 }
 
-TEST_F(DetachedSigning, TheEncryptMethodsBitCountsToo) {
+TEST_F(DetachedSigning, EncryptMethodAlsoSetsTheDetachedBit) {
   for (const int32_t method : {0x10, 0x11, 0x2012, -1}) {
     SCOPED_TRACE(print("0x%X", static_cast<unsigned>(method)));
     library.SOF_SetSignMethod(0);
@@ -444,7 +444,7 @@ TEST_F(DetachedSigning, TheEncryptMethodsBitCountsToo) {
 
 // An SM2 certificate forces encrypt method 0x402, which lacks the detached bit. Only methods set by the
 // caller change whether signatures are detached.
-TEST_F(DetachedSigning, AFileForAnSm2CertificateChangesNothing) {
+TEST_F(DetachedSigning, Sm2FileEncryptionDoesNotChangeTheBit) {
   library.SOF_Ext_SetEnvelopType(1);
   STANDIN(VELM_Openssl_ParseCertInfo).plays([](auto, auto, auto, auto, void* record) {
     static_cast<CertificateRecord*>(record)->public_key_type = 2;
@@ -456,19 +456,19 @@ TEST_F(DetachedSigning, AFileForAnSm2CertificateChangesNothing) {
   EXPECT_TRUE(decodes());
 }
 
-TEST_F(DetachedSigning, AHashValueIsDecodedToo) {
+TEST_F(DetachedSigning, HashValueIsDecoded) {
   file.write("MDEyMzQ1Njc4OTAxMjM0NTY3ODk=");
   EXPECT_EQ(sign(2), 0u);
   EXPECT_EQ(encoded.at(0).data, "01234567890123456789");
   EXPECT_EQ(encoded.at(0).digest, 2u);
 }
 
-TEST_F(DetachedSigning, WhatIsNotBase64Fails) {
+TEST_F(DetachedSigning, InvalidBase64Fails) {
   file.write("not base64!");
   expect_refused(0x0B000201, "\"SAF_Base64_Decode NULL for out length\" 0x02000201 ");
 }
 
-TEST_F(DetachedSigning, ADecodingThatFailsInTheSecondPass) {
+TEST_F(DetachedSigning, DecodingFailsInTheSecondPass) {
   STANDIN(SAF_Base64_Decode).plays([](auto, auto, uint8_t* decoded, uint32_t* decoded_length) {
     *decoded_length = 100;
     return decoded ? 0x02000100u : 0u;
@@ -476,7 +476,7 @@ TEST_F(DetachedSigning, ADecodingThatFailsInTheSecondPass) {
   expect_refused(0x0B000100, "\"SAF_Base64_Decode\" 0x02000100 ");
 }
 
-TEST_F(DetachedSigning, ADecodedSizeThatGrowsStaysInTheBuffer) {
+TEST_F(DetachedSigning, GrowingDecodedSizeIsLimitedToTheBuffer) {
   STANDIN(SAF_Base64_Decode).plays([](auto, auto, uint8_t* decoded, uint32_t* decoded_length) {
     if (decoded) {
       EXPECT_EQ(*decoded_length, 2148u);
@@ -488,7 +488,7 @@ TEST_F(DetachedSigning, ADecodedSizeThatGrowsStaysInTheBuffer) {
   EXPECT_EQ(encoded.at(0).data_length, 3172u);
 }
 
-TEST_F(DetachedSigning, ADecodedSizeThatPasses32BitsIsNotToBeHad) {
+TEST_F(DetachedSigning, DecodedSizeAbove32BitsIsRefused) {
   STANDIN(SAF_Base64_Decode).plays([](auto, auto, auto, uint32_t* decoded_length) {
     *decoded_length = 0xFFFFFFFF;
     return 0u;
@@ -496,7 +496,7 @@ TEST_F(DetachedSigning, ADecodedSizeThatPasses32BitsIsNotToBeHad) {
   expect_refused(0x0B000100, "SOF_Ext_PKCS7_SignFile, SI_Malloc, uInDataBase64DecodedLen = 0x000007FF ");
 }
 
-TEST_F(DetachedSigning, BuffersThatAreNotToBeHad) {
+TEST_F(DetachedSigning, BuffersCannotBeAllocated) {
   EXPECT_EQ(without_allocation_of(11 + 3072, [&] { return call(0); }), 0x0B000100u);
   EXPECT_THAT(new_lines(),
               ElementsAre("SOF_Ext_PKCS7_SignFile, SI_Malloc, uInDataBase64DecodedLen = 0x0000080B "));
@@ -558,24 +558,24 @@ class ChangingFile : public Pkcs7FileSigning {
   ImportPatch patch{library.module(), "msvcrt.dll", "fopen", &hooked_fopen};
 };
 
-TEST_F(ChangingFile, ThatIsGoneWhenItIsRead) {
+TEST_F(ChangingFile, RemovedBeforeTheRead) {
   hook.refused_at_second = true;
   expect_refused(0x0B01000E, print("SOF_Ext_PKCS7_SignFile->xfile_read_bin [%s] -23", kPath));
 }
 
-TEST_F(ChangingFile, ThatGrowsIsReadAsFarAsItWasSized) {
+TEST_F(ChangingFile, GrowsBeforeTheRead) {
   change_to(std::string(5000, 'g'));
   EXPECT_EQ(sign(0), 0u);
   EXPECT_EQ(encoded.at(0).data, std::string(kOrdinarySize, 'g'));
 }
 
-TEST_F(ChangingFile, ThatShrinksIsReadAsFarAsItGoes) {
+TEST_F(ChangingFile, ShrinksBeforeTheRead) {
   change_to("less");
   EXPECT_EQ(sign(0), 0u);
   EXPECT_EQ(encoded.at(0).data, "less");
 }
 
-TEST_F(ChangingFile, ThatIsEmptyWhenItIsReadIsNotDecoded) {
+TEST_F(ChangingFile, EmptiedBeforeTheReadIsNotDecoded) {
   library.SOF_SetSignMethod(16);
   change_to("");
   EXPECT_EQ(sign(0), 0u);
@@ -591,24 +591,24 @@ TEST_F(Pkcs7FileSigning, PathsInUtf8AreConverted) {
                  kScanContainer, "\xE4\xB8\xAD\xE6\x96\x87.no");
 }
 
-TEST_F(Pkcs7FileSigning, PathsInTheLocalCodePageAreUsedAsTheyStand) {
+TEST_F(Pkcs7FileSigning, PathsInTheLocalCodePageAreNotConverted) {
   const TestFile chinese("\xD6\xD0\xCE\xC4.txt", "in Chinese");
   EXPECT_EQ(sign(0, kScanContainer, "\xD6\xD0\xCE\xC4.txt"), 0u);
   EXPECT_EQ(encoded.at(0).data, "in Chinese");
 }
 
-TEST_F(Pkcs7FileSigning, PathsWithAnAccentedLetterAreUsedAsTheyStand) {
+TEST_F(Pkcs7FileSigning, PathsWithAnAccentedLetterAreNotConverted) {
   const TestFile accented("caf\xC3\xA9.txt", "with an accent");
   EXPECT_EQ(sign(0, kScanContainer, "caf\xC3\xA9.txt"), 0u);
   EXPECT_EQ(encoded.at(0).data, "with an accent");
 }
 
-TEST_F(Pkcs7FileSigning, APathThatFillsTheConversionBuffer) {
+TEST_F(Pkcs7FileSigning, PathFillsTheConversionBuffer) {
   EXPECT_EQ(sign(0, kScanContainer, std::string(8191, 'x').c_str()), 0x0B01000Eu);
   EXPECT_THAT(new_lines(), ElementsAre(StartsWith("SOF_Ext_PKCS7_SignFile->xfile_get_size [xxx")));
 }
 
-TEST_F(Pkcs7FileSigning, APathLongerThanTheConversionBuffer) {
+TEST_F(Pkcs7FileSigning, PathExceedsTheConversionBuffer) {
   for (const size_t size : {8192, 100'000}) {
     EXPECT_EQ(sign(0, kScanContainer, std::string(size, 'x').c_str()), 0x0B000003u);
   }
@@ -617,20 +617,20 @@ TEST_F(Pkcs7FileSigning, APathLongerThanTheConversionBuffer) {
   EXPECT_THAT(standins.call_log(), ElementsAre("SAF_Initialize", "SAF_Initialize"));
 }
 
-TEST_F(Pkcs7FileSigning, AnUnconvertedPathIsCarriedWholeWhateverItsLength) {
+TEST_F(Pkcs7FileSigning, UnconvertedPathMayHaveAnyLength) {
   EXPECT_EQ(sign(0, kScanContainer, ("\xD6\xD0" + std::string(20'000, 'x')).c_str()), 0x0B01000Eu);
   EXPECT_THAT(new_lines(), ElementsAre(StartsWith("SOF_Ext_PKCS7_SignFile->xfile_get_size [\xD6\xD0xxx")));
 }
 
 int WINAPI convert_nothing(UINT, DWORD, LPCCH, int, LPWSTR, int) { return 0; }
 
-TEST_F(Pkcs7FileSigning, APathThatCannotBeConverted) {
+TEST_F(Pkcs7FileSigning, UnconvertiblePath) {
   const ImportPatch patch(library.module(), "kernel32.dll", "MultiByteToWideChar", &convert_nothing);
   expect_refused(0x0B000003, "SOF_Ext_PKCS7_SignFile->xencoding_utf8_to_gbk -1 [\xE4\xB8\xAD]", 0,
                  kScanContainer, "\xE4\xB8\xAD");
 }
 
-TEST_F(Pkcs7FileSigning, BuffersThatAreNotToBeHad) {
+TEST_F(Pkcs7FileSigning, BuffersCannotBeAllocated) {
   EXPECT_EQ(without_allocation_of(kOrdinarySize, [&] { return call(0); }), 0x0B000100u);
   EXPECT_THAT(new_lines(), ElementsAre("SOF_Ext_PKCS7_SignFile->malloc in file data buffer 0"));
 

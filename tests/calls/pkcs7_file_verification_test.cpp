@@ -188,7 +188,7 @@ TEST_F(Pkcs7FileVerification, RsaWithAttributes) {
   }
 }
 
-TEST_F(Pkcs7FileVerification, StepsAreTakenInOrder) {
+TEST_F(Pkcs7FileVerification, StepsAreInOrder) {
   take_attributes();
   EXPECT_EQ(verify(kDetached), 0u);
   EXPECT_THAT(standins.call_log(),
@@ -203,7 +203,7 @@ TEST_F(Pkcs7FileVerification, StepsAreTakenInOrder) {
                                  "SAF_VerifySignByCert", "SAF_Hash"));
 }
 
-TEST_F(Pkcs7FileVerification, TheHandleIsPassedAsItStands) {
+TEST_F(Pkcs7FileVerification, OpenHandleIsPassed) {
   let_handle_open();
   library.SOF_VerifySignedDataXML(encoded.data(), 1);
   handle = open_application();
@@ -212,7 +212,7 @@ TEST_F(Pkcs7FileVerification, TheHandleIsPassedAsItStands) {
   EXPECT_EQ(std::get<0>(STANDIN(SAF_Ext_Pkcs7_ReadContentData).calls().at(0)), handle);
 }
 
-TEST_F(Pkcs7FileVerification, TheSignaturesLengthChoosesTheKind) {
+TEST_F(Pkcs7FileVerification, SignatureLengthSelectsTheDecoder) {
   const std::pair<size_t, const char*> rows[] = {
       {0, kSm2}, {64, kSm2}, {127, kSm2}, {128, kPkcs7}, {256, kPkcs7}};
   for (const auto& [size, decoder] : rows) {
@@ -222,7 +222,7 @@ TEST_F(Pkcs7FileVerification, TheSignaturesLengthChoosesTheKind) {
   }
 }
 
-TEST_F(Pkcs7FileVerification, TheSm2DecoderStepsInWhenTheGeneralOneFails) {
+TEST_F(Pkcs7FileVerification, Sm2DecoderIsUsedWhenTheGeneralOneFails) {
   message.pkcs7_results = {0x02000507, 0};
   EXPECT_EQ(verify(kAttached), 0u);
   expect_passes({kPkcs7, kSm2, kSm2, kSm2}, kAttached);
@@ -255,7 +255,7 @@ TEST_F(Pkcs7FileVerification, NullArguments) {
   EXPECT_THAT(standins.call_log(), IsEmpty());
 }
 
-TEST_F(Pkcs7FileVerification, FilesThatAreNoContent) {
+TEST_F(Pkcs7FileVerification, UnusableContentFiles) {
   const auto expect_refused = [&](const char* path, uint32_t code, const std::string& line) {
     EXPECT_EQ(balanced([&] { return call(kDetached, path); }), code);
     EXPECT_THAT(new_lines(), ElementsAre(line));
@@ -276,7 +276,7 @@ TEST_F(Pkcs7FileVerification, TheFilesPathIsConverted) {
   EXPECT_EQ(hashed.at(0).data, "in Chinese");
 }
 
-TEST_F(Pkcs7FileVerification, FailuresOfReadingTheMessage) {
+TEST_F(Pkcs7FileVerification, DecoderFailures) {
   STANDIN(SAF_Ext_Pkcs7_ReadContentData).returns(0x02000526);
   expect_failure(kAttached, 0x0B000442, "\"SAF_Ext_Pkcs7_ReadContentData\" 0x02000526 ");
   EXPECT_THAT(message.passes, IsEmpty());
@@ -333,7 +333,7 @@ TEST_F(Pkcs7FileVerification, FailuresOfTheRsaSteps) {
   expect_failure(kDetached, 0x0B000302, "\"SAF_Hash for plain data's hash\" 0x02000302 ");
 }
 
-TEST_F(Pkcs7FileVerification, AContentThatIsNotTheOneThatWasSigned) {
+TEST_F(Pkcs7FileVerification, OtherContentThanTheSignedOne) {
   for (const size_t signature_size : {72, 128}) {
     message.signature = std::string(signature_size, 's');
     take_attributes();
@@ -356,7 +356,7 @@ TEST_F(Pkcs7FileVerification, OnlyAFlagOfOneMeansAttributes) {
   EXPECT_THAT(hashed, IsEmpty());
 }
 
-TEST_F(Pkcs7FileVerification, WhatTheDecodersOverstateStaysInTheBuffers) {
+TEST_F(Pkcs7FileVerification, OverstatedDecoderLengthsAreLimitedToTheBuffers) {
   message.overstatement = 1'000'000;
   take_rsa();
   EXPECT_EQ(verify(kAttached), 0u);
@@ -366,7 +366,7 @@ TEST_F(Pkcs7FileVerification, WhatTheDecodersOverstateStaysInTheBuffers) {
   EXPECT_EQ(verified.at(0).over.substr(0, message.content.size()), message.content);
 }
 
-TEST_F(Pkcs7FileVerification, WhatTheAttributesOverstateStaysInTheBuffers) {
+TEST_F(Pkcs7FileVerification, OverstatedAttributeLengthsAreLimitedToTheBuffers) {
   take_attributes();
   take_rsa();
   message.attributes_overstatement = 1'000'000;
@@ -376,12 +376,12 @@ TEST_F(Pkcs7FileVerification, WhatTheAttributesOverstateStaysInTheBuffers) {
   message.attribute_hash_overstatement = 1'000'000;
   expect_failure(kDetached, 0x0B000302, kMismatchedLength);
   hash_overstatement = 1'000'000;
-  EXPECT_EQ(verify(kDetached), 0u) << "as far as both buffers go, the hashes are equal";
+  EXPECT_EQ(verify(kDetached), 0u) << "within both buffers, the hashes are equal";
   content_hash.back() = 'x';
   expect_failure(kDetached, 0x0B000302, kMismatch);
 }
 
-TEST_F(Pkcs7FileVerification, WhatTheSm2StepsOverstateStaysInTheBuffers) {
+TEST_F(Pkcs7FileVerification, OverstatedSm2LengthsAreLimitedToTheBuffers) {
   public_key_overstatement = 1'000'000;
   hash_overstatement = 1'000'000;
   EXPECT_EQ(verify(kDetached), 0u);
@@ -394,7 +394,7 @@ TEST_F(Pkcs7FileVerification, WhatTheSm2StepsOverstateStaysInTheBuffers) {
   EXPECT_EQ(verified.at(0).over.size(), 128u);
 }
 
-TEST_F(Pkcs7FileVerification, TheLatestSizesCount) {
+TEST_F(Pkcs7FileVerification, LatestSizesAreUsed) {
   take_rsa();
   STANDIN(SAF_Pkcs7_DecodeSignedData)
       .plays([pass = 0u](auto, auto, auto, auto, uint32_t* certificate_length, auto, auto,
@@ -411,7 +411,7 @@ TEST_F(Pkcs7FileVerification, TheLatestSizesCount) {
   EXPECT_TRUE(has_allocated(600 + 3072));
 }
 
-TEST_F(Pkcs7FileVerification, BuffersThatAreNotToBeHad) {
+TEST_F(Pkcs7FileVerification, BuffersCannotBeAllocated) {
   const auto expect_missing = [&](size_t size, const std::string& line) {
     SCOPED_TRACE(line);
     EXPECT_EQ(without_allocation_of(
@@ -443,7 +443,7 @@ TEST_F(Pkcs7FileVerification, EveryAllocationMayFail) {
   }
 }
 
-TEST_F(Pkcs7FileVerification, ASizeWhoseCapacityPasses32BitsIsNotToBeHad) {
+TEST_F(Pkcs7FileVerification, CapacityAbove32BitsIsRefused) {
   STANDIN(SAF_SM2_DecodeSignedData)
       .plays([](auto, auto, auto, auto, auto, auto, auto, auto, auto, uint32_t* signature_length) {
         *signature_length = 0xFFFFFFFF;

@@ -38,7 +38,7 @@ TEST_F(ProviderContext, TheHandleIsOpenedOnce) {
   EXPECT_THAT(new_lines(), IsEmpty());
 }
 
-TEST_F(ProviderContext, AFailedOpeningLeavesTheHandleNullAndIsTriedAgain) {
+TEST_F(ProviderContext, FailedOpenIsRetried) {
   STANDIN(SAF_Initialize).plays([](void** application, const char*) {
     *application = open_application();
     return 0x02000005u;
@@ -134,7 +134,7 @@ TEST_F(ProviderContext, UnloadingWithoutHandleClosesNothing) {
   EXPECT_THAT(standins.call_log("SAF_Finalize"), IsEmpty());
 }
 
-TEST_F(ProviderContext, ALibraryLoadedAgainOpensAHandleAgain) {
+TEST_F(ProviderContext, ReloadedLibraryOpensAHandleAgain) {
   let_handle_open();
   use();
   library.unload();
@@ -175,7 +175,7 @@ std::string trace_of_child(const std::string& argument) {
   return text;
 }
 
-TEST(ProcessEnd, ClosesTheHandleOnceWhileTheProviderIsStillThere) {
+TEST(ProcessEnd, ClosesTheHandleOnceBeforeTheProviderIsUnloaded) {
   EXPECT_EQ(trace_of_child("open"), "closed 4660\n");
   EXPECT_THAT(lines_of_detach(),
               ElementsAre("DllMain->Process detach.", "DllMain -> SAF_Finalize, saf_rv = 0x02000005 "));

@@ -153,7 +153,7 @@ class ServiceRequest : public testing::TestWithParam<ServiceCase> {
   ClientLibrary library{Marker::kPresent};
 };
 
-TEST_P(ServiceRequest, IsSentAndItsAnswerDelivered) {
+TEST_P(ServiceRequest, IsSentAndItsAnswerIsReturned) {
   const ServiceCase& row = GetParam();
   service.answers(Answer(success_body(row)));
   MadeCall made(library, row.call, row.output.size());
@@ -211,7 +211,7 @@ class ServiceFailure : public testing::TestWithParam<ServiceCase> {
   ClientLibrary library;
 };
 
-TEST_P(ServiceFailure, TheServiceCloses) {
+TEST_P(ServiceFailure, ServiceClosesTheConnection) {
   service.answers(Answer::nothing());
   const MadeCall made = make_call();
   EXPECT_EQ(made.result, SOR_COMMUNICATIONERR);
@@ -220,7 +220,7 @@ TEST_P(ServiceFailure, TheServiceCloses) {
               testing::Contains(line(is_json() ? "post_json xrv = -1" : "xhttp::post xrv = -1")));
 }
 
-TEST_P(ServiceFailure, TheServiceSaysNo) {
+TEST_P(ServiceFailure, ServiceReturnsACode) {
   for (const uint32_t code : {1u, 0x0B000403u, 0x7FFFFFFFu}) {
     char text[64];
     std::snprintf(text, sizeof text, R"({"ErrorCode":"%X","Result":%s})", code, "{}");
@@ -229,7 +229,7 @@ TEST_P(ServiceFailure, TheServiceSaysNo) {
   if (!is_json()) expect_failure(frame(0xFFFFFFFE, "data"), 0xFFFFFFFE, "");
 }
 
-TEST_P(ServiceFailure, AnAnswerCutAnywhereIsRefused) {
+TEST_P(ServiceFailure, TruncatedAnswerIsRefused) {
   const std::string body = success_body(GetParam());
   for (size_t size = 0; size < body.size(); ++size) {
     SCOPED_TRACE(size);
@@ -237,7 +237,7 @@ TEST_P(ServiceFailure, AnAnswerCutAnywhereIsRefused) {
   }
 }
 
-TEST_P(ServiceFailure, AnAnswerWhoseConnectionBreaksIsRefused) {
+TEST_P(ServiceFailure, BrokenConnectionIsRefused) {
   const std::string body = success_body(GetParam());
   for (size_t size = 0; size < body.size(); ++size) {
     SCOPED_TRACE(size);
@@ -248,7 +248,7 @@ TEST_P(ServiceFailure, AnAnswerWhoseConnectionBreaksIsRefused) {
   }
 }
 
-TEST_P(ServiceFailure, AnAnswerOfTheCapacityIsTakenAndOneByteMoreIsNot) {
+TEST_P(ServiceFailure, AnswersAreAcceptedUpToTheCapacity) {
   const uint32_t capacity = GetParam().capacity;
   service.answers(Answer(padded_success(capacity)));
   const MadeCall made = make_call();
@@ -265,14 +265,14 @@ TEST_P(ServiceFailure, AnAnswerOfTheCapacityIsTakenAndOneByteMoreIsNot) {
                  line("response frame [" + total + "]"));
 }
 
-TEST_P(ServiceFailure, AFrameThatPromisesMoreThanItBringsIsRefused) {
+TEST_P(ServiceFailure, FrameShorterThanItsLengthIsRefused) {
   if (GetParam().form != Form::kFrame) return;
   for (const uint32_t length : {size_of(GetParam().answer) + 1, 0x7FFFFFFFu, 0xFFFFFFF8u, 0xFFFFFFFFu}) {
     expect_refusal(little_endian(0) + little_endian(length) + GetParam().answer);
   }
 }
 
-TEST_P(ServiceFailure, AnAnswerOfAnotherShapeIsRefused) {
+TEST_P(ServiceFailure, AnswerOfAnotherFormIsRefused) {
   if (!is_json()) return;
   expect_refusal("no JSON");
   for (const char* body : {"[]", "{}", R"({"ErrorCode":0})", R"({"ErrorCode":null,"Result":{}})"}) {
@@ -280,7 +280,7 @@ TEST_P(ServiceFailure, AnAnswerOfAnotherShapeIsRefused) {
   }
 }
 
-TEST_P(ServiceFailure, ASuccessWithoutAReadableResultHasNoOutput) {
+TEST_P(ServiceFailure, SuccessWithoutResultHasNoOutput) {
   if (!is_json()) return;
   std::vector<std::string> bodies{R"({"ErrorCode":"0"})", R"({"ErrorCode":"0","Result":7})",
                                   R"({"ErrorCode":"0","Result":{"Other":"AAAA"}})"};

@@ -159,7 +159,7 @@ INSTANTIATE_SERVICE_FAMILY(ServiceEncryption, kCalls, kVariants, kLocalCalls);
 
 using ServiceEncryption = ClientTest;
 
-TEST_F(ServiceEncryption, TheEncryptMethodIsKept) {
+TEST_F(ServiceEncryption, EncryptMethodIsStored) {
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x2002u);
   EXPECT_EQ(library.SOF_SetEncryptMethod(0x402), SOR_OK);
   EXPECT_EQ(library.SOF_GetEncryptMethod(), 0x402u);
@@ -169,7 +169,7 @@ TEST_F(ServiceEncryption, TheEncryptMethodIsKept) {
 }
 
 // A length that exceeds 32 bits is refused before the service is contacted.
-TEST_F(ServiceEncryption, WhatCannotBeSizedIsNotSent) {
+TEST_F(ServiceEncryption, LengthsAbove32BitsAreNotSent) {
   uint8_t output[1] = {0};
   uint32_t length = kUntouched;
   const uint32_t longest = 0xFFFFFFFF - 1024;
@@ -185,7 +185,7 @@ TEST_F(ServiceEncryption, WhatCannotBeSizedIsNotSent) {
   EXPECT_EQ(service.connections(), 0u);
 }
 
-TEST_F(ServiceEncryption, EncryptsSixtyFourMebibytes) {
+TEST_F(ServiceEncryption, Encrypts64MiB) {
   const std::string data(64 << 20, '\xA5'), envelope = data + std::string(1016, 'e');
   service.answers(frame(0, envelope));
   GuardedBuffer output(envelope.size());

@@ -206,7 +206,7 @@ class ServiceSigning : public ClientTest {
   }
 };
 
-TEST_F(ServiceSigning, TheSignMethodIsKept) {
+TEST_F(ServiceSigning, SignMethodIsStored) {
   EXPECT_EQ(library.SOF_GetSignMethod(), 0u);
   EXPECT_EQ(library.SOF_SetSignMethod(16), SOR_OK);
   EXPECT_EQ(library.SOF_GetSignMethod(), 16u);
@@ -216,7 +216,7 @@ TEST_F(ServiceSigning, TheSignMethodIsKept) {
                                                   "SOF_SetSignMethod lSignMethod=0xFFFFFFFE"));
 }
 
-TEST_F(ServiceSigning, AVerifiedMessageCarriesItsPlainData) {
+TEST_F(ServiceSigning, PlainDataOfAVerifiedMessage) {
   service.answers(json(R"({"ErrorCode":"0"})"));
   EXPECT_EQ(library.SOF_VerifySignedMessage(bytes_of(kMessage), 3, bytes_of(kData), 5), SOR_OK);
   EXPECT_EQ(service.take_request().body,
@@ -230,7 +230,7 @@ TEST_F(ServiceSigning, AVerifiedMessageCarriesItsPlainData) {
 
 // Sic: the answer capacity for a message with embedded data grows by 1.6 times the data, computed in single
 // precision and truncated: 16,777,217 becomes 16,777,216, and 1.6 becomes 13,421,773 / 2^23.
-TEST_F(ServiceSigning, TheAnswerToASignedMessageGrowsWithItsData) {
+TEST_F(ServiceSigning, AnswerCapacityOfASignedMessageGrowsWithItsData) {
   const struct {
     uint32_t data_size;
     uint32_t capacity;
@@ -262,7 +262,7 @@ TEST_F(ServiceSigning, InformationOfATinyMessageIsRefused) {
   EXPECT_EQ(MadeCall(library, information(&kMessage, 8), 0).result, SOR_OK);
 }
 
-TEST_F(ServiceSigning, AnAnswerThat32BitsCannotSizeIsNotAskedFor) {
+TEST_F(ServiceSigning, AnswerCapacityAbove32BitsIsRefused) {
   uint8_t output[1];
   uint32_t length = kUntouched;
   EXPECT_EQ(library.SOF_SignMessage(0, "C1", nullptr, 0xFFFFFFFF, output, &length), SOR_MEMORYERR);
@@ -270,7 +270,7 @@ TEST_F(ServiceSigning, AnAnswerThat32BitsCannotSizeIsNotAskedFor) {
   EXPECT_EQ(service.connections(), 0u);
 }
 
-TEST_F(ServiceSigning, SignsSixtyFourMebibytes) {
+TEST_F(ServiceSigning, Signs64MiB) {
   const std::string data(64 << 20, '\xA5');
   service.answers(json(R"({"ErrorCode":"0","Result":{"Sign":"c2lnbmF0dXJl"}})"));
   uint8_t output[16];

@@ -76,7 +76,7 @@ INSTANTIATE_TEST_SUITE_P(BothDirections, SymmetricTest,
                                          Direction{"SOF_Ext_SymmDecrypt", "VELM_Openssl_Decrypt", 0}),
                          [](const auto& row) { return row.param.flag ? "Encrypt" : "Decrypt"; });
 
-TEST_P(SymmetricTest, HandsOnEverythingInOrder) {
+TEST_P(SymmetricTest, PassesItsArguments) {
   play_success();
   EXPECT_EQ(call().run(), SOR_OK);
 
@@ -96,7 +96,7 @@ TEST_P(SymmetricTest, HandsOnEverythingInOrder) {
   EXPECT_EQ(new_lines(), Lines{entry()});
 }
 
-TEST_P(SymmetricTest, TheOutputLengthGoesInAsZero) {
+TEST_P(SymmetricTest, OutputLengthIsPassedAsZero) {
   play_success();
   uint32_t went_in = 1;
   operation([&](auto& standin) {
@@ -126,7 +126,7 @@ TEST_P(SymmetricTest, ANullIvReachesTheModule) {
   EXPECT_EQ(std::get<5>(STANDIN(VELM_Openssl_SymmAcquireContext).calls().at(0)), nullptr);
 }
 
-TEST_P(SymmetricTest, NumbersOfCipherAndMode) {
+TEST_P(SymmetricTest, CipherAndModeNumbers) {
   play_success();
   struct Row {
     uint32_t algorithm, cipher, mode;
@@ -184,7 +184,7 @@ TEST_P(SymmetricTest, ANullContextIsNotReleased) {
               testing::ElementsAre("VELM_Openssl_SymmAcquireContext", GetParam().operation));
 }
 
-TEST_P(SymmetricTest, Balance) {
+TEST_P(SymmetricTest, LeaksNothing) {
   play_success();
   expect_balance(call());
 }
@@ -220,7 +220,7 @@ TEST_F(SymmetricFileTest, Decrypt) {
                    STANDIN(SAF_Ext_SymmDecryptFile), "SAF_Ext_SymmDecryptFile");
 }
 
-TEST_F(SymmetricFileTest, PathsAreHandedOnAsTheyStand) {
+TEST_F(SymmetricFileTest, PathsAreNotConverted) {
   const std::string chinese = "c:\\\xE6\x96\x87\xE4\xBB\xB6.txt";  // UTF-8, which is not converted
   const std::string deep(20000, 'p');
   STANDIN(SAF_Ext_SymmEncryptFile).plays([&](auto, auto, auto, auto, auto, const char* in, const char* out) {

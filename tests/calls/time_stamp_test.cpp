@@ -73,7 +73,7 @@ TEST_F(TimeStampTest, VerifyFileStamp) {
                                kUnchanged);
 }
 
-TEST_F(TimeStampTest, OutputsComeStraightFromTheProvider) {
+TEST_F(TimeStampTest, ProviderWritesTheOutputsDirectly) {
   STANDIN(SAF_Ext_TspGetTime).plays([](uint8_t* time, uint32_t* time_length) {
     return give("now", time, time_length);
   });

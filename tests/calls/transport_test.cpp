@@ -32,7 +32,7 @@ const char kSendLine[] =
 
 class Transport : public ClientTest {};
 
-TEST_F(Transport, IsOnePostWithExactlyThisHeaderLine) {
+TEST_F(Transport, SendsOnePostWithOneContentType) {
   service.answers(json(kSuccess));
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
   const Request request = service.take_request();
@@ -44,7 +44,7 @@ TEST_F(Transport, IsOnePostWithExactlyThisHeaderLine) {
   EXPECT_EQ(request.body, R"({"funcid":58})");
 }
 
-TEST_F(Transport, TakesTheBodyHoweverItComes) {
+TEST_F(Transport, AcceptsTheBodyInAnyFraming) {
   const std::function<Answer()> ways[] = {
       [] { return json(kSuccess); },
       [] { return json(kSuccess).chunked(3); },
@@ -72,7 +72,7 @@ TEST_F(Transport, AnEmptyBodyIsAnEmptyAnswer) {
   }
 }
 
-TEST_F(Transport, ABodyThatEndsHalfWayIsWhatHasCome) {
+TEST_F(Transport, TruncatedBodyIsParsedAsReceived) {
   service.answers(json(kSuccess).cut_after(5),
                   json(std::string(kSuccess) + "    ").cut_after(std::strlen(kSuccess)));
   EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);
@@ -88,14 +88,14 @@ TEST_F(Transport, AConnectionClosedWithoutAnAnswerFails) {
   EXPECT_EQ(log.errors()[1], "SOF_Initialize->post_json xrv = -1");
 }
 
-TEST_F(Transport, AHugeAnswerIsReadAndRefused) {
+TEST_F(Transport, HugeAnswerIsReadAndRefused) {
   service.answers(json(std::string(3 << 20, 'x')), json(kSuccess));
   EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);
   EXPECT_THAT(log.errors(), ElementsAre("SOF_Initialize->cJSON_Parse []"));
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
 }
 
-TEST_F(Transport, ASilentServiceIsGivenUpAfterTenSeconds) {
+TEST_F(Transport, TimesOutAfterTenSeconds) {
   service.answers(Answer::nothing(14s));
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
@@ -128,7 +128,7 @@ TEST_F(Transport, ManyThreadsEachGetTheirOwnAnswer) {
   EXPECT_EQ(wrong, 0);
 }
 
-TEST_F(Transport, TheLocaleIsTheCLocaleAfterwards) {
+TEST_F(Transport, SetsTheCLocale) {
   service.answers(json(kSuccess));
   std::setlocale(LC_ALL, "");
   library.SOF_Initialize();
@@ -148,7 +148,7 @@ TEST_F(NothingListening, IsReportedWithItsErrorNumber) {
               ElementsAre(std::string(kSendLine) + "12029", "SOF_Initialize->post_json xrv = -57"));
 }
 
-TEST_F(NothingListening, EachCallHasItsOwnLine) {
+TEST_F(NothingListening, EachCallHasItsOwnLogLine) {
   char version[128];
   uint8_t random[4];
   EXPECT_EQ(library.SOF_Finalize(), SOR_COMMUNICATIONERR);
@@ -279,7 +279,7 @@ struct FailingCall {
   int result;
 };
 
-TEST_F(PlatformCalls, EachThatFailsHasItsLineAndItsResultAndClosesWhatIsOpen) {
+TEST_F(PlatformCalls, EachFailureHasItsLogLineAndResult) {
   const FailingCall rows[] = {
       {"WinHttpOpen", 8, "xhttp_request_w->WinHttpOpen 8", -1},
       {"WinHttpSetTimeouts", 87, "xhttp_request_w->WinHttpSetTimeouts 87", -1},
@@ -299,7 +299,7 @@ TEST_F(PlatformCalls, EachThatFailsHasItsLineAndItsResultAndClosesWhatIsOpen) {
   }
 }
 
-TEST_F(PlatformCalls, AnAnswerThatCannotBeReceivedFails) {
+TEST_F(PlatformCalls, FailedReceiveFails) {
   service.answers(json(kSuccess));
   recorded = failing("WinHttpReceiveResponse", 12152);
   EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
@@ -341,7 +341,7 @@ BOOL WINAPI read_piece(HINTERNET, LPVOID buffer, DWORD length, LPDWORD received)
   return TRUE;
 }
 
-TEST_F(PlatformCalls, APieceAboveAChunkIsReadAtOnceOrThereIsNoMemoryForIt) {
+TEST_F(PlatformCalls, PieceAboveAChunkIsReadAtOnce) {
   const ImportPatch query_all(module, "winhttp.dll", "WinHttpQueryDataAvailable", query_piece);
   const ImportPatch read_all(module, "winhttp.dll", "WinHttpReadData", read_piece);
   service.responds([](const Request&) { return json(kSuccess); });
@@ -370,7 +370,7 @@ TEST_F(PlatformCalls, APieceAboveAChunkIsReadAtOnceOrThereIsNoMemoryForIt) {
 
 size_t WINAPIV too_long(wchar_t*, const char*, size_t) { return 2000; }
 
-TEST_F(PlatformCalls, ATextThatCannotBeWidenedFailsBeforeAnythingIsOpened) {
+TEST_F(PlatformCalls, UnconvertibleTextFailsBeforeAnythingIsOpened) {
   const ImportPatch widen(module, "msvcrt.dll", "mbstowcs", too_long);
   EXPECT_EQ(library.SOF_Initialize(), SOR_COMMUNICATIONERR);
   EXPECT_THAT(log.errors(), ElementsAre("SOF_Initialize->post_json xrv = -1"));

@@ -38,7 +38,7 @@ TEST_F(Unsupported, EachWritesItsEntryLine) {
                           "SOF_Ext_ParseCSR, csrDataLen=4000000000"));
 }
 
-TEST_F(Unsupported, NullArgumentsAreNotLookedAt) {
+TEST_F(Unsupported, NullArgumentsAreIgnored) {
   EXPECT_EQ(library.SOF_Ext_ParseCertInfo(nullptr, 0, 0, nullptr), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_GetCertChain(nullptr, 0), kNotSupported);
   EXPECT_EQ(library.SOF_Ext_GenCSR(nullptr), kNotSupported);

@@ -122,7 +122,7 @@ INSTANTIATE_SERVICE_FAMILY(UserData, kCalls, kVariants, kLocalCalls);
 using UserData = ClientTest;
 
 // The answer capacity is 32 bytes above the buffer size, so excess data must be refused separately.
-TEST_F(UserData, MoreThanWantedIsRefused) {
+TEST_F(UserData, ExcessDataIsRefused) {
   GuardedBuffer output(8);
   for (const size_t size : {9, 32}) {
     service.answers(frame(0, std::string(size, 'x')));

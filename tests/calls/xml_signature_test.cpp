@@ -49,7 +49,7 @@ class XmlSignature : public SigningTest {
   std::vector<uint32_t> lengths_in;  // of the last pass
 };
 
-TEST_F(XmlSignature, SigningIsNotOffered) {
+TEST_F(XmlSignature, SigningIsNotSupported) {
   GuardedBuffer output{16};
   uint32_t length = 16;
   const auto sign = [&](const char* container, const uint8_t* data, uint32_t* output_length) {
@@ -71,7 +71,7 @@ TEST_F(XmlSignature, SigningIsNotOffered) {
   EXPECT_THAT(standins.call_log(), IsEmpty());
 }
 
-TEST_F(XmlSignature, VerifyingOpensTheHandleAndHandsTheXmlOn) {
+TEST_F(XmlSignature, VerifyingOpensTheHandleAndPassesTheXml) {
   let_handle_open();
   EXPECT_EQ(library.SOF_VerifySignedDataXML(xml.data(), xml.size()), 0u);
   EXPECT_EQ(verification.calls().at(0), Verification::Call(open_application(), 0u, xml.data(), 6u));
@@ -79,7 +79,7 @@ TEST_F(XmlSignature, VerifyingOpensTheHandleAndHandsTheXmlOn) {
   EXPECT_THAT(new_lines(), IsEmpty());
 }
 
-TEST_F(XmlSignature, VerifyingWithoutHandleGoesOn) {
+TEST_F(XmlSignature, VerifyingContinuesWithoutHandle) {
   STANDIN(SAF_Initialize).returns(0x0200FFFF);
   EXPECT_EQ(library.SOF_VerifySignedDataXML(xml.data(), xml.size()), 0u);
   EXPECT_EQ(std::get<0>(verification.calls().at(0)), nullptr);
@@ -95,7 +95,7 @@ TEST_F(XmlSignature, VerifyingChecksAndMaps) {
   expect_survives_allocation_faults([&] { return call.run(); });
 }
 
-TEST_F(XmlSignature, EachTypeGivesItsItem) {
+TEST_F(XmlSignature, EachTypeReturnsItsItem) {
   let_handle_open();
   for (uint32_t type = 1; type <= kItems; ++type) {
     SCOPED_TRACE(type);
@@ -122,7 +122,7 @@ TEST_F(XmlSignature, EachTypeGivesItsItem) {
   EXPECT_THAT(new_lines(), IsEmpty());
 }
 
-TEST_F(XmlSignature, ReadingWithoutHandleGoesOn) {
+TEST_F(XmlSignature, ReadingContinuesWithoutHandle) {
   STANDIN(SAF_Initialize).returns(0x02000005);
   GuardedBuffer info{5};
   uint32_t length = 0;
@@ -172,7 +172,7 @@ TEST_F(XmlSignature, NullArgumentsOfReading) {
   EXPECT_EQ(get_info(0, nullptr, nullptr), 0x0B000002u);
 }
 
-TEST_F(XmlSignature, AFailingPassIsLoggedAndMapped) {
+TEST_F(XmlSignature, FailedPassIsLoggedAndMapped) {
   for (const std::vector<uint32_t>& results : {std::vector<uint32_t>{0x02000200}, {0, 0x02000200}}) {
     STANDIN(SAF_Ext_XMLParse).returns_in_turn(results);
     GuardedBuffer info{8};
@@ -184,7 +184,7 @@ TEST_F(XmlSignature, AFailingPassIsLoggedAndMapped) {
   }
 }
 
-TEST_F(XmlSignature, WhatThePassesDisagreeAboutStaysInTheBuffer) {
+TEST_F(XmlSignature, GrowingLengthIsLimitedToTheBuffer) {
   play_items(1'000'000);
   GuardedBuffer info{5 + 256};
   uint32_t length = 0;
@@ -213,7 +213,7 @@ TEST_F(XmlSignature, EveryAllocationMayFail) {
   });
 }
 
-TEST_F(XmlSignature, TheSizeQueryReportsWhateverTheProviderSays) {
+TEST_F(XmlSignature, SizeQueryReturnsTheProvidersLength) {
   STANDIN(SAF_Ext_XMLParse)
       .plays([](auto, auto, auto, auto, auto, uint32_t* length1, auto, auto, auto, auto, auto, auto, auto,
                 auto, auto, auto) {

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Holds what is exported against each other: the public header, the module definition files, the built DLL.
+"""Compare the exports in the public header, the module definition files and the built DLL.
 
-Prints one line per failed check and exits with 1; prints a summary and exits with 0 when all hold.
+Prints one line per failed check and exits with 1, or prints a summary and exits with 0.
 """
 
 import argparse
@@ -25,7 +25,7 @@ class Function:
     name: str
     result: str
     parameters: list  # pairs (type, name)
-    comment: str  # the documentation before it, or ""
+    comment: str  # its documentation, or ""
 
 
 @dataclass
@@ -57,7 +57,7 @@ def parse_parameter(text):
 
 
 def comment_before(text, position):
-    """The documentation that ends right before a position, unless it closes a group or belongs to a line."""
+    """Return the documentation comment directly before a position; "" for group and trailing comments."""
     before = text[:position].rstrip()
     if not before.endswith("*/"):
         return ""
@@ -68,7 +68,7 @@ def comment_before(text, position):
 
 
 def parse_header(text, mark):
-    """All functions declared as `MARK type name(parameters);` at the start of a line."""
+    """Return all functions declared as `MARK type name(parameters);` at the start of a line."""
     functions = []
     declaration = rf"^{mark}\s+([\w\s*]*?[\s*])(\w+)\s*\(([^()]*)\)\s*;"
     for match in re.finditer(declaration, text, re.MULTILINE):
@@ -80,7 +80,7 @@ def parse_header(text, mark):
 
 
 def declared_names(text):
-    """The names of everything that looks like a function declaration, whatever its form."""
+    """Return the names of all function declarations, in any form."""
     code = re.sub(r"^\s*#.*$", "", without_comments(text), flags=re.MULTILINE)
     return re.findall(r"\b(?!static_assert\b|offsetof\b|sizeof\b)(\w+)\s*\([^()]*\)\s*;", code)
 
@@ -103,7 +103,7 @@ def parse_definition(text):
 
 
 def parse_objdump(text):
-    """Reads what `objdump -p` prints of a DLL."""
+    """Parse the output of `objdump -p` for a DLL."""
     image = Image()
     addresses, names, dll = {}, {}, None
     for line in text.splitlines():
@@ -130,7 +130,7 @@ def parse_objdump(text):
 
 
 def time_stamp(image_bytes):
-    """The time stamp of the COFF header."""
+    """Return the time stamp of the COFF header."""
     header = struct.unpack_from("<I", image_bytes, 0x3C)[0]
     if image_bytes[header:header + 4] != b"PE\0\0":
         raise ValueError("no PE header")
@@ -140,10 +140,10 @@ def time_stamp(image_bytes):
 # ---- checking: each function returns the lines to print
 
 def compare_names(place, found, expected):
-    failures = [f"{place}: lacks {name}" for name in expected if name not in found]
-    failures += [f"{place}: has {name}, which nothing names" for name in found if name not in expected]
+    failures = [f"{place}: missing {name}" for name in expected if name not in found]
+    failures += [f"{place}: unexpected {name}" for name in found if name not in expected]
     twice = sorted({name for name in found if found.count(name) > 1})
-    return failures + [f"{place}: has {name} more than once" for name in twice]
+    return failures + [f"{place}: {name} occurs more than once" for name in twice]
 
 
 def check_documentation(function):
@@ -172,9 +172,9 @@ def check_documentation(function):
     declared = [name for _, name in function.parameters]
     failures += compare_names(f"{place}: documentation", parameters, declared)
     if sorted(parameters) == sorted(declared) and parameters != declared:
-        failures.append(f"{place}: parameters are documented in another order than they are declared")
+        failures.append(f"{place}: parameters are not documented in the order of their declaration")
     if function.result == "void" and retvals:
-        failures.append(f"{place} returns nothing, but documents results")
+        failures.append(f"{place} returns nothing but documents results")
     if function.result != "void" and not retvals:
         failures.append(f"{place} documents no results")
     return failures
@@ -189,7 +189,7 @@ def check_header(functions, text):
     for function in functions:
         failures += check_documentation(function)
     defined = set(re.findall(r"^#define (SOR_\w+)", text, re.MULTILINE))
-    failures += [f"header: names {code}, which it does not define"
+    failures += [f"header: {code} is used but not defined"
                  for code in sorted(set(re.findall(r"\bSOR_\w+", text)) - defined)]
     return failures
 
@@ -198,7 +198,7 @@ def check_definition(definition, library, expected):
     place = f"{library}.def"
     failures = compare_names(place, definition.names, expected)
     if definition.library != library:
-        failures.append(f"{place}: names the library \"{definition.library}\"")
+        failures.append(f"{place}: the library name is \"{definition.library}\"")
     return failures
 
 
@@ -206,28 +206,28 @@ def check_exports(image, expected):
     failures = compare_names("DLL exports", list(image.exports), expected)
     if image.unnamed_exports:
         failures.append(f"DLL exports: {image.unnamed_exports} without a name")
-    failures += [f"DLL exports: {name} is not code of the DLL"
+    failures += [f"DLL exports: {name} has no address in the DLL"
                  for name, address in image.exports.items() if address is None]
     first, second = SAME_ADDRESS
     if image.exports.get(first) != image.exports.get(second):
-        failures.append(f"DLL exports: {first} and {second} are not one address")
+        failures.append(f"DLL exports: {first} and {second} differ in address")
     return failures
 
 
 def check_imports(image, modules):
-    """modules: module name -> names of its definition file."""
+    """Check the imports. `modules`: names in the definition file, by module."""
     failures = []
     for dll, names in image.imports.items():
         library = dll.lower().removesuffix(".dll")
         if library in modules:
-            failures += [f"DLL imports: {name} of {dll} does not stand in {library}.def"
+            failures += [f"DLL imports: {name} of {dll} is not in {library}.def"
                          for name in names if name not in modules[library]]
         elif library not in SYSTEM_DLLS:
             failures.append(f"DLL imports: {dll} is not allowed")
     if not image.imports:
         failures.append("DLL imports: none found")
     if image.directories.get(0xD):
-        failures.append("DLL imports: some are loaded late")
+        failures.append("DLL imports: some are delay-loaded")
     return failures
 
 
@@ -251,7 +251,7 @@ def check_module(name, header_text, definition):
     failures = check_definition(definition, name, names)
     failures += compare_names(f"{name}.h", names, declared_names(header_text))
     if not names:
-        failures.append(f"{name}.h: declares nothing")
+        failures.append(f"{name}.h: declares no functions")
     return failures
 
 
@@ -265,7 +265,7 @@ def run(options):
 
     failures = check_header(functions, header_text)
     if not cjson_names:
-        failures.append("cJSON's header: declares nothing")
+        failures.append("cJSON's header: declares no functions")
     definition = parse_definition(options.definition.read_text(encoding="utf-8"))
     failures += check_definition(definition, LIBRARY, expected)
 
@@ -289,7 +289,7 @@ def run(options):
     if not failures:
         print(f"catalogue: {len(functions)} functions, {len(cjson_names)} of cJSON, "
               f"{sum(map(len, modules.values()))} of the modules; "
-              f"{'the DLL was not checked' if options.without_dll else 'the DLL agrees'}")
+              f"{'DLL not checked' if options.without_dll else 'DLL matches'}")
     return 1 if failures else 0
 
 
@@ -301,10 +301,10 @@ def main(arguments):
     parser.add_argument("--modules-dir", type=Path, required=True, help="the modules' headers and .def files")
     parser.add_argument("--dll", type=Path, help="the built velm_sof_client.dll")
     parser.add_argument("--objdump", default="x86_64-w64-mingw32-objdump", help="objdump for Windows images")
-    parser.add_argument("--without-dll", action="store_true", help="leave out the checks of the DLL")
+    parser.add_argument("--without-dll", action="store_true", help="skip the checks of the DLL")
     options = parser.parse_args(arguments)
     if options.without_dll == (options.dll is not None):
-        parser.error("give either --dll or --without-dll")
+        parser.error("exactly one of --dll and --without-dll is required")
     try:
         return run(options)
     except (OSError, UnicodeDecodeError, subprocess.CalledProcessError) as error:

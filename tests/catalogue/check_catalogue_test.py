@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Feeds check_catalogue.py small catalogues that agree, and ones with one fault each."""
+"""Tests of check_catalogue.py: small catalogues, valid or with one fault each."""
 
 import contextlib
 import io
@@ -59,7 +59,7 @@ def definition(library, names):
 
 
 def objdump_text(names):
-    """What objdump prints: each name has an address of its own, the two of the seals share one."""
+    """Return objdump's output. Each name has its own address, except that the two seal names share one."""
     address = {name: 0x1000 + 16 * index for index, name in enumerate(names)}
     address[SEAL_NAMES[1]] = address[SEAL_NAMES[0]]
     text = "DllCharacteristics\t00000160\n"
@@ -86,7 +86,7 @@ def image_bytes(stamp=0):
 
 
 class Catalogue:
-    """All inputs of the checker, to be written into a directory."""
+    """The inputs of the checker, valid until a test changes them."""
 
     def __init__(self):
         self.header = header()
@@ -126,18 +126,18 @@ class Catalogue:
             return code, output.getvalue().splitlines()
 
 
-class AgreeingCatalogue(unittest.TestCase):
-    def test_all_checks_hold(self):
+class ValidCatalogue(unittest.TestCase):
+    def test_all_checks_pass(self):
         self.assertEqual(Catalogue().run(), (0, ["catalogue: 88 functions, 2 of cJSON, 5 of the modules; "
-                                                 "the DLL agrees"]))
+                                                 "DLL matches"]))
 
-    def test_without_dll_it_is_not_looked_at(self):
+    def test_without_dll(self):
         catalogue = Catalogue()
         catalogue.objdump = ""
         catalogue.dll = b""
         code, lines = catalogue.run(with_dll=False)
         self.assertEqual(code, 0)
-        self.assertIn("the DLL was not checked", lines[0])
+        self.assertIn("DLL not checked", lines[0])
 
     def test_newer_objdump_format(self):
         catalogue = Catalogue()
@@ -167,46 +167,46 @@ class OneFault(unittest.TestCase):
     def test_function_missing(self):
         self.replace("header", plain_function("SOF_F07"), "",
                      "header: declares 87 functions instead of 88",
-                     "velm_sof_client.def: has SOF_F07, which nothing names",
-                     "DLL exports: has SOF_F07, which nothing names")
+                     "velm_sof_client.def: unexpected SOF_F07",
+                     "DLL exports: unexpected SOF_F07")
 
     def test_function_twice(self):
         self.replace("header", plain_function("SOF_F07"), 2 * plain_function("SOF_F07"),
                      "header: declares 89 functions instead of 88",
-                     "header: has SOF_F07 more than once")
+                     "header: SOF_F07 occurs more than once")
 
-    def test_declaration_of_another_form(self):
+    def test_declaration_in_another_form(self):
         self.replace("header", "/** @} */", "extern uint32_t SOF_Other(void);\n/** @} */",
-                     "header: lacks SOF_Other")
+                     "header: missing SOF_Other")
 
     def test_no_documentation(self):
         self.replace("header", "/** @brief Text.\n * @param[out] pszText Text. */\n", "",
                      "header: SOF_Text is not documented")
 
-    def test_plain_comment_is_no_documentation(self):
+    def test_plain_comment_is_not_documentation(self):
         self.replace("header", "/** @brief Text.", "/* @brief Text.", "header: SOF_Text is not documented")
 
-    def test_group_comment_is_no_documentation(self):
+    def test_group_comment_is_not_documentation(self):
         self.replace("header", "/** @brief Text.\n * @param[out] pszText Text. */", "/** @} */",
                      "header: SOF_Text is not documented")
 
     def test_parameter_undocumented(self):
         self.replace("header", " * @param[in] uLen Length.\n", "",
-                     "header: SOF_F00: documentation: lacks uLen")
+                     "header: SOF_F00: documentation: missing uLen")
 
-    def test_parameter_that_does_not_exist(self):
+    def test_unknown_parameter(self):
         self.replace("header", "@param[in] uLen Length.", "@param[in] uLength Length.",
-                     "header: SOF_F00: documentation: lacks uLen",
-                     "header: SOF_F00: documentation: has uLength, which nothing names")
+                     "header: SOF_F00: documentation: missing uLen",
+                     "header: SOF_F00: documentation: unexpected uLength")
 
     def test_parameter_documented_twice(self):
         self.replace("header", " * @param[in] uLen Length.\n", 2 * " * @param[in] uLen Length.\n",
-                     "header: SOF_F00: documentation: has uLen more than once")
+                     "header: SOF_F00: documentation: uLen occurs more than once")
 
-    def test_parameters_in_another_order(self):
+    def test_parameters_in_different_order(self):
         self.replace("header", "pInput Data,\n *   over two lines.\n * @param[in] uLen Length.",
                      "uLen Length.\n * @param[in] pInput Data.",
-                     "header: SOF_F00: parameters are documented in another order than they are declared")
+                     "header: SOF_F00: parameters are not documented in the order of their declaration")
 
     def test_parameter_without_direction(self):
         self.replace("header", "@param[in] uLen", "@param uLen",
@@ -225,40 +225,40 @@ class OneFault(unittest.TestCase):
     def test_no_result_documented(self):
         self.replace("header", " * @retval SOR_OK Done.\n", "", "header: SOF_F00 documents no results")
 
-    def test_result_of_a_function_without_one(self):
+    def test_result_documented_for_void_function(self):
         self.replace("header", "pszText Text. */", "pszText Text.\n * @retval SOR_OK Done. */",
-                     "header: SOF_Text returns nothing, but documents results")
+                     "header: SOF_Text returns nothing but documents results")
 
-    def test_code_that_is_not_defined(self):
+    def test_undefined_code(self):
         self.replace("header", "@retval SOR_OK", "@retval SOR_OKAY",
-                     "header: names SOR_OKAY, which it does not define")
+                     "header: SOR_OKAY is used but not defined")
 
     # The module definition file
 
     def test_definition_lacks_a_name(self):
-        self.replace("definition", "  SOF_F03\n", "", "velm_sof_client.def: lacks SOF_F03")
+        self.replace("definition", "  SOF_F03\n", "", "velm_sof_client.def: missing SOF_F03")
 
-    def test_definition_lacks_a_name_of_cjson(self):
-        self.replace("definition", "  cJSON_Delete\n", "", "velm_sof_client.def: lacks cJSON_Delete")
+    def test_definition_lacks_a_cjson_name(self):
+        self.replace("definition", "  cJSON_Delete\n", "", "velm_sof_client.def: missing cJSON_Delete")
 
-    def test_definition_has_a_name_too_many(self):
+    def test_definition_has_an_extra_name(self):
         self.replace("definition", "  SOF_F03\n", "  SOF_F03\n  SOF_F99\n",
-                     "velm_sof_client.def: has SOF_F99, which nothing names")
+                     "velm_sof_client.def: unexpected SOF_F99")
 
     def test_definition_has_a_name_in_a_comment(self):
-        self.replace("definition", "  SOF_F03\n", "  ; SOF_F03\n", "velm_sof_client.def: lacks SOF_F03")
+        self.replace("definition", "  SOF_F03\n", "  ; SOF_F03\n", "velm_sof_client.def: missing SOF_F03")
 
     def test_definition_of_another_library(self):
         self.replace("definition", "LIBRARY velm_sof_client", "LIBRARY other",
-                     "velm_sof_client.def: names the library \"other\"")
+                     "velm_sof_client.def: the library name is \"other\"")
 
     def test_cjson_header_declares_nothing(self):
         self.replace("cjson", "CJSON_PUBLIC", "CJSON_HIDDEN",
-                     "cJSON's header: declares nothing",
-                     "velm_sof_client.def: has cJSON_Parse, which nothing names",
-                     "velm_sof_client.def: has cJSON_Delete, which nothing names",
-                     "DLL exports: has cJSON_Parse, which nothing names",
-                     "DLL exports: has cJSON_Delete, which nothing names", count=-1)
+                     "cJSON's header: declares no functions",
+                     "velm_sof_client.def: unexpected cJSON_Parse",
+                     "velm_sof_client.def: unexpected cJSON_Delete",
+                     "DLL exports: unexpected cJSON_Parse",
+                     "DLL exports: unexpected cJSON_Delete", count=-1)
 
     # The exports of the DLL
 
@@ -269,11 +269,11 @@ class OneFault(unittest.TestCase):
 
     def test_export_missing(self):
         self.expect_exports([name for name in NAMES + CJSON_NAMES if name != "SOF_F05"],
-                            "DLL exports: lacks SOF_F05")
+                            "DLL exports: missing SOF_F05")
 
-    def test_export_too_many(self):
+    def test_extra_export(self):
         self.expect_exports(NAMES + CJSON_NAMES + ["DllMain"],
-                            "DLL exports: has DllMain, which nothing names")
+                            "DLL exports: unexpected DllMain")
 
     def test_export_without_name(self):
         self.replace("objdump", "\n\n[Ordinal", "\n\t[  90] +base[  91] 2000 Export RVA\n\n[Ordinal",
@@ -281,31 +281,31 @@ class OneFault(unittest.TestCase):
 
     def test_export_forwarded(self):
         self.replace("objdump", "1000 Export RVA", "1000 Forwarder RVA -- other.SOF_F00",
-                     "DLL exports: SOF_F00 is not code of the DLL")
+                     "DLL exports: SOF_F00 has no address in the DLL")
 
     def test_seal_names_at_two_addresses(self):
         index = NAMES.index(SEAL_NAMES[1])
         address = 0x1000 + 16 * (index - 1)
         self.replace("objdump", f"+base[{index + 1:4}] {address:x} ", f"+base[{index + 1:4}] 9999 ",
-                     "DLL exports: SOF_Ext_GetSealInfoEPoint and SOF_Ext_ParseSealInfo are not one address")
+                     "DLL exports: SOF_Ext_GetSealInfoEPoint and SOF_Ext_ParseSealInfo differ in address")
 
     # The imports and the image
 
-    def test_import_of_a_dll_that_is_not_allowed(self):
+    def test_import_from_a_disallowed_dll(self):
         for dll in ("WS2_32.dll", "PSAPI.DLL", "libstdc++-6.dll"):
             self.replace("objdump", "DLL Name: KERNEL32.dll", f"DLL Name: {dll}",
                          f"DLL imports: {dll} is not allowed")
 
-    def test_import_of_a_module_that_has_no_such_function(self):
+    def test_import_of_an_unknown_module_function(self):
         self.replace("objdump", "SAF_Hash", "SAF_Sign",
-                     "DLL imports: SAF_Sign of VELM_client_saf.dll does not stand in velm_client_saf.def")
+                     "DLL imports: SAF_Sign of VELM_client_saf.dll is not in velm_client_saf.def")
 
     def test_no_imports(self):
         self.replace("objdump", "DLL Name: ", "DLL: ", "DLL imports: none found", count=-1)
 
     def test_delayed_imports(self):
         self.replace("objdump", "Entry d 0000000000000000 00000000", "Entry d 0000000000003000 00000040",
-                     "DLL imports: some are loaded late")
+                     "DLL imports: some are delay-loaded")
 
     def test_characteristics(self):
         for name in checker.CHARACTERISTICS:
@@ -333,7 +333,7 @@ class OneFault(unittest.TestCase):
         catalogue.objdump = ""
         code, lines = catalogue.run()
         self.assertEqual(code, 1)
-        self.assertIn("DLL exports: lacks SOF_F00", lines)
+        self.assertIn("DLL exports: missing SOF_F00", lines)
 
     def test_objdump_fails(self):
         catalogue = Catalogue()
@@ -347,23 +347,23 @@ class OneFault(unittest.TestCase):
     def test_module_definition_has_a_name_that_its_header_lacks(self):
         catalogue = Catalogue()
         catalogue.module_definitions["velm_common"] += "  vc_other\n"
-        self.expect(catalogue, "velm_common.def: has vc_other, which nothing names")
+        self.expect(catalogue, "velm_common.def: unexpected vc_other")
 
     def test_module_definition_lacks_a_name_of_its_header(self):
         catalogue = Catalogue()
         catalogue.module_definitions["velm_client_saf"] = definition("velm_client_saf", ["SAF_Hash"])
-        self.expect(catalogue, "velm_client_saf.def: lacks SAF_Finalize")
+        self.expect(catalogue, "velm_client_saf.def: missing SAF_Finalize")
 
     def test_module_definition_names_another_library(self):
         catalogue = Catalogue()
         catalogue.module_definitions["velm_common"] = definition("velm_comon", ["vc_input_pin"])
-        self.expect(catalogue, "velm_common.def: names the library \"velm_comon\"")
+        self.expect(catalogue, "velm_common.def: the library name is \"velm_comon\"")
 
     def test_module_header_declares_nothing(self):
         catalogue = Catalogue()
         catalogue.module_headers["velm_common"] = ""
-        self.expect(catalogue, "velm_common.def: has vc_input_pin, which nothing names",
-                    "velm_common.h: declares nothing")
+        self.expect(catalogue, "velm_common.def: unexpected vc_input_pin",
+                    "velm_common.h: declares no functions")
 
     def test_file_missing(self):
         lines = io.StringIO()
@@ -375,7 +375,7 @@ class OneFault(unittest.TestCase):
 
 
 class Arguments(unittest.TestCase):
-    def test_either_dll_or_without(self):
+    def test_dll_and_without_dll_are_exclusive(self):
         basic = ["--header", "x", "--def", "x", "--cjson-header", "x", "--modules-dir", "x"]
         for arguments in (basic, basic + ["--dll", "x", "--without-dll"]):
             with contextlib.redirect_stderr(io.StringIO()), self.assertRaises(SystemExit) as raised:

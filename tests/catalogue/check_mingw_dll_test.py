@@ -1,4 +1,4 @@
-"""The check of DLLs that are built with mingw, on small DLLs with and without the faults that it looks for.
+"""Tests of check_mingw_dll.py with small DLLs, valid or with one fault each.
 
 usage: check_mingw_dll_test.py COMPILER NM
 """
@@ -21,7 +21,7 @@ class Dll(unittest.TestCase):
         self.folder = Path(folder.name)
 
     def check(self, source, *options, room=128):
-        """Exit status and output of the check on a DLL made of this source."""
+        """Build a DLL from the source and check it. Return exit status and output."""
         (self.folder / "a.cpp").write_text(source)
         subprocess.run([compiler, "-shared", "-static", "-O1", "-o", "a.dll", "a.cpp", "-Wl,-Map=a.map",
                         *options], cwd=self.folder, check=True)
@@ -29,7 +29,7 @@ class Dll(unittest.TestCase):
                                "a.dll"], cwd=self.folder, capture_output=True, text=True)
         return done.returncode, done.stdout + done.stderr
 
-    def test_zeros_that_fit_are_listed(self):
+    def test_valid_variables_are_listed(self):
         source = STORAGE + "thread_local int one; thread_local char two[112];\n" \
                            "int* first() { return &one; } char* second() { return two; }\n"
         status, output = self.check(source)
@@ -37,44 +37,44 @@ class Dll(unittest.TestCase):
         self.assertIn("one: 4 bytes", output)
         self.assertIn("two: 112 bytes", output)
 
-    def test_one_byte_too_many_is_refused(self):
+    def test_exceeded_size_is_refused(self):
         status, output = self.check(STORAGE + "thread_local char large[129]; char* get() { return large; }\n")
         self.assertEqual(status, 1)
-        self.assertIn("144 bytes of thread-local variables, above the 128", output)
+        self.assertIn("144 bytes of thread-local variables; the maximum is 128", output)
 
-    def test_variables_are_counted_together(self):
+    def test_sizes_are_added(self):
         source = STORAGE + "thread_local char a[64], b[65];\n" \
                            "char* first() { return a; } char* second() { return b; }\n"
         self.assertEqual(self.check(source)[0], 1)
         self.assertEqual(self.check(source, room=144)[0], 0)
 
-    def test_an_initial_value_is_refused(self):
+    def test_initial_value_is_refused(self):
         source = STORAGE + "thread_local int answer = 42; int* get() { return &answer; }\n"
         status, output = self.check(source)
         self.assertEqual(status, 1)
         self.assertIn("answer has an initial value", output)
 
-    def test_a_wide_alignment_is_refused(self):
+    def test_unsupported_alignment_is_refused(self):
         source = STORAGE + "alignas(64) thread_local int wide; int* get() { return &wide; }\n"
         status, output = self.check(source)
         self.assertEqual(status, 1)
         self.assertIn("wide is aligned to 64 bytes", output)
 
-    def test_a_local_variable_of_a_function_counts(self):
+    def test_static_local_variable_counts(self):
         source = STORAGE + "char* get() { static thread_local char a[129]; return a; }\n"
         self.assertEqual(self.check(source)[0], 1)
 
-    def test_the_compilers_own_storage_is_refused(self):
+    def test_compiler_storage_is_refused(self):
         status, output = self.check("thread_local int one; int* get() { return &one; }\n")
         self.assertEqual(status, 1)
         self.assertIn("emutls.o of the compiler is linked", output)
 
-    def test_the_compilers_own_memory_for_exceptions_is_refused(self):
+    def test_compiler_exception_memory_is_refused(self):
         status, output = self.check(STORAGE + "void fail() { throw 1; }\n")
         self.assertEqual(status, 1)
         self.assertIn("eh_alloc.o of the compiler is linked", output)
 
-    def test_a_stripped_dll_is_refused(self):
+    def test_stripped_dll_is_refused(self):
         status, output = self.check(STORAGE + "thread_local int one; int* get() { return &one; }\n", "-s")
         self.assertEqual(status, 1)
         self.assertIn("no symbols", output)

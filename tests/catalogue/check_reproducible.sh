@@ -10,5 +10,5 @@ cmake -S "$binary/source" --preset windows -B "$binary/build" -DVELM_DEPS="$deps
   -DBUILD_TESTING=OFF -DVELM_DOCUMENTATION=OFF >"$binary/configure.log"
 cmake --build "$binary/build" --target velm_sof_client -j "$(nproc)" >"$binary/build.log"
 cmp "$library" "$binary/build/src/velm_sof_client.dll"
-echo "the same bytes"
+echo "identical"
 rm -rf "$binary"

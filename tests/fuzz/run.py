@@ -1,9 +1,9 @@
-"""Runs fuzzers, two at a time, and says what each did.
+"""Run fuzz targets, two at a time, and print a summary line for each.
 
 usage: run.py BUILD_FOLDER [NAME...]
 
-VELM_FUZZ_SECONDS is the time of each (60). What is new in the corpus stays in BUILD_FOLDER/corpus; an input
-on which a fuzzer ended is kept in BUILD_FOLDER/findings, beside a file that says how to run it again.
+VELM_FUZZ_SECONDS is the time per target (default 60). New inputs are added to BUILD_FOLDER/corpus. An input
+that fails is stored in BUILD_FOLDER/findings, next to a file with the command that repeats it.
 """
 
 import csv
@@ -46,7 +46,7 @@ class Target:
         self.read_log(code)
         for finding in self.found() - before:
             finding.with_suffix(".command").write_text(f"{self.program} {finding}\n")
-            self.verdict = f"finding, again with: {self.program} {finding}"
+            self.verdict = f"finding; to repeat: {self.program} {finding}"
 
     def found(self):
         return {path for path in self.findings.glob(f"{self.name}-*") if path.suffix != ".command"}
@@ -58,7 +58,7 @@ class Target:
         self.per_second = last(r"stat::average_exec_per_sec: +(\d+)")
         self.coverage = last(r" cov: (\d+)")
         self.inputs = last(r" corp: (\d+)")
-        self.verdict = "ok" if code == 0 else f"ended with {code}, see {self.log}"
+        self.verdict = "ok" if code == 0 else f"exited with {code}, see {self.log}"
 
 
 def main(build, *names):
@@ -67,11 +67,11 @@ def main(build, *names):
         targets = [Target(build, row) for row in csv.reader(table, delimiter="\t")]
     unknown = set(names) - {target.name for target in targets}
     if unknown:
-        sys.exit(f"no fuzzer {', '.join(sorted(unknown))}; there are: {' '.join(t.name for t in targets)}")
+        sys.exit(f"no target {', '.join(sorted(unknown))}; available: {' '.join(t.name for t in targets)}")
     chosen = [target for target in targets if not names or target.name in names]
-    print(f"{len(chosen)} fuzzers, {SECONDS} s each, {AT_ONCE} at a time", flush=True)
+    print(f"{len(chosen)} fuzz targets, {SECONDS} s each, {AT_ONCE} at a time", flush=True)
     line = "{:18} {:>10} {:>8} {:>7} {:>9}  {}".format
-    print(line("fuzzer", "runs", "runs/s", "corpus", "coverage", ""), flush=True)
+    print(line("target", "runs", "runs/s", "corpus", "coverage", ""), flush=True)
     with ThreadPoolExecutor(AT_ONCE) as pool:
         for target, _ in zip(chosen, pool.map(Target.run, chosen)):
             print(line(target.name, target.runs, target.per_second, target.inputs, target.coverage,

@@ -1,4 +1,4 @@
-// What a caller sees when the connection to the local service fails in ways that no single answer can show.
+// Calls with a failing connection to the local service: timeouts, redirects, resets, restarts and proxies.
 #include <winsock2.h>
 #include <windows.h>
 #include <winhttp.h>
@@ -39,7 +39,7 @@ class ChannelFaults : public ClientTest {};
 // A call gives up after ten seconds without data, before the answer or within the body, but not on a service
 // that sends slowly. The calls run concurrently to save time. (Silence within the head is not tested: Wine
 // 8's WinHTTP then crashes any program that queries the available data.)
-TEST_F(ChannelFaults, SilenceIsGivenUpAfterTenSecondsAndSlownessIsNot) {
+TEST_F(ChannelFaults, OnlySilenceTimesOut) {
   const std::string long_list = R"({"ErrorCode":"0","Result":["a"]})" + std::string(1500, ' ');
   service.responds([&](const Request& request) {
     if (request.body == R"({"funcid":58})") return Answer::nothing(15s);
@@ -72,7 +72,7 @@ struct Row {
   std::vector<uint32_t> codes;  // several, because HTTP clients of Windows and Wine differ
 };
 
-TEST_F(ChannelFaults, EachHasItsCode) {
+TEST_F(ChannelFaults, EachFaultHasItsResultCode) {
   const std::vector<uint32_t> unread{SOR_COMMUNICATIONERR, SOR_JSONPARSEERR};
   const std::vector<uint32_t> perhaps{SOR_OK, SOR_COMMUNICATIONERR, SOR_JSONPARSEERR};
   const Row rows[] = {
@@ -101,7 +101,7 @@ TEST_F(ChannelFaults, EachHasItsCode) {
   }
 }
 
-TEST_F(ChannelFaults, ARedirectIsFollowedOrRefusedAndALoopEnds) {
+TEST_F(ChannelFaults, RedirectIsFollowedOrRefusedAndLoopEnds) {
   service.responds([](const Request& request) {
     if (request.target() == "/elsewhere") return json(R"({"ErrorCode":"B000438"})");
     return Answer::redirect("http://127.0.0.1:55661/elsewhere");
@@ -114,7 +114,7 @@ TEST_F(ChannelFaults, ARedirectIsFollowedOrRefusedAndALoopEnds) {
 }
 
 // A fault in one thread's exchange must not affect the other threads.
-TEST_F(ChannelFaults, SixteenThreadsKeepTheirFaultsApart) {
+TEST_F(ChannelFaults, FaultsDoNotAffectOtherThreads) {
   service.responds([](const Request& request) {
     if (request.body == R"({"funcid":58})") return Answer::nothing();
     if (request.body == R"({"funcid":38})") return json(kSuccess).cut_after(5).reset();
@@ -148,7 +148,7 @@ TEST_F(ChannelFaults, SixteenThreadsKeepTheirFaultsApart) {
   EXPECT_EQ(wrong, 0);
 }
 
-TEST(Restart, ACallFindsTheServiceThatIsThereNow) {
+TEST(Restart, CallsReachTheRestartedService) {
   Standins standins;
   ClientLibrary library;
   for (int i = 0; i < 10; ++i) {
@@ -233,7 +233,7 @@ class Proxy : public testing::Test {
 };
 
 // Calls use the proxy settings of the current user, including the exceptions for this machine.
-TEST_F(Proxy, OfTheMachineIsPassedByWhereTheSettingSaysSo) {
+TEST_F(Proxy, LocalBypassIsHonoured) {
   const Listener proxy;
   const DefaultProxy setting(L"127.0.0.1:" + std::to_wstring(proxy.port()), L"127.0.0.1");
   ASSERT_TRUE(setting.is_set());
@@ -241,7 +241,7 @@ TEST_F(Proxy, OfTheMachineIsPassedByWhereTheSettingSaysSo) {
   EXPECT_FALSE(proxy.was_reached());
 }
 
-TEST_F(Proxy, OfTheMachineThatServesEverybodyIsAsked) {
+TEST_F(Proxy, WithoutBypassTheProxyIsUsed) {
   const Listener proxy;
   const DefaultProxy setting(L"127.0.0.1:" + std::to_wstring(proxy.port()), L"");
   ASSERT_TRUE(setting.is_set());

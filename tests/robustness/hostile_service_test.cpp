@@ -129,8 +129,8 @@ class HostileCall {
 
   void expect_output(const std::string& bytes) const {
     ASSERT_LE(bytes.size(), output_.size());
-    EXPECT_TRUE(output_.bytes(bytes.size()) == bytes) << "another output";
-    EXPECT_TRUE(output_.untouched(bytes.size())) << "bytes beside the output";
+    EXPECT_TRUE(output_.bytes(bytes.size()) == bytes) << "unexpected output";
+    EXPECT_TRUE(output_.untouched(bytes.size())) << "write outside the output";
   }
 
   const ServiceFunction& function_;
@@ -214,7 +214,7 @@ Outcome outcome_of(const ServiceFunction& function, uint32_t size, const std::st
   return outcome;
 }
 
-TEST_F(HostileService, CannotHarmACallInMemory) {
+TEST_F(HostileService, AnswersInMemory) {
   WinHttpInMemory http(GetModuleHandleW(L"velm_sof_client.dll"));
   const auto exchange = [&](RandomSource& random, const ServiceFunction& function) {
     HostileCall call(random, function);
@@ -229,7 +229,7 @@ TEST_F(HostileService, CannotHarmACallInMemory) {
       exchanges(), [] {}, LogReader::clear, exchange);
 }
 
-TEST_F(HostileService, CannotHarmACallOverAConnection) {
+TEST_F(HostileService, AnswersOverAConnection) {
   std::optional<ServiceDouble> service;
   std::mutex mutex;
   Answer next("");

@@ -77,7 +77,7 @@ class LoadUnload : public testing::TestWithParam<Row> {
   Standins standins;
 };
 
-TEST_P(LoadUnload, LeavesNothing) {
+TEST_P(LoadUnload, LeaksNothing) {
   for (int i = 0; i < 20; ++i) GetParam().use();
   const ProcessUsage before = ProcessUsage::now();
   for (int i = 0; i < GetParam().cycles; ++i) GetParam().use();

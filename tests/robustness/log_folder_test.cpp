@@ -73,7 +73,7 @@ TEST_F(LogFolder, IsAFile) {
   std::filesystem::remove(folder);
 }
 
-TEST_F(LogFolder, GoesMissingAfterTheLoad) {
+TEST_F(LogFolder, IsRemovedAfterLoad) {
   const LoadedLibrary library;
   const auto random = library.function<decltype(SOF_GenRandom)>("SOF_GenRandom");
   LogReader::clear();
@@ -85,7 +85,7 @@ TEST_F(LogFolder, GoesMissingAfterTheLoad) {
   EXPECT_THAT(LogReader::errors(), testing::ElementsAre("pRandomData is null!"));
 }
 
-TEST_F(LogFolder, HoldsAFileThatAnotherKeepsToItself) {
+TEST_F(LogFolder, ContainsALockedFile) {
   const std::wstring file = a_log_file();
   const HANDLE held = CreateFileW(file.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
   ASSERT_NE(held, INVALID_HANDLE_VALUE);
@@ -94,7 +94,7 @@ TEST_F(LogFolder, HoldsAFileThatAnotherKeepsToItself) {
   EXPECT_EQ(LogReader::lines().size(), 1u);
 }
 
-TEST_F(LogFolder, HoldsAReadOnlyFile) {
+TEST_F(LogFolder, ContainsAReadOnlyFile) {
   const std::wstring file = a_log_file();
   ASSERT_TRUE(SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY));
   const bool is_protected = !can_be_written(file);
@@ -109,8 +109,8 @@ TEST_F(LogFolder, HoldsAReadOnlyFile) {
 // Run by staged_log.sh, which replaces the folder or the file to simulate a fault of the system.
 TEST_F(LogFolder, IsStaged) {
   const char* file = std::getenv("VELM_STAGED_LOG");
-  if (!file) GTEST_SKIP() << "no fault is staged";
-  ASSERT_FALSE(can_be_written(file)) << "the staged fault is none";
+  if (!file) GTEST_SKIP() << "no fault is simulated";
+  ASSERT_FALSE(can_be_written(file)) << "the simulated fault has no effect";
   expect_calls_to_go_on();
 }
 

@@ -61,7 +61,7 @@ class MemoryExhausted : public testing::TestWithParam<EveryFunction> {
   ClientLibrary library{Marker::kPresent};
 };
 
-TEST_P(MemoryExhausted, OnANewThreadFromEachAllocationOn) {
+TEST_P(MemoryExhausted, FromEachAllocationOn) {
   const bool needs_no_memory = kNeedNoMemory.contains(GetParam().name);
   const bool clears_its_length = GetParam().name == std::string("SOF_GetUserList");
   AllocationFaults memory(library.module());
@@ -89,7 +89,7 @@ TEST_P(MemoryExhausted, OnANewThreadFromEachAllocationOn) {
 }
 
 // A call without memory for the thread's storage has no side effects.
-TEST_P(MemoryExhausted, WithoutThreadStorageNothingHappens) {
+TEST_P(MemoryExhausted, NoSideEffectsWithoutThreadStorage) {
   if (kNeedNoMemory.contains(GetParam().name)) return;
   const size_t lines = LogReader::lines().size();
   {
@@ -107,7 +107,7 @@ TEST_P(MemoryExhausted, WithoutThreadStorageNothingHappens) {
 INSTANTIATE_TEST_SUITE_P(Every, MemoryExhausted, testing::ValuesIn(every_function()),
                          [](const auto& test) { return std::string(test.param.name); });
 
-TEST(EveryFunctionList, HasAllOfThem) { EXPECT_EQ(every_function().size(), 88u); }
+TEST(EveryFunctionList, IsComplete) { EXPECT_EQ(every_function().size(), 88u); }
 
 // Loads the library with all allocations from the nth on failing, for each n. It must work afterwards.
 CHILD_PROCESS(loads_without_memory) {
@@ -160,7 +160,7 @@ CHILD_PROCESS(loads_without_slots) {
   return wrong;
 }
 
-TEST(LoadWithoutSlot, SucceedsAndEveryCallSaysSo) {
+TEST(LoadWithoutSlot, SucceedsAndCallsReturnMemoryError) {
   const ChildResult child = run_child("loads_without_slots");
   EXPECT_EQ(child.exit_code, 0u) << child.output;
 }

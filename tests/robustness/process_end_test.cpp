@@ -156,7 +156,7 @@ std::string outcome(const std::wstring& child_name, unsigned pause) {
 
 const std::string kExpected = "ended with " + std::to_string(kEnded);
 
-TEST(ProcessEnd, DoesNotWaitForTheModulesLock) {
+TEST(ProcessEnd, DoesNotWaitForTheModuleLock) {
   EXPECT_EQ(outcome(L"ends_inside_the_lock", 0), kExpected);
   std::remove("process_end.dat");
 }

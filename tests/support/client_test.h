@@ -14,8 +14,8 @@ namespace velm::test {
 class ClientTest : public testing::Test {
  protected:
   void TearDown() override {
-    EXPECT_EQ(service.unexpected(), 0u) << "requests that the test has no answer for";
-    EXPECT_EQ(service.unplayed(), 0u) << "answers that no request has asked for";
+    EXPECT_EQ(service.unexpected(), 0u) << "requests without an answer";
+    EXPECT_EQ(service.unplayed(), 0u) << "unused answers";
   }
 
   Standins standins;

@@ -42,7 +42,7 @@ size_t open_handles() {
   while ((status = query(kExtendedHandleInformation, area.data(), bytes(), nullptr)) == kTooSmall) {
     area.resize(area.size() * 2);
   }
-  if (status != 0) throw std::runtime_error("the system does not tell its handles");
+  if (status != 0) throw std::runtime_error("NtQuerySystemInformation failed");
   const auto* table = reinterpret_cast<const HandleTable*>(area.data());
   const auto is_ours = [](const HandleEntry& entry) { return entry.process_id == GetCurrentProcessId(); };
   return static_cast<size_t>(std::count_if(table->entries, table->entries + table->count, is_ours));

@@ -14,7 +14,7 @@ constexpr wchar_t kMarkerPath[] = L"c:\\velm_log";
 MarkerPath::MarkerPath(Marker marker) {
   RemoveDirectoryW(kMarkerPath);
   if (marker == Marker::kPresent && !CreateDirectoryW(kMarkerPath, nullptr)) {
-    throw std::runtime_error("the marker path cannot be made");
+    throw std::runtime_error("the marker path cannot be created");
   }
 }
 

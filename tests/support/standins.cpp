@@ -84,7 +84,7 @@ void load_modules() {
   for (const wchar_t* name : kModules) {
     const HMODULE module = LoadLibraryW((program_folder() + name).c_str());
     auto* row = module ? reinterpret_cast<Row*>(GetProcAddress(module, "velm_standin_table")) : nullptr;
-    if (!row) throw std::runtime_error("a stand-in module is missing beside the test program");
+    if (!row) throw std::runtime_error("a stand-in module is missing");
     for (; row->name; ++row) {
       state().rows[row->name] = row;
       row->target = reinterpret_cast<void (*)()>(kUnscripted.at(state().names.size()));

@@ -14,12 +14,12 @@ class Base64Text : public testing::Test {
   void SetUp() override { encoder = plain_encoder; }
 };
 
-TEST_F(Base64Text, HoldsWhatTheModuleEncodes) {
+TEST_F(Base64Text, ContainsTheModulesOutput) {
   EXPECT_EQ(xbase64_encode_string("abc", 2), "<ab>");
   EXPECT_EQ(xbase64_encode_text("abc"), "<abc>");
 }
 
-TEST_F(Base64Text, NothingIsEncodedAsNoBytes) {
+TEST_F(Base64Text, NullAndEmptyInputsAreEncoded) {
   EXPECT_EQ(xbase64_encode_string("", 0), "<>");
   EXPECT_EQ(xbase64_encode_string(nullptr, 0), "<>");
   EXPECT_EQ(xbase64_encode_string(nullptr, 5), "<>");
@@ -32,12 +32,12 @@ TEST_F(Base64Text, IsEmptyWhenTheModuleFails) {
   EXPECT_EQ(xbase64_encode_text("abc"), "");
 }
 
-TEST_F(Base64Text, IsEmptyWhenTheModuleClaimsMoreThanTheRoom) {
+TEST_F(Base64Text, IsEmptyWhenTheModuleOverstatesItsOutput) {
   encoder = encoder_that(0, "YWJj", 1u << 30);
   EXPECT_EQ(xbase64_encode_string("abc", 3), "");
 }
 
-TEST_F(Base64Text, IsEmptyAndNothingIsEncodedWhen32BitsCannotCountIt) {
+TEST_F(Base64Text, IsEmptyForLengthsAbove32Bits) {
   encoder = [](const uint8_t*, uint32_t, uint8_t*, uint32_t*) {
     ADD_FAILURE() << "the encoder was called";
     return 0;
@@ -47,12 +47,12 @@ TEST_F(Base64Text, IsEmptyAndNothingIsEncodedWhen32BitsCannotCountIt) {
   }
 }
 
-TEST_F(Base64Text, EndsAtItsFirstZero) {
+TEST_F(Base64Text, EndsAtTheFirstZero) {
   encoder = encoder_that(0, "YWJj", 5);
   EXPECT_EQ(xbase64_encode_string("abc", 3), "YWJj");
 }
 
-TEST_F(Base64Text, TheModuleHasRoomForLineBreaks) {
+TEST_F(Base64Text, BufferHasRoomForLineBreaks) {
   for (uint64_t size : {0ull, 1ull, 5ull, 48ull, 1000ull, 1ull << 26, 0xFFFFFFFFull}) {
     const uint64_t lines = size / 48 + 1;
     EXPECT_GE(base64_room(size), (size + 2) / 3 * 4 + 2 * lines + 1) << size;

@@ -24,7 +24,7 @@ Bytes request(FunctionNumber function, std::initializer_list<FrameField> fields)
   return Bytes(text.begin(), text.end());
 }
 
-TEST(RequestFrame, OpensWithMarkAndFunctionNumber) {
+TEST(RequestFrame, BeginsWithMarkAndFunctionNumber) {
   EXPECT_THAT(request(FunctionNumber::Config, {}), ElementsAreArray(Bytes{0x77, 0x2B}));
 }
 
@@ -44,7 +44,7 @@ TEST(RequestFrame, SendsNullAsEmpty) {
       ElementsAreArray(Bytes{0x77, 20, 1, 0, 0, 0, 0, 0, 0, 0, 0}));
 }
 
-TEST(RequestFrame, TakesALongTextWhole) {
+TEST(RequestFrame, LongTextIsNotTruncated) {
   const std::string name(300, 'n');
   const Bytes frame = request(FunctionNumber::ReadUsrDataFile, {name.c_str()});
   ASSERT_EQ(frame.size(), 2u + 4 + 301);
@@ -52,13 +52,13 @@ TEST(RequestFrame, TakesALongTextWhole) {
   EXPECT_EQ(frame.back(), 0);
 }
 
-TEST(RequestFrame, ABodyAbove32BitsIsNotToBeHad) {
+TEST(RequestFrame, BodyAbove32BitsIsRefused) {
   const uint8_t byte = 0;
   EXPECT_THROW(request(FunctionNumber::EncryptData, {FrameBytes{&byte, UINT32_MAX}}), std::bad_alloc);
   EXPECT_THROW(FrameBytes(&byte, size_t{UINT32_MAX} + 1), std::bad_alloc);
 }
 
-TEST(RequestFrame, ItsSizeIsSummedUpIn64Bits) {
+TEST(RequestFrame, SizeIsComputedIn64Bits) {
   const uint8_t byte = 0;
   EXPECT_EQ(request_size({FrameBytes{&byte, UINT32_MAX}, FrameBytes{&byte, UINT32_MAX}, uint32_t{1}}),
             2u + 2 * (4 + uint64_t{0xFFFFFFFF}) + 4);
@@ -82,7 +82,7 @@ FrameAnswer read(const Bytes& frame, FrameContent content = FrameContent::code_a
   return read_answer(frame, frame.size(), content);
 }
 
-TEST(ResponseFrame, GivesCodeOrData) {
+TEST(ResponseFrame, ContainsCodeOrData) {
   const Bytes good = response(0, {1, 2, 3});
   EXPECT_FALSE(read(good).refused);
   EXPECT_EQ(read(good).code, 0u);
@@ -101,7 +101,7 @@ TEST(ResponseFrame, EveryTruncationOfAValidAnswerIsRefused) {
   }
 }
 
-TEST(ResponseFrame, ALengthAboveTheDataIsRefusedAndOneBelowTaken) {
+TEST(ResponseFrame, LengthMayBeBelowTheDataButNotAbove) {
   for (uint32_t length = 0; length < 256; ++length) {
     Bytes frame = response(0, {1, 2, 3});
     frame[4] = static_cast<uint8_t>(length);
@@ -115,7 +115,7 @@ TEST(ResponseFrame, ALengthAboveTheDataIsRefusedAndOneBelowTaken) {
   EXPECT_TRUE(read(frame).refused);
 }
 
-TEST(ResponseFrame, ATotalAboveTheCapacityIsRefusedWhateverItsCode) {
+TEST(ResponseFrame, FrameAboveTheCapacityIsRefused) {
   for (uint32_t code : {0u, 0x0B000403u}) {
     const Bytes frame = response(code, {1});
     EXPECT_TRUE(read_answer(frame, frame.size() + 1, FrameContent::code_and_data).refused);
@@ -124,14 +124,14 @@ TEST(ResponseFrame, ATotalAboveTheCapacityIsRefusedWhateverItsCode) {
   EXPECT_TRUE(read_answer({}, 1, FrameContent::code_and_data).refused);
 }
 
-TEST(ResponseFrame, ACallThatReadsNoDataNeedsTheCodeOnly) {
+TEST(ResponseFrame, CodeAloneSufficesWithoutData) {
   EXPECT_FALSE(read({0, 0, 0, 0}, FrameContent::code_only).refused);
   EXPECT_TRUE(read({0, 0, 0, 0}).refused);
   EXPECT_TRUE(read({0, 0, 0}, FrameContent::code_only).refused);
 }
 
 // Reads from a block of exactly this size, as above.
-TEST(RequestFrame, IsReadAsItWasWritten) {
+TEST(RequestFrame, RoundTrip) {
   const uint8_t block[] = {0xAA, 0xBB};
   const Bytes frame =
       request(FunctionNumber::EncryptData, {uint32_t{0xFFFFFFFE}, FrameBytes{block, 2}, "C1"});
@@ -146,7 +146,7 @@ TEST(RequestFrame, IsReadAsItWasWritten) {
   EXPECT_TRUE(fields.at_end());
 }
 
-TEST(RequestFrame, NeedsMarkAndFunctionNumber) {
+TEST(RequestFrame, RequiresMarkAndFunctionNumber) {
   EXPECT_FALSE(read_request({}).has_value());
   EXPECT_FALSE(read_request(Bytes{0x77}).has_value());
   EXPECT_FALSE(read_request(Bytes{0x76, 11}).has_value());
@@ -168,7 +168,7 @@ TEST(Fields, ANumberNeedsFourBytes) {
   EXPECT_FALSE(fields.number().has_value());
 }
 
-TEST(Fields, AByteStringEndsWithinTheFields) {
+TEST(Fields, ByteStringMustEndWithinTheFields) {
   for (const uint32_t length : {0u, 1u, 3u, 4u, 0x80000000u, 0xFFFFFFFCu, 0xFFFFFFFFu}) {
     const Bytes bytes{static_cast<uint8_t>(length),
                       static_cast<uint8_t>(length >> 8),
@@ -194,7 +194,7 @@ TEST(Fields, ATextEndsAtItsFirstZero) {
   EXPECT_FALSE(text_in({}).has_value());
 }
 
-TEST(ResponseFrame, IsACodeOrDataBehindTheirLength) {
+TEST(ResponseFrame, IsCodeOrLengthAndData) {
   const auto bytes = [](const std::string& answer) { return Bytes(answer.begin(), answer.end()); };
   EXPECT_THAT(bytes(build_answer(0x0B000425u)), ElementsAreArray(Bytes{0x25, 0x04, 0x00, 0x0B}));
   EXPECT_THAT(bytes(build_answer(Bytes{0xF1, 0xF2})),

@@ -26,7 +26,7 @@ TEST(CipherNumbers, ForEachCipherAndMode) {
   }
 }
 
-TEST(CipherNumbers, NeighboursOfACipherHaveNone) {
+TEST(CipherNumbers, UnknownCiphersHaveNone) {
   for (const uint32_t algorithm :
        {0x00000u, 0x00100u, 0x00200u, 0x00300u, 0x00500u, 0x00600u, 0x00800u, 0x01000u,
         0x01F00u, 0x02100u, 0x02400u, 0x03F00u, 0x04100u, 0x06000u, 0x07F00u, 0x08100u,
@@ -35,13 +35,13 @@ TEST(CipherNumbers, NeighboursOfACipherHaveNone) {
   }
 }
 
-TEST(CipherNumbers, BitsAboveTheCipherAreLeftOut) {
+TEST(CipherNumbers, HighBitsAreIgnored) {
   EXPECT_EQ(cipher_number(0xFFF00402), 108u);
   EXPECT_EQ(cipher_number(0x00102001), 101u);
   EXPECT_EQ(cipher_number(0x00100001), 0u);
 }
 
-TEST(CipherNumbers, OnlyASingleModeBitIsAMode) {
+TEST(CipherNumbers, ModeRequiresASingleBit) {
   for (uint32_t low = 0; low <= 0xFF; ++low) {
     const uint32_t expected = low == 1 ? 1 : low == 2 ? 2 : low == 4 ? 3 : low == 8 ? 4 : 0;
     EXPECT_EQ(mode_number(0x400 | low), expected) << low;

@@ -17,13 +17,13 @@ TEST(ErrorTexts, AreGbkBytes) {
   EXPECT_STREQ(error_text(0x0B010003), "时间戳响应不存在");
 }
 
-TEST(ErrorTexts, KeepTheTextsThatDifferFromTheirNeighbours) {
+TEST(ErrorTexts, KeepIrregularTexts) {
   EXPECT_STREQ(error_text(0x0B000301), "HASH对象错");
   EXPECT_STREQ(error_text(0x0B000303), "产生RSA密钥错");
   EXPECT_STREQ(error_text(0x0B000312), "未能完全按照策略验证成功宏描述预定义值说明");
 }
 
-TEST(ErrorTexts, HaveNoRowInTheGaps) {
+TEST(ErrorTexts, UnassignedCodesHaveNone) {
   for (uint32_t code :
        {0x0B000000u, 0x0B00000Au, 0x0B000013u, 0x0B0000FFu, 0x0B000313u, 0x0B000449u, 0x0B0004FFu,
         0x0B000505u, 0x0B010000u, 0x0B010013u, 0x12345678u, 0xFFFFFFFBu, 0xFFFFFFFFu}) {

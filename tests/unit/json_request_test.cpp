@@ -21,7 +21,7 @@ class JsonRequest : public testing::Test {
 
 std::string text_of(const RequestMemory& request) { return {request.data(), request.length()}; }
 
-TEST_F(JsonRequest, PutsFieldsInPlaceOfTheirConversions) {
+TEST_F(JsonRequest, FieldsReplaceTheConversions) {
   EXPECT_EQ(text_of(format_json(R"({"funcid":%d,"ContainerName":"%s","Type":%d,"Len":%u,"In":"%s"})",
                                 FunctionNumber::GetDeviceInfo, "C \"1\"", int32_t{-7}, uint32_t{4000000000},
                                 Base64{"abc", 3})),
@@ -29,7 +29,7 @@ TEST_F(JsonRequest, PutsFieldsInPlaceOfTheirConversions) {
 }
 
 // A format that does not match its fields must not compile.
-TEST(JsonFormat, HasAConversionForEachFieldAndNoMore) {
+TEST(JsonFormat, RequiresOneConversionPerField) {
   static_assert(fits_fields<>("{}"));
   static_assert(fits_fields<FunctionNumber, int32_t, uint32_t>("%d,%d,%u"));
   static_assert(fits_fields<const char*, std::string_view, Base64, char[3]>("%s%s%s%s"));
@@ -41,7 +41,7 @@ TEST(JsonFormat, HasAConversionForEachFieldAndNoMore) {
   static_assert(!fits_fields<uint32_t>("%u%u"), "one field too few");
 }
 
-TEST(JsonFormat, HasTheConversionOfTheFieldsType) {
+TEST(JsonFormat, RequiresTheConversionOfTheFieldType) {
   static_assert(!fits_fields<uint32_t>("%d"));
   static_assert(!fits_fields<uint32_t>("%s"));
   static_assert(!fits_fields<int32_t>("%u"));
@@ -51,23 +51,23 @@ TEST(JsonFormat, HasTheConversionOfTheFieldsType) {
   static_assert(!fits_fields<const char*, int32_t>("%d%s"), "in the wrong order");
 }
 
-TEST_F(JsonRequest, LeavesAFormatWithoutConversions) { EXPECT_EQ(text_of(format_json("{}")), "{}"); }
+TEST_F(JsonRequest, FormatWithoutConversions) { EXPECT_EQ(text_of(format_json("{}")), "{}"); }
 
-TEST_F(JsonRequest, APercentSignInATextIsNoConversion) {
+TEST_F(JsonRequest, PercentSignInATextIsNotAConversion) {
   EXPECT_EQ(text_of(format_json("[%s][%s]", "%s", "%d")), "[%s][%d]");
 }
 
-TEST_F(JsonRequest, ATextMayEndAtALength) {
+TEST_F(JsonRequest, TextWithLength) {
   EXPECT_EQ(text_of(format_json("[%s][%s]", std::string_view("123456", 4), std::string_view())), "[1234][]");
 }
 
-TEST_F(JsonRequest, PrintsNullTextAndSendsNullBytesAsNone) {
+TEST_F(JsonRequest, NullTextAndNullBytes) {
   EXPECT_EQ(text_of(format_json("[%s][%s][%s]", static_cast<const char*>(nullptr), Base64{nullptr, 5},
                                 Base64{static_cast<const char*>(nullptr)})),
             "[(null)][<>][<>]");
 }
 
-TEST_F(JsonRequest, WhatCannotBeEncodedIsTheEmptyText) {
+TEST_F(JsonRequest, EncoderFailureGivesEmptyText) {
   encoder = encoder_that(-1, "YWJj", 4);
   EXPECT_EQ(text_of(format_json("[%s]", Base64{"abc", 3})), "[]");
 }
@@ -81,7 +81,7 @@ Encoder encoder_that_claims(size_t claimed) {
   };
 }
 
-TEST_F(JsonRequest, WhatTheEncoderSaysToBeLongerThanItsRoomIsTheEmptyText) {
+TEST_F(JsonRequest, OverstatedEncoderLengthGivesEmptyText) {
   const std::string room(base64_room(3), 'A'), behind(100, 'b');
   const auto sent = [&](size_t claimed) {
     encoder = encoder_that_claims(claimed);
@@ -92,7 +92,7 @@ TEST_F(JsonRequest, WhatTheEncoderSaysToBeLongerThanItsRoomIsTheEmptyText) {
   EXPECT_EQ(sent(room.size() + behind.size()), "[][" + behind + "]");
 }
 
-TEST_F(JsonRequest, WhatTheEncoderHasNotWrittenIsNotSent) {
+TEST_F(JsonRequest, UnwrittenEncoderOutputIsNotSent) {
   encoder = [](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
     std::copy_n("YWJj", 4, text);
     *text_length = 100;
@@ -101,7 +101,7 @@ TEST_F(JsonRequest, WhatTheEncoderHasNotWrittenIsNotSent) {
   EXPECT_EQ(text_of(format_json("[%s]", Base64{"abc", 3})), "[YWJj]");
 }
 
-TEST_F(JsonRequest, ASizeBeyond32BitsIsNotToBeHadAndNothingIsEncoded) {
+TEST_F(JsonRequest, SizeAbove32BitsIsRefusedBeforeEncoding) {
   encoder = [](const uint8_t*, uint32_t, uint8_t*, uint32_t*) {
     ADD_FAILURE() << "the encoder was called";
     return 0;

@@ -31,12 +31,12 @@ std::string prefix(uint32_t level, uint32_t mask, const PrefixValues& values = s
   return area;
 }
 
-TEST(LogPrefix, HoldsTheFieldsOfTheMaskThatLoadSets) {
+TEST(LogPrefix, FieldsOfTheMaskSetAtLoad) {
   EXPECT_EQ(prefix(kInformation, kMaskFromLoad),
             "[IFO|2024-05-06 10:11:12.045|app|64|4321|1234|velm_sof_client|100] ");
 }
 
-TEST(LogPrefix, HoldsTheFieldsOfTheMaskBeforeLoad) {
+TEST(LogPrefix, FieldsOfTheMaskBeforeLoad) {
   EXPECT_EQ(prefix(kError, kMaskBeforeLoad), "[ERR|2024-05-06 10:11:12|velm_sof_client|100] ");
 }
 
@@ -47,7 +47,7 @@ TEST(LogPrefix, TagsEachLevel) {
   EXPECT_EQ(prefix(kError, kLevelTag), "[ERR] ");
 }
 
-TEST(LogPrefix, WritesEachFieldInItsPlace) {
+TEST(LogPrefix, EachFieldHasItsPlace) {
   EXPECT_EQ(prefix(kError, kTimeMilliseconds), "|10:11:12.045] ");
   EXPECT_EQ(prefix(kError, kDateTime), "|2024-05-06 10:11:12] ");
   EXPECT_EQ(prefix(kError, kDateTimeMilliseconds), "|2024-05-06 10:11:12.045] ");
@@ -61,31 +61,31 @@ TEST(LogPrefix, WritesEachFieldInItsPlace) {
       "[ERR|10:11:12.045|2024-05-06 10:11:12|2024-05-06 10:11:12.045|app|64|4321|1234|velm_sof_client|100] ");
 }
 
-TEST(LogPrefix, WithoutTheTagStillEndsTheSame) {
+TEST(LogPrefix, EndIsTheSameWithoutTag) {
   EXPECT_EQ(prefix(kError, kProcessId | kSourceLine), "|4321|100] ");
 }
 
-TEST(LogPrefix, BitsWithoutAFieldWriteNothing) { EXPECT_EQ(prefix(kError, (1u << 3) | (1u << 9)), "] "); }
+TEST(LogPrefix, UnassignedMaskBitsAreIgnored) { EXPECT_EQ(prefix(kError, (1u << 3) | (1u << 9)), "] "); }
 
-TEST(LogPrefix, LeavesOutAProcessNameThatCouldNotBeFound) {
+TEST(LogPrefix, UnknownProcessNameIsOmitted) {
   PrefixValues values = sample();
   values.process_name = nullptr;
   EXPECT_EQ(prefix(kError, kProcessName | kProcessId, values), "|4321] ");
 }
 
-TEST(LogPrefix, SaysThe32BitsOfAWow64Process) {
+TEST(LogPrefix, Wow64ProcessHas32Bits) {
   PrefixValues values = sample();
   values.bitness = 32;
   EXPECT_EQ(prefix(kError, kProcessName, values), "|app|32] ");
 }
 
-TEST(LogPrefix, ASourceWithoutDirectoryStandsAsItIs) {
+TEST(LogPrefix, SourceWithoutDirectoryIsUnchanged) {
   PrefixValues values = sample();
   values.source_file = "http.h";
   EXPECT_EQ(prefix(kError, kSourceFile, values), "|http.h] ");
 }
 
-TEST(LogPrefix, NeverPassesItsArea) {
+TEST(LogPrefix, DoesNotOverflow) {
   PrefixValues values = sample();
   const std::string long_name(2000, 'x');
   values.process_name = long_name.c_str();
@@ -94,7 +94,7 @@ TEST(LogPrefix, NeverPassesItsArea) {
   EXPECT_EQ(std::strlen(area), sizeof area - 1);
 }
 
-TEST(LogCode, ItsOwnMaskHoldsWhenBit20IsSetOrTheSwitchIsOff) {
+TEST(LogCode, OwnMaskAppliesIfBit20IsSetOrTheSwitchIsOff) {
   const uint32_t with_mask = kError | 1u << 20 | kSourceLine << 21;
   EXPECT_EQ(mask_for(with_mask, 1, kMaskFromLoad), kSourceLine);
   EXPECT_EQ(mask_for(kError, 1, kMaskFromLoad), kMaskFromLoad);

@@ -32,7 +32,7 @@ struct Values {
   }
 };
 
-TEST(PathTemplate, NamesHashIntoTheirSlots) {
+TEST(PathTemplate, NamesHashToTheirSlots) {
   for (const PlaceholderSlot& row : kPlaceholders) {
     const std::string_view text = row.text;
     EXPECT_EQ(slot_of(text.substr(1, text.size() - 2)), row.slot) << text;
@@ -53,14 +53,14 @@ TEST(PathTemplate, ReplacesEveryOccurrence) {
   EXPECT_EQ(values.expand("{date}-{date}"), "20240506-20240506");
 }
 
-TEST(PathTemplate, ExpandsInSlotOrderWhateverTheTemplateOrder) {
+TEST(PathTemplate, ExpandsInSlotOrder) {
   Values values;
   values.expand("{commonappdata}{date}{time}{sys64}");
   EXPECT_THAT(values.asked, ElementsAre(Placeholder::time, Placeholder::sys64, Placeholder::date,
                                         Placeholder::commonappdata));
 }
 
-TEST(PathTemplate, AValueMayHoldALaterPlaceholderThatTheTemplateMarks) {
+TEST(PathTemplate, ValueMayContainALaterPlaceholder) {
   Values values;
   values.known[Placeholder::time] = Value::of("{date}");
   values.known[Placeholder::date] = Value::of("D");
@@ -77,7 +77,7 @@ TEST(PathTemplate, LeavesUnknownNamesAndOpenBraces) {
   EXPECT_EQ(values.expand(""), "");
 }
 
-TEST(PathTemplate, AnUnknownNameInAPlaceholdersSlotAsksForItsValueAndStays) {
+TEST(PathTemplate, UnknownNameWithAPlaceholdersHashIsKept) {
   Values values;
   values.known[Placeholder::date] = Value::of("20240506");
   EXPECT_EQ(values.expand("{Z}"), "{Z}");
@@ -95,7 +95,7 @@ TEST(PathTemplate, LeavesAPlaceholderWithoutAValueHere) {
   EXPECT_THAT(values.asked, ElementsAre(Placeholder::sys64, Placeholder::pf64));
 }
 
-TEST(PathTemplate, AMissingValueFailsAndLeavesTheResult) {
+TEST(PathTemplate, MissingValueFailsAndKeepsTheResult) {
   Values values;
   values.known[Placeholder::userdir] = Value::missing();
   std::string result = "untouched";
@@ -103,7 +103,7 @@ TEST(PathTemplate, AMissingValueFailsAndLeavesTheResult) {
   EXPECT_EQ(result, "untouched");
 }
 
-TEST(PathTemplate, ARandomPlaceholderGivesItsNumberOfCharacters) {
+TEST(PathTemplate, RandomPlaceholderHasItsLength) {
   Values values;
   EXPECT_EQ(values.expand("a{rand8}b"), "a01234567b");
   values.next_random = 61;
@@ -124,7 +124,7 @@ TEST(PathTemplate, OnlyTheFirstRandomNameIsRemembered) {
 }
 
 // "rand3" hashes to the slot of "clock", "rand2" to a slot without a placeholder.
-TEST(PathTemplate, AllRandomNamesButTheFirstMarkTheirSlots) {
+TEST(PathTemplate, LaterRandomNamesMarkTheirSlots) {
   Values values;
   values.expand("{rand3}{rand2}");
   EXPECT_THAT(values.asked, IsEmpty());
@@ -134,7 +134,7 @@ TEST(PathTemplate, AllRandomNamesButTheFirstMarkTheirSlots) {
   EXPECT_THAT(values.asked, ElementsAre(Placeholder::clock, Placeholder::clock));
 }
 
-TEST(PathTemplate, ARandomNumberThatCannotBeReadGivesNone) {
+TEST(PathTemplate, InvalidRandomLengthGivesNoCharacters) {
   Values values;
   EXPECT_EQ(values.expand("a{rand}b"), "ab");
   EXPECT_EQ(values.expand("a{xrand3}b"), "ab");
@@ -148,13 +148,13 @@ TEST(PathTemplate, ARandomTextIsAtMost255Characters) {
   EXPECT_EQ(values.expand("{rand2000000000}").size(), 255u);
 }
 
-TEST(PathTemplate, AValueIsCutAt255Bytes) {
+TEST(PathTemplate, ValueIsTruncatedAt255Bytes) {
   Values values;
   values.known[Placeholder::tmp] = Value::of(std::string(300, 'x'));
   EXPECT_EQ(values.expand("{tmp}"), std::string(255, 'x'));
 }
 
-TEST(PathTemplate, TheResultIsCutAt1023Bytes) {
+TEST(PathTemplate, ResultIsTruncatedAt1023Bytes) {
   Values values;
   values.known[Placeholder::tmp] = Value::of(std::string(255, 'x'));
   EXPECT_EQ(values.expand("{tmp}{tmp}{tmp}{tmp}{tmp}"), std::string(1023, 'x'));

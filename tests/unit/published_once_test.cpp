@@ -23,7 +23,7 @@ auto gives(int number) {
 }
 
 bool never_called(int&) {
-  ADD_FAILURE() << "worked out although it is published";
+  ADD_FAILURE() << "initialised again after publication";
   return false;
 }
 
@@ -33,20 +33,20 @@ TEST(PublishedOnce, TheFirstValueStays) {
   EXPECT_EQ(once.get(never_called), 1);
 }
 
-TEST(PublishedOnce, AValueThatCouldNotBeWorkedOutIsNotPublished) {
+TEST(PublishedOnce, FailedInitialisationIsNotPublished) {
   PublishedOnce<int> once;
   EXPECT_EQ(once.get([](int&) { return false; }), 0);
   EXPECT_EQ(once.get(gives(2)), 2);
   EXPECT_EQ(once.get(never_called), 2);
 }
 
-TEST(PublishedOnce, IsReadyBeforeTheProgramStarts) {
+TEST(PublishedOnce, IsConstantInitialised) {
   static constinit PublishedOnce<int> once;
   EXPECT_EQ(once.get(gives(1)), 1);
 }
 
 // Another thread publishes first; the slower thread keeps its own result.
-TEST(PublishedOnce, WhoIsSlowerKeepsItsOwnValue) {
+TEST(PublishedOnce, SlowerThreadKeepsItsOwnValue) {
   PublishedOnce<int> once;
   const int own = once.get([&](int& value) {
     std::thread([&] { EXPECT_EQ(once.get(gives(1)), 1); }).join();
@@ -71,7 +71,7 @@ struct Interrupted {
   }
 };
 
-TEST(PublishedOnce, NobodyReadsOrWritesAValueThatIsBeingPublished) {
+TEST(PublishedOnce, ValueBeingPublishedIsNotAccessed) {
   PublishedOnce<Interrupted> once;
   const auto gives_first = [&](Interrupted& value) {
     value.number = 1;
@@ -91,7 +91,7 @@ TEST(PublishedOnce, NobodyReadsOrWritesAValueThatIsBeingPublished) {
   EXPECT_EQ(once.get([](Interrupted&) { return false; }).number, 1);
 }
 
-TEST(PublishedOnce, ThreadsAtTheSameTimeSeeWholeValues) {
+TEST(PublishedOnce, ConcurrentThreadsSeeCompleteValues) {
   constexpr int kThreads = 8, kRounds = 100;
   using Text = std::array<char, 1024>;
   for (int round = 0; round < kRounds; ++round) {

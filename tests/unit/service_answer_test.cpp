@@ -30,7 +30,7 @@ TEST(ServiceAnswer, ReadsTheCodeAsASigned32BitConversion) {
   EXPECT_EQ(code_of(R"({"ErrorCode":""})"), 0u);
 }
 
-TEST(ServiceAnswer, ACodeThatIsNoTextIsMissing) {
+TEST(ServiceAnswer, CodeMustBeText) {
   EXPECT_EQ(code_of(R"({"ErrorCode":0})"), kNone);
   EXPECT_EQ(code_of(R"({"ErrorCode":null})"), kNone);
   EXPECT_EQ(code_of(R"({"ErrorCode":{}})"), kNone);
@@ -40,14 +40,14 @@ TEST(ServiceAnswer, ACodeThatIsNoTextIsMissing) {
   EXPECT_EQ(code_of("null"), kNone);
 }
 
-TEST(ServiceAnswer, SaysWhetherTheTextIsJson) {
+TEST(ServiceAnswer, DetectsInvalidJson) {
   EXPECT_TRUE(ServiceAnswer("{}").is_json());
   EXPECT_FALSE(ServiceAnswer("").is_json());
   EXPECT_FALSE(ServiceAnswer("{").is_json());
   EXPECT_FALSE(ServiceAnswer("<html>").is_json());
 }
 
-TEST(ServiceAnswer, GivesDefaultsForWhatIsMissing) {
+TEST(ServiceAnswer, MissingMembersHaveDefaults) {
   const ServiceAnswer answer(R"({"Result":{"Version":"1.2","Count":3,"List":["a",5]}})");
   EXPECT_STREQ(answer.result().member("version").text("0"), "1.2");
   EXPECT_STREQ(answer.result().member("Count").text("0"), "0");

@@ -34,7 +34,7 @@ TEST_F(ClientFixture, TheLibraryCallsTheStandIns) {
   EXPECT_THAT(standins.call_log(), ElementsAre("VELM_Openssl_Base64Decode"));
 }
 
-TEST(ClientLibrary, IsUnloadedAndLoadedAfresh) {
+TEST(ClientLibrary, ReloadHasFreshState) {
   const Standins standins;
   {
     ClientLibrary library;
@@ -62,7 +62,7 @@ TEST(ClientLibrary, CallsAnyOtherExport) {
   EXPECT_FALSE(library.function<int()>("no_such_function"));
 }
 
-TEST(LogReader, TakesALineApart) {
+TEST(LogReader, ParsesALine) {
   const Standins standins;
   const ClientLibrary library;
   library.SOF_GenRandom(4, nullptr);
@@ -81,7 +81,7 @@ TEST(LogReader, TakesALineApart) {
   EXPECT_THAT(LogReader::lines(), ElementsAre(entry.raw));
 }
 
-TEST(LogReader, KeepsLinesOfOtherLayoutAndForgetsOnClear) {
+TEST(LogReader, OtherLayoutsAndClear) {
   { const ClientLibrary library{Marker::kPresent}; }
   ASSERT_EQ(LogReader::files().size(), 1u);
   std::ofstream(LogReader::files()[0].c_str(), std::ios::app) << "pSetVal = 01 [1]\n[ERR|5] no prefix\n";
@@ -92,7 +92,7 @@ TEST(LogReader, KeepsLinesOfOtherLayoutAndForgetsOnClear) {
   EXPECT_THAT(LogReader::lines(), IsEmpty());
 }
 
-TEST(MarkerPath, IsThereAsLongAsAsked) {
+TEST(MarkerPath, ExistsForTheLifetimeOfItsObject) {
   constexpr wchar_t kPath[] = L"c:\\velm_log";
   {
     const MarkerPath marker(Marker::kPresent);

@@ -50,7 +50,7 @@ TEST(GuardedMemory, TheByteAfterTheLastFaults) {
   }
 }
 
-TEST(GuardedMemory, TellsWhatWasWritten) {
+TEST(GuardedMemory, ReportsWrites) {
   GuardedBuffer buffer(4);
   EXPECT_TRUE(buffer.untouched());
   buffer.data()[1] = 0;
@@ -61,13 +61,13 @@ TEST(GuardedMemory, TellsWhatWasWritten) {
   EXPECT_EQ(buffer.bytes(2), std::string("\xAA\0", 2));
 }
 
-TEST(GuardedMemory, SeesAWriteBeforeTheBuffer) {
+TEST(GuardedMemory, ReportsAWriteBeforeTheBuffer) {
   GuardedBuffer buffer(4);
   *(buffer.data() - 1) = 0;
   EXPECT_FALSE(buffer.untouched());
 }
 
-TEST(GuardedMemory, HoldsInputs) {
+TEST(GuardedMemory, GuardsInputs) {
   GuardedText text("four");
   EXPECT_STREQ(text, "four");
   GuardedBytes bytes(std::string("a\0b", 3));
@@ -79,7 +79,7 @@ TEST(GuardedMemory, HoldsInputs) {
 // Not inlined: within one function the compiler treats an import as a constant.
 [[gnu::noinline]] DWORD process_id() { return GetCurrentProcessId(); }
 
-TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
+TEST(ImportPatch, ReplacesAndRestoresAFunctionOfOneModule) {
   const HMODULE program = GetModuleHandleW(nullptr);
   const DWORD before = process_id();
   {
@@ -91,7 +91,7 @@ TEST(ImportPatch, ReplacesAFunctionForOneModuleAndPutsItBack) {
   EXPECT_EQ(process_id(), before);
 }
 
-TEST(ImportPatch, RefusesWhatIsNotImported) {
+TEST(ImportPatch, RefusesAFunctionThatIsNotImported) {
   const HMODULE program = GetModuleHandleW(nullptr);
   EXPECT_FALSE(ImportPatch::is_imported(program, "kernel32.dll", "NoSuchFunction"));
   EXPECT_FALSE(ImportPatch::is_imported(program, "nosuch.dll", "GetCurrentProcessId"));
@@ -100,7 +100,7 @@ TEST(ImportPatch, RefusesWhatIsNotImported) {
                std::runtime_error);
 }
 
-TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
+TEST(ImportPatch, SimulatesAFailingSystemCall) {
   const Standins standins;
   const ClientLibrary library;
   const ImportPatch patch(
@@ -113,7 +113,7 @@ TEST(ImportPatch, MakesTheLibrarySeeAFailingSystem) {
 }
 
 // An object with one member takes two nodes of 64 bytes, a name and a text.
-TEST(AllocationFaults, CountsWhatIsAllocatedAndFreed) {
+TEST(AllocationFaults, CountsAllocationsAndFrees) {
   const Standins standins;
   const ClientLibrary library;
   const auto parse = library.function<void*(const char*)>("cJSON_Parse");
@@ -134,7 +134,7 @@ TEST(AllocationFaults, CountsWhatIsAllocatedAndFreed) {
   EXPECT_EQ(memory.peak_bytes(), 0u);
 }
 
-TEST(AllocationFaults, EachAllocationInTurnFailsOnce) {
+TEST(AllocationFaults, FailsEachAllocationOnce) {
   const Standins standins;
   const ClientLibrary library;
   const auto parse = library.function<void*(const char*)>("cJSON_Parse");
@@ -155,7 +155,7 @@ TEST(AllocationFaults, EachAllocationInTurnFailsOnce) {
   EXPECT_GE(failures, 3u);
 }
 
-TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
+TEST(AllocationFaults, CountsOperatorNewOfTheLibrary) {
   const Standins standins;
   const ClientLibrary library;
   settle_memory(library);
@@ -166,7 +166,7 @@ TEST(AllocationFaults, OperatorNewOfTheLibraryIsWatched) {
   EXPECT_EQ(memory.outstanding(), 0u);
 }
 
-TEST(HandleCount, CountsEachHandleThatIsOpen) {
+TEST(HandleCount, CountsEachOpenHandle) {
   const size_t before = open_handles();
   EXPECT_GT(before, 0u);
   HANDLE events[3];

@@ -70,7 +70,7 @@ std::string exchange(const std::string& body) {
 
 std::string body_of(const std::string& answer) { return answer.substr(answer.find("\r\n\r\n") + 4); }
 
-TEST(ServiceDouble, KeepsTheRequestAsItCame) {
+TEST(ServiceDouble, RecordsTheRequestUnchanged) {
   ServiceDouble service;
   service.answers(json("{}"));
   exchange(std::string("a\0b", 3));
@@ -86,7 +86,7 @@ TEST(ServiceDouble, KeepsTheRequestAsItCame) {
   EXPECT_EQ(request.body, std::string("a\0b", 3));
 }
 
-TEST(ServiceDouble, PlaysEachAnswerOnceInOrderAndThenRefuses) {
+TEST(ServiceDouble, PlaysEachAnswerOnceInOrder) {
   ServiceDouble service;
   service.answers(json("first"), frame(0x0B000403, "ab"), frame_code(7));
   const std::string first = exchange("1");
@@ -106,7 +106,7 @@ TEST(ServiceDouble, PlaysEachAnswerOnceInOrderAndThenRefuses) {
   EXPECT_EQ(service.requests()[3].body, "4");
 }
 
-TEST(ServiceDouble, AsksTheResponderWhenTheQueueIsEmpty) {
+TEST(ServiceDouble, CallsTheResponderWhenTheQueueIsEmpty) {
   ServiceDouble service;
   service.answers(json("queued"));
   service.responds([](const Request& request) { return json("to " + request.body); });
@@ -124,14 +124,14 @@ TEST(ServiceDouble, SendsChunks) {
   EXPECT_EQ(body_of(exchange("")), "7\r\nabcdefg\r\nno length\r\nhij\r\n0\r\n\r\n");
 }
 
-TEST(ServiceDouble, AnnouncesAnotherLengthAndCuts) {
+TEST(ServiceDouble, SendsWrongLengthsAndTruncatedBodies) {
   ServiceDouble service;
   service.answers(json("abcdef").announcing(9), json("abcdef").cut_after(4));
   EXPECT_THAT(exchange(""), EndsWith("Content-Length: 9\r\n\r\nabcdef"));
   EXPECT_THAT(exchange(""), EndsWith("Content-Length: 6\r\n\r\nabcd"));
 }
 
-TEST(ServiceDouble, SaysAnyStatusAndHeader) {
+TEST(ServiceDouble, SendsAnyStatusAndHeader) {
   ServiceDouble service;
   service.answers(json("x").status(404, "Not Found").header("X-More", "yes"), Answer::redirect("/elsewhere"),
                   json("late").with_continue(), Answer::raw("no http"));
@@ -158,7 +158,7 @@ TEST(ServiceDouble, ClosesWithoutAnAnswerOrWithAReset) {
   }
 }
 
-TEST(ServiceDouble, TakesItsTime) {
+TEST(ServiceDouble, DelaysAnswers) {
   ServiceDouble service;
   service.answers(json("x").after(150ms), json("x").split(4, 50ms), json("x").slowly(1ms));
   for (int i = 0; i < 3; ++i) {
@@ -187,7 +187,7 @@ TEST(ServiceDouble, ServesSixteenClientsAtOnce) {
   EXPECT_EQ(service.connections(), kClients);
 }
 
-TEST(ServiceDouble, KeepsNoHandleOfAClientThatWasServed) {
+TEST(ServiceDouble, LeaksNoHandleOfAServedClient) {
   ServiceDouble service;
   service.responds([](const Request&) { return json("x"); });
   const auto serve = [](int clients) {
@@ -199,7 +199,7 @@ TEST(ServiceDouble, KeepsNoHandleOfAClientThatWasServed) {
   EXPECT_NEAR(static_cast<double>(open_handles()), static_cast<double>(before), 6);
 }
 
-TEST(ServiceDouble, EndsWhileAClientIsServedAndFreesThePort) {
+TEST(ServiceDouble, StopsWhileServingAndFreesThePort) {
   const auto start = std::chrono::steady_clock::now();
   for (int i = 0; i < 20; ++i) {
     ServiceDouble service;

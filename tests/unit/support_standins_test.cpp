@@ -35,7 +35,7 @@ TEST(Standins, AnUnscriptedFunctionReturnsZeroAndIsLogged) {
   EXPECT_THAT(standins.call_log("SAF_"), ElementsAre("SAF_Ext_EnumDevice"));
 }
 
-TEST(Standins, EveryArgumentArrives) {
+TEST(Standins, EveryArgumentIsPassed) {
   const Standins standins;
   STANDIN(SAF_Hash).returns(0x02000302);
   uint8_t hash[32];
@@ -54,7 +54,7 @@ TEST(Standins, EveryArgumentArrives) {
   EXPECT_EQ(output_length, &hash_length);
 }
 
-TEST(Standins, AScriptSeesWhatPointersHoldAndWritesOutputs) {
+TEST(Standins, ScriptReadsInputsAndWritesOutputs) {
   const Standins standins;
   std::string container;
   STANDIN(SAF_Ext_EnumFile).plays([&](void*, const char* name, char* names, uint32_t* length) {
@@ -84,7 +84,7 @@ TEST(Standins, ResultsInTurn) {
   EXPECT_EQ(finalize(nullptr), 6u);
 }
 
-TEST(Standins, ScriptsAndCallsAreForgottenBetweenTests) {
+TEST(Standins, ScriptsAndCallsAreClearedBetweenTests) {
   {
     const Standins standins;
     STANDIN(SAF_Finalize).returns(9);
@@ -101,7 +101,7 @@ TEST(Standins, ScriptsAndCallsAreForgottenBetweenTests) {
 
 class Base64Vector : public testing::TestWithParam<std::tuple<const char*, const char*>> {};
 
-TEST_P(Base64Vector, IsTheDefaultOfTheCryptoModuleAndOfTheProvider) {
+TEST_P(Base64Vector, IsCodedByDefault) {
   const Standins standins;
   const auto& [plain_text, encoded_text] = GetParam();
   const std::string plain = plain_text, encoded = encoded_text;
@@ -126,7 +126,7 @@ INSTANTIATE_TEST_SUITE_P(Standins, Base64Vector,
                                          std::tuple("foob", "Zm9vYg=="), std::tuple("fooba", "Zm9vYmE="),
                                          std::tuple("foobar", "Zm9vYmFy")));
 
-TEST(Standins, WhatIsNoBase64IsRefused) {
+TEST(Standins, InvalidBase64IsRefused) {
   const Standins standins;
   for (const char* wrong : {"A", "AB", "ABC", "AB*=", "A===", "=AAA", "AA=A", "AAAA\n"}) {
     uint32_t length = 77;

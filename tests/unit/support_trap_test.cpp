@@ -18,7 +18,7 @@ const ChildProcess adds_its_arguments("adds its arguments", [](const Arguments& 
   return sum > 0 ? 0 : 1;
 });
 
-TEST(UndefinedBehaviour, EndsAProgramWithAnIllegalInstruction) {
+TEST(UndefinedBehaviour, TerminatesWithAnIllegalInstruction) {
   EXPECT_EQ(run_child("adds its arguments").exit_code, 0u);
   EXPECT_EQ(run_child("adds its arguments", {"one too many"}).exit_code, kIllegalInstruction);
 }

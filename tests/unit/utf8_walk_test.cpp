@@ -29,7 +29,7 @@ struct Row {
   bool utf8;
 };
 
-TEST(Utf8Walk, JudgesEachForm) {
+TEST(Utf8Walk, ClassifiesEachForm) {
   const Row rows[] = {
       {"nothing", "", true},
       {"ASCII", "C:\\data\\file.txt", true},
@@ -55,17 +55,17 @@ TEST(Utf8Walk, JudgesEachForm) {
   for (const Row& row : rows) EXPECT_EQ(is_utf8(row.text), row.utf8) << row.what;
 }
 
-TEST(Utf8Walk, AcceptsACharacterThatTheEndCutsOff) {
+TEST(Utf8Walk, AcceptsATruncatedLastCharacter) {
   for (const std::string& cut : {bytes({0xC3}), bytes({0xE6}), bytes({0xE6, 0x96}), bytes({0xF0}),
                                  bytes({0xF0, 0x80}), bytes({0xF0, 0x80, 0x80})}) {
     EXPECT_TRUE(is_utf8(cut)) << cut.size();
     EXPECT_TRUE(is_utf8("text" + cut)) << cut.size();
   }
-  EXPECT_TRUE(is_utf8(bytes({0xE6, 0x41}))) << "what is left of it is not looked at";
+  EXPECT_TRUE(is_utf8(bytes({0xE6, 0x41}))) << "the rest of a truncated character is not checked";
   EXPECT_TRUE(is_utf8(bytes({0xF0, 0x41, 0x41})));
 }
 
-TEST(Utf8Walk, NoTwoByteSequenceIsUtf8) {
+TEST(Utf8Walk, RejectsTwoByteSequences) {
   for (int lead = 0xC0; lead <= 0xDF; ++lead) {
     for (int trail = 0x80; trail <= 0xBF; ++trail) EXPECT_FALSE(is_utf8(bytes({lead, trail})));
   }

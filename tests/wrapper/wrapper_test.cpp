@@ -41,7 +41,7 @@ std::string text_of(const sof::Bytes& bytes) { return {bytes.begin(), bytes.end(
 TEST(Failure, NamesFunctionCodeAndText) {
   try {
     (void)sof::Container("nobody").login(kPin);
-    FAIL() << "nobody is logged in";
+    FAIL() << "the login must fail";
   } catch (const sof::Error& error) {
     EXPECT_STREQ(error.function(), "SOF_Login");
     EXPECT_EQ(error.code(), SOR_CONTAINERNOTFOUNDERR);
@@ -66,7 +66,7 @@ TEST(Environment, TheUserListIsReadInItsCodePage) {
   EXPECT_EQ(sof::detail::utf8_from_gbk("\xC8\xDD\xC6\xF7"), "容器");
 }
 
-TEST(ByteView, RefusesWhatALengthCannotTell) {
+TEST(ByteView, RefusesSizesAbove32Bits) {
   const char byte = 0;
   EXPECT_EQ(sof::ByteView(&byte, UINT32_MAX).size(), UINT32_MAX);
   EXPECT_THROW(sof::ByteView(&byte, size_t{1} << 32).size(), std::length_error);
@@ -114,7 +114,7 @@ class EveryKey : public testing::TestWithParam<const char*> {
 INSTANTIATE_TEST_SUITE_P(All, EveryKey, testing::Values("SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST_P(EveryKey, CertificatesTellWhoseTheyAre) {
+TEST_P(EveryKey, CertificatesNameTheirOwner) {
   for (const sof::Certificate& each : {certificate, container.exchange_certificate()}) {
     EXPECT_EQ(each.item(0x31), container.name());
     EXPECT_EQ(each.item("2.5.4.3"), container.name());
@@ -166,7 +166,7 @@ TEST_P(EveryKey, EncryptsFiles) {
   for (const char* path : {kFile, kEnvelope, kOpened}) std::remove(path);
 }
 
-TEST(Certificates, TellTheirKeyAndWhyTheyAreInvalid) {
+TEST(Certificates, ReportKeyAndReasonForInvalidity) {
   const sof::Certificate sm2 = sof::Container("SM2_DEMO").signing_certificate();
   EXPECT_EQ(sm2.key(), sof::Certificate::Key::sm2);
   EXPECT_EQ(sof::Container("RSA_2048_DEMO").signing_certificate().key(), sof::Certificate::Key::rsa_2048);
@@ -174,7 +174,7 @@ TEST(Certificates, TellTheirKeyAndWhyTheyAreInvalid) {
   EXPECT_EQ(code_of([&] { expired.validate(); }), SOR_CERTHASEXPIREDERR);
 }
 
-TEST(SignedFiles, AreMessagesWithOrWithoutTheirContent) {
+TEST(SignedFiles, AttachedAndDetached) {
   const sof::Container container("SM2_SCAN_CONTAINER_DEMO");
   const sof::Login login = container.login(kPin);
   write(kFile, "a file");
@@ -186,11 +186,11 @@ TEST(SignedFiles, AreMessagesWithOrWithoutTheirContent) {
 }
 
 // Sic: with a name that selects no digest the C function succeeds without a signature.
-TEST(SignedFiles, NothingIsNoSignature) {
+TEST(SignedFiles, EmptySignatureIsAnError) {
   EXPECT_EQ(code_of([] { sof::Container("NO_DIGEST").sign_file("any"); }), SOR_UNKNOWNERR);
 }
 
-TEST(TimeStamps, TellWhenTheDataWasThere) {
+TEST(TimeStamps, ProveTheTimeOfTheData) {
   constexpr uint32_t kCertificateLabel = 7;
   const sof::Bytes authority =
       sof::Container("SM2_DEMO").label("TIME_STAMP_AUTHORITY_SM2", kCertificateLabel);

@@ -22,7 +22,7 @@ TEST(Encoding, ConvertsUtf8) {
   EXPECT_EQ(length, kNeeded - 1);
 }
 
-TEST(Encoding, LeavesAsciiAsItIs) {
+TEST(Encoding, AsciiIsUnchanged) {
   char text[64];
   uint64_t length = sizeof text;
   EXPECT_EQ(xencoding_utf8_to_gbk("C:\\file.txt", text, &length), 0);
@@ -38,7 +38,7 @@ TEST(Encoding, ConvertsTheEmptyText) {
   EXPECT_EQ(length, 0u);
 }
 
-TEST(Encoding, TellsTheNeededLengthWithItsTerminator) {
+TEST(Encoding, ReportsTheNeededLengthWithTerminator) {
   for (uint64_t before : {uint64_t{0}, uint64_t{3}, uint64_t{1} << 40}) {
     uint64_t length = before;
     EXPECT_EQ(xencoding_utf8_to_gbk(kChinese, nullptr, &length), 0);
@@ -46,7 +46,7 @@ TEST(Encoding, TellsTheNeededLengthWithItsTerminator) {
   }
 }
 
-TEST(Encoding, TakesExactlyTheNeededCapacity) {
+TEST(Encoding, AcceptsExactlyTheNeededCapacity) {
   char text[kNeeded + 1];
   std::memset(text, 0x55, sizeof text);
   uint64_t length = kNeeded;
@@ -75,12 +75,12 @@ TEST(Encoding, RefusesNullArguments) {
   EXPECT_EQ(xencoding_utf8_to_gbk("a", text, nullptr), -6);
 }
 
-TEST(Encoding, TakesGb18030WhereTheSystemHasIt) {
+TEST(Encoding, UsesGb18030IfAvailable) {
   EXPECT_EQ(local_code_page(true), 54936u);
   EXPECT_EQ(local_code_page(false), 936u);
 }
 
-TEST(Encoding, ConvertsToTheCodePageThatWasChosen) {
+TEST(Encoding, ConvertsToTheChosenCodePage) {
   char text[64];
   uint64_t length = sizeof text;
   const int32_t result = utf8_to_code_page(local_code_page(true), kChinese, text, &length);
@@ -93,7 +93,7 @@ TEST(Encoding, ConvertsToTheCodePageThatWasChosen) {
   }
 }
 
-TEST(Encoding, ACodePageThatCannotBeUsedIsAFailureAndLeavesTheLength) {
+TEST(Encoding, UnusableCodePageFailsAndKeepsTheLength) {
   constexpr UINT kNoCodePage = 60001;
   char text[64];
   uint64_t length = sizeof text;
@@ -103,7 +103,7 @@ TEST(Encoding, ACodePageThatCannotBeUsedIsAFailureAndLeavesTheLength) {
   EXPECT_EQ(length, sizeof text);
 }
 
-TEST(Encoding, GivesAString) {
+TEST(Encoding, ReturnsAString) {
   EXPECT_EQ(xencoding_utf8_to_gbk_string(kChinese), kChineseInGbk);
   EXPECT_EQ(xencoding_utf8_to_gbk_string(""), "");
   EXPECT_EQ(xencoding_utf8_to_gbk_string(nullptr), "");
@@ -121,7 +121,7 @@ int WINAPI fail_one_conversion(UINT page, DWORD flags, LPCWCH text, int length, 
   return convert_text(page, flags, text, length, result, capacity, substitute, substituted);
 }
 
-TEST(Encoding, GivesNoStringWhenAConversionFails) {
+TEST(Encoding, ReturnsNoStringWhenAConversionFails) {
   const auto convert = [](int failing) {
     conversions = 0;
     failing_conversion = failing;

@@ -83,7 +83,7 @@ TEST_F(File, ANullBlockIsNotWritten) {
   EXPECT_EQ(content(), "kept");
 }
 
-TEST_F(File, TheLengthMayBeLeftOut) {
+TEST_F(File, LengthIsOptional) {
   write("abc");
   char bytes[3];
   EXPECT_EQ(xfile_read_bin(path, bytes, sizeof bytes, nullptr), 0);
@@ -107,7 +107,7 @@ size_t __cdecl refuse_write(const void*, size_t, size_t, FILE*) {
   return 0;
 }
 
-TEST_F(File, AWriteThatFallsShortIsNotNoticed) {
+TEST_F(File, ShortWriteIsNotReported) {
   write("replaced");
   {
     const test::ImportPatch guard(GetModuleHandleW(nullptr), "msvcrt.dll", "fwrite", refuse_write);

@@ -98,7 +98,7 @@ TEST_F(Http, WithoutTypeAndCharacterSetThereIsNoHeader) {
   EXPECT_EQ(seen.port, 80);
 }
 
-TEST_F(Http, EachPartOfTheHeaderStandsAlone) {
+TEST_F(Http, HeaderPartsAreIndependent) {
   xhttp::xhttp_request_w(L"h", "", 0, L"a/b", nullptr, nullptr, nullptr, nullptr, &length_);
   EXPECT_EQ(seen.headers, L"Content-Type:a/b;");
   xhttp::xhttp_request_w(L"h", "", 0, nullptr, nullptr, L"UTF-8", L"agent", nullptr, &length_);
@@ -106,7 +106,7 @@ TEST_F(Http, EachPartOfTheHeaderStandsAlone) {
   EXPECT_EQ(seen.agent, L"agent");
 }
 
-TEST_F(Http, APostHasTheCharacterSetAndTheTypeWhenThereIsOne) {
+TEST_F(Http, PostHasCharacterSetAndOptionalType) {
   EXPECT_EQ(xhttp::post("http://127.0.0.1:55661", "x", 1, "application/octet-stream", nullptr, &length_),
             -10);
   EXPECT_EQ(seen.headers, L"Content-Type:application/octet-stream;charset=UTF-8;");
@@ -117,19 +117,19 @@ TEST_F(Http, APostHasTheCharacterSetAndTheTypeWhenThereIsOne) {
   EXPECT_EQ(seen.headers, L"charset=UTF-8;");
 }
 
-TEST_F(Http, AProxyIsNamedAndBypassedLocally) {
+TEST_F(Http, ProxyIsBypassedLocally) {
   xhttp::xhttp_request_w(L"h", "", 0, nullptr, L"proxy:8080", nullptr, nullptr, nullptr, &length_);
   EXPECT_EQ(seen.proxy, L"proxy:8080");
   EXPECT_EQ(seen.bypass, L"<local>");
 }
 
-TEST_F(Http, AProxyThatIsRefusedFails) {
+TEST_F(Http, RefusedProxyFails) {
   seen.refuse_proxy = true;
   EXPECT_EQ(xhttp::xhttp_request_w(L"h", "", 0, nullptr, L"proxy", nullptr, nullptr, nullptr, &length_), -1);
   EXPECT_EQ(log_text(), "] xhttp_request_w->WinHttpSetOption[WINHTTP_OPTION_PROXY] 87\r\n");
 }
 
-TEST_F(Http, TextsAreWidenedUpToTheirLimitsAndNotBeyond) {
+TEST_F(Http, TextsAboveTheirLimitsAreRefused) {
   const std::string longest_url(1023, 'u'), longest_type(127, 't');
   EXPECT_EQ(xhttp::post(longest_url.c_str(), "", 0, longest_type.c_str(), nullptr, &length_), -10);
   EXPECT_EQ(seen.host, std::wstring(1023, L'u'));
@@ -141,7 +141,7 @@ TEST_F(Http, TextsAreWidenedUpToTheirLimitsAndNotBeyond) {
 
 constexpr char kBeyondAscii[] = "http://h\x80/";
 
-TEST_F(Http, ATextBeyondAsciiIsWidenedInTheUsersLocale) {
+TEST_F(Http, NonAsciiTextIsConvertedInTheUserLocale) {
   EXPECT_EQ(xhttp::post(kBeyondAscii, "", 0, nullptr, nullptr, &length_), -10);
   wchar_t host[8] = {};
   ASSERT_NE(MultiByteToWideChar(CP_ACP, 0, "h\x80", -1, host, 8), 0);
@@ -151,7 +151,7 @@ TEST_F(Http, ATextBeyondAsciiIsWidenedInTheUsersLocale) {
 
 size_t WINAPIV cannot_widen(wchar_t*, const char*, size_t) { return static_cast<size_t>(-1); }
 
-TEST_F(Http, ATextThatCannotBeWidenedFailsTheCallWithoutALine) {
+TEST_F(Http, UnconvertibleTextFailsWithoutALogLine) {
   const test::ImportPatch widen(self, "msvcrt.dll", "mbstowcs", cannot_widen);
   EXPECT_EQ(xhttp::post(kBeyondAscii, "", 0, nullptr, nullptr, &length_), -1);
   EXPECT_EQ(seen.host, L"");

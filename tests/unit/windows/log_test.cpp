@@ -77,7 +77,7 @@ TEST_F(Log, ALineBelowTheThresholdIsNotWritten) {
   EXPECT_THAT(content(), HasSubstr("yes"));
 }
 
-TEST_F(Log, TheThresholdOfTheConfigurationHolds) {
+TEST_F(Log, ConfiguredThresholdApplies) {
   log::configuration.threshold = 0;
   log::write(unit, log::kVerbose, 1, "verbose\n");
   EXPECT_THAT(content(), AllOf(StartsWith("[VER|"), EndsWith("verbose\r\n")));
@@ -130,7 +130,7 @@ CHILD_PROCESS(logs_without_its_name) {
   return 0;
 }
 
-TEST_F(Log, AProcessNameThatCannotBeFoundIsLeftOutUntilItCan) {
+TEST_F(Log, UnknownProcessNameIsOmittedAndRetried) {
   for (const char* failing : {"OpenProcess", "K32GetModuleBaseNameA"}) {
     SCOPED_TRACE(failing);
     std::remove(path_.c_str());
@@ -154,7 +154,7 @@ std::string clock_text() {
   return text;
 }
 
-TEST_F(Log, TheTimeIsTheLocalClocks) {
+TEST_F(Log, TimeIsLocal) {
   const test::EightHoursEast zone;
   log::configuration.field_mask = log::kDateTimeMilliseconds;
   const std::string before = clock_text();
@@ -164,7 +164,7 @@ TEST_F(Log, TheTimeIsTheLocalClocks) {
   EXPECT_LE(content(), after);
 }
 
-TEST_F(Log, AMessageIsCutAt4095Characters) {
+TEST_F(Log, MessageIsTruncatedAt4095Characters) {
   log::configuration.field_mask = 0;
   log::write(unit, log::kError, 1, "%s\n", std::string(5000, 'x').c_str());
   EXPECT_EQ(content(), "] " + std::string(4095, 'x'));
@@ -173,7 +173,7 @@ TEST_F(Log, AMessageIsCutAt4095Characters) {
   EXPECT_EQ(content(), "] " + std::string(4095, 'y'));
 }
 
-TEST_F(Log, AWideMessageIsWrittenNarrowAndCutLikewise) {
+TEST_F(Log, WideMessageIsConvertedAndTruncated) {
   log::configuration.field_mask = log::kLevelTag;
   log::write_wide(unit, log::kError, 1, L"wide [%s] %u\n", L"text", 7u);
   EXPECT_EQ(content(), "[ERR] wide [text] 7\r\n");
@@ -237,7 +237,7 @@ TEST_F(Log, AnEarlierHistoryIsReplaced) {
   EXPECT_EQ(content(history()), "] two\r\n");
 }
 
-TEST_F(Log, AFileOfExactlyTheLimitStays) {
+TEST_F(Log, FileOfExactlyTheLimitIsKept) {
   log::configuration.field_mask = 0;
   log::configuration.size_limit = 9;
   log::write(unit, log::kError, 1, "12345\n");
@@ -293,7 +293,7 @@ void write_from_many_threads() {
   for (auto& thread : threads) thread.join();
 }
 
-TEST_F(Log, WithTheLockSwitchEveryLineOfManyThreadsIsThereOnceAndWhole) {
+TEST_F(Log, WithLockThreadsWriteCompleteLines) {
   log::configuration.lock = 1;
   log::configuration.field_mask = 0;
   static void(WINAPI * release)(PSRWLOCK);
@@ -324,12 +324,12 @@ TEST_F(Log, WithTheLockSwitchEveryLineOfManyThreadsIsThereOnceAndWhole) {
   EXPECT_TRUE(written == expected) << written.size() << " lines of " << expected.size();
 }
 
-TEST_F(Log, WithoutTheLockManyThreadsNeitherFailNorBlock) {
+TEST_F(Log, WithoutLockThreadsNeitherFailNorBlock) {
   write_from_many_threads();
   EXPECT_THAT(content(), HasSubstr("] 0.0"));
 }
 
-TEST_F(Log, TheExpandedPathIsKeptByEachUnit) {
+TEST_F(Log, ExpandedPathIsCachedPerTranslationUnit) {
   log::configuration.file_path[0] = '\0';
   static constinit log::Unit kept{"kept"};
   const std::string first = kept.file_path().data();
@@ -344,7 +344,7 @@ BOOL WINAPI give_special_folder(HWND, LPSTR folder, int, BOOL) {
   return !special_folder.empty();
 }
 
-TEST_F(Log, APathThatCannotBeExpandedLosesTheLineAndIsTriedAgain) {
+TEST_F(Log, FailedPathExpansionIsRetried) {
   log::Unit homeless{"homeless"};
   const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", give_special_folder);
   log::configuration.field_mask = 0;

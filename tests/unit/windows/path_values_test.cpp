@@ -120,7 +120,7 @@ __time64_t __cdecl fixed_time(__time64_t* result) {
   return kThen;
 }
 
-TEST(PathValues, DateAndTimeAreTheLocalClocks) {
+TEST(PathValues, DateAndTimeAreLocal) {
   const test::EightHoursEast zone;
   const auto guard = patch("msvcrt.dll", "_time64", fixed_time);
   EXPECT_EQ(expanded("{date}"), "20240506");
@@ -156,12 +156,12 @@ TEST(PathValues, AFailingSystemCallFails) {
   EXPECT_EQ(result, "untouched");
 }
 
-TEST(PathValues, AFolderWithoutLocalLeavesLocalLow) {
+TEST(PathValues, FolderWithoutLocalIsKeptForLocalLow) {
   const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", folder_without_local);
   EXPECT_EQ(expanded("{locallow}"), "{locallow}");
 }
 
-TEST(PathValues, LocalLowReplacesTheFirstLocalAndAllBehindIt) {
+TEST(PathValues, LocalLowReplacesTheFirstLocalAndTheRest) {
   const auto guard = patch("SHELL32.dll", "SHGetSpecialFolderPathA", folder_with_two_locals);
   EXPECT_EQ(expanded("{locallow}"), "C:\\LocalLow");
 }
@@ -172,7 +172,7 @@ TEST(Wow64, ThisProcessIsNative) {
   EXPECT_EQ(wow64_state, kNative);
 }
 
-TEST(Wow64, AHandleThatIsNoneFailsAndLeavesTheState) {
+TEST(Wow64, InvalidHandleFailsAndKeepsTheState) {
   wow64_state = kWow64Unknown;
   EXPECT_EQ(determine_wow64_state(reinterpret_cast<HANDLE>(uintptr_t{0xDEAD0})), -1);
   EXPECT_EQ(wow64_state, kWow64Unknown);
@@ -180,7 +180,7 @@ TEST(Wow64, AHandleThatIsNoneFailsAndLeavesTheState) {
 
 FARPROC WINAPI no_function(HMODULE, LPCSTR) { return nullptr; }
 
-TEST(Wow64, ASystemWithoutTheFunctionsFailsAndLeavesTheState) {
+TEST(Wow64, MissingFunctionsFailAndKeepTheState) {
   wow64_state = kWow64Unknown;
   const auto guard = patch("KERNEL32.dll", "GetProcAddress", no_function);
   EXPECT_EQ(determine_wow64_state(nullptr), -1);
@@ -214,7 +214,7 @@ FARPROC WINAPI the_newer_function(HMODULE, LPCSTR name) {
   return std::strcmp(name, "IsWow64Process2") == 0 ? as_procedure(says_32_bit_process) : nullptr;
 }
 
-TEST(Wow64, EitherFunctionTellsA32BitProcess) {
+TEST(Wow64, EitherFunctionDetectsA32BitProcess) {
   for (auto* lookup : {only_the_older_function<says_wow64>, the_newer_function}) {
     wow64_state = kWow64Unknown;
     const auto guard = patch("KERNEL32.dll", "GetProcAddress", lookup);
@@ -224,14 +224,14 @@ TEST(Wow64, EitherFunctionTellsA32BitProcess) {
   wow64_state = kWow64Unknown;
 }
 
-TEST(Wow64, TheOlderFunctionTellsANativeProcessToo) {
+TEST(Wow64, OlderFunctionDetectsANativeProcess) {
   wow64_state = kWow64Unknown;
   const auto guard = patch("KERNEL32.dll", "GetProcAddress", only_the_older_function<says_native>);
   EXPECT_EQ(determine_wow64_state(nullptr), 0);
   EXPECT_EQ(wow64_state, kNative);
 }
 
-TEST(Wow64, AFailureOfTheOlderFunctionLeavesTheState) {
+TEST(Wow64, FailureOfTheOlderFunctionKeepsTheState) {
   const auto guard = patch("KERNEL32.dll", "GetProcAddress", only_the_older_function<says_nothing>);
   for (const Wow64State before : {kWow64Unknown, kWow64}) {
     wow64_state = before;

@@ -73,7 +73,7 @@ TEST_F(UserCertificates, TheFirstMatchWins) {
   EXPECT_EQ(find("key2"), "second");
 }
 
-TEST_F(UserCertificates, OnlySigningCertificatesThatAreNotEmptyCount) {
+TEST_F(UserCertificates, OnlyNonEmptySigningCertificatesMatch) {
   add(key, first, 1);
   add(key, first, 3);
   add(key, empty);
@@ -82,7 +82,7 @@ TEST_F(UserCertificates, OnlySigningCertificatesThatAreNotEmptyCount) {
   EXPECT_EQ(find("key"), "second");
 }
 
-TEST_F(UserCertificates, ACertificateThatDoesNotFitIsNone) {
+TEST_F(UserCertificates, CertificateThatDoesNotFitIsNotFound) {
   const std::string fitting(4096, 'f'), too_long(4097, 't');
   add(key1, too_long);
   EXPECT_EQ(find("key1"), "");
@@ -90,7 +90,7 @@ TEST_F(UserCertificates, ACertificateThatDoesNotFitIsNone) {
   EXPECT_EQ(find("key1"), fitting);
 }
 
-TEST_F(UserCertificates, AllEntriesAreLookedAtAndNoneBeyond) {
+TEST_F(UserCertificates, AllEntriesAreSearchedAndNoMore) {
   for (uint32_t i = 0; i < 63; ++i) add(key1, first);
   add(key, second);
   velm::g_userCertTable.count = 1000;
@@ -98,7 +98,7 @@ TEST_F(UserCertificates, AllEntriesAreLookedAtAndNoneBeyond) {
   EXPECT_EQ(find("kex"), "");
 }
 
-TEST(ProviderMemory, GrowsTheLengthThatTheNextCallIsTold) {
+TEST(ProviderMemory, IncreasesTheCapacityForTheNextCall) {
   uint32_t length = 100;
   void* memory = velm::SI_Malloc(length);
   ASSERT_NE(memory, nullptr);
@@ -107,7 +107,7 @@ TEST(ProviderMemory, GrowsTheLengthThatTheNextCallIsTold) {
   std::free(memory);
 }
 
-TEST(ProviderMemory, ALengthThatPasses32BitsIsNotToBeHad) {
+TEST(ProviderMemory, LengthAbove32BitsIsRefused) {
   uint32_t length = 0xFFFFFFFF - 2047;
   EXPECT_EQ(velm::SI_Malloc(length), nullptr);
 }
