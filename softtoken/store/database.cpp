@@ -35,7 +35,6 @@ Database::Database(const std::filesystem::path& file, bool create) {
   // Before any data is written. SQLite gives the WAL files the permissions of the database file.
   if (made) std::filesystem::permissions(file, kForItsUser);
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
-  execute("PRAGMA journal_mode=WAL");
   execute("PRAGMA synchronous=FULL");
   execute("PRAGMA foreign_keys=ON");
   execute("PRAGMA secure_delete=ON");

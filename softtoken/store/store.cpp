@@ -39,6 +39,8 @@ CREATE TABLE revoked(issuer BLOB NOT NULL, serial BLOB NOT NULL, PRIMARY KEY(iss
 PRAGMA user_version=1;
 )";
 
+bool is_empty(Database& database) { return !Statement(database, "SELECT 1 FROM sqlite_schema").step(); }
+
 Bytes issuer_of(const X509* certificate) {
   return der_of<const X509_NAME>(i2d_X509_NAME, X509_get_issuer_name(certificate));
 }
@@ -46,7 +48,9 @@ Bytes issuer_of(const X509* certificate) {
 }  // namespace
 
 bool Store::exists(const std::filesystem::path& file) {
-  return std::filesystem::exists(file) && !Store(file, New()).is_empty();
+  if (!std::filesystem::exists(file)) return false;
+  Database database(file, false);
+  return !is_empty(database);
 }
 
 Store::Store(const std::filesystem::path& file) : database_(file, false) {
@@ -58,11 +62,11 @@ Store::Store(const std::filesystem::path& file) : database_(file, false) {
 
 Store::Store(const std::filesystem::path& file, New) : database_(file, true) {}
 
-bool Store::is_empty() { return !Statement(database_, "SELECT 1 FROM sqlite_schema").step(); }
-
 void Store::make(const std::function<void()>& add) {
+  // Stored in the file; SQLite cannot change it within a transaction.
+  database_.execute("PRAGMA journal_mode=WAL");
   Transaction transaction(database_);
-  if (!is_empty()) throw std::runtime_error("the store exists already");
+  if (!is_empty(database_)) throw std::runtime_error("the store exists already");
   database_.execute(kSchema);
   for (const KeyKind kind : {KeyKind::rsa, KeyKind::sm2}) {
     const Authority authority = make_authority(kind);

@@ -25,7 +25,7 @@ struct ContainerRow {
 /** The database of the token: containers, their data, labels, the demo CA, revocations. Texts are UTF-8. */
 class Store {
  public:
-  /** Returns false for an empty file too: an interrupted make() leaves one. */
+  /** Returns false for an empty file too: an interrupted make() leaves one. Does not write to it. */
   static bool exists(const std::filesystem::path& file);
   /** Creates a store without containers. */
   static void create(const std::filesystem::path& file) { Store(file, New()).make(); }
@@ -73,8 +73,6 @@ class Store {
   Database& database() { return database_; }
 
  private:
-  bool is_empty();
-
   Database database_;
 };
 

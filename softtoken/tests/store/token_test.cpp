@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/store/demo.h"
@@ -239,6 +241,16 @@ TEST(Making, AStoreThatWasNotMadeToItsEndIsNone) {
   }
   EXPECT_TRUE(std::filesystem::exists(file));
   EXPECT_FALSE(Store::exists(file));
+TEST(Making, LookingForAStoreChangesNoFile) {
+  TemporaryStore folder;
+  const std::filesystem::path file = folder.file().replace_filename("other.db");
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_FALSE(std::filesystem::exists(file));
+  std::ofstream(file).close();
+  EXPECT_FALSE(Store::exists(file));
+  EXPECT_EQ(std::filesystem::file_size(file), 0u);
+}
+
   EXPECT_THROW(Token(file).container_names(), std::runtime_error);
   {
     Token token(file, Store::New());
