@@ -11,11 +11,8 @@
 namespace velm::token {
 namespace {
 
-constexpr const char* kLoopback = "127.0.0.1";
-// Paths of the provider modules (JSON) and of time-stamp requests. Functions for applications use any other
-// path.
-constexpr const char* kModulePath = "/token";
-constexpr const char* kStampPath = "/tsa";
+using protocol::kServiceHost;
+
 constexpr size_t kThreadLimit = 2048;
 // cpp-httplib matches paths with std::regex, which recurses once per character, with 448 bytes of stack.
 constexpr size_t kPathLimit = 1024;
@@ -81,7 +78,7 @@ class HttpServer::Server : public httplib::Server {
     // Match newlines too, otherwise unmatched bodies are buffered unwiped.
     Post("[^]*", [this](const httplib::Request& request, httplib::Response& response,
                         const httplib::ContentReader& body) { answer(request, response, body); });
-    Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
+    Get(protocol::kTracePath, [this](const httplib::Request&, httplib::Response& response) {
       response.set_content(service_.trace.text(), "text/plain");
     });
   }
@@ -89,13 +86,13 @@ class HttpServer::Server : public httplib::Server {
   uint16_t bind() {
     int port = options_.port;
     if (port == 0) {
-      port = bind_to_any_port(kLoopback);
-    } else if (!bind_to_port(kLoopback, port)) {
+      port = bind_to_any_port(kServiceHost);
+    } else if (!bind_to_port(kServiceHost, port)) {
       port = -1;
     }
     if (port < 0) throw std::runtime_error("the port is not free");
     options_.port = static_cast<uint16_t>(port);
-    host_ = std::string(kLoopback) + ":" + std::to_string(options_.port);
+    host_ = std::string(kServiceHost) + ":" + std::to_string(options_.port);
     local_host_ = "localhost:" + std::to_string(options_.port);
     return options_.port;
   }
@@ -164,10 +161,11 @@ class HttpServer::Server : public httplib::Server {
 
   // Returns null for an unsupported content type.
   static Answering answering_of(const std::string& path, const std::string& type) {
-    if (path == kStampPath)
-      return type.starts_with("application/timestamp-query") ? answer_time_stamp : nullptr;
-    if (type.starts_with("application/json")) return path == kModulePath ? answer_module : answer_json;
-    return type.starts_with("application/octet-stream") ? answer_frame : nullptr;
+    if (path == protocol::kTimeStampPath)
+      return type.starts_with(protocol::kTimeStampQueryType) ? answer_time_stamp : nullptr;
+    if (type.starts_with(protocol::kJsonType))
+      return path == protocol::kModulePath ? answer_module : answer_json;
+    return type.starts_with(protocol::kFrameType) ? answer_frame : nullptr;
   }
 
   static void deliver(Answer&& answer, httplib::Response& response) {
@@ -199,8 +197,9 @@ class HttpServer::Server : public httplib::Server {
     for (size_t left = kRequestsPerConnection; open && left > 0; --left) {
       if (left < kRequestsPerConnection && !stream.await_request(kSilentTime)) break;
       bool last = left == 1;
-      const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, /*close*/ last,
-                                            /*closed by the client*/ last, nullptr);
+      const bool answered =
+          process_request(stream, kServiceHost, 0, kServiceHost, options_.port, /*close*/ last,
+                          /*closed by the client*/ last, nullptr);
       const bool served = stream.served();
       open = stream.flush() && answered && served && !last;
       if (!served) drain(socket);

@@ -49,7 +49,8 @@ void serve(const std::filesystem::path& file, const ServeOptions& options) {
     }
     server.stop();
   });
-  std::printf("velm_softtoken: a development and test token, listening on 127.0.0.1:%u\n", unsigned{port});
+  std::printf("velm_softtoken: a development and test token, listening on %s:%u\n", protocol::kServiceHost,
+              unsigned{port});
   std::fflush(stdout);
   server.run();
   g_asked_to_end = true;
