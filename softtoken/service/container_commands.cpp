@@ -14,14 +14,14 @@ void init_store(const std::filesystem::path& file, bool demo) {
 }
 
 void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,
-                   const std::string& pin) {
+                   const Pin& pin) {
   ContainerOrder order{.name = name};
   if (type != "sm2") {
     order.kind = KeyKind::rsa;
     order.rsa_bits = type == "rsa1024" ? 1024 : 2048;
   }
   Token token(file);
-  token.add_container(order, as_bytes(pin));
+  token.add_container(order, pin);
 }
 
 void list_containers(const std::filesystem::path& file) {
@@ -37,11 +37,11 @@ void list_containers(const std::filesystem::path& file) {
   }
 }
 
-void delete_container(const std::filesystem::path& file, const std::string& name) {
+void delete_container(const std::filesystem::path& file, const ContainerName& name) {
   Token(file).delete_container(name);
 }
 
-void unlock_container(const std::filesystem::path& file, const std::string& name) {
+void unlock_container(const std::filesystem::path& file, const ContainerName& name) {
   Token(file).unlock(name);
 }
 

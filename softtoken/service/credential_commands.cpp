@@ -64,13 +64,13 @@ Certificate issuer_of(Store& store, X509* certificate) {
 }  // namespace
 
 void import_container(const std::filesystem::path& file, const std::string& name,
-                      const std::filesystem::path& source, const std::string& password,
-                      const std::string& pin) {
+                      const std::filesystem::path& source, const std::string& password, const Pin& pin) {
   Token token(file);
-  token.import_container(name, read_credential(source, password), as_bytes(pin));
+  token.import_container(name, read_credential(source, password), pin);
 }
 
-void export_certificate(const std::filesystem::path& file, const std::string& name, WhichCertificate which) {
+void export_certificate(const std::filesystem::path& file, const ContainerName& name,
+                        WhichCertificate which) {
   Token token(file);
   const ContainerRow row = token.container(name);
   Certificate certificate = parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate

@@ -43,7 +43,7 @@ Json get_user_list(Token& token, const Json&) {
 
 Json get_device_info(Token& token, const Json& request) {
   const uint32_t number = number_field(request, "Type");
-  token.container_id(text_field(request, "ContainerName"));
+  token.container_id(name_field(request, "ContainerName"));
   const auto* found = std::ranges::find(kDeviceItems, number, &DeviceItem::number);
   if (found == std::end(kDeviceItems)) throw TokenError(kParameterUnsupported);
   return {{"DeviceInfo", found->text}};

@@ -4,11 +4,11 @@
 #include <cstdio>
 
 #include "protocol/endpoint.h"
-#include "softtoken/crypto/text_encoding.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"
 #include "softtoken/service/module_functions.h"
+#include "softtoken/service/received_text.h"
 #include "softtoken/store/time_stamp_authority.h"
 
 namespace velm::token {
@@ -70,10 +70,7 @@ nlohmann::json parse_request(std::string_view text) {
 }
 
 Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
-  // Convert before parsing: the second byte of a GBK character can be a backslash.
-  std::string text = utf8_of(body);
-  const WipeAtEnd wiped_text(text);
-  nlohmann::json request = parse_request(text);
+  nlohmann::json request = parse_request(utf8_json(body));
   const WipeTextsAtEnd wiped_request(request);
   if (!request.is_object() || !request.contains(kFunctionMember))
     return {400, kJsonType, json_answer(kBadInput, nullptr)};

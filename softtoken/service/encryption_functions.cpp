@@ -25,7 +25,7 @@ Bytes encrypt_data(Token&, FrameReader& request) {
 }
 
 Bytes decrypt_data(Token& token, FrameReader& request) {
-  const std::string name = request.text();
+  const ContainerName name = request.name();
   const ByteView envelope = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
@@ -35,7 +35,7 @@ Bytes decrypt_data(Token& token, FrameReader& request) {
 }
 
 Bytes export_public_key(Token& token, FrameReader& request) {
-  const std::string name = request.text();
+  const ContainerName name = request.name();
   const uint32_t specifier = request.number();
   request.expect_end();
   const ContainerRow row = token.container(name);
@@ -54,7 +54,7 @@ Bytes asymmetric_encrypt(Token&, FrameReader& request) {
 }
 
 Bytes asymmetric_decrypt(Token& token, FrameReader& request) {
-  const std::string name = request.text();
+  const ContainerName name = request.name();
   const uint32_t specifier = request.number();
   const ByteView cipher = request.bytes();
   request.expect_end();

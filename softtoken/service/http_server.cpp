@@ -3,9 +3,9 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "softtoken/crypto/secret.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/growing_thread_pool.h"
+#include "softtoken/service/received_text.h"
 #include "softtoken/service/request_stream.h"
 
 namespace velm::token {
@@ -53,9 +53,6 @@ socket_t accept_connection(socket_t listener) {
   return accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
 #endif
 }
-
-// A request body may contain a PIN, so wipe the old buffers when it grows.
-using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
 
 }  // namespace
 

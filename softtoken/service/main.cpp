@@ -12,6 +12,7 @@
 #include "softtoken/crypto/token_error.h"
 #include "softtoken/service/commands.h"
 #include "softtoken/service/default_store.h"
+#include "softtoken/service/received_text.h"
 
 namespace {
 
@@ -54,6 +55,8 @@ struct Line {
   ServeOptions serve;
 
   std::filesystem::path store() const { return path_of(data); }
+  ContainerName container() const { return read_name(name); }
+  Pin given_pin() const { return read_pin(as_bytes(pin)); }
 };
 
 // Values in these ranges do not overflow in any conversion.
@@ -99,8 +102,9 @@ std::string pin_description(const std::string& pin) {
 void add_container_commands(CLI::App& app, Line& line) {
   CLI::App* container = app.add_subcommand("container", "the containers of the store");
   container->require_subcommand(1);
-  CLI::App* add = add_command(*container, line, "add", "make a container with new keys and certificates",
-                              [&line] { add_container(line.store(), line.name, line.type, line.pin); });
+  CLI::App* add = add_command(
+      *container, line, "add", "make a container with new keys and certificates",
+      [&line] { add_container(line.store(), line.container().utf8, line.type, line.given_pin()); });
   add->add_option("name", line.name, "its name")->required();
   add->add_option("--type", line.type, "its keys")
       ->capture_default_str()
@@ -108,7 +112,7 @@ void add_container_commands(CLI::App& app, Line& line) {
   add->add_option("--pin", line.pin, pin_description("its PIN"))->required();
   add_command(*container, line, "list", "show every container", [&line] { list_containers(line.store()); });
   CLI::App* remove = add_command(*container, line, "delete", "delete a container and all in it",
-                                 [&line] { delete_container(line.store(), line.name); });
+                                 [&line] { delete_container(line.store(), line.container()); });
   remove->add_option("name", line.name, "its name")->required();
 }
 
@@ -117,9 +121,11 @@ void add_store_commands(CLI::App& app, Line& line) {
                                [&line] { init_store(line.store(), line.demo); });
   init->add_flag("--demo", line.demo, "with the demo containers, PIN 12345678");
 
-  CLI::App* import = add_command(
-      app, line, "import", "make a container from a private key and its certificate",
-      [&line] { import_container(line.store(), line.name, path_of(line.source), line.password, line.pin); });
+  CLI::App* import =
+      add_command(app, line, "import", "make a container from a private key and its certificate", [&line] {
+        import_container(line.store(), line.container().utf8, path_of(line.source), line.password,
+                         line.given_pin());
+      });
   import->add_option("name", line.name, "the container's name")->required();
   import->add_option("file", line.source, "PKCS#12 or PEM")->required();
   import->add_option("--password", line.password, "the file's password");
@@ -127,7 +133,7 @@ void add_store_commands(CLI::App& app, Line& line) {
 
   CLI::App* export_cert =
       add_command(app, line, "export-cert", "print a container's signing certificate in PEM", [&line] {
-        export_certificate(line.store(), line.name,
+        export_certificate(line.store(), line.container(),
                            line.authority  ? WhichCertificate::authority
                            : line.exchange ? WhichCertificate::exchange
                                            : WhichCertificate::signing);
@@ -139,7 +145,7 @@ void add_store_commands(CLI::App& app, Line& line) {
       ->excludes(exchange);
 
   CLI::App* unlock = add_command(app, line, "unlock", "give a container its PIN tries back",
-                                 [&line] { unlock_container(line.store(), line.name); });
+                                 [&line] { unlock_container(line.store(), line.container()); });
   unlock->add_option("name", line.name, "the container's name")->required();
 }
 

@@ -23,7 +23,7 @@ struct DeviceFileAttributes {
  */
 class DeviceFiles {
  public:
-  DeviceFiles(Token& token, std::string container) : token_(token), container_(std::move(container)) {}
+  DeviceFiles(Token& token, ContainerName container) : token_(token), container_(std::move(container)) {}
 
   std::vector<std::string> names();
   /** Creates a file filled with zeros; requires a login. Throws kFileExists, kNoSpace, kTooManyFiles. */
@@ -46,7 +46,7 @@ class DeviceFiles {
   void require_right(uint32_t right);
 
   Token& token_;
-  std::string container_;
+  ContainerName container_;
 };
 
 }  // namespace velm::token

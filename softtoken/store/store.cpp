@@ -85,8 +85,9 @@ std::vector<std::string> Store::container_names() {
   return names;
 }
 
-int64_t Store::container_id(const std::string& name) {
-  Statement row(database_, "SELECT id FROM container WHERE name = ?", name);
+int64_t Store::container_id(const ContainerName& name) {
+  Statement row(database_, "SELECT id FROM container WHERE name IN (?1, ?2) ORDER BY name = ?1 DESC LIMIT 1",
+                name.utf8, name.second_reading);
   require(row.step(), kNoSuchContainer);
   return row.number(0);
 }

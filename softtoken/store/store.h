@@ -6,6 +6,7 @@
 
 #include "protocol/limits.h"
 #include "softtoken/crypto/authority.h"
+#include "softtoken/store/client_text.h"
 #include "softtoken/store/database.h"
 
 namespace velm::token {
@@ -44,7 +45,7 @@ class Store {
 
   std::vector<std::string> container_names();
   /** Throws kNoSuchContainer. */
-  int64_t container_id(const std::string& name);
+  int64_t container_id(const ContainerName& name);
   bool has_container(int64_t id);
   /** Throws kNoSuchContainer. */
   ContainerRow container(int64_t id);

@@ -17,8 +17,8 @@ constexpr std::string_view kExchangePurpose = "exchange key";
 constexpr size_t kMaxCertificate = 2048;
 constexpr unsigned kMaxRsaBits = 4096;
 
-void require_good_pin(ByteView pin) {
-  require(pin.size() >= protocol::kShortestPin && pin.size() <= protocol::kLongestPin, kBadInput);
+void require_good_pin(const Pin& pin) {
+  require(pin.sent_size >= protocol::kShortestPin && pin.sent_size <= protocol::kLongestPin, kBadInput);
 }
 
 // Clients do not escape names in JSON requests, and separate the names in a list with "&&&".
@@ -27,13 +27,6 @@ void require_good_name(const std::string& name) {
   const bool fits = !name.empty() && name.size() <= protocol::kLongestContainerName;
   require(fits && is_utf8(name) && plain, kBadInput);
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
-}
-
-// The same PIN may arrive in UTF-8 or in GBK.
-SecretBytes key_of_pin(ByteView pin, ByteView salt) {
-  std::string utf8 = utf8_of({reinterpret_cast<const char*>(pin.data()), pin.size()});
-  const WipeAtEnd wiped(utf8);
-  return pin_key(as_bytes(utf8), salt);
 }
 
 Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order,
@@ -49,29 +42,17 @@ Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const C
 
 }  // namespace
 
-int64_t Token::container_id(const std::string& name) {
-  const std::string utf8 = utf8_of(name);
-  try {
-    return store_.container_id(utf8);
-  } catch (const TokenError&) {
-    // Some names in GBK are also valid UTF-8.
-    const auto converted = gbk_to_utf8(name);
-    if (!converted || *converted == utf8) throw;
-    return store_.container_id(*converted);
-  }
-}
-
 // Decrement the counter durably before checking the PIN, so that killing the process restores no attempt.
-Token::PrivateKeys Token::open_keys(const ContainerRow& row, ByteView pin) {
+Token::PrivateKeys Token::open_keys(const ContainerRow& row, const Pin& pin) {
   require(store_.take_try(row.id), kPinLocked);
-  const SecretBytes key = key_of_pin(pin, row.salt);
+  const SecretBytes key = pin_key(pin.utf8, row.salt);
   PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
                    unwrap(key, kExchangePurpose, row.exchange_key)};
   store_.give_tries_back(row.id);
   return keys;
 }
 
-void Token::login(const std::string& name, ByteView pin) {
+void Token::login(const ContainerName& name, const Pin& pin) {
   const ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, pin);
   auto session = std::make_shared<Session>();
@@ -82,7 +63,7 @@ void Token::login(const std::string& name, ByteView pin) {
   sessions_.open(row.id, std::move(session));
 }
 
-void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_pin) {
+void Token::change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin) {
   require_good_pin(new_pin);
   ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, old_pin);
@@ -92,7 +73,7 @@ void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_p
   require(store_.replace_keys(row, old_salt), kWrongPin);
 }
 
-int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
+int64_t Token::add_container(const ContainerOrder& order, const Pin& pin) {
   const Authority authority = store_.authority(order.kind);
   const Key signing = generate_key(order.kind, order.rsa_bits);
   const Key exchange = generate_key(order.kind, order.rsa_bits);
@@ -106,7 +87,7 @@ int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
                          pin);
 }
 
-int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {
+int64_t Token::import_container(const std::string& name, const Credential& credential, const Pin& pin) {
   require(X509_check_private_key(credential.certificate.get(), credential.key.get()) == 1, kKeyMismatch);
   const EVP_PKEY* imported = credential.key.get();
   require(kind_of(imported) == KeyKind::sm2 || bits_of(imported) <= kMaxRsaBits, kBadLength);
@@ -118,22 +99,21 @@ int64_t Token::import_container(const std::string& name, const Credential& crede
   return store_container(std::move(row), {key, key}, pin);
 }
 
-void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin) {
+void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin) {
   row.salt = system_random(kSaltSize);
-  const SecretBytes key = key_of_pin(pin, row.salt);
+  const SecretBytes key = pin_key(pin.utf8, row.salt);
   row.signing_key = wrap(key, kSigningPurpose, keys.signing);
   row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
 }
 
-int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin) {
-  row.name = utf8_of(row.name);
+int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, const Pin& pin) {
   require_good_name(row.name);
   require_good_pin(pin);
   wrap_keys(row, keys, pin);
   return store_.add_container(row);
 }
 
-void Token::delete_container(const std::string& name) {
+void Token::delete_container(const ContainerName& name) {
   const int64_t id = container_id(name);
   sessions_.close(id);
   store_.delete_container(id);

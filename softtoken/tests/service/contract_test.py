@@ -126,6 +126,35 @@ class Contract(unittest.TestCase):
         self.assertEqual(change(pin.encode("gbk"), PIN.encode()), "0")
         self.assertEqual(self.service.login(name), 0)
 
+    def test_name_and_pin_each_have_an_encoding(self):
+        name, pin = "各自编码", "口令1234"
+        run_token("container", "add", name, "--pin", pin, store=self.service.store)
+        for name_encoding in ("gbk", "utf-8"):
+            for pin_encoding in ("gbk", "utf-8"):
+                body = (b'{"funcid":29,"ContainerName":"%s","Pin":"%s","FileType":1,"FileIndex":1,"Offset":0,'
+                        b'"WriteData":"eA=="}' % (name.encode(name_encoding), pin.encode(pin_encoding)))
+                status, _, answer = self.service.post(body, JSON_TYPE)
+                self.assertEqual((status, json.loads(answer)["ErrorCode"]), (200, "0"),
+                                 (name_encoding, pin_encoding))
+
+    def test_a_gbk_name_that_is_also_utf8_is_found(self):
+        name = "模_SM2".encode("gbk")
+        name.decode("utf-8")
+        run_token("container", "add", "模_SM2", "--pin", PIN, store=self.service.store)
+        body = b'{"funcid":29,"ContainerName":"%s","Pin":"%s","FileType":1,"FileIndex":1,"Offset":0,'\
+               b'"WriteData":"eA=="}' % (name, PIN.encode())
+        self.assertEqual(json.loads(self.service.post(body, JSON_TYPE)[2])["ErrorCode"], "0")
+        self.assertEqual(self.service.frame(59, name + b"\0", 2)[0], 0)
+        run_token("unlock", name, store=self.service.store)
+
+    def test_a_command_line_in_gbk(self):
+        name, pin = "命令行", "口令1234"
+        run_token("container", "add", name.encode("gbk"), "--pin", pin.encode("gbk"),
+                  store=self.service.store)
+        self.assertEqual(self.service.login(name, pin), 0)
+        common_name = self.service.frame(11, self.service.certificate(name), 0x31)
+        self.assertEqual(common_name, (0, name.encode()))
+
     def test_certificates(self):
         for name in self.each_logged_in():
             signing, exchange = self.service.certificate(name), self.service.certificate(name, 10)
