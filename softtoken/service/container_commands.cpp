@@ -26,14 +26,13 @@ void add_container(const std::filesystem::path& file, const std::string& name, c
 
 void list_containers(const std::filesystem::path& file) {
   Token token(file);
-  for (const std::string& name : token.container_names()) {
-    const ContainerRow row = token.container(name);
+  for (const ContainerRow& row : token.store().containers()) {
     const Certificate certificate = parse_certificate(row.signing_certificate);
     const Key key = key_of(certificate.get());
     const std::string kind =
         kind_of(key.get()) == KeyKind::sm2 ? "SM2" : "RSA-" + std::to_string(bits_of(key.get()));
     std::printf("%-10s %2u tries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.tries_left),
-                as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), name.c_str());
+                as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), row.name.c_str());
   }
 }
 

@@ -21,8 +21,8 @@ Json write_user_data(Token& token, const Json& request) {
   const uint32_t type = number_field(request, "FileType");
   const uint32_t index = number_field(request, "FileIndex");
   const uint32_t offset = number_field(request, "Offset");
-  token.check_pin(name, pin_field(request, "Pin"));
-  write_user_file(token.store(), token.container_id(name), type, index, offset, data);
+  const int64_t container = token.check_pin(name, pin_field(request, "Pin"));
+  write_user_file(token.store(), container, type, index, offset, data);
   return nullptr;
 }
 

@@ -41,6 +41,13 @@ PRAGMA user_version=1;
 
 bool is_empty(Database& database) { return !Statement(database, "SELECT 1 FROM sqlite_schema").step(); }
 
+// Reads the columns of the table `container` in their order.
+ContainerRow container_in(const Statement& row) {
+  return {row.number(0), row.text(1),  static_cast<uint32_t>(row.number(2)),
+          row.bytes(3),  row.bytes(4), row.bytes(5),
+          row.bytes(6),  row.bytes(7)};
+}
+
 Bytes issuer_of(const X509* certificate) {
   return der_of<const X509_NAME>(i2d_X509_NAME, X509_get_issuer_name(certificate));
 }
@@ -96,16 +103,18 @@ bool Store::has_container(int64_t id) {
   return Statement(database_, "SELECT 1 FROM container WHERE id = ?", id).step();
 }
 
-ContainerRow Store::container(int64_t id) {
-  Statement row(database_,
-                "SELECT id, name, tries_left, salt, signing_key, exchange_key, signing_certificate, "
-                "exchange_certificate"
-                " FROM container WHERE id = ?",
-                id);
+ContainerRow Store::container(const ContainerName& name) {
+  Statement row(database_, "SELECT * FROM container WHERE name IN (?1, ?2) ORDER BY name = ?1 DESC LIMIT 1",
+                name.utf8, name.second_reading);
   require(row.step(), kNoSuchContainer);
-  return {row.number(0), row.text(1),  static_cast<uint32_t>(row.number(2)),
-          row.bytes(3),  row.bytes(4), row.bytes(5),
-          row.bytes(6),  row.bytes(7)};
+  return container_in(row);
+}
+
+std::vector<ContainerRow> Store::containers() {
+  std::vector<ContainerRow> containers;
+  Statement rows(database_, "SELECT * FROM container ORDER BY id");
+  while (rows.step()) containers.push_back(container_in(rows));
+  return containers;
 }
 
 int64_t Store::add_container(const ContainerRow& row) {
@@ -122,12 +131,6 @@ int64_t Store::add_container(const ContainerRow& row) {
 
 void Store::delete_container(int64_t id) {
   Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
-}
-
-uint32_t Store::tries_left(int64_t id) {
-  Statement row(database_, "SELECT tries_left FROM container WHERE id = ?", id);
-  require(row.step(), kNoSuchContainer);
-  return static_cast<uint32_t>(row.number(0));
 }
 
 bool Store::take_try(int64_t id) {

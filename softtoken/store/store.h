@@ -48,13 +48,13 @@ class Store {
   int64_t container_id(const ContainerName& name);
   bool has_container(int64_t id);
   /** Throws kNoSuchContainer. */
-  ContainerRow container(int64_t id);
+  ContainerRow container(const ContainerName& name);
+  /** All containers, oldest first. */
+  std::vector<ContainerRow> containers();
   /** Returns the id of the new container; throws kContainerExists. */
   int64_t add_container(const ContainerRow& row);
   void delete_container(int64_t id);
 
-  /** The PIN retry counter; throws kNoSuchContainer. */
-  uint32_t tries_left(int64_t id);
   /** Decrements the PIN retry counter durably; returns false if it is 0. */
   bool take_try(int64_t id);
   /** Resets the PIN retry counter. */

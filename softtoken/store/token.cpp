@@ -73,6 +73,12 @@ void Token::change_pin(const ContainerName& name, const Pin& old_pin, const Pin&
   require(store_.replace_keys(row, old_salt), kWrongPin);
 }
 
+int64_t Token::check_pin(const ContainerName& name, const Pin& pin) {
+  const ContainerRow row = container(name);
+  open_keys(row, pin);
+  return row.id;
+}
+
 int64_t Token::add_container(const ContainerOrder& order, const Pin& pin) {
   const Authority authority = store_.authority(order.kind);
   const Key signing = generate_key(order.kind, order.rsa_bits);

@@ -34,26 +34,26 @@ class Token {
 
   std::vector<std::string> container_names() { return store_.container_names(); }
   int64_t container_id(const ContainerName& name) { return store_.container_id(name); }
-  ContainerRow container(const ContainerName& name) { return store_.container(container_id(name)); }
+  ContainerRow container(const ContainerName& name) { return store_.container(name); }
 
   /** Throws kWrongPin, or kPinLocked if the PIN retry counter is 0. */
   void login(const ContainerName& name, const Pin& pin);
   void logout(const ContainerName& name) { sessions_.close(container_id(name)); }
   /** Throws kNotLoggedIn. Does not restart the idle time of the session. */
-  void require_login(const ContainerName& name) {
-    require(sessions_.is_open(container_id(name)), kNotLoggedIn);
-  }
+  void require_login(int64_t container) { require(sessions_.is_open(container), kNotLoggedIn); }
+  void require_login(const ContainerName& name) { require_login(container_id(name)); }
   /** Returns the session and restarts its idle time; throws kNotLoggedIn. */
   std::shared_ptr<const Session> session(const ContainerName& name) {
     return sessions_.use(container_id(name));
   }
 
   /** The PIN retry counter. */
-  uint32_t tries_left(const ContainerName& name) { return store_.tries_left(container_id(name)); }
+  uint32_t tries_left(const ContainerName& name) { return container(name).tries_left; }
   /** Throws kBadInput if the length of the new PIN is out of range; otherwise like login(). */
   void change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin);
-  /** Changes the PIN retry counter like login(), without opening a session. */
-  void check_pin(const ContainerName& name, const Pin& pin) { open_keys(container(name), pin); }
+  /** Changes the PIN retry counter like login(), without opening a session. Returns the id of the container.
+   */
+  int64_t check_pin(const ContainerName& name, const Pin& pin);
   /** Resets the PIN retry counter. */
   void unlock(const ContainerName& name) { store_.give_tries_back(container_id(name)); }
 

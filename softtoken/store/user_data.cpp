@@ -24,9 +24,11 @@ void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t in
   Bytes content = user_file(store, container, type, index).value_or(Bytes());
   content.resize(std::max(content.size(), static_cast<size_t>(end)));
   std::ranges::copy(data, content.begin() + offset);
-  Statement(store.database(), "INSERT OR REPLACE INTO user_file VALUES(?, ?, ?, ?)", container, type, index,
-            content)
+  Statement(store.database(),
+            "INSERT OR REPLACE INTO user_file SELECT id, ?, ?, ? FROM container WHERE id = ?", type, index,
+            content, container)
       .run();
+  require(store.database().changes() == 1, kNoSuchContainer);
   transaction.commit();
 }
 

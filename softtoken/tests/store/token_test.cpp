@@ -152,6 +152,7 @@ TEST_F(TokenTest, ADeletedContainerTakesAllWithItAndItsSessionToo) {
   token.delete_container("A");
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNoSuchContainer);
   EXPECT_EQ(code_of([&] { read_user_file(token.store(), id, 1, 1, 0, 8); }), kFileNotFound);
+  EXPECT_EQ(code_of([&] { write_user_file(token.store(), id, 1, 1, 0, kPin); }), kNoSuchContainer);
   token.add_container({.name = "A"}, kPin);
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
 }
