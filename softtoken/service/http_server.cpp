@@ -156,12 +156,12 @@ class HttpServer::Server : public httplib::Server {
 
   using Answering = Answer (*)(Service&, std::string_view);
 
-  // Returns null for an unsupported content type.
+  // Returns null for a content type that the path does not accept.
   static Answering answering_of(const std::string& path, const std::string& type) {
     if (path == protocol::kTimeStampPath)
       return type.starts_with(protocol::kTimeStampQueryType) ? answer_time_stamp : nullptr;
-    if (type.starts_with(protocol::kJsonType))
-      return path == protocol::kModulePath ? answer_module : answer_json;
+    if (path == protocol::kModulePath) return type.starts_with(protocol::kJsonType) ? answer_module : nullptr;
+    if (type.starts_with(protocol::kJsonType)) return answer_json;
     return type.starts_with(protocol::kFrameType) ? answer_frame : nullptr;
   }
 

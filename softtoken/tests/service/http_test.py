@@ -124,6 +124,16 @@ class Http(unittest.TestCase):
                              "multipart/form-data; boundary=x"):
             self.assertEqual(self.service.post(HELLO, content_type)[0], 415, content_type)
 
+    def test_each_path_accepts_its_own_content_types(self):
+        frame, query = make_frame(60, bytes(65), b"data"), "application/timestamp-query"
+        accepted = {("/", JSON_TYPE), ("/", FRAME_TYPE), ("/other", JSON_TYPE), ("/other", FRAME_TYPE),
+                    ("/token", JSON_TYPE), ("/tsa", query)}
+        for path in ("/", "/other", "/token", "/tsa"):
+            for body, content_type in ((HELLO, JSON_TYPE), (frame, FRAME_TYPE), (b"no query", query)):
+                status = 200 if (path, content_type) in accepted else 415
+                self.assertEqual(self.service.post(body, content_type, path=path)[0], status,
+                                 (path, content_type))
+
     def test_slow_senders_run_out_of_time(self):
         for sent in (b"", b"POST / HT", self.head(13), self.head(13) + HELLO[:5]):
             started = time.monotonic()
