@@ -16,7 +16,6 @@ namespace {
 
 using protocol::ModuleFunction;
 
-constexpr const char* kDeviceName = "VELM Software Token";
 constexpr const char* kIdleLogoutControl = "IDLE_LOGOUT";
 
 DeviceFiles files_of(Token& token, const Json& request) {

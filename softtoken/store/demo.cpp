@@ -35,7 +35,7 @@ void add_seal(Token& token, const ContainerRow& container, uint32_t position, co
   };
   item(SealItem::identifier, as_bytes("DEMO-SEAL-" + std::to_string(position + 1)));
   item(SealItem::name, as_bytes(name));
-  item(SealItem::maker, as_bytes("VELM Software Token"));
+  item(SealItem::maker, as_bytes(kDeviceName));
   item(SealItem::signer_certificate, container.signing_certificate);
   item(SealItem::valid_from, certificate_item(signer.get(), kNotBeforeItem));
   item(SealItem::valid_until, certificate_item(signer.get(), kNotAfterItem));

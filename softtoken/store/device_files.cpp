@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "softtoken/store/file_part.h"
+
 namespace velm::token {
 
 std::vector<std::string> DeviceFiles::names() {
@@ -44,8 +46,7 @@ Bytes DeviceFiles::read(const std::string& name, uint32_t offset, uint32_t lengt
   const File file = open(name);
   require_right(file.attributes.read_rights);
   require(offset <= file.data.size(), kBadLength);
-  const size_t count = std::min<size_t>(length, file.data.size() - offset);
-  return copy_of(ByteView(file.data).subspan(offset, count));
+  return part_of(file.data, offset, length);
 }
 
 void DeviceFiles::write(const std::string& name, uint32_t offset, ByteView data) {

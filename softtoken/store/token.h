@@ -6,6 +6,8 @@
 
 namespace velm::token {
 
+constexpr const char* kDeviceName = "VELM Software Token";
+
 /** Parameters of a new container. */
 struct ContainerOrder {
   std::string name;
