@@ -35,7 +35,7 @@ void unlock_container(const std::filesystem::path& file, const ContainerName& na
 void import_container(const std::filesystem::path& file, const std::string& name,
                       const std::filesystem::path& source, const std::string& password, const Pin& pin);
 
-enum class WhichCertificate { signing, exchange, authority };
+enum class WhichCertificate { signing, encryption, authority };
 /** Prints a certificate of a container, or the certificate of the demo CA that issued it, as PEM. */
 void export_certificate(const std::filesystem::path& file, const ContainerName& name, WhichCertificate which);
 

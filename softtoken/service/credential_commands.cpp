@@ -73,8 +73,8 @@ void export_certificate(const std::filesystem::path& file, const ContainerName& 
                         WhichCertificate which) {
   Token token(file);
   const ContainerRow row = token.container(name);
-  Certificate certificate = parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate
-                                                                                  : row.signing_certificate);
+  Certificate certificate = parse_certificate(
+      which == WhichCertificate::encryption ? row.encryption_certificate : row.signing_certificate);
   if (which == WhichCertificate::authority) certificate = issuer_of(token.store(), certificate.get());
   const Bio text(allocated(BIO_new(BIO_s_mem())));
   require(PEM_write_bio_X509(text.get(), certificate.get()) == 1, kUnknownError);

@@ -33,7 +33,7 @@ Bytes decrypt_data(Token& token, FrameReader& request) {
   const ByteView envelope = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
-  const Opener openers[] = {{session->exchange_certificate.get(), session->exchange_key.get()},
+  const Opener openers[] = {{session->encryption_certificate.get(), session->encryption_key.get()},
                             {session->signing_certificate.get(), session->signing_key.get()}};
   return revealed(open_envelope(openers, envelope));
 }
@@ -43,7 +43,8 @@ Bytes export_public_key(Token& token, FrameReader& request) {
   const uint32_t key_type = request.number();
   request.expect_end();
   const ContainerRow row = token.container(name);
-  const Bytes& certificate = is_encryption_key(key_type) ? row.exchange_certificate : row.signing_certificate;
+  const Bytes& certificate =
+      is_encryption_key(key_type) ? row.encryption_certificate : row.signing_certificate;
   return public_key_bytes(key_of(parse_certificate(certificate).get()).get());
 }
 
@@ -62,7 +63,7 @@ Bytes asymmetric_decrypt(Token& token, FrameReader& request) {
   const ByteView cipher = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
-  const Key& key = is_encryption_key(key_type) ? session->exchange_key : session->signing_key;
+  const Key& key = is_encryption_key(key_type) ? session->encryption_key : session->signing_key;
   return revealed(decrypt_with_key(key.get(), cipher));
 }
 

@@ -19,7 +19,7 @@ Json is_login(Token& token, const Json& request) {
 }
 
 Json get_pin_retry_count(Token& token, const Json& request) {
-  return {{"RetryCount", token.tries_left(name_field(request, "ContainerName"))}};
+  return {{"RetryCount", token.pin_retries(name_field(request, "ContainerName"))}};
 }
 
 Json change_pin(Token& token, const Json& request) {

@@ -50,7 +50,7 @@ struct Line {
     return std::string(file.begin(), file.end());
   }();
   std::string name, type = "sm2", pin, source, password;
-  bool demo = false, exchange = false, authority = false;
+  bool demo = false, encryption = false, authority = false;
   double body_limit_mib = 64, request_seconds = 10;
   ServeOptions serve;
 
@@ -134,13 +134,13 @@ void add_store_commands(CLI::App& app, Line& line) {
   CLI::App* export_cert =
       add_command(app, line, "export-cert", "print a container's signing certificate in PEM", [&line] {
         export_certificate(line.store(), line.container(),
-                           line.authority  ? WhichCertificate::authority
-                           : line.exchange ? WhichCertificate::exchange
-                                           : WhichCertificate::signing);
+                           line.authority    ? WhichCertificate::authority
+                           : line.encryption ? WhichCertificate::encryption
+                                             : WhichCertificate::signing);
       });
   export_cert->add_option("name", line.name, "the container's name")->required();
   CLI::Option* exchange =
-      export_cert->add_flag("--exchange", line.exchange, "its exchange certificate instead");
+      export_cert->add_flag("--exchange", line.encryption, "its exchange certificate instead");
   export_cert->add_flag("--authority", line.authority, "the issuer's certificate instead")
       ->excludes(exchange);
 

@@ -57,7 +57,7 @@ void add_expired(Token& token) {
 void add_revoked(Token& token) {
   const ContainerRow row = add(token, "REVOKED_SM2_DEMO", KeyKind::sm2);
   token.store().revoke(parse_certificate(row.signing_certificate).get());
-  token.store().revoke(parse_certificate(row.exchange_certificate).get());
+  token.store().revoke(parse_certificate(row.encryption_certificate).get());
 }
 
 }  // namespace

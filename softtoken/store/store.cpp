@@ -9,6 +9,7 @@ namespace {
 
 constexpr int64_t kFormat = 1;
 
+// The columns "exchange_..." belong to the encryption key pair; "tries_left" is the PIN retry counter.
 constexpr const char* kSchema = R"(
 CREATE TABLE container(
   id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -122,8 +123,8 @@ int64_t Store::add_container(const ContainerRow& row) {
   Statement(database_,
             "INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
             " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?) ON CONFLICT(name) DO NOTHING",
-            row.name, row.tries_left, row.salt, row.signing_key, row.exchange_key, row.signing_certificate,
-            row.exchange_certificate)
+            row.name, row.pin_retries, row.salt, row.signing_key, row.encryption_key, row.signing_certificate,
+            row.encryption_certificate)
       .run();
   require(database_.changes() == 1, kContainerExists);
   return database_.last_row();
@@ -133,14 +134,14 @@ void Store::delete_container(int64_t id) {
   Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
 }
 
-bool Store::take_try(int64_t id) {
+bool Store::decrement_pin_retries(int64_t id) {
   const std::lock_guard lock(database_.mutex());
   Statement(database_, "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND tries_left > 0", id)
       .run();
   return database_.changes() == 1;
 }
 
-void Store::give_tries_back(int64_t id) {
+void Store::reset_pin_retries(int64_t id) {
   Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", protocol::kPinTries, id).run();
 }
 
@@ -149,7 +150,7 @@ bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
   Statement(database_,
             "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ?"
             " WHERE id = ? AND salt = ?",
-            row.salt, row.signing_key, row.exchange_key, protocol::kPinTries, row.id, old_salt)
+            row.salt, row.signing_key, row.encryption_key, protocol::kPinTries, row.id, old_salt)
       .run();
   return database_.changes() == 1;
 }

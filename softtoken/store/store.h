@@ -15,12 +15,12 @@ namespace velm::token {
 struct ContainerRow {
   int64_t id = 0;
   std::string name;
-  uint32_t tries_left = protocol::kPinTries;
+  uint32_t pin_retries = protocol::kPinTries;
   Bytes salt;
   Bytes signing_key;
-  Bytes exchange_key;
+  Bytes encryption_key;
   Bytes signing_certificate;
-  Bytes exchange_certificate;
+  Bytes encryption_certificate;
 };
 
 /** The database of the token: containers, their data, labels, the demo CA, revocations. Texts are UTF-8. */
@@ -56,9 +56,9 @@ class Store {
   void delete_container(int64_t id);
 
   /** Decrements the PIN retry counter durably; returns false if it is 0. */
-  bool take_try(int64_t id);
+  bool decrement_pin_retries(int64_t id);
   /** Resets the PIN retry counter. */
-  void give_tries_back(int64_t id);
+  void reset_pin_retries(int64_t id);
   /**
    * Replaces salt and keys and resets the PIN retry counter. Returns false without changes unless the stored
    * salt is `old_salt`.

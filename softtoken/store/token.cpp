@@ -11,7 +11,8 @@ namespace velm::token {
 namespace {
 
 constexpr std::string_view kSigningPurpose = "signing key";
-constexpr std::string_view kExchangePurpose = "exchange key";
+// Sic: the wrapping of encryption keys in every store depends on this text.
+constexpr std::string_view kEncryptionPurpose = "exchange key";
 
 // The size queries of clients return 2,048 bytes for a certificate and 1,024 for a signature.
 constexpr size_t kMaxCertificate = 2048;
@@ -44,11 +45,11 @@ Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const C
 
 // Decrement the counter durably before checking the PIN, so that killing the process restores no attempt.
 Token::PrivateKeys Token::open_keys(const ContainerRow& row, const Pin& pin) {
-  require(store_.take_try(row.id), kPinLocked);
+  require(store_.decrement_pin_retries(row.id), kPinLocked);
   const SecretBytes key = pin_key(pin.utf8, row.salt);
   PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
-                   unwrap(key, kExchangePurpose, row.exchange_key)};
-  store_.give_tries_back(row.id);
+                   unwrap(key, kEncryptionPurpose, row.encryption_key)};
+  store_.reset_pin_retries(row.id);
   return keys;
 }
 
@@ -57,9 +58,9 @@ void Token::login(const ContainerName& name, const Pin& pin) {
   const PrivateKeys keys = open_keys(row, pin);
   auto session = std::make_shared<Session>();
   session->signing_key = private_key_from_der(keys.signing);
-  session->exchange_key = private_key_from_der(keys.exchange);
+  session->encryption_key = private_key_from_der(keys.encryption);
   session->signing_certificate = parse_certificate(row.signing_certificate);
-  session->exchange_certificate = parse_certificate(row.exchange_certificate);
+  session->encryption_certificate = parse_certificate(row.encryption_certificate);
   sessions_.open(row.id, std::move(session));
 }
 
@@ -82,14 +83,14 @@ int64_t Token::check_pin(const ContainerName& name, const Pin& pin) {
 int64_t Token::add_container(const ContainerOrder& order, const Pin& pin) {
   const Authority authority = store_.authority(order.kind);
   const Key signing = generate_key(order.kind, order.rsa_bits);
-  const Key exchange = generate_key(order.kind, order.rsa_bits);
+  const Key encryption = generate_key(order.kind, order.rsa_bits);
   ContainerRow row;
   row.name = order.name;
   row.signing_certificate =
       certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
-  row.exchange_certificate =
-      certificate_der(order_certificate(authority, exchange.get(), order, Usage::exchange).get());
-  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())},
+  row.encryption_certificate =
+      certificate_der(order_certificate(authority, encryption.get(), order, Usage::exchange).get());
+  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(encryption.get())},
                          pin);
 }
 
@@ -99,7 +100,7 @@ int64_t Token::import_container(const std::string& name, const Credential& crede
   require(kind_of(imported) == KeyKind::sm2 || bits_of(imported) <= kMaxRsaBits, kBadLength);
   ContainerRow row;
   row.name = name;
-  row.signing_certificate = row.exchange_certificate = certificate_der(credential.certificate.get());
+  row.signing_certificate = row.encryption_certificate = certificate_der(credential.certificate.get());
   require(row.signing_certificate.size() <= kMaxCertificate, kBadLength);
   const SecretBytes key = private_key_der(credential.key.get());
   return store_container(std::move(row), {key, key}, pin);
@@ -109,7 +110,7 @@ void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin
   row.salt = system_random(kSaltSize);
   const SecretBytes key = pin_key(pin.utf8, row.salt);
   row.signing_key = wrap(key, kSigningPurpose, keys.signing);
-  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+  row.encryption_key = wrap(key, kEncryptionPurpose, keys.encryption);
 }
 
 int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, const Pin& pin) {

@@ -50,14 +50,14 @@ class Token {
   }
 
   /** The PIN retry counter. */
-  uint32_t tries_left(const ContainerName& name) { return container(name).tries_left; }
+  uint32_t pin_retries(const ContainerName& name) { return container(name).pin_retries; }
   /** Throws kBadInput if the length of the new PIN is out of range; otherwise like login(). */
   void change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin);
   /** Changes the PIN retry counter like login(), without opening a session. Returns the id of the container.
    */
   int64_t check_pin(const ContainerName& name, const Pin& pin);
   /** Resets the PIN retry counter. */
-  void unlock(const ContainerName& name) { store_.give_tries_back(container_id(name)); }
+  void unlock(const ContainerName& name) { store_.reset_pin_retries(container_id(name)); }
 
   /** Generates both key pairs. Throws kContainerExists, or kBadInput for an invalid name or PIN length. */
   int64_t add_container(const ContainerOrder& order, const Pin& pin);
@@ -80,7 +80,7 @@ class Token {
  private:
   struct PrivateKeys {
     SecretBytes signing;
-    SecretBytes exchange;
+    SecretBytes encryption;
   };
 
   PrivateKeys open_keys(const ContainerRow& row, const Pin& pin);

@@ -108,7 +108,7 @@ TEST_F(Threads, WrongPinsAtOnceAreAllCounted) {
                   "B000426");
       },
       {});
-  EXPECT_EQ(service.token.tries_left(kContainers[0]), 10 - kClients);
+  EXPECT_EQ(service.token.pin_retries(kContainers[0]), 10 - kClients);
 }
 
 TEST_F(Threads, OfPinsChangedAtOnceOneIsTheNewOne) {

@@ -35,26 +35,26 @@ TEST_F(TokenTest, KeysAreOutOfReachBeforeLoginAndAfterLogout) {
 
 TEST_F(TokenTest, AnUnknownContainerIsNamedAsSuch) {
   EXPECT_EQ(code_of([&] { token.login("B", kPin); }), kNoSuchContainer);
-  EXPECT_EQ(code_of([&] { token.tries_left("B"); }), kNoSuchContainer);
+  EXPECT_EQ(code_of([&] { token.pin_retries("B"); }), kNoSuchContainer);
 }
 
 TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
   for (uint32_t left = kPinTries; left > 0; --left) {
-    EXPECT_EQ(token.tries_left("A"), left);
+    EXPECT_EQ(token.pin_retries("A"), left);
     EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
   }
   EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kPinLocked);
   EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, kWrong); }), kPinLocked);
   token.unlock("A");
   token.login("A", kPin);
-  EXPECT_EQ(token.tries_left("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinTries);
 }
 
 TEST_F(TokenTest, TheRightPinGivesTheTriesBack) {
   EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
-  EXPECT_EQ(token.tries_left("A"), kPinTries - 1);
+  EXPECT_EQ(token.pin_retries("A"), kPinTries - 1);
   token.login("A", kPin);
-  EXPECT_EQ(token.tries_left("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinTries);
 }
 
 TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
@@ -81,7 +81,7 @@ TEST_F(TokenTest, PinsHaveFourToThirtyOneCharacters) {
   for (const size_t size : {0, 3, 32}) {
     EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
   }
-  EXPECT_EQ(token.tries_left("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinTries);
   token.change_pin("A", kPin, Bytes(31, 'x'));
   token.change_pin("A", Bytes(31, 'x'), Bytes(4, 'y'));
   token.login("A", Bytes(4, 'y'));
@@ -161,9 +161,9 @@ TEST_F(TokenTest, TheFileHoldsNoPrivateKeyInTheClear) {
   token.login("A", kPin);
   const SecretBytes der = private_key_der(token.session("A")->signing_key.get());
   const ContainerRow row = token.container("A");
-  const std::string wrapped = as_text(row.signing_key) + as_text(row.exchange_key);
+  const std::string wrapped = as_text(row.signing_key) + as_text(row.encryption_key);
   EXPECT_EQ(wrapped.find(as_text(ByteView(der).last(32))), std::string::npos);
-  EXPECT_NE(row.signing_key, row.exchange_key);
+  EXPECT_NE(row.signing_key, row.encryption_key);
 }
 
 TEST_F(TokenTest, UserFilesGrowWithZerosAndEndAtTheirLimit) {
@@ -256,7 +256,7 @@ TEST(Making, LookingForAStoreChangesNoFile) {
 TEST(Making, AStoreIsForItsUserAlone) {
   TemporaryStore folder;
   Store store(folder.file());
-  store.give_tries_back(1);
+  store.reset_pin_retries(1);
   for (const char* log : {"", "-wal", "-shm"}) {
     const std::filesystem::path file = folder.file().concat(log);
     EXPECT_EQ(std::filesystem::status(file).permissions(),
