@@ -31,7 +31,7 @@ void list_containers(const std::filesystem::path& file) {
     const Key key = key_of(certificate.get());
     const std::string kind =
         kind_of(key.get()) == KeyKind::sm2 ? "SM2" : "RSA-" + std::to_string(bits_of(key.get()));
-    std::printf("%-10s %2u tries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.pin_retries),
+    std::printf("%-10s %2u PIN retries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.pin_retries),
                 as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), row.name.c_str());
   }
 }

@@ -87,7 +87,7 @@ class HttpServer::Server : public httplib::Server {
     } else if (!bind_to_port(kServiceHost, port)) {
       port = -1;
     }
-    if (port < 0) throw std::runtime_error("the port is not free");
+    if (port < 0) throw std::runtime_error("the port is in use");
     options_.port = static_cast<uint16_t>(port);
     host_ = std::string(kServiceHost) + ":" + std::to_string(options_.port);
     local_host_ = "localhost:" + std::to_string(options_.port);
@@ -183,7 +183,7 @@ class HttpServer::Server : public httplib::Server {
     try {
       answer_requests(connection);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "velm_softtoken: a connection was given up: %s\n", error.what());
+      std::fprintf(stderr, "velm_softtoken: connection closed: %s\n", error.what());
     }
     httplib::detail::close_socket(connection);
   }

@@ -31,7 +31,7 @@ void allow_many_connections() {
 
 void serve(const std::filesystem::path& file, const ServeOptions& options) {
   if (!Store::exists(file)) {
-    std::printf("velm_softtoken: making the store %s with the demo containers\n", file.string().c_str());
+    std::printf("velm_softtoken: creating the store %s with the demo containers\n", file.string().c_str());
     std::fflush(stdout);
     init_store(file, true);
   }

@@ -11,7 +11,7 @@ void print_trace(uint16_t port) {
   httplib::Client client(protocol::kServiceHost, port);
   const auto answer = client.Get(protocol::kTracePath);
   if (!answer || answer->status != 200)
-    throw std::runtime_error("no service answers on port " + std::to_string(port));
+    throw std::runtime_error("no local service answers on port " + std::to_string(port));
   std::fwrite(answer->body.data(), 1, answer->body.size(), stdout);
 }
 

@@ -65,7 +65,7 @@ Store::Store(const std::filesystem::path& file) : database_(file, false) {
   Statement version(database_, "PRAGMA user_version");
   version.step();
   if (version.number(0) != kFormat)
-    throw std::runtime_error(file.string() + " is not a store of this version");
+    throw std::runtime_error(file.string() + " is not a store of this format version");
 }
 
 Store::Store(const std::filesystem::path& file, New) : database_(file, true) {}
@@ -74,7 +74,7 @@ void Store::make(const std::function<void()>& add) {
   // Stored in the file; SQLite cannot change it within a transaction.
   database_.execute("PRAGMA journal_mode=WAL");
   Transaction transaction(database_);
-  if (!is_empty(database_)) throw std::runtime_error("the store exists already");
+  if (!is_empty(database_)) throw std::runtime_error("the store already exists");
   database_.execute(kSchema);
   for (const KeyKind kind : {KeyKind::rsa, KeyKind::sm2}) {
     const Authority authority = make_authority(kind);
