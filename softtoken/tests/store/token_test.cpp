@@ -25,7 +25,7 @@ class TokenTest : public testing::Test {
   Token token{store.file()};
 };
 
-TEST_F(TokenTest, KeysAreOutOfReachBeforeLoginAndAfterLogout) {
+TEST_F(TokenTest, KeysAreUnavailableBeforeLoginAndAfterLogout) {
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
   token.login("A", kPin);
   EXPECT_NE(token.session("A")->signing_key, nullptr);
@@ -33,7 +33,7 @@ TEST_F(TokenTest, KeysAreOutOfReachBeforeLoginAndAfterLogout) {
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
 }
 
-TEST_F(TokenTest, AnUnknownContainerIsNamedAsSuch) {
+TEST_F(TokenTest, AnUnknownContainerIsReported) {
   EXPECT_EQ(code_of([&] { token.login("B", kPin); }), kNoSuchContainer);
   EXPECT_EQ(code_of([&] { token.pin_retries("B"); }), kNoSuchContainer);
 }
@@ -50,7 +50,7 @@ TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
   EXPECT_EQ(token.pin_retries("A"), kPinTries);
 }
 
-TEST_F(TokenTest, TheRightPinGivesTheTriesBack) {
+TEST_F(TokenTest, TheCorrectPinResetsTheRetryCounter) {
   EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
   EXPECT_EQ(token.pin_retries("A"), kPinTries - 1);
   token.login("A", kPin);
@@ -77,7 +77,7 @@ TEST_F(TokenTest, APinChangedMeanwhileIsNotChangedAgain) {
   EXPECT_FALSE(token.store().replace_keys(before, before.salt));
 }
 
-TEST_F(TokenTest, PinsHaveFourToThirtyOneCharacters) {
+TEST_F(TokenTest, PinsHaveFourToThirtyOneBytes) {
   for (const size_t size : {0, 3, 32}) {
     EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
   }
@@ -97,7 +97,7 @@ TEST_F(TokenTest, AnIdleSessionEnds) {
   EXPECT_FALSE(sessions.is_open(1));
 }
 
-TEST_F(TokenTest, AskingWhetherSomebodyIsLoggedInKeepsNoSession) {
+TEST_F(TokenTest, AQueryOfTheLoginStateKeepsNoSession) {
   token.set_idle_limit(std::chrono::minutes(5));
   token.login("A", kPin);
   const auto logged_in = Sessions::Clock::now();
@@ -111,7 +111,7 @@ TEST_F(TokenTest, AskingWhetherSomebodyIsLoggedInKeepsNoSession) {
   token.require_login("A");
 }
 
-TEST_F(TokenTest, TheKeysOfAContainerThatAnotherProcessDeletesAreLetGo) {
+TEST_F(TokenTest, TheKeysOfAContainerThatAnotherProcessDeletesAreReleased) {
   token.login("A", kPin);
   const std::weak_ptr<const Session> session = token.session("A");
   token.close_idle_sessions();
@@ -138,14 +138,14 @@ TEST_F(TokenTest, ASecondReadingOfANameAppliesIfTheFirstIsUnknown) {
   EXPECT_EQ(code_of([&] { token.container_id(""); }), kNoSuchContainer);
 }
 
-TEST_F(TokenTest, NamesThatClientsCouldNotSendAreRefused) {
+TEST_F(TokenTest, NamesThatClientsCannotSendAreRejected) {
   for (const char* name : {"", "a\"b", "a\\b", "a&&&b", "a\nb"}) {
     EXPECT_EQ(code_of([&] { token.add_container({.name = name}, kPin); }), kBadInput) << name;
   }
   EXPECT_EQ(code_of([&] { token.add_container({.name = "A"}, kPin); }), kContainerExists);
 }
 
-TEST_F(TokenTest, ADeletedContainerTakesAllWithItAndItsSessionToo) {
+TEST_F(TokenTest, DeletingAContainerDeletesItsDataAndItsSession) {
   const int64_t id = token.container_id("A");
   write_user_file(token.store(), id, 1, 1, 0, kPin);
   token.login("A", kPin);
@@ -157,7 +157,7 @@ TEST_F(TokenTest, ADeletedContainerTakesAllWithItAndItsSessionToo) {
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
 }
 
-TEST_F(TokenTest, TheFileHoldsNoPrivateKeyInTheClear) {
+TEST_F(TokenTest, TheStoreContainsNoPrivateKeyInPlaintext) {
   token.login("A", kPin);
   const SecretBytes der = private_key_der(token.session("A")->signing_key.get());
   const ContainerRow row = token.container("A");
@@ -166,7 +166,7 @@ TEST_F(TokenTest, TheFileHoldsNoPrivateKeyInTheClear) {
   EXPECT_NE(row.signing_key, row.encryption_key);
 }
 
-TEST_F(TokenTest, UserFilesGrowWithZerosAndEndAtTheirLimit) {
+TEST_F(TokenTest, UserFilesGrowWithZerosUpToTheirLimit) {
   const int64_t id = token.container_id("A");
   Store& s = token.store();
   EXPECT_EQ(code_of([&] { read_user_file(s, id, 1, 2, 0, 8); }), kFileNotFound);
@@ -194,7 +194,7 @@ Certificate certificate_with_comment(Store& store, EVP_PKEY* key, size_t length)
   return certificate;
 }
 
-TEST_F(TokenTest, ACertificateThatClientsHaveNoRoomForIsNotImported) {
+TEST_F(TokenTest, ACertificateTooLongForClientsIsNotImported) {
   Key key = generate_rsa_key(1024);
   const size_t usual = certificate_der(certificate_with_comment(token.store(), key.get(), 1000).get()).size();
   Credential longest{std::move(key), nullptr};
@@ -205,7 +205,7 @@ TEST_F(TokenTest, ACertificateThatClientsHaveNoRoomForIsNotImported) {
   EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", longest, kPin); }), kBadLength);
 }
 
-TEST_F(TokenTest, AKeyWhoseSignaturesClientsHaveNoRoomForIsNotImported) {
+TEST_F(TokenTest, AnRsaKeyTooLongForClientsIsNotImported) {
   // RSAPublicKey: a modulus of 4,104 bits and 65537. The key is rejected before use, so the modulus needs no
   // prime factors.
   Bytes public_key = from_hex("3082020B0282020200");
@@ -217,7 +217,7 @@ TEST_F(TokenTest, AKeyWhoseSignaturesClientsHaveNoRoomForIsNotImported) {
   EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", credential, kPin); }), kBadLength);
 }
 
-TEST(Making, AStoreThatWasNotMadeToItsEndIsNone) {
+TEST(StoreCreation, AnIncompleteStoreDoesNotExist) {
   TemporaryStore folder;
   const std::filesystem::path file = folder.file().replace_filename("other.db");
   EXPECT_FALSE(Store::exists(file));
@@ -242,7 +242,7 @@ TEST(Making, AStoreThatWasNotMadeToItsEndIsNone) {
   Token(file).login("A", kPin);
 }
 
-TEST(Making, LookingForAStoreChangesNoFile) {
+TEST(StoreCreation, LookingForAStoreDoesNotWrite) {
   TemporaryStore folder;
   const std::filesystem::path file = folder.file().replace_filename("other.db");
   EXPECT_FALSE(Store::exists(file));
@@ -253,7 +253,7 @@ TEST(Making, LookingForAStoreChangesNoFile) {
 }
 
 #ifndef _WIN32
-TEST(Making, AStoreIsForItsUserAlone) {
+TEST(StoreCreation, OnlyTheOwnerMayAccessAStore) {
   TemporaryStore folder;
   Store store(folder.file());
   store.reset_pin_retries(1);
@@ -266,7 +266,7 @@ TEST(Making, AStoreIsForItsUserAlone) {
 }
 #endif
 
-TEST(Demo, HoldsTheContainersItPromises) {
+TEST(Demo, ContainsTheDocumentedContainers) {
   TemporaryStore store;
   Token token(store.file());
   add_demo_containers(token);
@@ -290,7 +290,7 @@ TEST(Demo, HoldsTheContainersItPromises) {
   EXPECT_EQ(code_of([&] { seal_item(token.store(), seals, 0, 99); }), kParameterUnsupported);
 }
 
-TEST(Validation, RefusesWhatTheAuthorityDidNotSign) {
+TEST(Validation, RejectsCertificatesThatTheDemoCaDidNotIssue) {
   TemporaryStore store;
   TemporaryStore elsewhere;
   Token token(store.file());
