@@ -53,8 +53,7 @@ class Token {
   uint32_t pin_retries(const ContainerName& name) { return container(name).pin_retries; }
   /** Throws kBadInput if the length of the new PIN is out of range; otherwise like login(). */
   void change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin);
-  /** Changes the PIN retry counter like login(), without opening a session. Returns the id of the container.
-   */
+  /** Like login(), but opens no session. Returns the id of the container. */
   int64_t check_pin(const ContainerName& name, const Pin& pin);
   /** Resets the PIN retry counter. */
   void unlock(const ContainerName& name) { store_.reset_pin_retries(container_id(name)); }
