@@ -11,10 +11,8 @@
 #include <cstdint>
 
 namespace velm::token {
-namespace {
 
-// Returns the length of the first UTF-8 character, 0 if it is malformed. `text` must not be empty.
-size_t character_length(std::string_view text) {
+size_t utf8_character_length(std::string_view text) {
   const auto at = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
   const uint8_t lead = at(0);
   if (lead < 0x80) return 1;
@@ -30,11 +28,9 @@ size_t character_length(std::string_view text) {
   return overlong || surrogate || point > 0x10FFFF ? 0 : length;
 }
 
-}  // namespace
-
 bool is_utf8(std::string_view text) {
   while (!text.empty()) {
-    const size_t length = character_length(text);
+    const size_t length = utf8_character_length(text);
     if (length == 0) return false;
     text.remove_prefix(length);
   }

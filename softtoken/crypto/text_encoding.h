@@ -6,6 +6,9 @@
 
 namespace velm::token {
 
+/** Returns the length of the first UTF-8 character, 0 if it is malformed. `text` must not be empty. */
+size_t utf8_character_length(std::string_view text);
+
 bool is_utf8(std::string_view text);
 
 /**

@@ -14,11 +14,11 @@ Json exported(const Bytes& certificate) { return {{"UserCert", base64_encode(cer
 }  // namespace
 
 Json export_signing_certificate(Token& token, const Json& request) {
-  return exported(token.container(text_field(request, "ContainerName")).signing_certificate);
+  return exported(token.container(name_field(request, "ContainerName")).signing_certificate);
 }
 
-Json export_exchange_certificate(Token& token, const Json& request) {
-  return exported(token.container(text_field(request, "ContainerName")).exchange_certificate);
+Json export_encryption_certificate(Token& token, const Json& request) {
+  return exported(token.container(name_field(request, "ContainerName")).encryption_certificate);
 }
 
 Json get_certificate_item_by_oid(Token&, const Json& request) {

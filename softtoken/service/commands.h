@@ -4,6 +4,7 @@
 #include <string>
 
 #include "softtoken/service/http_server.h"
+#include "softtoken/store/client_text.h"
 
 namespace velm::token {
 
@@ -25,18 +26,17 @@ void serve(const std::filesystem::path& file, const ServeOptions& options);
 void print_trace(uint16_t port);
 
 void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,
-                   const std::string& pin);
+                   const Pin& pin);
 void list_containers(const std::filesystem::path& file);
-void delete_container(const std::filesystem::path& file, const std::string& name);
-void unlock_container(const std::filesystem::path& file, const std::string& name);
+void delete_container(const std::filesystem::path& file, const ContainerName& name);
+void unlock_container(const std::filesystem::path& file, const ContainerName& name);
 
 /** Imports a private key and its certificate from a PKCS#12 or PEM file into a new container. */
 void import_container(const std::filesystem::path& file, const std::string& name,
-                      const std::filesystem::path& source, const std::string& password,
-                      const std::string& pin);
+                      const std::filesystem::path& source, const std::string& password, const Pin& pin);
 
-enum class WhichCertificate { signing, exchange, authority };
+enum class WhichCertificate { signing, encryption, authority };
 /** Prints a certificate of a container, or the certificate of the demo CA that issued it, as PEM. */
-void export_certificate(const std::filesystem::path& file, const std::string& name, WhichCertificate which);
+void export_certificate(const std::filesystem::path& file, const ContainerName& name, WhichCertificate which);
 
 }  // namespace velm::token

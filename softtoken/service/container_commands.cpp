@@ -14,34 +14,33 @@ void init_store(const std::filesystem::path& file, bool demo) {
 }
 
 void add_container(const std::filesystem::path& file, const std::string& name, const std::string& type,
-                   const std::string& pin) {
+                   const Pin& pin) {
   ContainerOrder order{.name = name};
   if (type != "sm2") {
     order.kind = KeyKind::rsa;
     order.rsa_bits = type == "rsa1024" ? 1024 : 2048;
   }
   Token token(file);
-  token.add_container(order, as_bytes(pin));
+  token.add_container(order, pin);
 }
 
 void list_containers(const std::filesystem::path& file) {
   Token token(file);
-  for (const std::string& name : token.container_names()) {
-    const ContainerRow row = token.container(name);
+  for (const ContainerRow& row : token.store().containers()) {
     const Certificate certificate = parse_certificate(row.signing_certificate);
     const Key key = key_of(certificate.get());
     const std::string kind =
         kind_of(key.get()) == KeyKind::sm2 ? "SM2" : "RSA-" + std::to_string(bits_of(key.get()));
-    std::printf("%-10s %2u tries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.tries_left),
-                as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), name.c_str());
+    std::printf("%-10s %2u PIN retries  %s  %s\n", kind.c_str(), static_cast<unsigned>(row.pin_retries),
+                as_text(certificate_item(certificate.get(), kNotAfterItem)).c_str(), row.name.c_str());
   }
 }
 
-void delete_container(const std::filesystem::path& file, const std::string& name) {
+void delete_container(const std::filesystem::path& file, const ContainerName& name) {
   Token(file).delete_container(name);
 }
 
-void unlock_container(const std::filesystem::path& file, const std::string& name) {
+void unlock_container(const std::filesystem::path& file, const ContainerName& name) {
   Token(file).unlock(name);
 }
 

@@ -28,7 +28,7 @@ Credential from_pkcs12(PKCS12* container, const std::string& password) {
   EVP_PKEY* key = nullptr;
   X509* certificate = nullptr;
   if (PKCS12_parse(container, password.c_str(), &key, &certificate, nullptr) != 1) {
-    throw std::runtime_error("the PKCS#12 file does not open with this password");
+    throw std::runtime_error("cannot open the PKCS#12 file with this password");
   }
   return {Key(key), Certificate(certificate)};
 }
@@ -49,7 +49,7 @@ Credential read_credential(const std::filesystem::path& source, const std::strin
   ERR_clear_error();
   Credential credential = container ? from_pkcs12(container.get(), password) : from_pem(content, password);
   if (!credential.key || !credential.certificate) {
-    throw std::runtime_error(source.string() + " holds no private key with a certificate");
+    throw std::runtime_error(source.string() + " does not contain a private key and its certificate");
   }
   return credential;
 }
@@ -58,23 +58,23 @@ Certificate issuer_of(Store& store, X509* certificate) {
   for (Certificate& root : store.roots()) {
     if (X509_check_issued(root.get(), certificate) == X509_V_OK) return std::move(root);
   }
-  throw std::runtime_error("the certificate is not one of the demo authority's");
+  throw std::runtime_error("the demo CA did not issue the certificate");
 }
 
 }  // namespace
 
 void import_container(const std::filesystem::path& file, const std::string& name,
-                      const std::filesystem::path& source, const std::string& password,
-                      const std::string& pin) {
+                      const std::filesystem::path& source, const std::string& password, const Pin& pin) {
   Token token(file);
-  token.import_container(name, read_credential(source, password), as_bytes(pin));
+  token.import_container(name, read_credential(source, password), pin);
 }
 
-void export_certificate(const std::filesystem::path& file, const std::string& name, WhichCertificate which) {
+void export_certificate(const std::filesystem::path& file, const ContainerName& name,
+                        WhichCertificate which) {
   Token token(file);
   const ContainerRow row = token.container(name);
-  Certificate certificate = parse_certificate(which == WhichCertificate::exchange ? row.exchange_certificate
-                                                                                  : row.signing_certificate);
+  Certificate certificate = parse_certificate(
+      which == WhichCertificate::encryption ? row.encryption_certificate : row.signing_certificate);
   if (which == WhichCertificate::authority) certificate = issuer_of(token.store(), certificate.get());
   const Bio text(allocated(BIO_new(BIO_s_mem())));
   require(PEM_write_bio_X509(text.get(), certificate.get()) == 1, kUnknownError);

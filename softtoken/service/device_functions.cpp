@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "protocol/endpoint.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 
@@ -18,7 +19,7 @@ struct DeviceItem {
 constexpr DeviceItem kDeviceItems[] = {
     {0x201, "software token"},
     {0x202, "development and test"},
-    {0x203, "VELM Software Token"},
+    {0x203, kDeviceName},
     {0x204, "VELM"},
     {0x205, "none"},
     {0x206, VELM_TOKEN_VERSION},
@@ -29,7 +30,7 @@ constexpr DeviceItem kDeviceItems[] = {
     {0x20B, "SM3,SHA-1,SHA-256"},
     {0x20C, "unlimited"},
     {0x20D, "unlimited"},
-    {0x210, "127.0.0.1"},
+    {0x210, protocol::kServiceHost},
     {0x211, "keys in a file; for development and tests only"},
 };
 
@@ -43,7 +44,7 @@ Json get_user_list(Token& token, const Json&) {
 
 Json get_device_info(Token& token, const Json& request) {
   const uint32_t number = number_field(request, "Type");
-  token.container_id(text_field(request, "ContainerName"));
+  token.container_id(name_field(request, "ContainerName"));
   const auto* found = std::ranges::find(kDeviceItems, number, &DeviceItem::number);
   if (found == std::end(kDeviceItems)) throw TokenError(kParameterUnsupported);
   return {{"DeviceInfo", found->text}};

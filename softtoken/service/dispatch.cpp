@@ -3,19 +3,20 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "softtoken/crypto/text_encoding.h"
+#include "protocol/endpoint.h"
 #include "softtoken/service/frame.h"
 #include "softtoken/service/functions.h"
 #include "softtoken/service/json_fields.h"
 #include "softtoken/service/module_functions.h"
+#include "softtoken/service/received_text.h"
 #include "softtoken/store/time_stamp_authority.h"
 
 namespace velm::token {
 namespace {
 
-constexpr const char* kJsonType = "application/json";
-constexpr const char* kFrameType = "application/octet-stream";
-constexpr const char* kStampAnswerType = "application/timestamp-reply";
+using protocol::kFrameType;
+using protocol::kFunctionMember;
+using protocol::kJsonType;
 
 // Runs a function, records the call in the trace and returns the result code. Exceptions become result codes.
 template <typename Table, typename Run>
@@ -69,18 +70,15 @@ nlohmann::json parse_request(std::string_view text) {
 }
 
 Answer answer_call(Service& service, std::span<const JsonFunction> functions, std::string_view body) {
-  // Convert before parsing: the second byte of a GBK character can be a backslash.
-  std::string text = utf8_of(body);
-  const WipeAtEnd wiped_text(text);
-  nlohmann::json request = parse_request(text);
+  nlohmann::json request = parse_request(utf8_json(body));
   const WipeTextsAtEnd wiped_request(request);
-  if (!request.is_object() || !request.contains("funcid"))
+  if (!request.is_object() || !request.contains(kFunctionMember))
     return {400, kJsonType, json_answer(kBadInput, nullptr)};
   nlohmann::json result;
   uint32_t code = kBadInput;
-  if (request["funcid"].is_number_unsigned()) {
+  if (request[kFunctionMember].is_number_unsigned()) {
     const auto number =
-        static_cast<uint32_t>(std::min<uint64_t>(request["funcid"].get<uint64_t>(), UINT32_MAX));
+        static_cast<uint32_t>(std::min<uint64_t>(request[kFunctionMember].get<uint64_t>(), UINT32_MAX));
     code = run_call(service.trace, functions, number,
                     [&](const JsonFunction& function) { result = function.run(service.token, request); });
   }
@@ -117,7 +115,7 @@ Answer answer_time_stamp(Service& service, std::string_view body) {
   const uint32_t code = run_call(service.trace, std::span(kTimeStamp), 0, [&](const auto&) {
     data = answer_time_stamp_query(service.token.store(), as_bytes(body));
   });
-  return {code == kSuccess ? 200 : 500, kStampAnswerType, as_text(data)};
+  return {code == kSuccess ? 200 : 500, protocol::kTimeStampReplyType, as_text(data)};
 }
 
 }  // namespace velm::token

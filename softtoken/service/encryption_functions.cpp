@@ -7,11 +7,15 @@
 namespace velm::token {
 namespace {
 
-using protocol::kExchangeKey;
-using protocol::kSigningKey;
-
 // Size of the response buffer of clients for AsymmEncryptData, in addition to the length of the key.
 constexpr size_t kAsymmetricRoom = 1024;
+
+// Whether a request addresses the encryption key of a container, not the signing key.
+bool is_encryption_key(uint32_t key_type) {
+  const bool encryption = key_type == protocol::kExchangeKey;
+  if (!encryption && key_type != protocol::kSigningKey) throw TokenError(kParameterUnsupported);
+  return encryption;
+}
 
 Bytes revealed(const SecretBytes& plain) { return {plain.begin(), plain.end()}; }
 
@@ -25,22 +29,22 @@ Bytes encrypt_data(Token&, FrameReader& request) {
 }
 
 Bytes decrypt_data(Token& token, FrameReader& request) {
-  const std::string name = request.text();
+  const ContainerName name = request.name();
   const ByteView envelope = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
-  const Opener openers[] = {{session->exchange_certificate.get(), session->exchange_key.get()},
+  const Opener openers[] = {{session->encryption_certificate.get(), session->encryption_key.get()},
                             {session->signing_certificate.get(), session->signing_key.get()}};
   return revealed(open_envelope(openers, envelope));
 }
 
 Bytes export_public_key(Token& token, FrameReader& request) {
-  const std::string name = request.text();
-  const uint32_t specifier = request.number();
+  const ContainerName name = request.name();
+  const uint32_t key_type = request.number();
   request.expect_end();
   const ContainerRow row = token.container(name);
-  if (specifier != kExchangeKey && specifier != kSigningKey) throw TokenError(kParameterUnsupported);
-  const Bytes& certificate = specifier == kExchangeKey ? row.exchange_certificate : row.signing_certificate;
+  const Bytes& certificate =
+      is_encryption_key(key_type) ? row.encryption_certificate : row.signing_certificate;
   return public_key_bytes(key_of(parse_certificate(certificate).get()).get());
 }
 
@@ -54,13 +58,12 @@ Bytes asymmetric_encrypt(Token&, FrameReader& request) {
 }
 
 Bytes asymmetric_decrypt(Token& token, FrameReader& request) {
-  const std::string name = request.text();
-  const uint32_t specifier = request.number();
+  const ContainerName name = request.name();
+  const uint32_t key_type = request.number();
   const ByteView cipher = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
-  if (specifier != kExchangeKey && specifier != kSigningKey) throw TokenError(kParameterUnsupported);
-  const Key& key = specifier == kExchangeKey ? session->exchange_key : session->signing_key;
+  const Key& key = is_encryption_key(key_type) ? session->encryption_key : session->signing_key;
   return revealed(decrypt_with_key(key.get(), cipher));
 }
 

@@ -19,7 +19,7 @@ Json gen_random(Token&, const Json& request) {
   return {{"RandomData", base64_encode(system_random(count))}};
 }
 
-Json greet(Token&, const Json&) { return nullptr; }
+Json acknowledge(Token&, const Json&) { return nullptr; }
 
 // The only setting: minutes after which an unused session is closed, 0 for never.
 Bytes configure(Token& token, FrameReader& request) {

@@ -1,7 +1,8 @@
 #pragma once
 
 #include "protocol/byte_frame.h"
-#include "softtoken/crypto/openssl_handles.h"
+#include "softtoken/crypto/token_error.h"
+#include "softtoken/service/received_text.h"
 
 namespace velm::token {
 
@@ -12,8 +13,8 @@ class FrameReader {
 
   uint32_t number() { return required(fields_.number(), kBadLength); }
   ByteView bytes() { return required(fields_.bytes(), kBadLength); }
-  /** Returns a text without its terminating zero; throws kBadInput if that is missing. */
-  std::string text() { return std::string(required(protocol::text_in(bytes()), kBadInput)); }
+  /** Reads the text of a container name; throws kBadInput if its terminating zero is missing. */
+  ContainerName name() { return read_name(required(protocol::text_in(bytes()), kBadInput)); }
   /** Throws kBadLength if bytes are left. */
   void expect_end() const { require(fields_.at_end(), kBadLength); }
 

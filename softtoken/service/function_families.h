@@ -15,7 +15,7 @@ using Json = nlohmann::json;
 Json get_version(Token& token, const Json& request);
 Json gen_random(Token& token, const Json& request);
 /** Initialize and Finalize. The token keeps no state for an application. */
-Json greet(Token& token, const Json& request);
+Json acknowledge(Token& token, const Json& request);
 Bytes configure(Token& token, FrameReader& request);
 
 // Login and PIN
@@ -31,7 +31,7 @@ Json get_device_info(Token& token, const Json& request);
 
 // Certificates
 Json export_signing_certificate(Token& token, const Json& request);
-Json export_exchange_certificate(Token& token, const Json& request);
+Json export_encryption_certificate(Token& token, const Json& request);
 Json get_certificate_item_by_oid(Token& token, const Json& request);
 Json validate_certificate(Token& token, const Json& request);
 Bytes get_certificate_item(Token& token, FrameReader& request);

@@ -3,19 +3,16 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include "softtoken/crypto/secret.h"
 #include "softtoken/service/dispatch.h"
 #include "softtoken/service/growing_thread_pool.h"
+#include "softtoken/service/received_text.h"
 #include "softtoken/service/request_stream.h"
 
 namespace velm::token {
 namespace {
 
-constexpr const char* kLoopback = "127.0.0.1";
-// Paths of the provider modules (JSON) and of time-stamp requests. Functions for applications use any other
-// path.
-constexpr const char* kModulePath = "/token";
-constexpr const char* kStampPath = "/tsa";
+using protocol::kServiceHost;
+
 constexpr size_t kThreadLimit = 2048;
 // cpp-httplib matches paths with std::regex, which recurses once per character, with 448 bytes of stack.
 constexpr size_t kPathLimit = 1024;
@@ -57,9 +54,6 @@ socket_t accept_connection(socket_t listener) {
 #endif
 }
 
-// A request body may contain a PIN, so wipe the old buffers when it grows.
-using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
-
 }  // namespace
 
 class HttpServer::Server : public httplib::Server {
@@ -81,7 +75,7 @@ class HttpServer::Server : public httplib::Server {
     // Match newlines too, otherwise unmatched bodies are buffered unwiped.
     Post("[^]*", [this](const httplib::Request& request, httplib::Response& response,
                         const httplib::ContentReader& body) { answer(request, response, body); });
-    Get("/trace", [this](const httplib::Request&, httplib::Response& response) {
+    Get(protocol::kTracePath, [this](const httplib::Request&, httplib::Response& response) {
       response.set_content(service_.trace.text(), "text/plain");
     });
   }
@@ -89,13 +83,13 @@ class HttpServer::Server : public httplib::Server {
   uint16_t bind() {
     int port = options_.port;
     if (port == 0) {
-      port = bind_to_any_port(kLoopback);
-    } else if (!bind_to_port(kLoopback, port)) {
+      port = bind_to_any_port(kServiceHost);
+    } else if (!bind_to_port(kServiceHost, port)) {
       port = -1;
     }
-    if (port < 0) throw std::runtime_error("the port is not free");
+    if (port < 0) throw std::runtime_error("the port is in use");
     options_.port = static_cast<uint16_t>(port);
-    host_ = std::string(kLoopback) + ":" + std::to_string(options_.port);
+    host_ = std::string(kServiceHost) + ":" + std::to_string(options_.port);
     local_host_ = "localhost:" + std::to_string(options_.port);
     return options_.port;
   }
@@ -162,12 +156,13 @@ class HttpServer::Server : public httplib::Server {
 
   using Answering = Answer (*)(Service&, std::string_view);
 
-  // Returns null for an unsupported content type.
+  // Returns null for a content type that the path does not accept.
   static Answering answering_of(const std::string& path, const std::string& type) {
-    if (path == kStampPath)
-      return type.starts_with("application/timestamp-query") ? answer_time_stamp : nullptr;
-    if (type.starts_with("application/json")) return path == kModulePath ? answer_module : answer_json;
-    return type.starts_with("application/octet-stream") ? answer_frame : nullptr;
+    if (path == protocol::kTimeStampPath)
+      return type.starts_with(protocol::kTimeStampQueryType) ? answer_time_stamp : nullptr;
+    if (path == protocol::kModulePath) return type.starts_with(protocol::kJsonType) ? answer_module : nullptr;
+    if (type.starts_with(protocol::kJsonType)) return answer_json;
+    return type.starts_with(protocol::kFrameType) ? answer_frame : nullptr;
   }
 
   static void deliver(Answer&& answer, httplib::Response& response) {
@@ -188,7 +183,7 @@ class HttpServer::Server : public httplib::Server {
     try {
       answer_requests(connection);
     } catch (const std::exception& error) {
-      std::fprintf(stderr, "velm_softtoken: a connection was given up: %s\n", error.what());
+      std::fprintf(stderr, "velm_softtoken: connection closed: %s\n", error.what());
     }
     httplib::detail::close_socket(connection);
   }
@@ -199,8 +194,9 @@ class HttpServer::Server : public httplib::Server {
     for (size_t left = kRequestsPerConnection; open && left > 0; --left) {
       if (left < kRequestsPerConnection && !stream.await_request(kSilentTime)) break;
       bool last = left == 1;
-      const bool answered = process_request(stream, kLoopback, 0, kLoopback, options_.port, /*close*/ last,
-                                            /*closed by the client*/ last, nullptr);
+      const bool answered =
+          process_request(stream, kServiceHost, 0, kServiceHost, options_.port, /*close*/ last,
+                          /*closed by the client*/ last, nullptr);
       const bool served = stream.served();
       open = stream.flush() && answered && served && !last;
       if (!served) drain(socket);

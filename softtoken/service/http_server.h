@@ -5,19 +5,21 @@
 #include <cstdint>
 #include <memory>
 
+#include "protocol/endpoint.h"
+
 namespace velm::token {
 
 struct Service;
 
 struct HttpOptions {
-  uint16_t port = 55661;
+  uint16_t port = protocol::kServicePort;
   /** Largest request body, in bytes. */
   size_t body_limit = size_t{64} * 1024 * 1024;
   /** Time limit for receiving a complete request. */
   std::chrono::milliseconds request_time{10000};
 };
 
-/** The local service on 127.0.0.1. */
+/** The local service on the loopback address. */
 class HttpServer {
  public:
   HttpServer(Service& service, HttpOptions options);

@@ -4,6 +4,7 @@
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/token_error.h"
+#include "softtoken/service/received_text.h"
 
 namespace velm::token {
 namespace {
@@ -24,8 +25,12 @@ const std::string& text_member(const nlohmann::json& request, const char* name) 
 
 std::string text_field(const nlohmann::json& request, const char* name) { return text_member(request, name); }
 
-SecretBytes secret_text_field(const nlohmann::json& request, const char* name) {
-  return secret_copy(as_bytes(text_member(request, name)));
+ContainerName name_field(const nlohmann::json& request, const char* name) {
+  return read_name(text_member(request, name));
+}
+
+Pin pin_field(const nlohmann::json& request, const char* name) {
+  return as_bytes(text_member(request, name));
 }
 
 // Clients may print an unsigned 32-bit number as a signed one.
@@ -45,10 +50,10 @@ Bytes base64_field(const nlohmann::json& request, const char* name) {
   return *std::move(bytes);
 }
 
-SecretBytes secret_base64_field(const nlohmann::json& request, const char* name) {
+Pin base64_pin_field(const nlohmann::json& request, const char* name) {
   Bytes bytes = base64_field(request, name);
   const WipeAtEnd wiped(bytes);
-  return secret_copy(bytes);
+  return read_pin(bytes);
 }
 
 // The calls below throw only for invalid iterators and for values that are not strings: neither can occur.

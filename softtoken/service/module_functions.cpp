@@ -16,15 +16,16 @@ namespace {
 
 using protocol::ModuleFunction;
 
-constexpr const char* kDeviceName = "VELM Software Token";
 constexpr const char* kIdleLogoutControl = "IDLE_LOGOUT";
 
-DeviceFiles files_of(Token& token, const Json& request) { return {token, text_field(request, "container")}; }
+DeviceFiles files_of(Token& token, const Json& request) {
+  return {token, token.container_id(name_field(request, "container"))};
+}
 
-std::string name_field(const Json& request) { return as_text(base64_field(request, "name")); }
+std::string file_name(const Json& request) { return as_text(base64_field(request, "name")); }
 
 Json read_label(Token& token, const Json& request) {
-  const std::string name = utf8_of(name_field(request));
+  const std::string name = utf8_of(file_name(request));
   if (name == kStampAuthorityLabel || name == kSm2StampAuthorityLabel)
     prepare_time_stamp_authority(token.store());
   return base64_encode(label(token.store(), name, number_field(request, "type")));
@@ -38,32 +39,38 @@ Json list_files(Token& token, const Json& request) {
 }
 
 Json create_file(Token& token, const Json& request) {
-  files_of(token, request)
-      .create(name_field(request), {.size = number_field(request, "size"),
-                                    .read_rights = number_field(request, "readRights"),
-                                    .write_rights = number_field(request, "writeRights")});
+  const std::string name = file_name(request);
+  const DeviceFileAttributes attributes{.size = number_field(request, "size"),
+                                        .read_rights = number_field(request, "readRights"),
+                                        .write_rights = number_field(request, "writeRights")};
+  files_of(token, request).create(name, attributes);
   return nullptr;
 }
 
 Json delete_file(Token& token, const Json& request) {
-  files_of(token, request).remove(name_field(request));
+  const std::string name = file_name(request);
+  files_of(token, request).remove(name);
   return nullptr;
 }
 
 Json read_file(Token& token, const Json& request) {
-  return base64_encode(
-      files_of(token, request)
-          .read(name_field(request), number_field(request, "offset"), number_field(request, "length")));
+  const std::string name = file_name(request);
+  const uint32_t offset = number_field(request, "offset");
+  const uint32_t length = number_field(request, "length");
+  return base64_encode(files_of(token, request).read(name, offset, length));
 }
 
 Json write_file(Token& token, const Json& request) {
-  files_of(token, request)
-      .write(name_field(request), number_field(request, "offset"), base64_field(request, "data"));
+  const std::string name = file_name(request);
+  const uint32_t offset = number_field(request, "offset");
+  const Bytes data = base64_field(request, "data");
+  files_of(token, request).write(name, offset, data);
   return nullptr;
 }
 
 Json file_attributes(Token& token, const Json& request) {
-  const DeviceFileAttributes attributes = files_of(token, request).attributes(name_field(request));
+  const std::string name = file_name(request);
+  const DeviceFileAttributes attributes = files_of(token, request).attributes(name);
   return {{"size", attributes.size},
           {"readRights", attributes.read_rights},
           {"writeRights", attributes.write_rights}};

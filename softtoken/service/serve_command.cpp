@@ -13,9 +13,9 @@
 namespace velm::token {
 namespace {
 
-std::atomic<bool> g_asked_to_end{false};
+std::atomic<bool> g_stop_requested{false};
 
-void ask_to_end(int) { g_asked_to_end = true; }
+void request_stop(int) { g_stop_requested = true; }
 
 // Each connection needs a file descriptor; the default limit is often 1,024.
 void allow_many_connections() {
@@ -31,7 +31,7 @@ void allow_many_connections() {
 
 void serve(const std::filesystem::path& file, const ServeOptions& options) {
   if (!Store::exists(file)) {
-    std::printf("velm_softtoken: making the store %s with the demo containers\n", file.string().c_str());
+    std::printf("velm_softtoken: creating the store %s with the demo containers\n", file.string().c_str());
     std::fflush(stdout);
     init_store(file, true);
   }
@@ -40,19 +40,20 @@ void serve(const std::filesystem::path& file, const ServeOptions& options) {
   allow_many_connections();
   HttpServer server(service, options.http);
   const uint16_t port = server.bind();
-  std::signal(SIGINT, ask_to_end);
-  std::signal(SIGTERM, ask_to_end);
+  std::signal(SIGINT, request_stop);
+  std::signal(SIGTERM, request_stop);
   std::thread watcher([&] {
-    while (!g_asked_to_end) {
+    while (!g_stop_requested) {
       std::this_thread::sleep_for(std::chrono::milliseconds(100));
       service.token.close_idle_sessions();
     }
     server.stop();
   });
-  std::printf("velm_softtoken: a development and test token, listening on 127.0.0.1:%u\n", unsigned{port});
+  std::printf("velm_softtoken: a development and test token, listening on %s:%u\n", protocol::kServiceHost,
+              unsigned{port});
   std::fflush(stdout);
   server.run();
-  g_asked_to_end = true;
+  g_stop_requested = true;
   watcher.join();
 }
 

@@ -19,7 +19,7 @@ enum MessageItem : uint32_t { kContentItem = 1, kCertificateItem = 2, kSignature
 
 Json sign_data(Token& token, const Json& request) {
   const Bytes data = base64_field(request, "InData");
-  const auto session = token.session(text_field(request, "ContainerName"));
+  const auto session = token.session(name_field(request, "ContainerName"));
   EVP_PKEY* key = session->signing_key.get();
   return {{"Sign", base64_encode(sign_data(key, digest_for(key), data))}};
 }
@@ -34,7 +34,7 @@ Json verify_data(Token&, const Json& request) {
 Json sign_message(Token& token, const Json& request) {
   const Bytes data = base64_field(request, "InData");
   const bool detached = number_field(request, "Flag") != kAttached;
-  const auto session = token.session(text_field(request, "ContainerName"));
+  const auto session = token.session(name_field(request, "ContainerName"));
   const Bytes message =
       make_signed_message(session->signing_key.get(), session->signing_certificate.get(), data, detached);
   return {{"SignData", base64_encode(message)}};
@@ -49,7 +49,7 @@ Json sign_hash(Token& token, const Json& request) {
   const auto digest = static_cast<DigestId>(number_field(request, "hashAlg"));
   if (!is_hash_value(number_field(request, "inDataType"))) throw TokenError(kParameterUnsupported);
   const Bytes hash = base64_field(request, "hashedData");
-  const auto session = token.session(text_field(request, "container"));
+  const auto session = token.session(name_field(request, "container"));
   return base64_encode(sign_hash(session->signing_key.get(), digest, hash));
 }
 

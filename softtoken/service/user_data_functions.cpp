@@ -6,7 +6,7 @@
 namespace velm::token {
 
 Bytes read_user_data(Token& token, FrameReader& request) {
-  const std::string name = request.text();
+  const ContainerName name = request.name();
   const uint32_t type = request.number();
   const uint32_t index = request.number();
   const uint32_t offset = request.number();
@@ -16,22 +16,22 @@ Bytes read_user_data(Token& token, FrameReader& request) {
 }
 
 Json write_user_data(Token& token, const Json& request) {
-  const std::string name = text_field(request, "ContainerName");
+  const ContainerName name = name_field(request, "ContainerName");
   const Bytes data = base64_field(request, "WriteData");
   const uint32_t type = number_field(request, "FileType");
   const uint32_t index = number_field(request, "FileIndex");
   const uint32_t offset = number_field(request, "Offset");
-  token.check_pin(name, secret_text_field(request, "Pin"));
-  write_user_file(token.store(), token.container_id(name), type, index, offset, data);
+  const int64_t container = token.check_pin(name, pin_field(request, "Pin"));
+  write_user_file(token.store(), container, type, index, offset, data);
   return nullptr;
 }
 
 Json count_seals(Token& token, const Json& request) {
-  return {{"sealCount", seal_count(token.store(), token.container_id(text_field(request, "container")))}};
+  return {{"sealCount", seal_count(token.store(), token.container_id(name_field(request, "container")))}};
 }
 
 Json get_seal_item(Token& token, const Json& request) {
-  const int64_t container = token.container_id(text_field(request, "container"));
+  const int64_t container = token.container_id(name_field(request, "container"));
   return base64_encode(seal_item(token.store(), container, number_field(request, "sealIdx"),
                                  number_field(request, "infoType")));
 }

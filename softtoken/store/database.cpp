@@ -9,7 +9,7 @@ namespace {
 
 constexpr int kBusyMilliseconds = 10000;
 
-constexpr auto kForItsUser = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+constexpr auto kOwnerOnly = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
 
 [[noreturn]] void fail(sqlite3* handle) {
   throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle));
@@ -33,9 +33,8 @@ Database::Database(const std::filesystem::path& file, bool create) {
     throw std::runtime_error("cannot open the store " + file.string() + ": " + sqlite3_errstr(result));
   }
   // Before any data is written. SQLite gives the WAL files the permissions of the database file.
-  if (made) std::filesystem::permissions(file, kForItsUser);
+  if (made) std::filesystem::permissions(file, kOwnerOnly);
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
-  execute("PRAGMA journal_mode=WAL");
   execute("PRAGMA synchronous=FULL");
   execute("PRAGMA foreign_keys=ON");
   execute("PRAGMA secure_delete=ON");

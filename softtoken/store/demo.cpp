@@ -7,15 +7,15 @@
 namespace velm::token {
 namespace {
 
-int64_t add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) {
-  return token.add_container({.name = name, .kind = kind, .rsa_bits = bits}, as_bytes(kDemoPin));
+ContainerRow add(Token& token, const char* name, KeyKind kind, unsigned bits = 2048) {
+  token.add_container({.name = name, .kind = kind, .rsa_bits = bits}, as_bytes(kDemoPin));
+  return token.container(name);
 }
 
 // Clients read the certificate of a scanned container from the label <container>_FromCache.
 void add_scan_container(Token& token, const char* name, KeyKind kind) {
-  const int64_t id = add(token, name, kind);
   set_label(token.store(), std::string(name) + "_FromCache", protocol::kCertificateLabel,
-            token.store().container(id).signing_certificate);
+            add(token, name, kind).signing_certificate);
 }
 
 std::string seal_picture(const std::string& color) {
@@ -27,17 +27,16 @@ std::string seal_picture(const std::string& color) {
          color + "\" d=\"M40 18l5 16h17l-14 10 5 16-13-10-13 10 5-16-14-10h17z\"/></svg>";
 }
 
-void add_seal(Token& token, int64_t container, uint32_t position, const std::string& name,
+void add_seal(Token& token, const ContainerRow& container, uint32_t position, const std::string& name,
               const std::string& color) {
-  const Bytes certificate = token.store().container(container).signing_certificate;
-  const Certificate signer = parse_certificate(certificate);
+  const Certificate signer = parse_certificate(container.signing_certificate);
   const auto item = [&](SealItem number, ByteView value) {
-    set_seal_item(token.store(), container, position, number, value);
+    set_seal_item(token.store(), container.id, position, number, value);
   };
   item(SealItem::identifier, as_bytes("DEMO-SEAL-" + std::to_string(position + 1)));
   item(SealItem::name, as_bytes(name));
-  item(SealItem::maker, as_bytes("VELM Software Token"));
-  item(SealItem::signer_certificate, certificate);
+  item(SealItem::maker, as_bytes(kDeviceName));
+  item(SealItem::signer_certificate, container.signing_certificate);
   item(SealItem::valid_from, certificate_item(signer.get(), kNotBeforeItem));
   item(SealItem::valid_until, certificate_item(signer.get(), kNotAfterItem));
   item(SealItem::picture_type, as_bytes("svg"));
@@ -56,10 +55,9 @@ void add_expired(Token& token) {
 }
 
 void add_revoked(Token& token) {
-  const int64_t id = add(token, "REVOKED_SM2_DEMO", KeyKind::sm2);
-  const ContainerRow row = token.store().container(id);
+  const ContainerRow row = add(token, "REVOKED_SM2_DEMO", KeyKind::sm2);
   token.store().revoke(parse_certificate(row.signing_certificate).get());
-  token.store().revoke(parse_certificate(row.exchange_certificate).get());
+  token.store().revoke(parse_certificate(row.encryption_certificate).get());
 }
 
 }  // namespace
@@ -71,7 +69,7 @@ void add_demo_containers(Token& token) {
   add_scan_container(token, "SM2_SCAN_CONTAINER_DEMO", KeyKind::sm2);
   add_scan_container(token, "RSA_2048_SCAN_CONTAINER_DEMO", KeyKind::rsa);
   add(token, "演示容器_SM2", KeyKind::sm2);
-  const int64_t seals = add(token, "SEAL_SM2_DEMO", KeyKind::sm2);
+  const ContainerRow seals = add(token, "SEAL_SM2_DEMO", KeyKind::sm2);
   add_seal(token, seals, 0, "演示公章", "#c00");
   add_seal(token, seals, 1, "演示合同章", "#06c");
   add_expired(token);

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 
+#include "softtoken/store/file_part.h"
+
 namespace velm::token {
 
 std::vector<std::string> DeviceFiles::names() {
   std::vector<std::string> names;
   Statement rows(token_.store().database(), "SELECT name FROM device_file WHERE container = ? ORDER BY name",
-                 token_.container_id(container_));
+                 container_);
   while (rows.step()) names.push_back(as_text(rows.bytes(0)));
   return names;
 }
@@ -20,10 +22,11 @@ void DeviceFiles::create(const std::string& name, const DeviceFileAttributes& at
   const auto present = names();
   require(std::ranges::find(present, name) == present.end(), kFileExists);
   require(present.size() < kMaxDeviceFiles, kTooManyFiles);
-  Statement(token_.store().database(), "INSERT INTO device_file VALUES(?, ?, ?, ?, ?)",
-            token_.container_id(container_), as_bytes(name), attributes.read_rights, attributes.write_rights,
-            Bytes(attributes.size))
+  Statement(token_.store().database(),
+            "INSERT INTO device_file SELECT id, ?, ?, ?, ? FROM container WHERE id = ?", as_bytes(name),
+            attributes.read_rights, attributes.write_rights, Bytes(attributes.size), container_)
       .run();
+  require(token_.store().database().changes() == 1, kNoSuchContainer);
   transaction.commit();
 }
 
@@ -31,8 +34,8 @@ void DeviceFiles::remove(const std::string& name) {
   token_.require_login(container_);
   Transaction transaction(token_.store().database());
   open(name);
-  Statement(token_.store().database(), "DELETE FROM device_file WHERE container = ? AND name = ?",
-            token_.container_id(container_), as_bytes(name))
+  Statement(token_.store().database(), "DELETE FROM device_file WHERE container = ? AND name = ?", container_,
+            as_bytes(name))
       .run();
   transaction.commit();
 }
@@ -43,8 +46,7 @@ Bytes DeviceFiles::read(const std::string& name, uint32_t offset, uint32_t lengt
   const File file = open(name);
   require_right(file.attributes.read_rights);
   require(offset <= file.data.size(), kBadLength);
-  const size_t count = std::min<size_t>(length, file.data.size() - offset);
-  return copy_of(ByteView(file.data).subspan(offset, count));
+  return part_of(file.data, offset, length);
 }
 
 void DeviceFiles::write(const std::string& name, uint32_t offset, ByteView data) {
@@ -54,7 +56,7 @@ void DeviceFiles::write(const std::string& name, uint32_t offset, ByteView data)
   require(uint64_t{offset} + data.size() <= file.data.size(), kNoSpace);
   std::ranges::copy(data, file.data.begin() + offset);
   Statement(token_.store().database(), "UPDATE device_file SET data = ? WHERE container = ? AND name = ?",
-            file.data, token_.container_id(container_), as_bytes(name))
+            file.data, container_, as_bytes(name))
       .run();
   transaction.commit();
 }
@@ -62,7 +64,7 @@ void DeviceFiles::write(const std::string& name, uint32_t offset, ByteView data)
 DeviceFiles::File DeviceFiles::open(const std::string& name) {
   Statement row(token_.store().database(),
                 "SELECT read_rights, write_rights, data FROM device_file WHERE container = ? AND name = ?",
-                token_.container_id(container_), as_bytes(name));
+                container_, as_bytes(name));
   require(row.step(), kFileNotFound);
   File file{{0, static_cast<uint32_t>(row.number(0)), static_cast<uint32_t>(row.number(1))}, row.bytes(2)};
   file.attributes.size = static_cast<uint32_t>(file.data.size());

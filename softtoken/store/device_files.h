@@ -18,12 +18,12 @@ struct DeviceFileAttributes {
 };
 
 /**
- * Files of a fixed size in a container. Names are arbitrary bytes. Functions throw kNoSuchContainer,
- * kFileNotFound, kNotLoggedIn, or kNotSupported if nobody has the right.
+ * Files of a fixed size in a container. Names are arbitrary bytes. Functions throw kFileNotFound,
+ * kNotLoggedIn, or kNotSupported if nobody has the right.
  */
 class DeviceFiles {
  public:
-  DeviceFiles(Token& token, std::string container) : token_(token), container_(std::move(container)) {}
+  DeviceFiles(Token& token, int64_t container) : token_(token), container_(container) {}
 
   std::vector<std::string> names();
   /** Creates a file filled with zeros; requires a login. Throws kFileExists, kNoSpace, kTooManyFiles. */
@@ -46,7 +46,7 @@ class DeviceFiles {
   void require_right(uint32_t right);
 
   Token& token_;
-  std::string container_;
+  int64_t container_;
 };
 
 }  // namespace velm::token

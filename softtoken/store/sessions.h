@@ -13,9 +13,9 @@ namespace velm::token {
 /** The private keys of a container that is logged in; calls in progress keep them alive after a logout. */
 struct Session {
   Key signing_key;
-  Key exchange_key;
+  Key encryption_key;
   Certificate signing_certificate;
-  Certificate exchange_certificate;
+  Certificate encryption_certificate;
 };
 
 /** The open sessions, by container. Thread-safe. */

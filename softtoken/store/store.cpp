@@ -9,6 +9,7 @@ namespace {
 
 constexpr int64_t kFormat = 1;
 
+// The columns "exchange_..." belong to the encryption key pair; "tries_left" is the PIN retry counter.
 constexpr const char* kSchema = R"(
 CREATE TABLE container(
   id INTEGER PRIMARY KEY AUTOINCREMENT,
@@ -39,6 +40,15 @@ CREATE TABLE revoked(issuer BLOB NOT NULL, serial BLOB NOT NULL, PRIMARY KEY(iss
 PRAGMA user_version=1;
 )";
 
+bool is_empty(Database& database) { return !Statement(database, "SELECT 1 FROM sqlite_schema").step(); }
+
+// Reads the columns of the table `container` in their order.
+ContainerRow container_in(const Statement& row) {
+  return {row.number(0), row.text(1),  static_cast<uint32_t>(row.number(2)),
+          row.bytes(3),  row.bytes(4), row.bytes(5),
+          row.bytes(6),  row.bytes(7)};
+}
+
 Bytes issuer_of(const X509* certificate) {
   return der_of<const X509_NAME>(i2d_X509_NAME, X509_get_issuer_name(certificate));
 }
@@ -46,23 +56,25 @@ Bytes issuer_of(const X509* certificate) {
 }  // namespace
 
 bool Store::exists(const std::filesystem::path& file) {
-  return std::filesystem::exists(file) && !Store(file, New()).is_empty();
+  if (!std::filesystem::exists(file)) return false;
+  Database database(file, false);
+  return !is_empty(database);
 }
 
 Store::Store(const std::filesystem::path& file) : database_(file, false) {
   Statement version(database_, "PRAGMA user_version");
   version.step();
   if (version.number(0) != kFormat)
-    throw std::runtime_error(file.string() + " is not a store of this version");
+    throw std::runtime_error(file.string() + " is not a store of this format version");
 }
 
 Store::Store(const std::filesystem::path& file, New) : database_(file, true) {}
 
-bool Store::is_empty() { return !Statement(database_, "SELECT 1 FROM sqlite_schema").step(); }
-
 void Store::make(const std::function<void()>& add) {
+  // Stored in the file; SQLite cannot change it within a transaction.
+  database_.execute("PRAGMA journal_mode=WAL");
   Transaction transaction(database_);
-  if (!is_empty()) throw std::runtime_error("the store exists already");
+  if (!is_empty(database_)) throw std::runtime_error("the store already exists");
   database_.execute(kSchema);
   for (const KeyKind kind : {KeyKind::rsa, KeyKind::sm2}) {
     const Authority authority = make_authority(kind);
@@ -81,8 +93,9 @@ std::vector<std::string> Store::container_names() {
   return names;
 }
 
-int64_t Store::container_id(const std::string& name) {
-  Statement row(database_, "SELECT id FROM container WHERE name = ?", name);
+int64_t Store::container_id(const ContainerName& name) {
+  Statement row(database_, "SELECT id FROM container WHERE name IN (?1, ?2) ORDER BY name = ?1 DESC LIMIT 1",
+                name.utf8, name.second_reading);
   require(row.step(), kNoSuchContainer);
   return row.number(0);
 }
@@ -91,16 +104,18 @@ bool Store::has_container(int64_t id) {
   return Statement(database_, "SELECT 1 FROM container WHERE id = ?", id).step();
 }
 
-ContainerRow Store::container(int64_t id) {
-  Statement row(database_,
-                "SELECT id, name, tries_left, salt, signing_key, exchange_key, signing_certificate, "
-                "exchange_certificate"
-                " FROM container WHERE id = ?",
-                id);
+ContainerRow Store::container(const ContainerName& name) {
+  Statement row(database_, "SELECT * FROM container WHERE name IN (?1, ?2) ORDER BY name = ?1 DESC LIMIT 1",
+                name.utf8, name.second_reading);
   require(row.step(), kNoSuchContainer);
-  return {row.number(0), row.text(1),  static_cast<uint32_t>(row.number(2)),
-          row.bytes(3),  row.bytes(4), row.bytes(5),
-          row.bytes(6),  row.bytes(7)};
+  return container_in(row);
+}
+
+std::vector<ContainerRow> Store::containers() {
+  std::vector<ContainerRow> containers;
+  Statement rows(database_, "SELECT * FROM container ORDER BY id");
+  while (rows.step()) containers.push_back(container_in(rows));
+  return containers;
 }
 
 int64_t Store::add_container(const ContainerRow& row) {
@@ -108,8 +123,8 @@ int64_t Store::add_container(const ContainerRow& row) {
   Statement(database_,
             "INSERT INTO container(name, tries_left, salt, signing_key, exchange_key, signing_certificate,"
             " exchange_certificate) VALUES(?, ?, ?, ?, ?, ?, ?) ON CONFLICT(name) DO NOTHING",
-            row.name, row.tries_left, row.salt, row.signing_key, row.exchange_key, row.signing_certificate,
-            row.exchange_certificate)
+            row.name, row.pin_retries, row.salt, row.signing_key, row.encryption_key, row.signing_certificate,
+            row.encryption_certificate)
       .run();
   require(database_.changes() == 1, kContainerExists);
   return database_.last_row();
@@ -119,20 +134,14 @@ void Store::delete_container(int64_t id) {
   Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
 }
 
-uint32_t Store::tries_left(int64_t id) {
-  Statement row(database_, "SELECT tries_left FROM container WHERE id = ?", id);
-  require(row.step(), kNoSuchContainer);
-  return static_cast<uint32_t>(row.number(0));
-}
-
-bool Store::take_try(int64_t id) {
+bool Store::decrement_pin_retries(int64_t id) {
   const std::lock_guard lock(database_.mutex());
   Statement(database_, "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND tries_left > 0", id)
       .run();
   return database_.changes() == 1;
 }
 
-void Store::give_tries_back(int64_t id) {
+void Store::reset_pin_retries(int64_t id) {
   Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", protocol::kPinTries, id).run();
 }
 
@@ -141,7 +150,7 @@ bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
   Statement(database_,
             "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ?"
             " WHERE id = ? AND salt = ?",
-            row.salt, row.signing_key, row.exchange_key, protocol::kPinTries, row.id, old_salt)
+            row.salt, row.signing_key, row.encryption_key, protocol::kPinTries, row.id, old_salt)
       .run();
   return database_.changes() == 1;
 }

@@ -6,6 +6,7 @@
 
 #include "protocol/limits.h"
 #include "softtoken/crypto/authority.h"
+#include "softtoken/store/client_text.h"
 #include "softtoken/store/database.h"
 
 namespace velm::token {
@@ -14,18 +15,18 @@ namespace velm::token {
 struct ContainerRow {
   int64_t id = 0;
   std::string name;
-  uint32_t tries_left = protocol::kPinTries;
+  uint32_t pin_retries = protocol::kPinTries;
   Bytes salt;
   Bytes signing_key;
-  Bytes exchange_key;
+  Bytes encryption_key;
   Bytes signing_certificate;
-  Bytes exchange_certificate;
+  Bytes encryption_certificate;
 };
 
 /** The database of the token: containers, their data, labels, the demo CA, revocations. Texts are UTF-8. */
 class Store {
  public:
-  /** Returns false for an empty file too: an interrupted make() leaves one. */
+  /** Returns false for an empty file too: an interrupted make() leaves one. Does not write to it. */
   static bool exists(const std::filesystem::path& file);
   /** Creates a store without containers. */
   static void create(const std::filesystem::path& file) { Store(file, New()).make(); }
@@ -44,20 +45,20 @@ class Store {
 
   std::vector<std::string> container_names();
   /** Throws kNoSuchContainer. */
-  int64_t container_id(const std::string& name);
+  int64_t container_id(const ContainerName& name);
   bool has_container(int64_t id);
   /** Throws kNoSuchContainer. */
-  ContainerRow container(int64_t id);
+  ContainerRow container(const ContainerName& name);
+  /** All containers, oldest first. */
+  std::vector<ContainerRow> containers();
   /** Returns the id of the new container; throws kContainerExists. */
   int64_t add_container(const ContainerRow& row);
   void delete_container(int64_t id);
 
-  /** The PIN retry counter; throws kNoSuchContainer. */
-  uint32_t tries_left(int64_t id);
   /** Decrements the PIN retry counter durably; returns false if it is 0. */
-  bool take_try(int64_t id);
+  bool decrement_pin_retries(int64_t id);
   /** Resets the PIN retry counter. */
-  void give_tries_back(int64_t id);
+  void reset_pin_retries(int64_t id);
   /**
    * Replaces salt and keys and resets the PIN retry counter. Returns false without changes unless the stored
    * salt is `old_salt`.
@@ -73,8 +74,6 @@ class Store {
   Database& database() { return database_; }
 
  private:
-  bool is_empty();
-
   Database database_;
 };
 

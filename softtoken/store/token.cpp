@@ -11,14 +11,15 @@ namespace velm::token {
 namespace {
 
 constexpr std::string_view kSigningPurpose = "signing key";
-constexpr std::string_view kExchangePurpose = "exchange key";
+// Sic: the wrapping of encryption keys in every store depends on this text.
+constexpr std::string_view kEncryptionPurpose = "exchange key";
 
 // The size queries of clients return 2,048 bytes for a certificate and 1,024 for a signature.
 constexpr size_t kMaxCertificate = 2048;
 constexpr unsigned kMaxRsaBits = 4096;
 
-void require_good_pin(ByteView pin) {
-  require(pin.size() >= protocol::kShortestPin && pin.size() <= protocol::kLongestPin, kBadInput);
+void require_good_pin(const Pin& pin) {
+  require(pin.sent_size >= protocol::kShortestPin && pin.sent_size <= protocol::kLongestPin, kBadInput);
 }
 
 // Clients do not escape names in JSON requests, and separate the names in a list with "&&&".
@@ -27,13 +28,6 @@ void require_good_name(const std::string& name) {
   const bool fits = !name.empty() && name.size() <= protocol::kLongestContainerName;
   require(fits && is_utf8(name) && plain, kBadInput);
   for (const char c : name) require(static_cast<uint8_t>(c) >= 0x20, kBadInput);
-}
-
-// The same PIN may arrive in UTF-8 or in GBK.
-SecretBytes key_of_pin(ByteView pin, ByteView salt) {
-  std::string utf8 = utf8_of({reinterpret_cast<const char*>(pin.data()), pin.size()});
-  const WipeAtEnd wiped(utf8);
-  return pin_key(as_bytes(utf8), salt);
 }
 
 Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const ContainerOrder& order,
@@ -49,40 +43,28 @@ Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const C
 
 }  // namespace
 
-int64_t Token::container_id(const std::string& name) {
-  const std::string utf8 = utf8_of(name);
-  try {
-    return store_.container_id(utf8);
-  } catch (const TokenError&) {
-    // Some names in GBK are also valid UTF-8.
-    const auto converted = gbk_to_utf8(name);
-    if (!converted || *converted == utf8) throw;
-    return store_.container_id(*converted);
-  }
-}
-
 // Decrement the counter durably before checking the PIN, so that killing the process restores no attempt.
-Token::PrivateKeys Token::open_keys(const ContainerRow& row, ByteView pin) {
-  require(store_.take_try(row.id), kPinLocked);
-  const SecretBytes key = key_of_pin(pin, row.salt);
+Token::PrivateKeys Token::open_keys(const ContainerRow& row, const Pin& pin) {
+  require(store_.decrement_pin_retries(row.id), kPinLocked);
+  const SecretBytes key = pin_key(pin.utf8, row.salt);
   PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
-                   unwrap(key, kExchangePurpose, row.exchange_key)};
-  store_.give_tries_back(row.id);
+                   unwrap(key, kEncryptionPurpose, row.encryption_key)};
+  store_.reset_pin_retries(row.id);
   return keys;
 }
 
-void Token::login(const std::string& name, ByteView pin) {
+void Token::login(const ContainerName& name, const Pin& pin) {
   const ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, pin);
   auto session = std::make_shared<Session>();
   session->signing_key = private_key_from_der(keys.signing);
-  session->exchange_key = private_key_from_der(keys.exchange);
+  session->encryption_key = private_key_from_der(keys.encryption);
   session->signing_certificate = parse_certificate(row.signing_certificate);
-  session->exchange_certificate = parse_certificate(row.exchange_certificate);
+  session->encryption_certificate = parse_certificate(row.encryption_certificate);
   sessions_.open(row.id, std::move(session));
 }
 
-void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_pin) {
+void Token::change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin) {
   require_good_pin(new_pin);
   ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, old_pin);
@@ -92,48 +74,53 @@ void Token::change_pin(const std::string& name, ByteView old_pin, ByteView new_p
   require(store_.replace_keys(row, old_salt), kWrongPin);
 }
 
-int64_t Token::add_container(const ContainerOrder& order, ByteView pin) {
+int64_t Token::check_pin(const ContainerName& name, const Pin& pin) {
+  const ContainerRow row = container(name);
+  open_keys(row, pin);
+  return row.id;
+}
+
+int64_t Token::add_container(const ContainerOrder& order, const Pin& pin) {
   const Authority authority = store_.authority(order.kind);
   const Key signing = generate_key(order.kind, order.rsa_bits);
-  const Key exchange = generate_key(order.kind, order.rsa_bits);
+  const Key encryption = generate_key(order.kind, order.rsa_bits);
   ContainerRow row;
   row.name = order.name;
   row.signing_certificate =
       certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
-  row.exchange_certificate =
-      certificate_der(order_certificate(authority, exchange.get(), order, Usage::exchange).get());
-  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(exchange.get())},
+  row.encryption_certificate =
+      certificate_der(order_certificate(authority, encryption.get(), order, Usage::exchange).get());
+  return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(encryption.get())},
                          pin);
 }
 
-int64_t Token::import_container(const std::string& name, const Credential& credential, ByteView pin) {
+int64_t Token::import_container(const std::string& name, const Credential& credential, const Pin& pin) {
   require(X509_check_private_key(credential.certificate.get(), credential.key.get()) == 1, kKeyMismatch);
   const EVP_PKEY* imported = credential.key.get();
   require(kind_of(imported) == KeyKind::sm2 || bits_of(imported) <= kMaxRsaBits, kBadLength);
   ContainerRow row;
   row.name = name;
-  row.signing_certificate = row.exchange_certificate = certificate_der(credential.certificate.get());
+  row.signing_certificate = row.encryption_certificate = certificate_der(credential.certificate.get());
   require(row.signing_certificate.size() <= kMaxCertificate, kBadLength);
   const SecretBytes key = private_key_der(credential.key.get());
   return store_container(std::move(row), {key, key}, pin);
 }
 
-void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin) {
+void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin) {
   row.salt = system_random(kSaltSize);
-  const SecretBytes key = key_of_pin(pin, row.salt);
+  const SecretBytes key = pin_key(pin.utf8, row.salt);
   row.signing_key = wrap(key, kSigningPurpose, keys.signing);
-  row.exchange_key = wrap(key, kExchangePurpose, keys.exchange);
+  row.encryption_key = wrap(key, kEncryptionPurpose, keys.encryption);
 }
 
-int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin) {
-  row.name = utf8_of(row.name);
+int64_t Token::store_container(ContainerRow row, const PrivateKeys& keys, const Pin& pin) {
   require_good_name(row.name);
   require_good_pin(pin);
   wrap_keys(row, keys, pin);
   return store_.add_container(row);
 }
 
-void Token::delete_container(const std::string& name) {
+void Token::delete_container(const ContainerName& name) {
   const int64_t id = container_id(name);
   sessions_.close(id);
   store_.delete_container(id);

@@ -1,9 +1,12 @@
 #pragma once
 
+#include "softtoken/store/client_text.h"
 #include "softtoken/store/sessions.h"
 #include "softtoken/store/store.h"
 
 namespace velm::token {
+
+constexpr const char* kDeviceName = "VELM Software Token";
 
 /** Parameters of a new container. */
 struct ContainerOrder {
@@ -22,8 +25,8 @@ struct Credential {
 };
 
 /**
- * The token: its store and its sessions. Container names and PINs may be in UTF-8 or GBK. Functions for an
- * existing container throw kNoSuchContainer; database errors are std::runtime_error. Thread-safe.
+ * The token: its store and its sessions. Functions for an existing container throw kNoSuchContainer; database
+ * errors are std::runtime_error. Thread-safe.
  */
 class Token {
  public:
@@ -32,38 +35,37 @@ class Token {
   Token(const std::filesystem::path& file, Store::New is_new) : store_(file, is_new) {}
 
   std::vector<std::string> container_names() { return store_.container_names(); }
-  int64_t container_id(const std::string& name);
-  ContainerRow container(const std::string& name) { return store_.container(container_id(name)); }
+  int64_t container_id(const ContainerName& name) { return store_.container_id(name); }
+  ContainerRow container(const ContainerName& name) { return store_.container(name); }
 
   /** Throws kWrongPin, or kPinLocked if the PIN retry counter is 0. */
-  void login(const std::string& name, ByteView pin);
-  void logout(const std::string& name) { sessions_.close(container_id(name)); }
+  void login(const ContainerName& name, const Pin& pin);
+  void logout(const ContainerName& name) { sessions_.close(container_id(name)); }
   /** Throws kNotLoggedIn. Does not restart the idle time of the session. */
-  void require_login(const std::string& name) {
-    require(sessions_.is_open(container_id(name)), kNotLoggedIn);
-  }
+  void require_login(int64_t container) { require(sessions_.is_open(container), kNotLoggedIn); }
+  void require_login(const ContainerName& name) { require_login(container_id(name)); }
   /** Returns the session and restarts its idle time; throws kNotLoggedIn. */
-  std::shared_ptr<const Session> session(const std::string& name) {
+  std::shared_ptr<const Session> session(const ContainerName& name) {
     return sessions_.use(container_id(name));
   }
 
   /** The PIN retry counter. */
-  uint32_t tries_left(const std::string& name) { return store_.tries_left(container_id(name)); }
+  uint32_t pin_retries(const ContainerName& name) { return container(name).pin_retries; }
   /** Throws kBadInput if the length of the new PIN is out of range; otherwise like login(). */
-  void change_pin(const std::string& name, ByteView old_pin, ByteView new_pin);
-  /** Changes the PIN retry counter like login(), without opening a session. */
-  void check_pin(const std::string& name, ByteView pin) { open_keys(container(name), pin); }
+  void change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin);
+  /** Like login(), but opens no session. Returns the id of the container. */
+  int64_t check_pin(const ContainerName& name, const Pin& pin);
   /** Resets the PIN retry counter. */
-  void unlock(const std::string& name) { store_.give_tries_back(container_id(name)); }
+  void unlock(const ContainerName& name) { store_.reset_pin_retries(container_id(name)); }
 
   /** Generates both key pairs. Throws kContainerExists, or kBadInput for an invalid name or PIN length. */
-  int64_t add_container(const ContainerOrder& order, ByteView pin);
+  int64_t add_container(const ContainerOrder& order, const Pin& pin);
   /**
    * Uses the given key for signing and encryption. Throws kKeyMismatch if key and certificate do not match,
    * kBadLength if one is too long, and like add_container().
    */
-  int64_t import_container(const std::string& name, const Credential& credential, ByteView pin);
-  void delete_container(const std::string& name);
+  int64_t import_container(const std::string& name, const Credential& credential, const Pin& pin);
+  void delete_container(const ContainerName& name);
 
   /** Verifies a certificate under the demo CA: throws like validate_chain(), or kCertificateRevoked. */
   void validate(X509* certificate);
@@ -77,13 +79,13 @@ class Token {
  private:
   struct PrivateKeys {
     SecretBytes signing;
-    SecretBytes exchange;
+    SecretBytes encryption;
   };
 
-  PrivateKeys open_keys(const ContainerRow& row, ByteView pin);
+  PrivateKeys open_keys(const ContainerRow& row, const Pin& pin);
   /** Wraps the keys under the PIN with a fresh salt. */
-  static void wrap_keys(ContainerRow& row, const PrivateKeys& keys, ByteView pin);
-  int64_t store_container(ContainerRow row, const PrivateKeys& keys, ByteView pin);
+  static void wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin);
+  int64_t store_container(ContainerRow row, const PrivateKeys& keys, const Pin& pin);
 
   Store store_;
   Sessions sessions_;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <optional>
 
+#include "softtoken/store/file_part.h"
+
 namespace velm::token {
 namespace {
 
@@ -24,9 +26,11 @@ void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t in
   Bytes content = user_file(store, container, type, index).value_or(Bytes());
   content.resize(std::max(content.size(), static_cast<size_t>(end)));
   std::ranges::copy(data, content.begin() + offset);
-  Statement(store.database(), "INSERT OR REPLACE INTO user_file VALUES(?, ?, ?, ?)", container, type, index,
-            content)
+  Statement(store.database(),
+            "INSERT OR REPLACE INTO user_file SELECT id, ?, ?, ? FROM container WHERE id = ?", type, index,
+            content, container)
       .run();
+  require(store.database().changes() == 1, kNoSuchContainer);
   transaction.commit();
 }
 
@@ -34,9 +38,7 @@ Bytes read_user_file(Store& store, int64_t container, uint32_t type, uint32_t in
                      uint32_t length) {
   const auto content = user_file(store, container, type, index);
   require(content.has_value(), kFileNotFound);
-  const size_t from = std::min<size_t>(offset, content->size());
-  const size_t count = std::min<size_t>(length, content->size() - from);
-  return copy_of(ByteView(*content).subspan(from, count));
+  return part_of(*content, offset, length);
 }
 
 uint32_t seal_count(Store& store, int64_t container) {

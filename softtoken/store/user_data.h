@@ -7,7 +7,10 @@ namespace velm::token {
 /** Largest user data file, in bytes. */
 constexpr uint64_t kMaxUserFile = 1024 * 1024;
 
-/** Writes a user data file; fills a gap before `offset` with zeros. Throws kNoSpace above kMaxUserFile. */
+/**
+ * Writes a user data file; fills a gap before `offset` with zeros. Throws kNoSpace above kMaxUserFile, and
+ * kNoSuchContainer.
+ */
 void write_user_file(Store& store, int64_t container, uint32_t type, uint32_t index, uint32_t offset,
                      ByteView data);
 /** Returns at most `length` bytes, none beyond the end of the file; throws kFileNotFound. */

@@ -72,7 +72,7 @@ TEST(DeviceFunctions, LabelsAreRead) {
   }
 }
 
-TEST(DeviceFunctions, TheDeviceDescribesItself) {
+TEST(DeviceFunctions, DeviceProperties) {
   EXPECT_EQ(text_of(output_of(SOF_Ext_EnumDevice)), std::string("VELM Software Token\0\0", 21));
   uint32_t type = 0;
   EXPECT_EQ(SOF_Ext_GetDeviceType(&type), SOR_OK);
@@ -85,7 +85,7 @@ TEST(DeviceFunctions, TheDeviceDescribesItself) {
   EXPECT_EQ(SOF_Ext_Control(kContainer, "ANOTHER", "1"), SOR_NOTSUPPORTYETERR);
 }
 
-TEST(DeviceFunctions, HashesAreThePublishedOnes) {
+TEST(DeviceFunctions, HashesMatchPublishedValues) {
   const std::pair<Digest, std::string> expected[] = {
       {kSm3, "Zsfw9GLu7dnR8tRr3BDk4kFnxIdc8veiKX2gK49LqOA="},
       {kSha1, "qZk+NkcGgWq6PiVxeFDCbJzQ2J0="},
@@ -103,7 +103,7 @@ TEST(DeviceFunctions, HashesAreThePublishedOnes) {
   std::remove("device_functions.txt");
 }
 
-TEST(DeviceFunctions, Base64GoesThereAndBackThroughBothModules) {
+TEST(DeviceFunctions, Base64RoundTripsThroughBothModules) {
   const Bytes text = bytes_of("Zm9vYmE=");
   const Bytes plain = bytes_of("fooba");
   using Function = uint32_t (*)(const uint8_t*, uint32_t, uint8_t*, uint32_t*);

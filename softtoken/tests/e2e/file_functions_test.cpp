@@ -30,7 +30,7 @@ class FileFunctions : public testing::Test {
   }
 
   static uint32_t encrypt(const char* name) {
-    const Bytes certificate = exchange_certificate(name);
+    const Bytes certificate = encryption_certificate(name);
     return SOF_EncryptFile(certificate.data(), size_of(certificate), kPlain, kEnvelope);
   }
   static uint32_t decrypt(const char* name) { return SOF_DecryptFile(name, kEnvelope, kOpened); }
@@ -39,7 +39,7 @@ class FileFunctions : public testing::Test {
   int32_t method_ = 0;
 };
 
-TEST_F(FileFunctions, EnvelopesGoThereAndBack) {
+TEST_F(FileFunctions, EnvelopesRoundTrip) {
   for (const char* name : kKeys) {
     SCOPED_TRACE(name);
     for (const uint32_t type : {kByProvider, kByService}) {
@@ -55,7 +55,7 @@ TEST_F(FileFunctions, EnvelopesGoThereAndBack) {
   }
 }
 
-TEST_F(FileFunctions, EnvelopesOfNothing) {
+TEST_F(FileFunctions, EnvelopesOfEmptyFiles) {
   write_file(kPlain, {});
   for (const char* name : kKeys) {
     SOF_Ext_SetEnvelopType(kByProvider);
@@ -69,7 +69,7 @@ TEST_F(FileFunctions, EnvelopesOfNothing) {
   }
 }
 
-TEST_F(FileFunctions, EveryMethodOpens) {
+TEST_F(FileFunctions, EveryCipherDecrypts) {
   const Bytes plain(1000, 'm');
   write_file(kPlain, plain);
   SOF_Ext_SetEnvelopType(kByProvider);
@@ -85,7 +85,7 @@ TEST_F(FileFunctions, EveryMethodOpens) {
   EXPECT_EQ(SOF_GetEncryptMethod(), 0x402u);
 }
 
-TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
+TEST_F(FileFunctions, EnvelopesForOthersAndModifiedOnesAreRejected) {
   write_file(kPlain, Bytes(1000, 'p'));
   SOF_Ext_SetEnvelopType(kByProvider);
   for (const char* name : {"SM2_DEMO", "RSA_2048_DEMO"}) {
@@ -120,7 +120,7 @@ TEST_F(FileFunctions, EnvelopesOfOthersOrAlteredOnesDoNotOpen) {
 }
 
 // Streaming encoders write indefinite lengths. The library decrypts such digital envelopes in memory.
-TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
+TEST_F(FileFunctions, EnvelopesWithIndefiniteLengthsDecrypt) {
   const Bytes plain(1000, 'p');
   write_file(kPlain, plain);
   SOF_Ext_SetEnvelopType(kByProvider);
@@ -139,7 +139,7 @@ TEST_F(FileFunctions, EnvelopesWithoutStatedLengthsOpen) {
 }
 
 // Shows that encrypting and decrypting 300 MiB takes less than 64 MiB of memory.
-TEST_F(FileFunctions, ALargeFileTakesLittleMemory) {
+TEST_F(FileFunctions, ALargeFileNeedsLittleMemory) {
   constexpr size_t kMebibyte = 1024 * 1024;
   {
     std::ofstream file(kPlain, std::ios::binary);
@@ -227,7 +227,7 @@ TEST_F(FileFunctions, SymmetricCiphersAgreeInMemoryAndInFiles) {
 }
 
 // Test vector of GB/T 32907: the key encrypts itself.
-TEST_F(FileFunctions, Sm4GivesThePublishedValue) {
+TEST_F(FileFunctions, Sm4MatchesThePublishedValue) {
   const Bytes key{0x01, 0x23, 0x45, 0x67, 0x89, 0xAB, 0xCD, 0xEF,
                   0xFE, 0xDC, 0xBA, 0x98, 0x76, 0x54, 0x32, 0x10};
   const Bytes expected{0x68, 0x1E, 0xDF, 0x34, 0xD2, 0x06, 0x96, 0x5E,
@@ -239,7 +239,7 @@ TEST_F(FileFunctions, Sm4GivesThePublishedValue) {
   EXPECT_EQ(cipher, expected);
 }
 
-TEST_F(FileFunctions, SymmetricCiphersRefuseWhatTheyCannotDo) {
+TEST_F(FileFunctions, SymmetricCiphersRejectInvalidInput) {
   const Bytes block(16, 1);
   uint32_t code = 0;
   encrypted(0xC001, block, block, block, code);

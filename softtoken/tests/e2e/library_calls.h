@@ -56,7 +56,7 @@ inline Bytes signing_certificate(const char* name) {
   return output_of([&](uint8_t* out, uint32_t* length) { return SOF_ExportUserCert(name, out, length); });
 }
 
-inline Bytes exchange_certificate(const char* name) {
+inline Bytes encryption_certificate(const char* name) {
   return output_of(
       [&](uint8_t* out, uint32_t* length) { return SOF_ExportExChangeUserCert(name, out, length); });
 }

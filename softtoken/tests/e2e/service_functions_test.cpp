@@ -12,7 +12,7 @@
 
 namespace {
 
-constexpr uint32_t kExchangeKey = 1;
+constexpr uint32_t kEncryptionKey = 1;
 constexpr uint32_t kSigningKey = 2;
 
 uint32_t verify(const Bytes& certificate, const Bytes& data, const Bytes& signature) {
@@ -74,7 +74,7 @@ TEST(Login, ANameInUtf8OrGbkFindsItsContainer) {
   EXPECT_EQ(SOF_Ext_isLogin("\xD1\xDD\xCA\xBE\xC8\xDD\xC6\xF7_SM2", 0), SOR_OK);
 }
 
-TEST(Login, WrongPinsCountDownToTheLock) {
+TEST(Login, TenWrongPinsLockAContainer) {
   const char* name = "REVOKED_SM2_DEMO";
   uint32_t left = 0;
   for (uint32_t expected = 10; expected > 0; --expected) {
@@ -105,8 +105,8 @@ class EveryKey : public testing::TestWithParam<const char*> {
 INSTANTIATE_TEST_SUITE_P(All, EveryKey, testing::ValuesIn(kKeys),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST_P(EveryKey, CertificatesTellWhoseTheyAre) {
-  for (const Bytes& certificate : {signing_certificate(name), exchange_certificate(name)}) {
+TEST_P(EveryKey, CertificatesNameTheContainer) {
+  for (const Bytes& certificate : {signing_certificate(name), encryption_certificate(name)}) {
     const Bytes subject = output_of([&](uint8_t* out, uint32_t* length) {
       return SOF_GetCertInfo(certificate.data(), size_of(certificate), 0x31, out, length);
     });
@@ -163,7 +163,7 @@ TEST_P(EveryKey, SignsMessagesAttachedAndDetached) {
 }
 
 TEST_P(EveryKey, EncryptsAndDecrypts) {
-  const Bytes certificate = exchange_certificate(name);
+  const Bytes certificate = encryption_certificate(name);
   for (const size_t size : {0u, 1u, 16u, 300000u}) {
     const Bytes plain(size, 'p');
     Bytes given = plain;
@@ -180,7 +180,7 @@ TEST_P(EveryKey, EncryptsAndDecrypts) {
 }
 
 TEST_P(EveryKey, EncryptsWithItsPublicKey) {
-  for (const uint32_t specifier : {kExchangeKey, kSigningKey}) {
+  for (const uint32_t specifier : {kEncryptionKey, kSigningKey}) {
     const Bytes key = output_of([&](uint8_t* out, uint32_t* length) {
       return SOF_Ext_ExportPublicKey(name, specifier, out, length);
     });
@@ -208,7 +208,7 @@ TEST_P(EveryKey, KeepsUserData) {
   EXPECT_EQ(SOF_Ext_ReadUsrDataFile(name, 1, 99, 0, size_of(found), found.data()), SOR_FILENOTFOUNDERR);
 }
 
-TEST(Certificates, ExpiredAndRevokedOnesAreToldApart) {
+TEST(Certificates, ExpiredAndRevokedOnesAreDistinguished) {
   const Bytes expired = signing_certificate("EXPIRED_RSA_2048_DEMO");
   const Bytes revoked = signing_certificate("REVOKED_SM2_DEMO");
   EXPECT_EQ(SOF_ValidateCert(expired.data(), size_of(expired)), SOR_CERTHASEXPIREDERR);
@@ -227,7 +227,7 @@ TEST(Seals, AreCountedAndDescribed) {
   EXPECT_EQ(SOF_Ext_GetSeaInfo("SEAL_SM2_DEMO", 2, 2, info.data(), &length), SOR_SEALNOTFOUNDERR);
 }
 
-TEST(Concurrency, ClientsAtTheSameTimeGetTheirOwnAnswers) {
+TEST(Concurrency, ConcurrentClientsGetTheirOwnResponses) {
   for (const char* name : kKeys) ASSERT_EQ(SOF_Login(name, kPin), SOR_OK);
   std::atomic<int> failures{0};
   std::vector<std::thread> clients;
@@ -245,7 +245,7 @@ TEST(Concurrency, ClientsAtTheSameTimeGetTheirOwnAnswers) {
   EXPECT_EQ(failures, 0);
 }
 
-TEST(Farewell, IsTaken) { EXPECT_EQ(SOF_Finalize(), SOR_OK); }
+TEST(Finalize, Succeeds) { EXPECT_EQ(SOF_Finalize(), SOR_OK); }
 
 // Runs the local service for the whole test program.
 class Service : public testing::Environment {

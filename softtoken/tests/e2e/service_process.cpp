@@ -26,7 +26,7 @@ HANDLE start(const std::wstring& arguments) {
   PROCESS_INFORMATION process{};
   require(
       CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup, &process),
-      "the service cannot be started");
+      "cannot start the local service");
   CloseHandle(process.hThread);
   return process.hProcess;
 }
@@ -44,16 +44,16 @@ ServiceProcess::ServiceProcess() {
   WaitForSingleObject(init, 120000);
   GetExitCodeProcess(init, &code);
   CloseHandle(init);
-  require(code == 0, "the demo store cannot be made");
+  require(code == 0, "cannot create the demo store");
 
-  require(SOF_Initialize() == SOR_COMMUNICATIONERR, "something listens already");
+  require(SOF_Initialize() == SOR_COMMUNICATIONERR, "the port is in use");
   process_ = start(L"serve " + data);
   uint32_t answer = SOR_COMMUNICATIONERR;
   for (int tries = 0; tries < 300 && answer == SOR_COMMUNICATIONERR; ++tries) {
     Sleep(100);
     answer = SOF_Initialize();
   }
-  require(answer == SOR_OK, "the service does not answer");
+  require(answer == SOR_OK, "the local service does not answer");
 }
 
 ServiceProcess::~ServiceProcess() {

@@ -179,7 +179,7 @@ TEST_F(SignatureFunctions, MessagesVerifyWithAHash) {
   EXPECT_EQ(verify(Bytes(rsa.begin(), rsa.end() - 1), hash), SOR_OBJERR);
 }
 
-TEST_F(SignatureFunctions, IdentifiersOfMessagesAreReplacedBothWays) {
+TEST_F(SignatureFunctions, MessageIdentifiersAreReplacedInBothDirections) {
   const auto replaced = [](uint32_t mode, const Bytes& message) {
     Bytes output(message.size() + 100);
     uint32_t length = size_of(output);
@@ -198,7 +198,7 @@ TEST_F(SignatureFunctions, IdentifiersOfMessagesAreReplacedBothWays) {
   EXPECT_EQ(verify_message(0, replaced(1, signed_file(0, kScannedKeys[0]))), SOR_OK);
 }
 
-TEST_F(SignatureFunctions, CertificatesTellTheirAlgorithm) {
+TEST_F(SignatureFunctions, CertificateAlgorithms) {
   const std::pair<const char*, uint32_t> algorithms[] = {{kKeys[0], 40}, {kKeys[1], 10}, {kKeys[2], 0}};
   for (const auto& [name, expected] : algorithms) {
     const Bytes certificate = signing_certificate(name);

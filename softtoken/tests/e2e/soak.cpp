@@ -90,7 +90,7 @@ class Turn {
     });
   }
 
-  Bytes exchange_certificate() {
+  Bytes encryption_certificate() {
     return output_of("SOF_ExportExChangeUserCert", [&](uint8_t* out, uint32_t* length) {
       return SOF_ExportExChangeUserCert(container, out, length);
     });
@@ -123,13 +123,13 @@ void look_around(Turn& turn) {
   const Bytes device = turn.output_of("SOF_GetDeviceInfo", [&](uint8_t* out, uint32_t* length) {
     return SOF_GetDeviceInfo(turn.container, 0x203, out, length);
   });
-  turn.expect(device == bytes_of("VELM Software Token"), "the device's name");
+  turn.expect(device == bytes_of("VELM Software Token"), "the device name");
   uint32_t seals = 0;
   turn.expect_code("SOF_Ext_EnumSeal", SOF_Ext_EnumSeal("SEAL_SM2_DEMO", &seals));
   turn.expect(seals == 2, "the number of seals");
-  uint32_t tries = 0;
-  turn.expect_code("SOF_GetPinRetryCount", SOF_GetPinRetryCount(kNeverLoggedIn, &tries));
-  turn.expect(tries == 10, "the PIN tries");
+  uint32_t retries = 0;
+  turn.expect_code("SOF_GetPinRetryCount", SOF_GetPinRetryCount(kNeverLoggedIn, &retries));
+  turn.expect(retries == 10, "the PIN retry counter");
 }
 
 void ask_for_what_is_refused(Turn& turn) {
@@ -144,7 +144,7 @@ void ask_for_what_is_refused(Turn& turn) {
 }
 
 void read_certificates(Turn& turn) {
-  for (const Bytes& certificate : {turn.signing_certificate(), turn.exchange_certificate()}) {
+  for (const Bytes& certificate : {turn.signing_certificate(), turn.encryption_certificate()}) {
     const Bytes subject = turn.output_of("SOF_GetCertInfo", [&](uint8_t* out, uint32_t* length) {
       return SOF_GetCertInfo(certificate.data(), size_of(certificate), 0x31, out, length);
     });
@@ -185,11 +185,11 @@ void sign_message(Turn& turn) {
   const Bytes signer = turn.output_of("SOF_GetInfoFromSignedMessage", [&](uint8_t* out, uint32_t* length) {
     return SOF_GetInfoFromSignedMessage(message.data(), size_of(message), 2, out, length);
   });
-  turn.expect(signer == turn.signing_certificate(), "the signer's certificate");
+  turn.expect(signer == turn.signing_certificate(), "the signing certificate");
 }
 
 void encrypt_data(Turn& turn) {
-  const Bytes data = turn.data(20000), certificate = turn.exchange_certificate();
+  const Bytes data = turn.data(20000), certificate = turn.encryption_certificate();
   const Bytes envelope = turn.output_of("SOF_EncryptData", [&](uint8_t* out, uint32_t* length) {
     return SOF_EncryptData(certificate.data(), size_of(certificate), data.data(), size_of(data), out, length);
   });
@@ -316,7 +316,7 @@ int soak(const Settings& settings) {
               static_cast<unsigned long long>(settings.seed));
   const ServiceProcess service;
   for (const char* container : kContainers) {
-    if (SOF_Login(container, kPin) != SOR_OK) throw std::runtime_error("a container cannot be logged in");
+    if (SOF_Login(container, kPin) != SOR_OK) throw std::runtime_error("cannot log in to a container");
   }
   Findings findings;
   std::atomic<uint64_t> step = 0;
@@ -335,12 +335,12 @@ int soak(const Settings& settings) {
 
   std::printf("%zu calls, %zu wrong results\nafter half: %s\nat the end: %s\n", findings.calls.load(),
               findings.wrong.load(), half.text().c_str(), end.text().c_str());
-  std::printf("the service: %zu private bytes after half, %zu at the end\n", service_half, service_end);
+  std::printf("local service: %zu private bytes after half, %zu at the end\n", service_half, service_end);
   const std::string growth =
       end.growth_since(half, {.handles = 8, .blocks = 200, .private_bytes = kPrivateBytesAllowed});
   if (!growth.empty()) std::printf("%s\n", growth.c_str());
   const bool service_grew = service_end > service_half + kPrivateBytesAllowed;
-  if (service_grew) std::printf("the service has grown\n");
+  if (service_grew) std::printf("the local service uses more memory\n");
   return findings.wrong == 0 && growth.empty() && !service_grew ? 0 : 1;
 }
 

@@ -13,7 +13,7 @@ Bytes authority_certificate(const std::string& label) {
   });
 }
 
-class StampFunctions : public testing::Test {
+class TimeStampFunctions : public testing::Test {
  protected:
   void SetUp() override { write_file(kFile, kContent); }
   void TearDown() override { std::remove(kFile); }
@@ -49,7 +49,7 @@ void expect_verified(Verify function, const Bytes& input, const Bytes& stamp, co
     EXPECT_EQ(verify(function, input, altered_at(stamp, i), authority), SOR_HASHNOTEQUALERR) << i;
 }
 
-TEST_F(StampFunctions, DataIsStamped) {
+TEST_F(TimeStampFunctions, DataIsTimeStamped) {
   const Bytes stamp = output_of([&](uint8_t* out, uint32_t* length) {
     return SOF_Ext_TspGetStamp("SM2_DEMO", kContent.data(), size_of(kContent), out, length);
   });
@@ -57,7 +57,7 @@ TEST_F(StampFunctions, DataIsStamped) {
   EXPECT_EQ(verify(SOF_Ext_TspVerifyStamp, altered_at(kContent, 1), stamp, rsa_), SOR_HASHNOTEQUALERR);
 }
 
-TEST_F(StampFunctions, FilesAreStamped) {
+TEST_F(TimeStampFunctions, FilesAreTimeStamped) {
   const Bytes stamp = output_of([&](uint8_t* out, uint32_t* length) {
     return SOF_Ext_TspGetFileStamp("SM2_DEMO", kPath.data(), size_of(kPath), out, length);
   });
@@ -68,7 +68,7 @@ TEST_F(StampFunctions, FilesAreStamped) {
   EXPECT_EQ(verify(SOF_Ext_TspVerifyFileStamp, kPath, stamp, rsa_), SOR_FILEOPENERR);
 }
 
-TEST_F(StampFunctions, DataIsStampedByTheAuthorityThatGoesWithTheDigest) {
+TEST_F(TimeStampFunctions, TheDigestSelectsTheKeyOfTheTsa) {
   const struct {
     uint32_t selector;
     const Bytes& authority;
@@ -87,7 +87,7 @@ TEST_F(StampFunctions, DataIsStampedByTheAuthorityThatGoesWithTheDigest) {
   EXPECT_EQ(SOF_Ext_GM_Tsp_SealTimeStamp(3, kContent.data(), 1, nullptr, &length), SOR_ALGOTYPEERR);
 }
 
-TEST_F(StampFunctions, TheAuthorityTellsItsTime) {
+TEST_F(TimeStampFunctions, TheTsaReturnsItsTime) {
   for (const auto function : {&SOF_Ext_TspGetTime, &SOF_Ext_GM_Tsp_GetTime}) {
     const std::string time = text_of(output_of(function));
     EXPECT_EQ(time.size(), 15u);

@@ -60,7 +60,7 @@ SignedXml signed_xml(const char* name) {
 
 uint32_t verify(const Bytes& document) { return SOF_VerifySignedDataXML(document.data(), size_of(document)); }
 
-TEST(XmlFunctions, SignedDocumentsVerifyAndTellTheirItems) {
+TEST(XmlFunctions, SignedDocumentsVerifyAndReturnTheirItems) {
   for (const char* name : kKeys) {
     SCOPED_TRACE(name);
     ASSERT_EQ(SOF_Login(name, kPin), SOR_OK);
@@ -87,7 +87,7 @@ TEST(XmlFunctions, SignedDocumentsVerifyAndTellTheirItems) {
   }
 }
 
-TEST(XmlFunctions, AlteredDocumentsAreRefused) {
+TEST(XmlFunctions, ModifiedDocumentsAreRejected) {
   for (const char* name : kKeys) {
     SCOPED_TRACE(name);
     ASSERT_EQ(SOF_Login(name, kPin), SOR_OK);
@@ -108,7 +108,7 @@ TEST(XmlFunctions, AlteredDocumentsAreRefused) {
   }
 }
 
-TEST(XmlFunctions, SigningIsNotOffered) {
+TEST(XmlFunctions, SigningIsNotSupported) {
   uint32_t length = 5;
   EXPECT_EQ(SOF_SignDataXML("SM2_DEMO", bytes_of(kOriginal).data(), 1, nullptr, &length),
             SOR_NOTSUPPORTYETERR);

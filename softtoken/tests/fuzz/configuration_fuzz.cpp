@@ -17,6 +17,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     expect(configuration.connect_timeout.count() >= 0 && configuration.answer_timeout.count() >= 0,
            "a time limit is not negative");
   });
-  expect(code == kSafSuccess || code == kSafBadInput, "a configuration is taken or refused");
+  expect(code == kSafSuccess || code == kSafBadInput, "a configuration is accepted or rejected");
   return 0;
 }

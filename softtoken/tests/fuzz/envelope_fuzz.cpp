@@ -49,7 +49,7 @@ class Folder {
  public:
   Folder() {
     std::string name = (std::filesystem::temp_directory_path() / "velm-envelope-XXXXXX").string();
-    expect(mkdtemp(name.data()) != nullptr, "there is room for files");
+    expect(mkdtemp(name.data()) != nullptr, "a temporary folder can be created");
     path_ = name;
   }
   Folder(const Folder&) = delete;
@@ -87,10 +87,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const ByteView envelope(data, size);
   const auto in_memory = openers.open(envelope);
   const auto from_file = open_file(folder, openers, envelope);
-  if (in_memory) expect(in_memory->size() <= size, "the content is not longer than its envelope");
-  if (from_file) expect(from_file->size() <= size, "the content is not longer than its envelope");
+  if (in_memory) expect(in_memory->size() <= size, "the content is not longer than its digital envelope");
+  if (from_file) expect(from_file->size() <= size, "the content is not longer than its digital envelope");
   if (in_memory && from_file) {
-    expect(std::ranges::equal(*in_memory, *from_file), "an envelope has one content, however it is read");
+    expect(std::ranges::equal(*in_memory, *from_file), "both decoders return the same content");
   }
   return 0;
 }

@@ -1,4 +1,7 @@
 // Fuzzes JSON request bodies of applications and of provider modules.
+#include <nlohmann/json.hpp>
+
+#include "softtoken/service/received_text.h"
 #include "softtoken/tests/fuzz/token_under_fuzz.h"
 #include "tests/fuzz/fuzz_target.h"
 
@@ -7,6 +10,8 @@ using namespace velm::token;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static fuzz::TokenUnderFuzz token;
   const std::string_view body(reinterpret_cast<const char*>(data), size);
+  if (nlohmann::json::accept(body))
+    velm::fuzz::expect(std::string_view(utf8_json(body)) == body, "JSON in UTF-8 is unchanged");
   for (const auto answer : {answer_json, answer_module}) {
     token.begin_input();
     fuzz::check_json(answer(token.service(), body));

@@ -41,9 +41,9 @@ void check_decoder(Decoder decode, ByteView message) {
   if (call(nullptr, nullptr, nullptr) != 0) return;
   Bytes certificate(sizes[0]), content(sizes[1]), signature(sizes[2]);
   expect(call(certificate.data(), content.data(), signature.data()) == 0,
-         "outputs of the asked size are enough");
+         "outputs of the queried sizes suffice");
   expect(sizes[0] == certificate.size() && sizes[1] == content.size() && sizes[2] == signature.size(),
-         "the sizes given agree with those asked for");
+         "the returned sizes are the queried ones");
 }
 
 }  // namespace
@@ -60,7 +60,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     code_of([&] { replace_message_identifiers(IdentifierFamily::international, message); });
     return 0;
   }
-  expect(parsed->signer != nullptr, "a message that is read has a signer");
+  expect(parsed->signer != nullptr, "a parsed message has a signer");
   expect(parsed->signature.size() <= size && parsed->content.value_or(Bytes()).size() <= size,
          "the parts of a message are not longer than it");
   expect(parsed->signed_attributes.empty() == parsed->attribute_digest.empty() ||

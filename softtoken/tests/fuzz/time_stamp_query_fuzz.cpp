@@ -20,7 +20,7 @@ using Request = Handle<TS_REQ, TS_REQ_free>;
 Request request_in(ByteView query) {
   const uint8_t* at = query.data();
   Request request(d2i_TS_REQ(nullptr, &at, static_cast<long>(query.size())));
-  expect(request != nullptr, "what was granted was a query");
+  expect(request != nullptr, "a granted request is a query");
   return request;
 }
 
@@ -49,18 +49,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Store& store = token.service().token.store();
   const std::string_view query(reinterpret_cast<const char*>(data), size);
   const Answer answer = answer_time_stamp(token.service(), query);
-  expect(answer.status == 200, "every query has an answer");
+  expect(answer.status == 200, "every query gets a response");
   if (!is_granted(as_bytes(answer.body))) return 0;
   const Request request = request_in(as_bytes(query));
   const TimeStamp stamp(as_bytes(answer.body));
   const Certificate authority =
       parse_certificate(label(store, authority_label(request.get()), fuzz::kCertificateLabel));
-  expect(stamp.time().size() == sizeof "20260131235959Z" - 1, "a stamp has a time");
+  expect(stamp.time().size() == sizeof "20260131235959Z" - 1, "a time-stamp token has a time");
   try {
     stamp.verify(authority.get(), [&](DigestId) { return imprint_of(request.get()); });
   } catch (const TokenError& error) {
     // The TSA accepts digests that the module cannot compute.
-    expect(error.code() == kAlgorithmUnsupported, "a stamp verifies under its authority");
+    expect(error.code() == kAlgorithmUnsupported, "a time-stamp token verifies under the TSA");
   }
   return 0;
 }

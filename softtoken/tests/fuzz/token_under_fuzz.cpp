@@ -65,11 +65,11 @@ void TokenUnderFuzz::restore() {
   sqlite3* handle = service_->token.store().database().handle();
   const auto size = static_cast<sqlite3_int64>(image_.size());
   auto* copy = static_cast<uint8_t*>(sqlite3_malloc64(image_.size()));
-  expect(copy != nullptr, "there is memory");
+  expect(copy != nullptr, "memory is available");
   std::ranges::copy(image_, copy);
   const int result = sqlite3_deserialize(handle, "main", copy, size, size,
                                          SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_RESIZEABLE);
-  expect(result == SQLITE_OK, "the store can be put back");
+  expect(result == SQLITE_OK, "the store can be restored");
 }
 
 void TokenUnderFuzz::begin_input() {
@@ -96,7 +96,7 @@ JsonResult check_json(const Answer& answer) {
   expect_known(result.code);
   expect(answer.status == 200 || (answer.status == 400 && result.code == kBadInput),
          "the status of an answer");
-  expect(result.code == kSuccess || !body.contains("Result"), "a refusal has no result");
+  expect(result.code == kSuccess || !body.contains("Result"), "an error has no result");
   if (body.contains("Result")) result.text = text_in(body["Result"]);
   return result;
 }
@@ -115,10 +115,10 @@ FrameResult check_frame(const Answer& answer) {
   expect(answer.status == 200 || (answer.status == 400 && result.code == kBadInput),
          "the status of an answer");
   if (result.code != kSuccess) {
-    expect(body.size() == 4, "a refusal is its code");
+    expect(body.size() == 4, "an error response is only the code");
     return result;
   }
-  expect(body.size() >= 8 && number(4) == body.size() - 8, "the stated length is the data's");
+  expect(body.size() >= 8 && number(4) == body.size() - 8, "the length field is the length of the data");
   result.data = copy_of(body.subspan(8));
   return result;
 }
@@ -130,7 +130,7 @@ void expect_without(std::string_view secret, const Answer& answer) {
     const auto decoded = base64_decode(text_in(body.value("Result", nlohmann::json())));
     found = found || (decoded && holds(*decoded, secret));
   }
-  expect(!found, "an answer does not hold the PIN");
+  expect(!found, "a response does not contain the PIN");
 }
 
 }  // namespace velm::token::fuzz

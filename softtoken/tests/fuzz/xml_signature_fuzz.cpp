@@ -45,7 +45,7 @@ void check_parser(ByteView document) {
     items[i].resize(sizes[i]);
     outputs[i] = items[i].data();
   }
-  expect(parse(outputs) == kSafSuccess, "outputs of the asked size are enough");
+  expect(parse(outputs) == kSafSuccess, "outputs of the queried sizes suffice");
 }
 
 }  // namespace
@@ -58,6 +58,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   expect(code != kSafUnknownError, "a known result code");
   if (code != kSafSuccess) return 0;
   const XmlSignatureItems items = read_xml_signature(document);
-  expect(std::ranges::find(contents, items.original) != contents.end(), "only what was signed verifies");
+  expect(std::ranges::find(contents, items.original) != contents.end(), "only signed content verifies");
   return 0;
 }

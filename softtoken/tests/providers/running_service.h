@@ -66,7 +66,7 @@ class Application {
     return token().container(container).signing_certificate;
   }
   Bytes exchange_certificate(const std::string& container) {
-    return token().container(container).exchange_certificate;
+    return token().container(container).encryption_certificate;
   }
 
  private:

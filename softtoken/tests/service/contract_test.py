@@ -41,15 +41,15 @@ class Contract(unittest.TestCase):
             with self.subTest(name):
                 yield name
 
-    def test_answers_fit_the_clients_buffers(self):
-        exchanges = [({"funcid": 58}, 128), ({"funcid": 38}, 128), ({"funcid": 0}, 128),
+    def test_responses_fit_the_buffers_of_clients(self):
+        requests = [({"funcid": 58}, 128), ({"funcid": 38}, 128), ({"funcid": 0}, 128),
                      ({"funcid": 26, "Len": 16}, 288), ({"funcid": 26, "Len": 0}, 256),
                      ({"funcid": 5, "ReturnMethod": 0}, 2048),
                      ({"funcid": 6, "ContainerName": "RSA_2048_DEMO"}, 4096),
                      ({"funcid": 8, "ContainerName": "SM2_DEMO"}, 128),
                      ({"funcid": 13, "ContainerName": "SM2_DEMO", "Type": 0x211}, 256),
                      ({"funcid": 62, "container": "SEAL_SM2_DEMO"}, 128)]
-        for request, capacity in exchanges:
+        for request, capacity in requests:
             status, _, body = self.service.post(json.dumps(request), JSON_TYPE)
             self.assertEqual(status, 200)
             self.assertEqual(json.loads(body)["ErrorCode"], "0", request)
@@ -68,7 +68,7 @@ class Contract(unittest.TestCase):
         for name in KINDS:
             self.assertIn(name, names)
 
-    def test_unknown_functions_answer_in_their_own_form(self):
+    def test_unknown_functions_are_not_supported(self):
         self.assertEqual(self.service.call(1), (NOT_SUPPORTED, None))
         self.assertEqual(self.service.call(4294967296 + 58), (NOT_SUPPORTED, None))
         self.assertEqual(self.service.frame(12), (NOT_SUPPORTED, None))
@@ -84,7 +84,7 @@ class Contract(unittest.TestCase):
         self.assertEqual(self.service.call(45, containerName=name, loginType=1)[0], NOT_LOGGED_IN)
         self.assertEqual(self.service.login("nobody"), NO_CONTAINER)
 
-    def test_wrong_pins_count_down_to_the_lock(self):
+    def test_ten_wrong_pins_lock_a_container(self):
         name = "RSA_2048_SCAN_CONTAINER_DEMO"
         for left in range(9, -1, -1):
             self.assertEqual(self.service.login(name, "wrong"), WRONG_PIN)
@@ -126,10 +126,39 @@ class Contract(unittest.TestCase):
         self.assertEqual(change(pin.encode("gbk"), PIN.encode()), "0")
         self.assertEqual(self.service.login(name), 0)
 
+    def test_name_and_pin_each_have_an_encoding(self):
+        name, pin = "各自编码", "口令1234"
+        run_token("container", "add", name, "--pin", pin, store=self.service.store)
+        for name_encoding in ("gbk", "utf-8"):
+            for pin_encoding in ("gbk", "utf-8"):
+                body = (b'{"funcid":29,"ContainerName":"%s","Pin":"%s","FileType":1,"FileIndex":1,"Offset":0,'
+                        b'"WriteData":"eA=="}' % (name.encode(name_encoding), pin.encode(pin_encoding)))
+                status, _, answer = self.service.post(body, JSON_TYPE)
+                self.assertEqual((status, json.loads(answer)["ErrorCode"]), (200, "0"),
+                                 (name_encoding, pin_encoding))
+
+    def test_a_gbk_name_that_is_also_utf8_is_found(self):
+        name = "模_SM2".encode("gbk")
+        name.decode("utf-8")
+        run_token("container", "add", "模_SM2", "--pin", PIN, store=self.service.store)
+        body = b'{"funcid":29,"ContainerName":"%s","Pin":"%s","FileType":1,"FileIndex":1,"Offset":0,'\
+               b'"WriteData":"eA=="}' % (name, PIN.encode())
+        self.assertEqual(json.loads(self.service.post(body, JSON_TYPE)[2])["ErrorCode"], "0")
+        self.assertEqual(self.service.frame(59, name + b"\0", 2)[0], 0)
+        run_token("unlock", name, store=self.service.store)
+
+    def test_a_command_line_in_gbk(self):
+        name, pin = "命令行", "口令1234"
+        run_token("container", "add", name.encode("gbk"), "--pin", pin.encode("gbk"),
+                  store=self.service.store)
+        self.assertEqual(self.service.login(name, pin), 0)
+        common_name = self.service.frame(11, self.service.certificate(name), 0x31)
+        self.assertEqual(common_name, (0, name.encode()))
+
     def test_certificates(self):
         for name in self.each_logged_in():
-            signing, exchange = self.service.certificate(name), self.service.certificate(name, 10)
-            self.assertNotEqual(signing, exchange)
+            signing, encryption = self.service.certificate(name), self.service.certificate(name, 10)
+            self.assertNotEqual(signing, encryption)
             self.assertEqual(self.service.call(14, Cert=b64(signing))[0], 0)
             self.assertEqual(self.service.frame(11, signing, 0x31), (0, name.encode()))
             self.assertEqual(self.service.frame(11, signing, 0x999)[0], UNSUPPORTED_PARAMETER)
@@ -184,7 +213,7 @@ class Contract(unittest.TestCase):
             self.assertEqual(self.service.frame(25, attached, 4)[0], UNSUPPORTED_PARAMETER)
             self.assertLessEqual(len(b64(detached)) + 64, 8192)
 
-    def test_envelopes(self):
+    def test_digital_envelopes(self):
         for name in self.each_logged_in():
             for plain in (b"", b"x", bytes(range(256)) * 1000):
                 code, envelope = self.service.frame(19, self.service.certificate(name, 10), plain)
@@ -193,12 +222,12 @@ class Contract(unittest.TestCase):
                 self.assertEqual(self.service.frame(20, name, envelope), (0, plain))
             self.assertEqual(self.service.frame(20, name, b"no envelope")[0], 0x0B000417)
 
-    def test_an_envelope_for_somebody_else(self):
+    def test_a_digital_envelope_for_another_recipient(self):
         self.assertEqual(self.service.login("SM2_DEMO"), 0)
         _, envelope = self.service.frame(19, self.service.certificate("SEAL_SM2_DEMO", 10), b"x")
         self.assertEqual(self.service.frame(20, "SM2_DEMO", envelope)[0], 0x0B000440)
 
-    def test_limits_that_nothing_keeps_are_refused(self):
+    def test_limits_out_of_range_are_rejected(self):
         for limit in (["--body-limit", "4096"], ["--body-limit", "0"], ["--request-time", "1e300"]):
             with self.assertRaises(subprocess.CalledProcessError, msg=limit):
                 run_token("serve", "--port", "0", *limit, store=self.service.store)
@@ -254,7 +283,7 @@ class Contract(unittest.TestCase):
         self.assertEqual(self.service.call(26, Len="16")[0], BAD_INPUT)
         self.assertEqual(self.service.call(14, Cert="not base64!")[0], BAD_INPUT)
 
-    def test_every_cut_of_a_frame_is_answered(self):
+    def test_truncated_frames_are_rejected(self):
         from token_service import make_frame
         frames = [make_frame(28, "SM2_DEMO", 1, 1, 0, 10), make_frame(59, "SM2_DEMO", 1),
                   make_frame(11, b"certificate", 1), make_frame(61, "SM2_DEMO", 1, b"cipher")]
@@ -268,7 +297,7 @@ class Contract(unittest.TestCase):
 
 
 class FirstStart(unittest.TestCase):
-    def test_a_first_start_that_is_killed_leaves_a_whole_store_or_none(self):
+    def test_killing_the_first_start_leaves_a_complete_store_or_none(self):
         with tempfile.TemporaryDirectory(prefix="velm-token-") as folder:
             store = os.path.join(folder, "new", "store.db")
             command = [PROGRAM, "serve", "--data", store, "--port", "0"]

@@ -85,7 +85,7 @@ class Killed(unittest.TestCase):
         writer.files.update({index: service.frame(28, "RSA_2048_DEMO", 1, index, 0, FILE_SIZE * 2)[1]
                              for index in writer.files})
 
-    def test_kills_at_random_moments_lose_and_tear_nothing(self):
+    def test_killing_the_service_loses_no_acknowledged_write(self):
         dice = random.Random(7)
         with Service() as service:
             writer = Writer(service)
@@ -106,7 +106,7 @@ class Killed(unittest.TestCase):
             print(f"{kills} kills during {writer.acknowledged} acknowledged writes")
             self.assertGreater(kills, 3)
 
-    def test_a_killed_command_adds_a_whole_container_or_none(self):
+    def test_killing_a_command_adds_a_complete_container_or_none(self):
         dice = random.Random(8)
         with Service() as service:
             for number in range(12):
@@ -120,16 +120,16 @@ class Killed(unittest.TestCase):
                 if added:
                     self.assertEqual(service.sign(name, b"data")[0], 0)
 
-    def test_a_kill_gives_no_pin_try_back(self):
+    def test_killing_the_service_restores_no_pin_attempt(self):
         with Service() as service:
             left = service.call(8, ContainerName="SM2_DEMO")[1]["RetryCount"]
             for expected in range(left - 1, left - 6, -1):
-                worker = threading.Thread(target=lambda: self.try_quietly(service))
+                worker = threading.Thread(target=lambda: self.log_in_with_a_wrong_pin(service))
                 worker.start()
                 # The retry counter is decremented before the slow part of the PIN check, which the kill
                 # interrupts.
                 deadline = time.monotonic() + 10
-                while self.tries_in_store(service) != expected and time.monotonic() < deadline:
+                while self.retry_counter_in_store(service) != expected and time.monotonic() < deadline:
                     pass
                 service.kill()
                 worker.join()
@@ -137,14 +137,14 @@ class Killed(unittest.TestCase):
                 self.assertEqual(service.call(8, ContainerName="SM2_DEMO")[1]["RetryCount"], expected)
 
     @staticmethod
-    def try_quietly(service):
+    def log_in_with_a_wrong_pin(service):
         try:
             service.login("SM2_DEMO", "wrong")
         except (OSError, http.client.HTTPException):
             pass
 
     @staticmethod
-    def tries_in_store(service):
+    def retry_counter_in_store(service):
         database = sqlite3.connect(service.store)
         try:
             return database.execute("SELECT tries_left FROM container WHERE name = 'SM2_DEMO'").fetchone()[0]
@@ -153,7 +153,7 @@ class Killed(unittest.TestCase):
 
 
 class Concurrent(unittest.TestCase):
-    def test_clients_at_the_same_time_get_their_own_answers(self):
+    def test_concurrent_clients_get_their_own_responses(self):
         with Service() as service:
             names = ["SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"]
             certificates = {}
@@ -179,7 +179,7 @@ class Concurrent(unittest.TestCase):
                 thread.join()
             self.assertEqual(failures, [])
 
-    def test_wrong_pins_at_the_same_time_are_all_counted(self):
+    def test_concurrent_wrong_pins_are_all_counted(self):
         with Service() as service:
             threads = [threading.Thread(target=service.login, args=("SM2_DEMO", "wrong")) for _ in range(6)]
             for thread in threads:

@@ -28,7 +28,7 @@ class NoMoreThreads {
   pthread_attr_t usual_;
 };
 
-TEST(GrowingThreadPool, HasAThreadForEachJobUpToItsLimit) {
+TEST(GrowingThreadPool, AddsAThreadForEachJobUpToItsLimit) {
   std::latch all_there(3);
   std::atomic<int> done = 0;
   {
@@ -45,7 +45,7 @@ TEST(GrowingThreadPool, HasAThreadForEachJobUpToItsLimit) {
   EXPECT_EQ(done, 2);
 }
 
-TEST(GrowingThreadPool, RefusesWhatTheSystemHasNoThreadForAndGoesOn) {
+TEST(GrowingThreadPool, RejectsJobsOnlyWhileNoThreadCanBeCreated) {
   std::atomic<int> done = 0;
   {
     GrowingThreadPool pool(2);

@@ -52,7 +52,7 @@ class Http(unittest.TestCase):
         return (f"POST / HTTP/1.1\r\nHost: {host or self.host}\r\nContent-Type: {JSON_TYPE}\r\n{extra}"
                 f"Connection: {connection}\r\nContent-Length: {length}\r\n\r\n").encode()
 
-    def test_an_origin_is_refused_before_the_body_is_read(self):
+    def test_a_request_with_origin_is_rejected_before_its_body(self):
         started = time.monotonic()
         answer = self.raw(self.head(1000, extra="Origin: http://example.com\r\n"))
         self.assertTrue(answer.startswith(b"HTTP/1.1 403 "), answer)
@@ -78,7 +78,7 @@ class Http(unittest.TestCase):
         answer = self.raw(f"GET /trace HTTP/1.1\r\nHost: {self.host}\r\nOrigin: x\r\n\r\n".encode())
         self.assertTrue(answer.startswith(b"HTTP/1.1 403 "), answer)
 
-    def test_a_body_above_the_limit_is_refused(self):
+    def test_a_body_above_the_limit_is_rejected(self):
         limit = 1024 * 1024
         status, _, _ = self.service.post(b" " * (limit - len(HELLO)) + HELLO, JSON_TYPE)
         self.assertEqual(status, 200)
@@ -94,13 +94,13 @@ class Http(unittest.TestCase):
             answer = self.raw(head + b"".join(b"%x\r\n%s\r\n" % (len(part), part) for part in parts))
             self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), answer)
 
-    def test_a_long_path_is_refused(self):
+    def test_a_long_path_is_rejected(self):
         for length, status in ((1024, 200), (1025, 414), (8000, 414)):
             path = b"/".ljust(length, b"a")
             answer = self.raw(self.head(len(HELLO)).replace(b" / ", b" %s " % path, 1) + HELLO)
             self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), answer)
 
-    def test_a_body_is_taken_on_any_path_but_for_no_other_method(self):
+    def test_a_body_is_accepted_on_any_path_but_only_with_post(self):
         answer = self.raw(self.head(len(HELLO)).replace(b" / ", b" /a%0A%0D/b?c ", 1) + HELLO)
         self.assertTrue(answer.startswith(b"HTTP/1.1 200 "), answer)
         for method in (b"PUT", b"DELETE", b"GET", b"OPTIONS"):
@@ -109,7 +109,7 @@ class Http(unittest.TestCase):
             self.assertTrue(answer.startswith(b"HTTP/1.1 404 "), answer)
             self.assertLess(time.monotonic() - started, 1.5, method)
 
-    def test_a_client_that_asks_before_it_sends_its_body_is_told_to(self):
+    def test_a_client_that_expects_100_continue_receives_it(self):
         with self.connect() as connection:
             connection.sendall(self.head(len(HELLO), extra="Expect: 100-continue\r\n",
                                          connection="keep-alive"))
@@ -119,12 +119,22 @@ class Http(unittest.TestCase):
             connection.sendall(self.head(len(HELLO)) + HELLO)
             self.assertTrue(connection.recv(4096).startswith(b"HTTP/1.1 200 "), "the connection goes on")
 
-    def test_other_content_types_are_refused(self):
+    def test_other_content_types_are_rejected(self):
         for content_type in ("text/plain", "application/x-www-form-urlencoded",
                              "multipart/form-data; boundary=x"):
             self.assertEqual(self.service.post(HELLO, content_type)[0], 415, content_type)
 
-    def test_slow_senders_run_out_of_time(self):
+    def test_each_path_accepts_its_own_content_types(self):
+        frame, query = make_frame(60, bytes(65), b"data"), "application/timestamp-query"
+        accepted = {("/", JSON_TYPE), ("/", FRAME_TYPE), ("/other", JSON_TYPE), ("/other", FRAME_TYPE),
+                    ("/token", JSON_TYPE), ("/tsa", query)}
+        for path in ("/", "/other", "/token", "/tsa"):
+            for body, content_type in ((HELLO, JSON_TYPE), (frame, FRAME_TYPE), (b"no query", query)):
+                status = 200 if (path, content_type) in accepted else 415
+                self.assertEqual(self.service.post(body, content_type, path=path)[0], status,
+                                 (path, content_type))
+
+    def test_slow_senders_time_out(self):
         for sent in (b"", b"POST / HT", self.head(13), self.head(13) + HELLO[:5]):
             started = time.monotonic()
             with self.connect() as connection:
@@ -133,7 +143,7 @@ class Http(unittest.TestCase):
                     pass
             self.assertTrue(1 < time.monotonic() - started < 6, sent)
 
-    def test_a_sender_of_single_bytes_runs_out_of_time_too(self):
+    def test_a_sender_of_single_bytes_times_out(self):
         started = time.monotonic()
         with self.connect() as connection:
             try:
@@ -146,7 +156,7 @@ class Http(unittest.TestCase):
                 pass
         self.assertLess(time.monotonic() - started, 6)
 
-    def test_a_thousand_silent_connections_do_not_stand_in_the_way(self):
+    def test_a_thousand_idle_connections_do_not_delay_a_request(self):
         silent = [self.connect() for _ in range(1000)]
         try:
             started = time.monotonic()
@@ -156,7 +166,7 @@ class Http(unittest.TestCase):
             for connection in silent:
                 connection.close()
 
-    def test_more_connections_are_served_than_files_are_allowed_at_first(self):
+    def test_the_soft_limit_of_open_files_is_raised(self):
         soft, hard = resource.getrlimit(resource.RLIMIT_NOFILE)
         resource.setrlimit(resource.RLIMIT_NOFILE, (64, hard))
         try:
@@ -169,7 +179,7 @@ class Http(unittest.TestCase):
             for connection in silent:
                 connection.close()
 
-    def test_a_slow_reader_runs_out_of_time(self):
+    def test_a_slow_reader_times_out(self):
         with self.connect() as connection:
             connection.sendall(self.head(len(MUCH_RANDOM)) + MUCH_RANDOM)
             received = len(connection.recv(1000))
@@ -184,7 +194,7 @@ class Http(unittest.TestCase):
                 pass
         self.assertLess(received, 8388608 * 4 // 3)
 
-    def test_a_slow_reader_does_not_hold_up_the_end(self):
+    def test_a_slow_reader_does_not_delay_the_shutdown(self):
         with Service("--request-time", "60", demo=False) as service:
             with socket.create_connection(("127.0.0.1", service.port)) as connection:
                 head = self.head(len(MUCH_RANDOM), f"127.0.0.1:{service.port}")
@@ -226,11 +236,11 @@ class Http(unittest.TestCase):
             if status == 200 and content_type == JSON_TYPE:
                 self.assertIn("ErrorCode", json.loads(answer))
 
-    def test_deep_nesting_ends_in_an_answer(self):
+    def test_deep_nesting_is_rejected(self):
         for body in (b"[" * 100000, b'{"funcid":58,"a":' + b"[" * 100000 + b"]" * 100000 + b"}"):
             self.assertEqual(self.service.post(body, JSON_TYPE)[0], 400)
 
-    def test_only_one_object_of_few_members_is_a_request(self):
+    def test_a_request_is_one_flat_object_with_few_members(self):
         members = {str(number): 0 for number in range(63)}
         for request, status in (({"funcid": 58, **members}, 200), ({"funcid": 58, **members, "63": 0}, 400),
                                 ({"funcid": 58, "a": []}, 400), ({"funcid": 58, "a": {}}, 400), ([], 400)):
@@ -247,7 +257,7 @@ class Http(unittest.TestCase):
             self.assertIs(connection.sock, first, "the service closed the connection")
         connection.close()
 
-    def test_requests_that_arrive_together_are_answered_in_their_order(self):
+    def test_pipelined_requests_are_answered_in_order(self):
         random_bytes = b'{"funcid":26,"Len":8}'
         requests = (self.head(len(HELLO), connection="keep-alive") + HELLO +
                     self.head(len(random_bytes)) + random_bytes)
@@ -255,7 +265,7 @@ class Http(unittest.TestCase):
         self.assertEqual(answers.count(b"HTTP/1.1 200 OK"), 2)
         self.assertLess(answers.index(b'{"ErrorCode":"0"}'), answers.index(b"RandomData"))
 
-    def test_a_body_that_follows_its_headers_is_not_held_back(self):
+    def test_a_body_sent_after_its_headers_is_not_delayed(self):
         """A delayed body arrives after 40 ms, when the system acknowledges the headers on its own. At the
         start of a connection it does so at once. One later exchange without the delay suffices, even on
         a loaded machine."""
@@ -271,7 +281,7 @@ class Http(unittest.TestCase):
                 times.append(time.monotonic() - started)
         self.assertLess(min(times[-20:]), 0.03)
 
-    def test_a_refusal_ends_the_connection(self):
+    def test_a_rejected_request_closes_the_connection(self):
         with self.connect() as connection:
             connection.sendall(self.head(len(HELLO), connection="keep-alive") + HELLO)
             self.assertIn(b"Keep-Alive: ", connection.recv(4096))
@@ -283,7 +293,7 @@ class Http(unittest.TestCase):
         self.assertIn(b"Connection: close\r\n", answer)
         self.assertNotIn(b"Keep-Alive", answer)
 
-    def test_a_connection_without_a_next_request_is_closed(self):
+    def test_an_idle_connection_is_closed(self):
         with self.connect() as connection:
             connection.sendall(self.head(len(HELLO), connection="keep-alive") + HELLO)
             self.assertTrue(connection.recv(4096).startswith(b"HTTP/1.1 200 "))
@@ -291,7 +301,7 @@ class Http(unittest.TestCase):
             self.assertEqual(connection.recv(4096), b"")
             self.assertTrue(4 < time.monotonic() - started < 15)
 
-    def test_half_open_exchanges_leave_the_service_serving(self):
+    def test_clients_that_disconnect_early_do_no_harm(self):
         for _ in range(50):
             connection = http.client.HTTPConnection("127.0.0.1", self.service.port, timeout=10)
             connection.request("POST", "/", HELLO, {"Content-Type": JSON_TYPE})

@@ -51,7 +51,7 @@ class Threads : public testing::Test {
   Service service{store.file()};
 };
 
-TEST_F(Threads, SessionsAreUsedWhileOthersOpenAndEndThem) {
+TEST_F(Threads, SessionsAreUsedWhileOtherThreadsOpenAndCloseThem) {
   const auto client = [&](size_t number) {
     const char* container = kContainers[number % 2];
     for (int turn = 0; turn < kTurns; ++turn) {
@@ -76,7 +76,7 @@ TEST_F(Threads, SessionsAreUsedWhileOthersOpenAndEndThem) {
   run_at_once(client, {log_in_and_out, end_idle_ones});
 }
 
-TEST_F(Threads, TheStoreIsReadAndWrittenAtOnce) {
+TEST_F(Threads, TheStoreIsReadAndWrittenConcurrently) {
   const int64_t id = service.token.container_id(kContainers[0]);
   const auto client = [&](size_t number) {
     const auto index = static_cast<uint32_t>(number);
@@ -101,17 +101,17 @@ TEST_F(Threads, TheStoreIsReadAndWrittenAtOnce) {
   run_at_once(client, {change_pins, add_and_delete});
 }
 
-TEST_F(Threads, WrongPinsAtOnceAreAllCounted) {
+TEST_F(Threads, ConcurrentWrongPinsAreAllCounted) {
   run_at_once(
       [&](size_t) {
         EXPECT_EQ(code_of_call({{"funcid", 7}, {"UserName", kContainers[0]}, {"PassWd", "d3Jvbmc="}}),
                   "B000426");
       },
       {});
-  EXPECT_EQ(service.token.tries_left(kContainers[0]), 10 - kClients);
+  EXPECT_EQ(service.token.pin_retries(kContainers[0]), 10 - kClients);
 }
 
-TEST_F(Threads, OfPinsChangedAtOnceOneIsTheNewOne) {
+TEST_F(Threads, OneOfSeveralConcurrentPinChangesSucceeds) {
   std::atomic<size_t> changed{kClients};
   run_at_once(
       [&](size_t number) {
@@ -119,7 +119,7 @@ TEST_F(Threads, OfPinsChangedAtOnceOneIsTheNewOne) {
           service.token.change_pin(kContainers[0], as_bytes(kPin), as_bytes("new-" + std::to_string(number)));
         });
         if (code == kSuccess) {
-          EXPECT_EQ(changed.exchange(number), kClients) << "both were told that theirs is the new one";
+          EXPECT_EQ(changed.exchange(number), kClients) << "two PIN changes succeeded";
         } else {
           EXPECT_EQ(code, kWrongPin);
         }
@@ -140,7 +140,7 @@ TEST_F(Threads, TheTraceIsReadWhileCallsAreMade) {
       {read_trace, read_trace});
 }
 
-TEST_F(Threads, ConnectionsAreServedAtOnceUntilTheServerEnds) {
+TEST_F(Threads, ConnectionsAreServedConcurrentlyUntilTheServerStops) {
   HttpServer server(service, {.port = 0});
   const int port = server.bind();
   std::thread serving([&] { server.run(); });

@@ -69,11 +69,11 @@ class Service:
             shutil.rmtree(self.folder)
         assert code == 0, f"the service ended with {code}"
 
-    def post(self, body, content_type, headers=None):
+    def post(self, body, content_type, headers=None, path="/"):
         """Returns status, headers and body of the answer."""
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=60)
         try:
-            connection.request("POST", "/", body, {"Content-Type": content_type, **(headers or {})})
+            connection.request("POST", path, body, {"Content-Type": content_type, **(headers or {})})
             response = connection.getresponse()
             return response.status, response.headers, response.read()
         finally:
