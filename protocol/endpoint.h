@@ -7,6 +7,7 @@ namespace velm::protocol {
 
 inline constexpr char kServiceHost[] = "127.0.0.1";
 inline constexpr uint16_t kServicePort = 55661;
+inline constexpr char kServiceUrl[] = "http://127.0.0.1:55661";
 
 // Functions for all clients accept any path that is not listed here; clients use "/".
 inline constexpr char kApplicationPath[] = "/";

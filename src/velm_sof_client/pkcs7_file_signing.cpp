@@ -37,11 +37,11 @@ FileContent base64_decoded(const FileContent& text) {
   return {std::move(decoded.bytes), decoded_length};
 }
 
-// Returns the content of the file. Sic: if process_state.detached_signature is set, the file is base64 text
+// Returns the content of the file. Sic: if process_state.file_is_base64 is set, the file is base64 text
 // and is decoded.
 FileContent data_to_sign(const char* path) {
   FileContent file = read_whole_file(local_path(path, kFunction), kFunction);
-  if (process_state.detached_signature && file.length != 0) return base64_decoded(file);
+  if (process_state.file_is_base64 && file.length != 0) return base64_decoded(file);
   return file;
 }
 

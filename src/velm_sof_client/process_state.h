@@ -1,6 +1,5 @@
-// Address of the local service, and settings of the process. The settings are atomic, but not locked: a value
-// set by one thread applies to later calls of all threads. sof_impl.h contains the state of the signature
-// provider.
+// Settings of the process. They are atomic, but not locked: a value set by one thread applies to later calls
+// of all threads. sof_impl.h contains the state of the signature provider.
 #pragma once
 
 #include <atomic>
@@ -10,12 +9,10 @@
 
 namespace velm {
 
-inline constexpr char kServiceAddress[] = "http://127.0.0.1:55661";
-
 struct ProcessState {
   std::atomic<int32_t> sign_method{0};
   std::atomic<int32_t> encrypt_method{protocol::kTripleDesCbc};
-  std::atomic<bool> detached_signature{false};
+  std::atomic<bool> file_is_base64{false};
   std::atomic<uint32_t> envelope_type{2};
 };
 

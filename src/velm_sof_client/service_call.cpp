@@ -1,7 +1,7 @@
 #include "velm_sof_client/service_call.h"
 
 #include "basekit/basic/http.h"
-#include "velm_sof_client/process_state.h"
+#include "protocol/endpoint.h"
 
 namespace velm {
 
@@ -14,7 +14,7 @@ void JsonCall::exchange(RequestMemory request) {
   uint32_t received = capacity_;
   {
     const RequestMemory sent = std::move(request);
-    const int32_t result = xhttp::post(kServiceAddress, sent.data(), sent.length(), "application/json",
+    const int32_t result = xhttp::post(protocol::kServiceUrl, sent.data(), sent.length(), protocol::kJsonType,
                                        response_.get(), &received);
     if (result != xhttp::kDone) {
       LOG_FAILURE("%s->post_json xrv = %d\n", function_, result);
@@ -56,8 +56,8 @@ void FrameCall::post(FunctionNumber function, std::initializer_list<protocol::Fr
   {
     RequestMemory request(protocol::request_size(fields));
     protocol::append_request(request, function, fields);
-    const int32_t result = xhttp::post(kServiceAddress, request.data(), request.length(),
-                                       "application/octet-stream", response_.get(), &received);
+    const int32_t result = xhttp::post(protocol::kServiceUrl, request.data(), request.length(),
+                                       protocol::kFrameType, response_.get(), &received);
     if (result != xhttp::kDone) {
       LOG_FAILURE("%s->xhttp::post xrv = %d\n", log_name_, result);
       fail(SOR_COMMUNICATIONERR);

@@ -7,7 +7,7 @@ using namespace velm;
 uint32_t SOF_SetEncryptMethod(int32_t lEncMethod) {
   return exported_call([&]() noexcept {
     process_state.encrypt_method = lEncMethod;
-    process_state.detached_signature = (lEncMethod & 0x10) != 0;
+    process_state.file_is_base64 = (lEncMethod & 0x10) != 0;
   });
 }
 

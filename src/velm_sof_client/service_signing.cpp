@@ -8,7 +8,7 @@ uint32_t SOF_SetSignMethod(int32_t lSignMethod) {
   return exported_call([&] {
     LOG_ENTRY("SOF_SetSignMethod lSignMethod=0x%08X\n", lSignMethod);
     process_state.sign_method = lSignMethod;
-    process_state.detached_signature = lSignMethod == 16;
+    process_state.file_is_base64 = lSignMethod == 16;
   });
 }
 

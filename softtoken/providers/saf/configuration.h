@@ -3,6 +3,8 @@
 #include <chrono>
 #include <string>
 
+#include "protocol/endpoint.h"
+
 namespace velm::token {
 
 /** Address of an HTTP service. */
@@ -13,8 +15,8 @@ struct Endpoint {
 
 /** Contents of the module's configuration file. A key that is not set has the default value given here. */
 struct Configuration {
-  Endpoint service{"127.0.0.1", 55661};
-  Endpoint time_stamp{"127.0.0.1", 55661};
+  Endpoint service{protocol::kServiceHost, protocol::kServicePort};
+  Endpoint time_stamp{protocol::kServiceHost, protocol::kServicePort};
   std::chrono::milliseconds connect_timeout{3000};
   std::chrono::milliseconds answer_timeout{30000};
 };

@@ -2,6 +2,7 @@
 
 #include <charconv>
 
+#include "protocol/endpoint.h"
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/text_encoding.h"
 #include "softtoken/providers/saf/http_post.h"
@@ -12,10 +13,6 @@ namespace velm::token {
 using namespace protocol;
 
 namespace {
-
-constexpr const char* kJsonType = "application/json";
-constexpr const char* kFrameType = "application/octet-stream";
-constexpr const char* kStampQueryType = "application/timestamp-query";
 
 uint32_t error_code_of(const cJSON* answer) {
   const std::string_view text = json_text(json_member(answer, "ErrorCode"));
@@ -53,7 +50,7 @@ SecretBytes TokenClient::frame_call(FunctionNumber function, std::initializer_li
   std::string request;
   request.reserve(request_size(fields));
   append_request(request, function, fields);
-  const SecretBytes received = post(configuration_.service, "/", kFrameType, as_bytes(request));
+  const SecretBytes received = post(configuration_.service, kApplicationPath, kFrameType, as_bytes(request));
   const FrameAnswer answer = read_answer(received, received.size(), FrameContent::code_and_data);
   require_saf(!answer.refused, kSafServerFailed);
   require_success(answer.code);
@@ -65,18 +62,18 @@ Bytes TokenClient::certificate(const std::string& container, KeyUse use) const {
   const auto function =
       use == KeyUse::signing ? FunctionNumber::ExportUserCert : FunctionNumber::ExportExChangeUserCert;
   JsonObject request;
-  request.add("funcid", number_of(function)).add("ContainerName", utf8_of(container));
-  return json_base64(json_member(call("/", request).get(), "UserCert"));
+  request.add(kFunctionMember, number_of(function)).add("ContainerName", utf8_of(container));
+  return json_base64(json_member(call(kApplicationPath, request).get(), "UserCert"));
 }
 
 Bytes TokenClient::sign_hash(const std::string& container, DigestId digest, ByteView hash) const {
   JsonObject request;
-  request.add("funcid", number_of(FunctionNumber::SignHash))
+  request.add(kFunctionMember, number_of(FunctionNumber::SignHash))
       .add("container", utf8_of(container))
       .add("hashAlg", static_cast<uint32_t>(digest))
       .add("inDataType", 0)
       .add("hashedData", base64_encode(hash));
-  return json_base64(call("/", request).get());
+  return json_base64(call(kApplicationPath, request).get());
 }
 
 SecretBytes TokenClient::decrypt(const std::string& container, KeyUse use, ByteView cipher) const {
@@ -91,11 +88,11 @@ SecretBytes TokenClient::open_envelope(const std::string& container, ByteView en
 }
 
 Json TokenClient::module_function(ModuleFunction function, JsonObject arguments) const {
-  return call("/token", arguments.add("funcid", number_of(function)));
+  return call(kModulePath, arguments.add(kFunctionMember, number_of(function)));
 }
 
 Bytes TokenClient::time_stamp(ByteView query) const {
-  return copy_of(post(configuration_.time_stamp, "/tsa", kStampQueryType, query));
+  return copy_of(post(configuration_.time_stamp, kTimeStampPath, kTimeStampQueryType, query));
 }
 
 }  // namespace velm::token
