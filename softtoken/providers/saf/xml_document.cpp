@@ -5,12 +5,12 @@
 #include <cstring>
 #include <new>
 
+#include <xmlsec/xmlsec.h>
 #include <libxml/SAX2.h>
 #include <libxml/parser.h>
 #include <libxml/xmlmemory.h>
 #include <xmlsec/errors.h>
 #include <xmlsec/transforms.h>
-#include <xmlsec/xmlsec.h>
 
 #include "softtoken/providers/module_call.h"
 #include "softtoken/providers/module_lock.h"

@@ -4,9 +4,9 @@
 #include <utility>
 #include <vector>
 
+#include <xmlsec/xmlsec.h>
 #include <xmlsec/nodeset.h>
 #include <xmlsec/transforms.h>
-#include <xmlsec/xmlsec.h>
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/certificate.h"
