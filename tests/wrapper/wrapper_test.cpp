@@ -89,7 +89,7 @@ TEST(Environment, VersionRandomAndUsers) {
 }
 
 // The library selects the code page of the user list according to what the system supports.
-TEST(Environment, TheUserListIsReadInItsCodePage) {
+TEST(Environment, TheUserListIsDecodedFromItsCodePage) {
   EXPECT_EQ(sof::detail::local_code_page(true), 54936u);
   EXPECT_EQ(sof::detail::local_code_page(false), 936u);
   EXPECT_EQ(sof::utf8_from_gbk("\xC8\xDD\xC6\xF7"), "容器");
@@ -108,7 +108,7 @@ TEST(Environment, Settings) {
   EXPECT_EQ(code_of([&] { sof::configure(99, never); }), SOR_PARAMETERNOTSUPPORTERR);
 }
 
-TEST(ByteView, RefusesWhatALengthCannotTell) {
+TEST(ByteView, RejectsMoreThanALengthCanHold) {
   const char byte = 0;
   EXPECT_EQ(sof::ByteView(&byte, UINT32_MAX).size(), UINT32_MAX);
   EXPECT_THROW(sof::ByteView(&byte, size_t{1} << 32).size(), std::length_error);
@@ -214,7 +214,7 @@ sof::Digest digest_of(sof::Certificate::Key key) {
 INSTANTIATE_TEST_SUITE_P(All, EveryKey, testing::Values("SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"),
                          [](const auto& test) { return std::string(test.param); });
 
-TEST_P(EveryKey, CertificatesTellWhoseTheyAre) {
+TEST_P(EveryKey, CertificatesContainTheContainerName) {
   for (const sof::Certificate& each : {certificate, container.encryption_certificate()}) {
     EXPECT_EQ(each.item(0x31), container.name());
     EXPECT_EQ(each.item("2.5.4.3"), container.name());
@@ -300,7 +300,7 @@ TEST(Certificates, HaveItemsOrNot) {
   EXPECT_NE(code_of([&] { sof::Certificate({1, 2, 3}).find_item(0x31); }), SOR_OK);
 }
 
-TEST(Certificates, TellTheirKeyAndWhyTheyAreInvalid) {
+TEST(Certificates, KeyTypeAndValidation) {
   const sof::Certificate sm2 = sof::Container("SM2_DEMO").signing_certificate();
   EXPECT_EQ(sm2.key(), sof::Certificate::Key::sm2);
   EXPECT_EQ(sof::Container("RSA_2048_DEMO").signing_certificate().key(), sof::Certificate::Key::rsa_2048);
@@ -332,33 +332,33 @@ TEST(SignedFiles, AreMessagesOverAHashValue) {
 }
 
 // Sic: with a name that selects no digest the C function succeeds without a signature.
-TEST(SignedFiles, NothingIsNoSignature) {
+TEST(SignedFiles, FalseSuccessIsAnError) {
   EXPECT_EQ(code_of([] { sof::Container("NO_DIGEST").sign_file("any"); }), SOR_UNKNOWNERR);
   EXPECT_THROW(sof::Container("NO_DIGEST").sign_file("any"), sof::FalseSuccess);
 }
 
 constexpr uint32_t kCertificateLabel = 7;
 
-TEST(TimeStamps, TellWhenTheDataWasThere) {
-  const sof::Bytes authority =
+TEST(TimeStampTokens, OfData) {
+  const sof::Bytes tsa_certificate =
       sof::Container("SM2_DEMO").label("TIME_STAMP_AUTHORITY_SM2", kCertificateLabel);
-  const sof::Bytes stamp = sof::time_stamp("some data");
-  EXPECT_EQ(sof::verify_time_stamp("some data", stamp, authority).size(), 15u);
-  EXPECT_NE(code_of([&] { sof::verify_time_stamp("other data", stamp, authority); }), SOR_OK);
-  EXPECT_TRUE(is_not_valid([&] { sof::verify_time_stamp("other data", stamp, authority); }));
+  const sof::Bytes token = sof::time_stamp("some data");
+  EXPECT_EQ(sof::verify_time_stamp("some data", token, tsa_certificate).size(), 15u);
+  EXPECT_NE(code_of([&] { sof::verify_time_stamp("other data", token, tsa_certificate); }), SOR_OK);
+  EXPECT_TRUE(is_not_valid([&] { sof::verify_time_stamp("other data", token, tsa_certificate); }));
   EXPECT_EQ(sof::tsa_time().size(), 15u);
 }
 
-TEST(TimeStamps, TellWhenAFileWasThere) {
+TEST(TimeStampTokens, OfFiles) {
   const sof::Container container("SM2_DEMO");
-  const auto authority = container.find_label("TIME_STAMP_AUTHORITY", kCertificateLabel);
-  ASSERT_TRUE(authority);
+  const auto tsa_certificate = container.find_label("TIME_STAMP_AUTHORITY", kCertificateLabel);
+  ASSERT_TRUE(tsa_certificate);
   EXPECT_EQ(container.find_label("NO_LABEL", kCertificateLabel), std::nullopt);
   write(kFile, "a file");
   const sof::Bytes token = container.time_stamp_file(kFile);
-  EXPECT_EQ(sof::verify_file_time_stamp(kFile, token, *authority).size(), 15u);
+  EXPECT_EQ(sof::verify_file_time_stamp(kFile, token, *tsa_certificate).size(), 15u);
   write(kFile, "another");
-  EXPECT_TRUE(is_not_valid([&] { sof::verify_file_time_stamp(kFile, token, *authority); }));
+  EXPECT_TRUE(is_not_valid([&] { sof::verify_file_time_stamp(kFile, token, *tsa_certificate); }));
   std::remove(kFile);
 }
 
