@@ -96,7 +96,7 @@ void check_provider(Findings& findings) {
     findings.add(Grade::problem, "signature provider", "cannot be opened",
                  "check saf_config.dat in the current folder and in " + text_of_path(program_folder()));
   } catch (const sof::Error& error) {
-    findings.add(Grade::warning, "time stamps", code_and_text(error),
+    findings.add(Grade::warning, "time-stamp authority", code_and_text(error),
                  "check time_stamp_address in saf_config.dat");
   }
 }
