@@ -49,7 +49,7 @@ struct Users {
       const sof::Container container(name);
       rows.push_back({{"name", name},
                       {"logged_in", container.is_logged_in()},
-                      {"tries_left", container.pin_retry_count()}});
+                      {"retries_left", container.pin_retry_count()}});
     }
     return Report{{"users", rows}}.say(table_text(rows));
   }
@@ -60,7 +60,7 @@ struct PinRetry {
 
   void add_options(CLI::App& command) { add_container(command, name); }
   Report run() const {
-    return Report{{"container", name}, {"tries_left", sof::Container(name).pin_retry_count()}};
+    return Report{{"container", name}, {"retries_left", sof::Container(name).pin_retry_count()}};
   }
 };
 
