@@ -167,7 +167,8 @@ class Pin {
   static constexpr size_t kLongest = 255;
 
   Pin() = default;
-  Pin(std::string_view text) {
+  // Delegates, so that the destructor wipes a PIN that is too long.
+  Pin(std::string_view text) : Pin() {
     for (const char character : text) append(character);
   }
   Pin(const std::string& text) : Pin(std::string_view(text)) {}

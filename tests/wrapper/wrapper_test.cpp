@@ -173,6 +173,13 @@ TEST(Pin, IsWiped) {
   EXPECT_EQ(left.find("5678"), std::string::npos);
 }
 
+TEST(Pin, IsWipedIfItIsTooLong) {
+  alignas(sof::Pin) uint8_t memory[sizeof(sof::Pin)] = {};
+  const std::string too_long(sof::Pin::kLongest + 1, '7');
+  EXPECT_THROW(new (memory) sof::Pin(too_long), std::length_error);
+  EXPECT_EQ(std::string(memory, memory + sizeof memory).find('7'), std::string::npos);
+}
+
 TEST(Pin, IsLimitedAndCompared) {
   const std::string longest(sof::Pin::kLongest, '1');
   sof::Pin pin = longest;
