@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <type_traits>
+#include <utility>
 
 /**
  * Runs a library call that processes a file. If the file exceeds 8 MiB and standard error is a console, shows
