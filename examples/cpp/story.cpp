@@ -32,7 +32,7 @@ static void sign_and_verify(const sof::Container& container) {
 
 static void encrypt_and_decrypt(const sof::Container& container) {
   std::ofstream(kFile, std::ios::binary) << kText;
-  container.exchange_certificate().encrypt_file(kFile, kEnvelope);
+  container.encryption_certificate().encrypt_file(kFile, kEnvelope);
   std::puts("encrypted");
 
   container.decrypt_file(kEnvelope, kOpened);

@@ -1,45 +1,34 @@
 #include "chapters.h"
 #include "demo_container.h"
-#include "velm_sof_client.h"
 
 namespace {
 
-struct Field {
+// Certificate items of GM/T 0006.
+struct Item {
   const char* title;
-  uint32_t item;
+  uint32_t number;
 };
 
-constexpr Field kFields[] = {{"subject", 0x07},
-                             {"issuer", 0x05},
-                             {"serial number", 0x02},
-                             {"valid from", 0x35},
-                             {"valid until", 0x36}};
-
-Bytes certificate_of(Narrator& narrator, const char* name) {
-  return exported_certificate(narrator, name, KeyUse::signing);
-}
-
-uint32_t validate(const Bytes& certificate) {
-  return SOF_ValidateCert(certificate.data(), length_of(certificate));
-}
+constexpr Item kItems[] = {{"subject", 0x07},
+                           {"issuer", 0x05},
+                           {"serial number", 0x02},
+                           {"start of validity", 0x35},
+                           {"end of validity", 0x36}};
 
 }  // namespace
 
 void certificate_chapter(Narrator& narrator) {
-  narrator.chapter("Certificates");
   for (const char* name : kDemoContainers) {
-    const Bytes certificate = certificate_of(narrator, name);
-    for (const Field& field : kFields) {
-      Bytes value;
-      const uint32_t code = with_size_query(value, [&](uint8_t* data, uint32_t* length) {
-        return SOF_GetCertInfo(certificate.data(), length_of(certificate), field.item, data, length);
-      });
-      if (narrator.call(std::string("Read its ") + field.title, code)) narrator.detail(text_of(value));
+    const sof::Certificate certificate = signing_certificate(narrator, sof::Container(name));
+    for (const Item& item : kItems) {
+      narrator.detail(narrator.step(std::string("Read the ") + item.title,
+                                    [&] { return certificate.item(item.number); }));
     }
-    narrator.call("Validate it", validate(certificate));
+    narrator.step("Validate the certificate", [&] { certificate.validate(); });
   }
-  narrator.call("Validate one that has expired", validate(certificate_of(narrator, "EXPIRED_RSA_2048_DEMO")),
-                SOR_CERTHASEXPIREDERR);
-  narrator.call("Validate one that was revoked", validate(certificate_of(narrator, "REVOKED_SM2_DEMO")),
-                SOR_CERTREVOKEDERR);
+  const sof::Certificate expired = signing_certificate(narrator, sof::Container("EXPIRED_RSA_2048_DEMO"));
+  narrator.refused_step("Validate the expired certificate", SOR_CERTHASEXPIREDERR,
+                        [&] { expired.validate(); });
+  const sof::Certificate revoked = signing_certificate(narrator, sof::Container("REVOKED_SM2_DEMO"));
+  narrator.refused_step("Validate the revoked certificate", SOR_CERTREVOKEDERR, [&] { revoked.validate(); });
 }

@@ -11,3 +11,4 @@ void encryption_chapter(Narrator& narrator);
 void storage_chapter(Narrator& narrator);
 void lock_chapter(Narrator& narrator);
 void file_chapter(Narrator& narrator);
+void logout_chapter(Narrator& narrator);

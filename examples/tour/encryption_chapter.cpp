@@ -1,22 +1,16 @@
 #include "chapters.h"
 #include "demo_container.h"
-#include "velm_sof_client.h"
 
 void encryption_chapter(Narrator& narrator) {
-  narrator.chapter("Encryption");
-  const Bytes secret = bytes_of("for one reader only");
+  const std::string secret = "for one reader only";
   for (const char* name : kDemoContainers) {
-    const Bytes certificate = exported_certificate(narrator, name, KeyUse::exchange);
-    Bytes envelope;
-    narrator.call("Encrypt for its holder", with_size_query(envelope, [&](uint8_t* out, uint32_t* length) {
-                    return SOF_EncryptData(certificate.data(), length_of(certificate), secret.data(),
-                                           length_of(secret), out, length);
-                  }));
+    const sof::Container container(name);
+    const sof::Certificate recipient = encryption_certificate(narrator, container);
+    const sof::Bytes envelope = narrator.step("Encrypt data for the holder of the certificate",
+                                              [&] { return recipient.encrypt(secret); });
     narrator.detail(std::to_string(envelope.size()) + " bytes: " + hex(envelope));
-    Bytes opened;
-    narrator.call("Decrypt with its key", with_size_query(opened, [&](uint8_t* out, uint32_t* length) {
-                    return SOF_DecryptData(name, envelope.data(), length_of(envelope), out, length);
-                  }));
-    narrator.check("the text is the same again", opened == secret);
+    const sof::Bytes decrypted = narrator.step("Decrypt it with the key of the container",
+                                               [&] { return container.decrypt(envelope); });
+    narrator.check("The decrypted data equals the original", text_of(decrypted) == secret);
   }
 }

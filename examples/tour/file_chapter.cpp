@@ -4,7 +4,6 @@
 
 #include "chapters.h"
 #include "demo_container.h"
-#include "velm_sof_client.h"
 
 namespace {
 
@@ -16,8 +15,8 @@ class WorkFolder {
   WorkFolder() : path_(fs::temp_directory_path() / "velm_tour") { fs::create_directories(path_); }
   WorkFolder(const WorkFolder&) = delete;
   ~WorkFolder() {
-    std::error_code unheeded;
-    fs::remove_all(path_, unheeded);
+    std::error_code ignored;
+    fs::remove_all(path_, ignored);
   }
 
   std::string file(const char* name) const { return (path_ / name).string(); }
@@ -26,81 +25,64 @@ class WorkFolder {
   fs::path path_;
 };
 
-void write_file(const std::string& path, const Bytes& content) {
+void write_file(const std::string& path, const sof::Bytes& content) {
   std::ofstream(path, std::ios::binary)
       .write(reinterpret_cast<const char*>(content.data()), static_cast<std::streamsize>(content.size()));
 }
 
-Bytes read_file(const std::string& path) {
+sof::Bytes read_file(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
 }
 
-void sign_file(Narrator& narrator, const char* name, const std::string& path) {
-  const Bytes certificate = exported_certificate(narrator, name, KeyUse::signing);
-  Bytes signature;
-  const uint32_t signed_code = with_size_query(signature, [&](uint8_t* out, uint32_t* length) {
-    return SOF_SignFile(name, path.c_str(), out, length);
-  });
-  if (narrator.call("Sign the file", signed_code)) narrator.detail(hex(signature));
-  const auto verify = [&] {
-    return SOF_VerifySignedFile(certificate.data(), length_of(certificate), path.c_str(), signature.data(),
-                                length_of(signature));
-  };
-  narrator.call("Verify the signature", verify());
-  const Bytes content = read_file(path);
-  Bytes altered = content;
+void sign_file(Narrator& narrator, const sof::Container& container, const std::string& path) {
+  const sof::Certificate certificate = signing_certificate(narrator, container);
+  const sof::Bytes signature = narrator.step("Sign the file", [&] { return container.sign_file(path); });
+  narrator.detail(hex(signature));
+  narrator.step("Verify the signature", [&] { certificate.verify_file(path, signature); });
+  const sof::Bytes content = read_file(path);
+  sof::Bytes altered = content;
   altered[altered.size() / 2] ^= 1;
   write_file(path, altered);
-  narrator.call("Verify it with one bit of the file changed", verify(), SOR_HASHNOTEQUALERR);
+  narrator.refused_step("Verify it with one bit of the file changed", SOR_HASHNOTEQUALERR,
+                        [&] { certificate.verify_file(path, signature); });
   write_file(path, content);
 }
 
-void envelope_file(Narrator& narrator, const char* name, const std::string& path, const WorkFolder& folder) {
-  constexpr uint32_t kByTheProvider = 1;
-  const Bytes certificate = exported_certificate(narrator, name, KeyUse::exchange);
+void encrypt_file(Narrator& narrator, const sof::Container& container, const std::string& path,
+                  const WorkFolder& folder) {
+  const sof::Certificate recipient = encryption_certificate(narrator, container);
   const std::string envelope = folder.file("contract.p7m");
-  const std::string opened = folder.file("opened.txt");
-  narrator.call("Let the provider make envelopes of files", SOF_Ext_SetEnvelopType(kByTheProvider));
-  narrator.call("Put the file into an envelope for its holder",
-                SOF_EncryptFile(certificate.data(), length_of(certificate), path.c_str(), envelope.c_str()));
-  narrator.detail(std::to_string(read_file(envelope).size()) + " bytes");
-  narrator.call("Open the envelope with its key", SOF_DecryptFile(name, envelope.c_str(), opened.c_str()));
-  narrator.check("the file is the same again", read_file(opened) == read_file(path));
+  const std::string decrypted = folder.file("decrypted.txt");
+  sof::set_envelope_type(sof::EnvelopeType::provider);
+  narrator.step("Encrypt the file into a digital envelope, in process",
+                [&] { recipient.encrypt_file(path, envelope); });
+  narrator.detail(std::to_string(fs::file_size(envelope)) + " bytes");
+  narrator.step("Decrypt the digital envelope", [&] { container.decrypt_file(envelope, decrypted); });
+  narrator.check("The decrypted file equals the original", read_file(decrypted) == read_file(path));
 }
 
-void stamp_file(Narrator& narrator, const char* name, const std::string& path) {
+void time_stamp_file(Narrator& narrator, const sof::Container& container, const std::string& path) {
   constexpr uint32_t kCertificateLabel = 7;
-  const std::string label = "TIME_STAMP_AUTHORITY";
-  const Bytes file = bytes_of(path);
-  Bytes authority;
-  narrator.call("Read the certificate of the time-stamp authority",
-                with_size_query(authority, [&](uint8_t* out, uint32_t* length) {
-                  return SOF_Ext_ReadLabel(name, label.c_str(), static_cast<uint32_t>(label.size()),
-                                           kCertificateLabel, out, length);
-                }));
-  Bytes stamp;
-  narrator.call("Have the file stamped", with_size_query(stamp, [&](uint8_t* out, uint32_t* length) {
-                  return SOF_Ext_TspGetFileStamp(name, file.data(), length_of(file), out, length);
-                }));
-  Bytes time;
-  const auto verify = [&](uint8_t* out, uint32_t* length) {
-    return SOF_Ext_TspVerifyFileStamp(file.data(), length_of(file), stamp.data(), length_of(stamp),
-                                      authority.data(), length_of(authority), out, length);
-  };
-  if (narrator.call("Verify the stamp", with_size_query(time, verify))) narrator.detail(text_of(time));
+  const sof::Bytes tsa_certificate =
+      narrator.step("Read the certificate of the time-stamp authority (TSA)",
+                    [&] { return container.label("TIME_STAMP_AUTHORITY", kCertificateLabel); });
+  const sof::Bytes token = narrator.step("Request a time-stamp token for the file",
+                                         [&] { return container.time_stamp_file(path); });
+  narrator.detail(narrator.step("Verify the time-stamp token",
+                                [&] { return sof::verify_file_time_stamp(path, token, tsa_certificate); }));
 }
 
 }  // namespace
 
 void file_chapter(Narrator& narrator) {
-  narrator.chapter("A file signed, enveloped, opened and stamped");
   const WorkFolder folder;
   const std::string path = folder.file("contract.txt");
-  write_file(path, Bytes(100000, 'c'));
+  write_file(path, sof::Bytes(100000, 'c'));
   for (const char* name : kDemoContainers) {
-    sign_file(narrator, name, path);
-    envelope_file(narrator, name, path, folder);
-    stamp_file(narrator, name, path);
+    const sof::Container container(name);
+    sign_file(narrator, container, path);
+    encrypt_file(narrator, container, path, folder);
+    time_stamp_file(narrator, container, path);
   }
 }

@@ -3,8 +3,6 @@
 #include <map>
 
 #include "input_output.h"
-#include "library_call.h"
-#include "protocol/identifiers.h"
 
 namespace {
 
@@ -19,11 +17,10 @@ Bytes der_of(const Bytes& content) {
 
 }  // namespace
 
-void add_digest(CLI::App& command, uint32_t& algorithm) {
-  namespace protocol = velm::protocol;
-  static const std::map<std::string, uint32_t> kDigests{
-      {"sm3", protocol::kSm3}, {"sha1", protocol::kSha1}, {"sha256", protocol::kSha256}};
-  command.add_option("--algorithm", algorithm, "digest: sm3 (the default), sha1 or sha256")
+void add_digest(CLI::App& command, sof::Digest& digest) {
+  static const std::map<std::string, sof::Digest> kDigests{
+      {"sm3", sof::Digest::sm3}, {"sha1", sof::Digest::sha1}, {"sha256", sof::Digest::sha256}};
+  command.add_option("--algorithm", digest, "digest: sm3 (the default), sha1 or sha256")
       ->transform(CLI::CheckedTransformer(kDigests, CLI::ignore_case).description(""));
 }
 
@@ -31,22 +28,17 @@ void CertificateSource::add_options(CLI::App& command, bool optional) {
   CLI::Option_group* group = command.add_option_group("certificate");
   group->add_option("--cert", file_, "certificate file, DER or PEM");
   group->add_option("--container", container_,
-                    exchange_ ? "container whose exchange certificate to take"
-                              : "container whose signing certificate to take");
+                    use_ == KeyUse::encryption ? "use the encryption certificate of this container"
+                                               : "use the signing certificate of this container");
   group->require_option(optional ? 0 : 1, 1);
 }
 
-Bytes CertificateSource::read() const {
-  if (container_.empty()) return der_of(read_all(file_, "the certificate"));
-  return certificate_of(container_, exchange_);
+sof::Certificate CertificateSource::read() const {
+  if (container_.empty()) return sof::Certificate(der_of(read_all(file_, "the certificate")));
+  return certificate_of(container_, use_);
 }
 
-Bytes certificate_of(const std::string& container, bool exchange) {
-  constexpr uint64_t kLongest = 3072;
-  const auto export_call = exchange ? SOF_ExportExChangeUserCert : SOF_ExportUserCert;
-  const char* function = exchange ? "SOF_ExportExChangeUserCert" : "SOF_ExportUserCert";
-  const auto call = [&](uint8_t* out, uint32_t* length) {
-    return export_call(container.c_str(), out, length);
-  };
-  return required(function, fetch(function, call, kLongest), "certificate");
+sof::Certificate certificate_of(const std::string& container, KeyUse use) {
+  const sof::Container found(container);
+  return use == KeyUse::encryption ? found.encryption_certificate() : found.signing_certificate();
 }

@@ -9,7 +9,7 @@
 /** Arguments shared by many commands. */
 
 inline void add_container(CLI::App& command, std::string& name) {
-  command.add_option("name", name, "the container's name")->required();
+  command.add_option("name", name, "name of the container")->required();
 }
 
 inline void add_input(CLI::App& command, std::string& path, const char* what) {
@@ -20,29 +20,30 @@ inline void add_required_file(CLI::App& command, const char* option, std::string
   command.add_option(option, path, what)->required();
 }
 
-/** Option for a digest algorithm by name. The value is the identifier of GM/T 0006. */
-void add_digest(CLI::App& command, uint32_t& algorithm);
+/** Option for a digest algorithm by name. */
+void add_digest(CLI::App& command, sof::Digest& digest);
+
+/** Selects one of a container's two certificates. */
+enum class KeyUse { signing, encryption };
 
 /** A certificate from a file (DER or PEM) or from a container. */
 class CertificateSource {
  public:
-  /** @param exchange Take the container's encryption certificate instead of the signing certificate. */
-  explicit CertificateSource(bool exchange = false) : exchange_(exchange) {}
+  /** @param use Which certificate of the container to use. */
+  explicit CertificateSource(KeyUse use = KeyUse::signing) : use_(use) {}
 
   /** Unless `optional` is set, one of the options is required. */
   void add_options(CLI::App& command, bool optional = false);
   bool is_given() const { return !file_.empty() || !container_.empty(); }
-  /** Returns the certificate in DER. */
-  Bytes read() const;
+  sof::Certificate read() const;
 
  private:
-  bool exchange_;
+  KeyUse use_;
   std::string file_;
   std::string container_;
 };
 
-/** Returns a container's encryption certificate, or its signing certificate, in DER. */
-Bytes certificate_of(const std::string& container, bool exchange);
+sof::Certificate certificate_of(const std::string& container, KeyUse use);
 
 /** A number with a name on the command line. */
 struct NamedNumber {

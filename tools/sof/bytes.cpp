@@ -4,7 +4,6 @@
 #include <charconv>
 
 #include "failure.h"
-#include "library_call.h"
 
 namespace {
 
@@ -39,15 +38,4 @@ Bytes bytes_of_hex(std::string_view text) {
   return bytes;
 }
 
-std::string base64_of(const Bytes& bytes) {
-  return text_of(fetch("SOF_Base64Encode", [&](uint8_t* text, uint32_t* length) {
-    return SOF_Base64Encode(data_of(bytes), size_of(bytes), text, length);
-  }));
-}
-
-Bytes bytes_of_base64(std::string_view text) {
-  const Bytes characters = bytes_of(without_white_space(text));
-  return fetch("SOF_Base64Decode", [&](uint8_t* bytes, uint32_t* length) {
-    return SOF_Base64Decode(data_of(characters), size_of(characters), bytes, length);
-  });
-}
+Bytes bytes_of_base64(std::string_view text) { return sof::base64_decode(without_white_space(text)); }

@@ -1,19 +1,18 @@
 #include "certificate_items.h"
 
-#include "library_call.h"
+#include <algorithm>
+
 #include "text.h"
 
-std::optional<std::string> certificate_item(const Bytes& certificate, uint32_t item) {
-  const auto value =
-      fetch_if_any("SOF_GetCertInfo", certificate.size(),
-                   {SOR_OIDNOTFOUNDERR, SOR_PARAMETERNOTSUPPORTERR, SOR_DNITEMNOTFOUNDERR},
-                   [&](uint8_t* out, uint32_t* length) {
-                     return SOF_GetCertInfo(certificate.data(), size_of(certificate), item, out, length);
-                   });
+std::optional<std::string> certificate_item(const sof::Certificate& certificate, uint32_t number) {
+  const std::optional<std::string> value = certificate.find_item(number);
   if (!value || value->empty()) return {};
-  return readable(text_of(*value));
+  return readable(*value);
 }
 
-bool is_text(const Bytes& bytes) {
-  return std::ranges::all_of(bytes, [](uint8_t byte) { return byte >= 0x20 && byte != 0x7F; });
+bool is_text(std::string_view value) {
+  return std::ranges::all_of(value, [](char c) {
+    const auto byte = static_cast<unsigned char>(c);
+    return byte >= 0x20 && byte != 0x7F;
+  });
 }

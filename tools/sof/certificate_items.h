@@ -12,8 +12,8 @@ constexpr NamedNumber kCertificateItems[] = {
     {"unit", 0x33},       {"email", 0x34}};
 constexpr uint32_t kValidUntil = 0x36;
 
-/** Returns an item of a DER certificate as text, or nothing if the certificate does not have it. */
-std::optional<std::string> certificate_item(const Bytes& certificate, uint32_t item);
+/** Returns an item of a certificate in UTF-8, or nothing if the certificate does not have it. */
+std::optional<std::string> certificate_item(const sof::Certificate& certificate, uint32_t number);
 
-/** Whether the bytes can be printed as text. */
-bool is_text(const Bytes& bytes);
+/** Whether an item of a certificate can be printed as text. */
+bool is_text(std::string_view value);

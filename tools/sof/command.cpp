@@ -44,10 +44,16 @@ void run_command(Needs needs, bool as_json, const std::function<Report()>& run) 
     g_status = report.status();
   } catch (const Failure& failure) {
     fail(failure, as_json);
+  } catch (const sof::NotValid& error) {
+    fail(call_failure(error), as_json);
+  } catch (const sof::FalseSuccess& error) {
+    fail(call_failure(error), as_json);
+  } catch (const sof::Error& error) {
+    fail(call_failure(error), as_json);
   } catch (const std::filesystem::filesystem_error& error) {
     fail(file_failure(text_of_path(error.path1()), "cannot be used"), as_json);
   } catch (const std::bad_alloc&) {
-    fail_with("memory ran out", as_json);
+    fail_with("out of memory", as_json);
   } catch (const std::exception& error) {
     fail_with(error.what(), as_json);
   }

@@ -2,8 +2,6 @@
 #include "arguments.h"
 #include "command.h"
 #include "commands.h"
-#include "containers.h"
-#include "library_call.h"
 #include "pin.h"
 #include "text.h"
 
@@ -22,7 +20,7 @@ struct ContainerWithPin {
 
 struct Login : ContainerWithPin {
   Report run() {
-    check("SOF_Login", SOF_Login(name.c_str(), pins.ask("PIN of " + name).text()));
+    sof::Container(name).login(pins.ask("PIN of " + name)).keep();
     return Report{{"container", name}, {"logged_in", true}};
   }
 };
@@ -32,38 +30,28 @@ struct Logout {
 
   void add_options(CLI::App& command) { add_container(command, name); }
   Report run() const {
-    check("SOF_Ext_Logout", SOF_Ext_Logout(name.c_str(), 0));
+    sof::Container(name).logout();
     return Report{{"container", name}, {"logged_in", false}};
   }
 };
-
-uint32_t tries_left(const std::string& name) {
-  uint32_t count = 0;
-  check("SOF_GetPinRetryCount", SOF_GetPinRetryCount(name.c_str(), &count));
-  return count;
-}
 
 struct Users {
   bool state = false;
 
   void add_options(CLI::App& command) {
-    command.add_flag("--state", state, "with login state and tries left of each PIN");
+    command.add_flag("--state", state, "also show the login state and PIN retry counter");
   }
   Report run() const {
-    const std::vector<std::string> names = container_names();
+    const std::vector<std::string> names = sof::users();
     if (!state) return Report{{"users", names}}.say(lines_text(names));
     Json rows = Json::array();
     for (const std::string& name : names) {
-      rows.push_back({{"name", name}, {"logged_in", is_logged_in(name)}, {"tries_left", tries_left(name)}});
+      const sof::Container container(name);
+      rows.push_back({{"name", name},
+                      {"logged_in", container.is_logged_in()},
+                      {"retries_left", container.pin_retry_count()}});
     }
     return Report{{"users", rows}}.say(table_text(rows));
-  }
-
- private:
-  static bool is_logged_in(const std::string& name) {
-    const uint32_t code = SOF_Ext_isLogin(name.c_str(), 0);
-    if (code != SOR_NOTLOGINERR) check("SOF_Ext_isLogin", code);
-    return code == SOR_OK;
   }
 };
 
@@ -71,15 +59,17 @@ struct PinRetry {
   std::string name;
 
   void add_options(CLI::App& command) { add_container(command, name); }
-  Report run() const { return Report{{"container", name}, {"tries_left", tries_left(name)}}; }
+  Report run() const {
+    return Report{{"container", name}, {"retries_left", sof::Container(name).pin_retry_count()}};
+  }
 };
 
 struct PinChange : ContainerWithPin {
   Report run() {
-    const Secret old_pin = pins.ask("present PIN of " + name);
-    const Secret new_pin = pins.ask("new PIN");
-    if (!(pins.ask("new PIN again") == new_pin)) throw usage_failure("the two new PINs differ");
-    check("SOF_ChangePassWd", SOF_ChangePassWd(name.c_str(), old_pin.text(), new_pin.text()));
+    const sof::Pin old_pin = pins.ask("current PIN of " + name);
+    const sof::Pin new_pin = pins.ask("new PIN");
+    if (pins.ask("new PIN again") != new_pin) throw usage_failure("the two new PINs differ");
+    sof::Container(name).change_pin(old_pin, new_pin);
     return Report{{"container", name}, {"changed", true}};
   }
 };
@@ -107,34 +97,24 @@ struct Device {
   std::string name;
 
   void add_options(CLI::App& command) {
-    command.add_option("name", name,
-                       "container whose device to describe; without one, all devices are listed");
+    command.add_option("name", name, "describe the device of this container; without it, list all devices");
   }
   Report run() const { return name.empty() ? all_devices() : one_device(); }
 
  private:
   static Report all_devices() {
-    const Bytes list = fetch("SOF_Ext_EnumDevice", SOF_Ext_EnumDevice);
-    constexpr uint32_t kVersionSize = 256;
-    char version[kVersionSize] = "";
-    check("SOF_Ext_GetProductVersion", SOF_Ext_GetProductVersion(nullptr, version, kVersionSize, nullptr));
     Report report;
-    report.add("devices", names_in(list)).add("product", readable(version));
-    uint32_t type = 0;
-    check("SOF_Ext_GetDeviceType", SOF_Ext_GetDeviceType(&type));
-    if (type != UINT32_MAX) report.add("type", type);
+    report.add("devices", readable_texts(sof::devices())).add("product", readable(sof::product_version()));
+    if (const auto type = sof::device_type()) report.add("type", *type);
     return report;
   }
 
   Report one_device() const {
-    constexpr uint64_t kItemSize = 256;
+    const sof::Container container(name);
     Report report;
     for (const NamedNumber& item : kDeviceItems) {
-      const auto call = [&](uint8_t* out, uint32_t* length) {
-        return SOF_GetDeviceInfo(name.c_str(), static_cast<int32_t>(item.number), out, length);
-      };
-      const auto value = fetch_if_any("SOF_GetDeviceInfo", kItemSize, {SOR_PARAMETERNOTSUPPORTERR}, call);
-      if (value) report.add(item.name, readable(text_of(*value)));
+      const auto value = container.find_device_item(static_cast<int32_t>(item.number));
+      if (value) report.add(item.name, readable(*value));
     }
     return report;
   }
@@ -142,13 +122,14 @@ struct Device {
 
 }  // namespace
 
-void add_container_commands(CLI::App& sof) {
-  add_command<Login>(sof, "login",
-                     "log in to a container; the login holds in the service, for later commands too");
-  add_command<Logout>(sof, "logout", "end the login to a container");
-  add_command<Users>(sof, "users", "list the containers");
-  add_command<Device>(sof, "device", "describe the devices, or the one that holds a container");
-  CLI::App& pin = add_group(sof, "pin", "PINs of containers");
-  add_command<PinRetry>(pin, "retry", "tell how many tries at the PIN are left");
-  add_command<PinChange>(pin, "change", "change the PIN: the present one, the new one, the new one again");
+void add_container_commands(CLI::App& program) {
+  add_command<Login>(program, "login",
+                     "log in to a container; the login also applies to later commands and other programs");
+  add_command<Logout>(program, "logout", "log out of a container");
+  add_command<Users>(program, "users", "list the containers");
+  add_command<Device>(program, "device", "list all devices, or describe the device of a container");
+  CLI::App& pin = add_group(program, "pin", "PINs of containers");
+  add_command<PinRetry>(pin, "retry", "show the PIN retry counter");
+  add_command<PinChange>(pin, "change",
+                         "change the PIN; reads the current PIN, the new PIN and the new PIN again");
 }

@@ -7,7 +7,8 @@
 #include <cwchar>
 #include <ranges>
 
-#include "library_call.h"
+#include "result_code.h"
+#include "velm_sof.hpp"
 
 namespace {
 

@@ -1,4 +1,4 @@
-// Checks everything that the library needs and reports each problem with a remedy.
+// Checks everything that the library requires and reports each problem with a remedy.
 #include <windows.h>
 
 #include <chrono>
@@ -8,12 +8,10 @@
 #include "certificate_items.h"
 #include "command.h"
 #include "commands.h"
-#include "containers.h"
 #include "day_log.h"
 #include "input_output.h"
-#include "library_call.h"
 #include "modules_on_disk.h"
-#include "text.h"
+#include "result_code.h"
 
 namespace {
 
@@ -46,13 +44,13 @@ class Findings {
 };
 
 // Returns whether the library can be used.
-bool look_at_modules(Findings& findings) {
+bool check_modules(Findings& findings) {
   uint32_t error = 0;
   const bool loaded = load_library(error);
   for (const ModuleOnDisk& module : modules_on_disk()) {
     if (module.path.empty()) {
       findings.add(Grade::problem, module.name, "is missing",
-                   "install it into " + text_of_path(program_folder()));
+                   "install it in " + text_of_path(program_folder()));
     } else {
       const std::string version = module.version.empty() ? "" : module.version + ", ";
       findings.add(Grade::ok, module.name, version + text_of_path(module.path));
@@ -60,48 +58,50 @@ bool look_at_modules(Findings& findings) {
   }
   if (!loaded) {
     findings.add(Grade::problem, "library", "cannot be loaded, system error " + std::to_string(error),
-                 "install again; all modules have to be the 64-bit ones and lie beside the library");
+                 "reinstall; all modules must be 64-bit and in the folder of the library");
   }
   return loaded;
 }
 
+std::string code_and_text(const sof::Error& error) { return code_text(error.code()) + " " + error.text(); }
+
 // Returns whether the local service answers.
-bool look_at_service(Findings& findings) {
+bool check_service(Findings& findings) {
   using Clock = std::chrono::steady_clock;
-  char version[128] = "";
   const Clock::time_point start = Clock::now();
-  const uint32_t code = SOF_GetVersion(version);
-  const double milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-  if (code == SOR_OK) {
+  try {
+    const std::string version = sof::version();
+    const double milliseconds = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     char text[32];
     std::snprintf(text, sizeof text, "%.1f ms", milliseconds);
-    findings.add(Grade::ok, "service", std::string("version ") + version + " answers in " + text);
-  } else if (code == SOR_COMMUNICATIONERR) {
-    findings.add(Grade::problem, "service", "does not answer on 127.0.0.1, port 55661",
-                 "start it; the software token's: velm_softtoken serve");
-  } else {
-    findings.add(Grade::problem, "service", "answers with " + code_text(code) + " " + error_text(code),
-                 "find out what listens on 127.0.0.1, port 55661");
+    findings.add(Grade::ok, "service", "version " + version + " answers in " + text);
+    return true;
+  } catch (const sof::Error& error) {
+    if (error.code() == SOR_COMMUNICATIONERR) {
+      findings.add(Grade::problem, "service", "does not answer on 127.0.0.1, port 55661",
+                   "start it; for the software token: velm_softtoken serve");
+    } else {
+      findings.add(Grade::problem, "service", "answers with " + code_and_text(error),
+                   "check which program listens on 127.0.0.1, port 55661");
+    }
+    return false;
   }
-  return code == SOR_OK;
 }
 
-// Sic: the call returns success and leaves the length unchanged when the signature provider cannot be opened.
-void look_at_provider(Findings& findings) {
-  uint32_t length = 0;
-  const uint32_t code = SOF_Ext_GM_Tsp_GetTime(nullptr, &length);
-  if (code == SOR_OK && length == 0) {
-    findings.add(Grade::problem, "signature provider", "cannot be opened",
-                 "look for saf_config.dat in the current folder and in " + text_of_path(program_folder()));
-  } else if (code != SOR_OK) {
-    findings.add(Grade::warning, "time stamps", code_text(code) + " " + error_text(code),
-                 "look at time_stamp_address in saf_config.dat");
-  } else {
+void check_provider(Findings& findings) {
+  try {
+    sof::tsa_time();
     findings.add(Grade::ok, "signature provider", "opens, and its time-stamp authority answers");
+  } catch (const sof::FalseSuccess&) {
+    findings.add(Grade::problem, "signature provider", "cannot be opened",
+                 "check saf_config.dat in the current folder and in " + text_of_path(program_folder()));
+  } catch (const sof::Error& error) {
+    findings.add(Grade::warning, "time-stamp authority", code_and_text(error),
+                 "check time_stamp_address in saf_config.dat");
   }
 }
 
-void look_at_log(Findings& findings) {
+void check_log(Findings& findings) {
   const std::filesystem::path folder = log_folder();
   const std::filesystem::path probe = folder / (L"sof-doctor-" + std::to_wstring(GetCurrentProcessId()));
   const bool written = (std::ofstream(probe) << "probe").flush().good();
@@ -111,61 +111,62 @@ void look_at_log(Findings& findings) {
     findings.add(Grade::ok, "log folder", text_of_path(folder));
   } else {
     findings.add(Grade::problem, "log folder", text_of_path(folder) + " cannot be written",
-                 "let users write there; failures go unrecorded meanwhile");
+                 "allow users to write to it; until then failures are not logged");
   }
   if (std::filesystem::exists(marker_path())) {
-    findings.add(
-        Grade::warning, "verbose logging", "is on: " + text_of_path(marker_path()) + " exists",
-        "sof log --verbose off, when it is no longer needed: it records every call and settings' values");
+    findings.add(Grade::warning, "verbose logging", "is on: " + text_of_path(marker_path()) + " exists",
+                 "if it is no longer needed, run: sof log --verbose off");
   } else {
     findings.add(Grade::ok, "verbose logging", "is off");
   }
 }
 
-void look_at_code_page(Findings& findings) {
+void check_code_page(Findings& findings) {
   constexpr UINT kChinese[] = {936, 54936};
   const UINT code_page = GetACP();
   if (std::ranges::find(kChinese, code_page) != std::end(kChinese)) {
     findings.add(Grade::ok, "code page", std::to_string(code_page));
   } else {
-    findings.add(
-        Grade::note, "code page", std::to_string(code_page) + ", not Chinese",
-        "applications should give the library file names of ASCII characters; sof finds such by itself");
+    findings.add(Grade::note, "code page", std::to_string(code_page) + ", not Chinese",
+                 "pass only ASCII file names to the library; sof uses short names where needed");
   }
 }
 
-// Returns when a valid certificate expires. Otherwise adds the problem to the findings and returns nothing.
-std::optional<std::string> end_of_valid(Findings& findings, const std::string& container, bool exchange) {
-  const std::string subject = container + (exchange ? ", exchange certificate" : ", signing certificate");
+// Returns when a valid certificate expires. Otherwise adds a warning to the findings and returns nothing.
+std::optional<std::string> end_of_valid(Findings& findings, const std::string& container, KeyUse use) {
+  const std::string name = use == KeyUse::encryption ? "encryption" : "signing";
+  const std::string subject = container + ", " + name + " certificate";
+  std::string until = "an unknown time";
   try {
-    const Bytes certificate = certificate_of(container, exchange);
-    const std::string until = certificate_item(certificate, kValidUntil).value_or("an unknown time");
-    const uint32_t code = SOF_ValidateCert(certificate.data(), size_of(certificate));
-    if (code == SOR_OK) return until;
-    findings.add(Grade::warning, subject, code_text(code) + " " + error_text(code) + "; valid until " + until,
-                 "have the certificate renewed, or do not use this container");
-  } catch (const Failure& failure) {
-    findings.add(Grade::warning, subject, failure.what());
+    const sof::Certificate certificate = certificate_of(container, use);
+    until = certificate_item(certificate, kValidUntil).value_or(until);
+    certificate.validate();
+    return until;
+  } catch (const sof::NotValid& error) {
+    findings.add(Grade::warning, subject, code_and_text(error) + "; valid until " + until,
+                 "renew the certificate, or do not use this container");
+  } catch (const sof::Error& error) {
+    findings.add(Grade::warning, subject, error.what());
   }
   return {};
 }
 
-void look_at_containers(Findings& findings) {
+void check_containers(Findings& findings) {
   std::vector<std::string> names;
   try {
-    names = container_names();
-  } catch (const Failure& failure) {
-    return findings.add(Grade::problem, "containers", failure.what(),
-                        "look at the service; with very many containers, remove those that are not needed");
+    names = sof::users();
+  } catch (const sof::Error& error) {
+    return findings.add(Grade::problem, "containers", error.what(),
+                        "check the local service; if there are very many containers, delete unused ones");
   }
   if (names.empty()) {
-    findings.add(Grade::warning, "containers", "there are none", "plug in the device, or make a container");
+    findings.add(Grade::warning, "containers", "there are none", "connect the device, or create a container");
   }
   for (const std::string& name : names) {
-    const auto signing = end_of_valid(findings, name, false);
-    const auto exchange = end_of_valid(findings, name, true);
-    if (!signing || !exchange) continue;
-    const std::string until = *signing == *exchange ? *signing : *signing + " and " + *exchange;
+    const auto signing = end_of_valid(findings, name, KeyUse::signing);
+    const auto encryption = end_of_valid(findings, name, KeyUse::encryption);
+    if (!signing || !encryption) continue;
+    const std::string until = *signing == *encryption ? *signing : *signing + " and " + *encryption;
     findings.add(Grade::ok, name, "both certificates are valid until " + until);
   }
 }
@@ -174,12 +175,12 @@ struct Doctor {
   void add_options(CLI::App&) {}
   Report run() const {
     Findings findings;
-    const bool loaded = look_at_modules(findings);
-    look_at_log(findings);
-    look_at_code_page(findings);
-    if (loaded && look_at_service(findings)) {
-      look_at_provider(findings);
-      look_at_containers(findings);
+    const bool loaded = check_modules(findings);
+    check_log(findings);
+    check_code_page(findings);
+    if (loaded && check_service(findings)) {
+      check_provider(findings);
+      check_containers(findings);
     }
     return findings.report();
   }
@@ -187,6 +188,7 @@ struct Doctor {
 
 }  // namespace
 
-void add_doctor_command(CLI::App& sof) {
-  add_command<Doctor>(sof, "doctor", "find out what is wrong, and what to do about it", Needs::nothing);
+void add_doctor_command(CLI::App& program) {
+  add_command<Doctor>(program, "doctor", "check the installation and say how to fix problems",
+                      Needs::nothing);
 }

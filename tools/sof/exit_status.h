@@ -15,11 +15,11 @@ enum class ExitStatus {
 
 constexpr const char* kExitStatuses =
     "Exit status:\n"
-    "  0  done; what was to be verified is valid\n"
-    "  1  a call failed; standard error tells its name, code and text\n"
-    "  2  the command line is wrong\n"
-    "  3  a file, or standard input or output, cannot be read or written\n"
-    "  4  verified, and the answer is no: signature, certificate or time stamp do not hold\n"
+    "  0  success; in a verification, the result is valid\n"
+    "  1  a function failed; standard error shows its name, code and text\n"
+    "  2  invalid command line\n"
+    "  3  a file, standard input or standard output cannot be read or written\n"
+    "  4  verification result: not valid (signature, certificate or time-stamp token)\n"
     "  5  the local service cannot be reached\n"
     "  6  no access: not logged in, wrong PIN, PIN locked, or cancelled\n"
     "  7  `sof doctor` found a problem\n"

@@ -1,11 +1,11 @@
 #pragma once
 
-#include <cstdint>
 #include <exception>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
+#include "bytes.h"
 #include "exit_status.h"
 
 using Json = nlohmann::ordered_json;
@@ -29,7 +29,8 @@ class Failure : public std::exception {
 Failure usage_failure(const std::string& message);
 /** `path` is the path that the user entered, or a description. */
 Failure file_failure(const std::string& path, const std::string& message);
-/** For a call that returned success without its result. */
-Failure missing_result(const char* function, const std::string& message);
-/** For a call of the library that failed. */
-Failure call_failure(const char* function, uint32_t code, ExitStatus status);
+
+/** For errors of the library. */
+Failure call_failure(const sof::Error& error);
+Failure call_failure(const sof::NotValid& error);
+Failure call_failure(const sof::FalseSuccess& error);

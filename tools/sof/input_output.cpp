@@ -84,7 +84,7 @@ Bytes read_all(const std::string& name, const std::string& what) {
     });
     if (file.bad()) throw file_failure(name, "cannot be read");
   }
-  if (content.size() > UINT32_MAX) throw file_failure(name, "is larger than a call can take (4 GiB)");
+  if (content.size() > UINT32_MAX) throw file_failure(name, "is larger than 4 GiB, the limit of the library");
   return content;
 }
 

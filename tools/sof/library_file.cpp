@@ -26,7 +26,7 @@ std::string library_name(const fs::path& path) {
   std::string local = in_code_page(wide);
   if (local.empty() || GetACP() == CP_UTF8) {
     throw file_failure(text_of_path(path),
-                       "the library cannot be given this name; use one of ASCII characters");
+                       "cannot be passed to the library; rename it with ASCII characters");
   }
   return local;
 }

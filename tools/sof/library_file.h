@@ -17,7 +17,7 @@ class InputFile {
   /** @param what Description of the content for error messages. */
   InputFile(const std::string& name, const std::string& what);
 
-  const char* name() const { return library_name_.c_str(); }
+  const std::string& name() const { return library_name_; }
   /** Size in bytes. */
   uint64_t size() const { return size_; }
 
@@ -32,7 +32,7 @@ class OutputFile {
  public:
   explicit OutputFile(const std::string& name);
 
-  const char* name() const { return library_name_.c_str(); }
+  const std::string& name() const { return library_name_; }
   /** Moves the file to its final name. Does nothing for standard output; callers write content() there. */
   void commit();
   bool is_standard_output() const { return target_.empty(); }

@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "day_log.h"
 #include "input_output.h"
+#include "result_code.h"
 #include "text.h"
 
 namespace {
@@ -85,9 +86,10 @@ struct Log {
   std::string color = "auto";
 
   void add_options(CLI::App& command) {
-    CLI::Option* follow_flag = command.add_flag("--follow", follow, "go on as the log grows, until Ctrl+C");
+    CLI::Option* follow_flag =
+        command.add_flag("--follow", follow, "continue as the log grows, until Ctrl+C");
     command
-        .add_option("--verbose", verbose, "on or off: whether programs started from now on log every call")
+        .add_option("--verbose", verbose, "on or off: whether programs that start from now on log every call")
         ->check(CLI::IsMember({"on", "off"}))
         ->excludes(follow_flag);
     command.add_option("--color", color, "auto (on a console), always or never")
@@ -139,12 +141,14 @@ struct Log {
     }
     if (error)
       throw file_failure(text_of_path(marker),
-                         "cannot be " + std::string(verbose == "on" ? "made" : "removed"));
+                         "cannot be " + std::string(verbose == "on" ? "created" : "removed"));
     return Report{{"verbose", verbose == "on"}, {"marker", text_of_path(marker)}}.say(
-        "verbose logging is " + verbose + " for programs that are started from now on\n");
+        "verbose logging is " + verbose + " for programs that start from now on\n");
   }
 };
 
 }  // namespace
 
-void add_log_command(CLI::App& sof) { add_command<Log>(sof, "log", "show today's log", Needs::nothing); }
+void add_log_command(CLI::App& program) {
+  add_command<Log>(program, "log", "show today's log", Needs::nothing);
+}

@@ -20,37 +20,39 @@ extern "C" int _CRT_glob = 0;
 
 namespace {
 
-void add_commands(CLI::App& sof) {
-  add_container_commands(sof);
-  add_certificate_commands(sof);
-  add_sign_commands(sof);
-  add_verify_commands(sof);
-  add_encryption_commands(sof);
-  add_data_commands(sof);
-  add_stamp_commands(sof);
-  add_storage_commands(sof);
-  add_seal_commands(sof);
-  add_service_commands(sof);
-  add_doctor_command(sof);
-  add_log_command(sof);
+void add_commands(CLI::App& program) {
+  add_container_commands(program);
+  add_certificate_commands(program);
+  add_sign_commands(program);
+  add_verify_commands(program);
+  add_encryption_commands(program);
+  add_data_commands(program);
+  add_stamp_commands(program);
+  add_storage_commands(program);
+  add_seal_commands(program);
+  add_service_commands(program);
+  add_doctor_command(program);
+  add_log_command(program);
 }
 
 ExitStatus run(int argc, wchar_t** argv) {
-  CLI::App sof{"Certificates, signatures, encryption and what a device keeps, through velm_sof_client.dll"};
-  sof.name("sof");
-  sof.require_subcommand(1);
-  sof.set_version_flag("--version", VELM_SOF_VERSION);
-  sof.footer(kExitStatuses);
-  add_commands(sof);
+  CLI::App program{
+      "Command-line tool for velm_sof_client.dll: certificates, signatures, encryption, devices"};
+  program.name("sof");
+  program.require_subcommand(1);
+  program.set_version_flag("--version", VELM_SOF_VERSION);
+  add_commands(program);
+  // Set last, so that the help of a command does not repeat it.
+  program.footer(kExitStatuses);
   std::vector<std::string> words;
   for (int i = argc - 1; i > 0; --i) words.push_back(utf8_of(argv[i]));
   try {
-    sof.parse(std::move(words));
+    program.parse(std::move(words));
   } catch (const CLI::Success& success) {
-    sof.exit(success);
+    program.exit(success);
     return std::cout.flush() ? ExitStatus::done : ExitStatus::file;
   } catch (const CLI::ParseError& error) {
-    sof.exit(error);
+    program.exit(error);
     return ExitStatus::usage;
   }
   return exit_status();

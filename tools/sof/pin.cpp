@@ -2,7 +2,6 @@
 
 #include <windows.h>
 
-#include <algorithm>
 #include <array>
 
 #include "console.h"
@@ -27,18 +26,19 @@ class LineReader {
   // Returns whether the line continues after this character.
   bool add(char character) {
     if (character == '\n') return false;
-    if (character != '\r' && !line_.append(character)) throw usage_failure(name_ + " is too long");
+    if (character == '\r') return true;
+    if (line_.size() == sof::Pin::kLongest) throw usage_failure(name_ + " is too long");
+    line_.append(character);
     return true;
   }
-  Secret line() {
-    if (line_.size() == 0)
-      throw usage_failure(name_ + " is missing: it is empty, or standard input has ended");
-    return std::move(line_);
+  const sof::Pin& line() const {
+    if (line_.size() == 0) throw usage_failure(name_ + " is empty");
+    return line_;
   }
 
  private:
   const std::string& name_;
-  Secret line_;
+  sof::Pin line_;
 };
 
 void read_typed(LineReader& reader) {
@@ -47,7 +47,7 @@ void read_typed(LineReader& reader) {
   const auto size = static_cast<DWORD>(typed.text.size());
   if (!ReadConsoleW(GetStdHandle(STD_INPUT_HANDLE), typed.text.data(), size, &typed.length, nullptr)) return;
   for (DWORD i = 0; i < typed.length; ++i) {
-    if (typed.text[i] >= 0x80) throw usage_failure("a PIN is typed in ASCII characters");
+    if (typed.text[i] >= 0x80) throw usage_failure("the PIN must consist of ASCII characters");
     if (!reader.add(static_cast<char>(typed.text[i]))) return;
   }
 }
@@ -60,29 +60,12 @@ void read_piped(LineReader& reader) {
 
 }  // namespace
 
-Secret::~Secret() { SecureZeroMemory(text_.data(), text_.size()); }
-
-Secret::Secret(Secret&& other) noexcept : text_(other.text_), size_(other.size_) {
-  SecureZeroMemory(other.text_.data(), other.text_.size());
-  other.size_ = 0;
-}
-
-bool Secret::operator==(const Secret& other) const {
-  return size_ == other.size_ && std::equal(text_.begin(), text_.end(), other.text_.begin());
-}
-
-bool Secret::append(char byte) {
-  if (size_ + 1 >= text_.size()) return false;
-  text_[size_++] = byte;
-  return true;
-}
-
 void PinSource::add_options(CLI::App& command) {
   command.add_flag("--pin-stdin", from_standard_input_,
-                   "read the PIN from standard input even if that is a console");
+                   "read the PIN from standard input even if it is a console");
 }
 
-Secret PinSource::ask(const std::string& name) {
+sof::Pin PinSource::ask(const std::string& name) {
   LineReader reader(name);
   if (is_console(Stream::input) && !from_standard_input_) {
     write_standard_error(name + ": ");

@@ -38,16 +38,16 @@ std::string line_of(uint64_t read, uint64_t size, double seconds) {
 
 }  // namespace
 
-uint32_t watched(uint64_t size, const std::function<uint32_t()>& call) {
+void show_progress(uint64_t size, const std::function<void()>& call) {
   using Clock = std::chrono::steady_clock;
   if (size <= kWorthShowing || !is_console(Stream::error)) return call();
   const uint64_t read_before = bytes_read_by_this_process();
   const Clock::time_point start = Clock::now();
-  std::future<uint32_t> result = std::async(std::launch::async, call);
+  std::future<void> result = std::async(std::launch::async, call);
   while (result.wait_for(std::chrono::milliseconds(200)) != std::future_status::ready) {
     const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
     write_standard_error(line_of(bytes_read_by_this_process() - read_before, size, seconds));
   }
   write_standard_error("\r" + std::string(78, ' ') + "\r");
-  return result.get();
+  result.get();
 }

@@ -82,7 +82,7 @@ Json Report::written_values() const {
   } else if (form == DataForm::hexadecimal) {
     values["hex"] = hex_of(bytes);
   } else {
-    values["data"] = base64_of(bytes);
+    values["data"] = sof::base64_encode(bytes);
   }
   return values;
 }
@@ -91,7 +91,7 @@ Json Report::written_values() const {
 void Report::write_data_to_standard_output() const {
   const auto& [bytes, output, form] = *data_;
   if (output.base64 || (form == DataForm::binary && is_console(Stream::output))) {
-    write_standard_output(base64_of(bytes) + "\n");
+    write_standard_output(sof::base64_encode(bytes) + "\n");
   } else if (form == DataForm::hexadecimal) {
     write_standard_output(hex_of(bytes) + "\n");
   } else if (form == DataForm::text) {
@@ -105,7 +105,7 @@ void Report::write_data_to_standard_output() const {
 void Report::present(bool as_json) const {
   if (data_ && data_->output.path != "-") {
     const auto& [bytes, output, form] = *data_;
-    write_all(output.path, output.base64 ? bytes_of(base64_of(bytes) + "\n") : bytes);
+    write_all(output.path, output.base64 ? bytes_of(sof::base64_encode(bytes) + "\n") : bytes);
   }
   if (as_json) {
     Json object{{"ok", status_ == ExitStatus::done}};

@@ -6,8 +6,7 @@
 #include "command.h"
 #include "commands.h"
 #include "input_output.h"
-#include "library_call.h"
-#include "text.h"
+#include "result_code.h"
 
 namespace {
 
@@ -18,18 +17,17 @@ struct Config {
 
   void add_options(CLI::App& command) {
     static const std::map<std::string, uint32_t> kSettings{{"idle-logout", 1}};
-    command
-        .add_option("setting", setting, "idle-logout (minutes after which an unused login ends), or a number")
+    command.add_option("setting", setting, "idle-logout (minutes until an unused login ends), or a number")
         ->required()
         ->transform(CLI::Transformer(kSettings).description(""));
     CLI::Option_group* value = command.add_option_group("value");
-    value->add_option("value", number, "the value, as a 32-bit number");
-    value->add_option("-i,--in", input, "file with the value's bytes; - is standard input");
+    value->add_option("value", number, "value as a 32-bit number");
+    value->add_option("-i,--in", input, "file that contains the value; - is standard input");
     value->require_option(1);
   }
   Report run() const {
     const Bytes value = input.empty() ? little_endian(number) : read_all(input, "the value");
-    check("SOF_Config", SOF_Config(setting, data_of(value), size_of(value)));
+    sof::configure(setting, value);
     return Report{{"setting", setting}, {"done", true}};
   }
 
@@ -62,15 +60,16 @@ struct Error {
     const char* end = code.data() + code.size();
     uint32_t number = 0;
     const auto [stop, error] = std::from_chars(code.data() + (prefixed ? 2 : 0), end, number, 16);
-    if (error != std::errc() || stop != end) throw usage_failure(code + " is no 32-bit hexadecimal number");
+    if (error != std::errc() || stop != end)
+      throw usage_failure(code + " is not a 32-bit hexadecimal number");
     return number;
   }
 };
 
 }  // namespace
 
-void add_service_commands(CLI::App& sof) {
-  add_command<Config>(sof, "config", "hand a setting to the service");
-  add_command<Error>(sof, "error",
-                     "tell the text of a result code, of the library or of the signature provider");
+void add_service_commands(CLI::App& program) {
+  add_command<Config>(program, "config", "send a setting to the local service");
+  add_command<Error>(program, "error",
+                     "show the text of a result code of the library or the signature provider");
 }

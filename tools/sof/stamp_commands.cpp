@@ -3,85 +3,63 @@
 #include "command.h"
 #include "commands.h"
 #include "input_output.h"
-#include "library_call.h"
 #include "protocol/identifiers.h"
 #include "text.h"
 
 namespace {
 
-// Sic: these calls return success without doing anything when the signature provider cannot be opened. The
-// length is then unchanged.
-[[noreturn]] void provider_not_opened(const char* function) {
-  throw missing_result(function,
-                       "the signature provider could not be opened; look at saf_config.dat and `sof log`");
-}
-
 struct StampGet {
-  uint32_t algorithm = velm::protocol::kSm3;
+  sof::Digest digest = sof::Digest::sm3;
   std::string input = "-";
   DataOutput output;
 
   void add_options(CLI::App& command) {
-    add_digest(command, algorithm);
-    add_input(command, input, "what to stamp");
+    add_digest(command, digest);
+    add_input(command, input, "data to time-stamp");
     output.add_options(command);
   }
   Report run() const {
-    const Bytes data = read_all(input, "the data");
-    const char* function = "SOF_Ext_GM_Tsp_SealTimeStamp";
-    const auto call = [&](uint8_t* out, uint32_t* length) {
-      return SOF_Ext_GM_Tsp_SealTimeStamp(algorithm, data_of(data), size_of(data), out, length);
-    };
-    uint32_t length = 0;
-    check(function, call(nullptr, &length));
-    if (length == 0) provider_not_opened(function);
-    return Report().deliver(fetch_within(function, length, call), output);
+    return Report().deliver(sof::time_stamp(read_all(input, "the data"), digest), output);
   }
 };
 
 struct StampCheck {
   std::string stamp;
   std::string input = "-";
-  CertificateSource authority;
+  CertificateSource tsa;
 
   void add_options(CLI::App& command) {
-    add_required_file(command, "--stamp", stamp, "file with the time stamp");
-    add_input(command, input, "what was stamped");
-    authority.add_options(command, true);
+    add_required_file(command, "--stamp", stamp, "file with the time-stamp token");
+    add_input(command, input, "data that was time-stamped");
+    tsa.add_options(command, true);
   }
   Report run() const {
-    const Bytes token = read_all(stamp, "the time stamp");
+    const Bytes token = read_all(stamp, "the time-stamp token");
     const Bytes data = read_all(input, "the data");
-    const char* function = "SOF_Ext_GM_Tsp_VerifyTimeStamp";
-    Bytes time(256);
-    uint32_t length = 0;
-    uint32_t code = SOR_CERTNOTFOUNDERR;
-    for (const Bytes& certificate : authorities()) {
-      length = size_of(time);
-      code = SOF_Ext_GM_Tsp_VerifyTimeStamp(data_of(data), size_of(data), data_of(token), size_of(token),
-                                            certificate.data(), size_of(certificate), time.data(), &length);
-      if (code == SOR_OK) break;
-    }
-    check_verdict(function, code);
-    if (length == time.size()) provider_not_opened(function);
-    time.resize(length);
-    return Report{{"valid", true}, {"time", readable(text_of(time))}};
+    return Report{{"valid", true}, {"time", readable(verified_time(data, token))}};
   }
 
  private:
+  // Tries each certificate. If none matches, the error is that of the last one.
+  std::string verified_time(const Bytes& data, const Bytes& token) const {
+    const std::vector<Bytes> certificates = tsa_certificates();
+    if (certificates.empty()) throw sof::Error("SOF_Ext_GM_Tsp_VerifyTimeStamp", SOR_CERTNOTFOUNDERR);
+    for (size_t i = 0;; ++i) {
+      try {
+        return sof::verify_time_stamp(data, token, certificates[i]);
+      } catch (const sof::Error&) {
+        if (i + 1 == certificates.size()) throw;
+      }
+    }
+  }
+
   // Without an option, the TSA certificates stored on the device. A device may have one, both or none.
-  std::vector<Bytes> authorities() const {
-    if (authority.is_given()) return {authority.read()};
+  std::vector<Bytes> tsa_certificates() const {
+    if (tsa.is_given()) return {tsa.read().der()};
     std::vector<Bytes> found;
-    for (const std::string label : {"TIME_STAMP_AUTHORITY_SM2", "TIME_STAMP_AUTHORITY"}) {
-      constexpr uint32_t kCertificateLabel = 7;
-      const auto call = [&](uint8_t* out, uint32_t* length) {
-        return SOF_Ext_ReadLabel("", label.c_str(), static_cast<uint32_t>(label.size()), kCertificateLabel,
-                                 out, length);
-      };
-      uint32_t length = 0;
-      if (call(nullptr, &length) == SOR_LABELNOTFOUNDERR) continue;
-      found.push_back(fetch("SOF_Ext_ReadLabel", call));
+    for (const char* label : {"TIME_STAMP_AUTHORITY_SM2", "TIME_STAMP_AUTHORITY"}) {
+      const auto certificate = sof::Container("").find_label(label, velm::protocol::kCertificateLabel);
+      if (certificate) found.push_back(*certificate);
     }
     return found;
   }
@@ -89,10 +67,10 @@ struct StampCheck {
 
 }  // namespace
 
-void add_stamp_commands(CLI::App& sof) {
-  CLI::App& group = add_group(sof, "stamp", "time stamps");
-  add_command<StampGet>(group, "get", "fetch a time stamp");
+void add_stamp_commands(CLI::App& program) {
+  CLI::App& group = add_group(program, "stamp", "time-stamp tokens (RFC 3161)");
+  add_command<StampGet>(group, "get", "request a time-stamp token");
   add_command<StampCheck>(
       group, "check",
-      "verify a time stamp; without a certificate, against the authorities that the device names");
+      "verify a time-stamp token; without a certificate, with the TSA certificates on the device");
 }

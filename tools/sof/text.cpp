@@ -3,12 +3,10 @@
 #include <windows.h>
 
 #include <algorithm>
-#include <cstdio>
+
+#include "velm_sof.hpp"
 
 namespace {
-
-constexpr UINT kGbk = 936;
-constexpr UINT kGb18030 = 54936;
 
 std::wstring wide_from(UINT code_page, DWORD flags, std::string_view text) {
   const int size = static_cast<int>(text.size());
@@ -32,13 +30,14 @@ std::wstring wide_of(std::string_view utf8) { return wide_from(CP_UTF8, 0, utf8)
 
 std::string utf8_of(std::wstring_view wide) { return narrow_from(CP_UTF8, 0, wide, nullptr); }
 
-std::string utf8_of_gbk(std::string_view gbk) {
-  return utf8_of(wide_from(IsValidCodePage(kGb18030) ? kGb18030 : kGbk, 0, gbk));
-}
-
 std::string readable(std::string_view text) {
   const bool is_utf8 = text.empty() || !wide_from(CP_UTF8, MB_ERR_INVALID_CHARS, text).empty();
-  return is_utf8 ? std::string(text) : utf8_of_gbk(text);
+  return is_utf8 ? std::string(text) : velm::sof::utf8_from_gbk(text);
+}
+
+std::vector<std::string> readable_texts(std::vector<std::string> texts) {
+  for (std::string& text : texts) text = readable(text);
+  return texts;
 }
 
 bool is_ascii(std::wstring_view text) {
@@ -50,10 +49,4 @@ std::string in_code_page(std::wstring_view wide) {
   BOOL replaced = FALSE;
   const std::string text = narrow_from(CP_ACP, WC_NO_BEST_FIT_CHARS, wide, &replaced);
   return replaced ? std::string() : text;
-}
-
-std::string code_text(unsigned code) {
-  char text[16];
-  std::snprintf(text, sizeof text, "0x%08X", code);
-  return text;
 }

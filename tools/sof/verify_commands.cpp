@@ -3,7 +3,6 @@
 #include "command.h"
 #include "commands.h"
 #include "input_output.h"
-#include "library_call.h"
 #include "library_file.h"
 #include "progress.h"
 
@@ -20,7 +19,7 @@ struct Verification {
   void add_options(CLI::App& command) {
     signer.add_options(command);
     add_required_file(command, "--signature", signature, "file with the signature");
-    add_input(command, input, "what was signed");
+    add_input(command, input, "data that was signed");
   }
 };
 
@@ -28,10 +27,7 @@ struct VerifyData : Verification {
   Report run() const {
     const Bytes value = read_all(signature, "the signature");
     const Bytes data = read_all(input, "the data");
-    const Bytes certificate = signer.read();
-    check_verdict("SOF_VerifySignedData",
-                  SOF_VerifySignedData(certificate.data(), size_of(certificate), data_of(data), size_of(data),
-                                       data_of(value), size_of(value)));
+    signer.read().verify(data, value);
     return valid();
   }
 };
@@ -47,10 +43,7 @@ struct VerifyHash : Verification {
     const Bytes value = read_all(signature, "the signature");
     Bytes hash = read_all(input, "the hash value");
     if (hexadecimal) hash = bytes_of_hex(text_of(hash));
-    const Bytes certificate = signer.read();
-    check_verdict("SOF_Ext_VerifySignedHash",
-                  SOF_Ext_VerifySignedHash(certificate.data(), size_of(certificate), data_of(hash),
-                                           size_of(hash), data_of(value), size_of(value)));
+    signer.read().verify_hash(hash, value);
     return valid();
   }
 };
@@ -59,11 +52,8 @@ struct VerifyFile : Verification {
   Report run() const {
     const Bytes value = read_all(signature, "the signature");
     const InputFile file(input, "the file");
-    const Bytes certificate = signer.read();
-    check_verdict("SOF_VerifySignedFile", watched(file.size(), [&] {
-                    return SOF_VerifySignedFile(certificate.data(), size_of(certificate), file.name(),
-                                                data_of(value), size_of(value));
-                  }));
+    const sof::Certificate certificate = signer.read();
+    watched(file.size(), [&] { certificate.verify_file(file.name(), value); });
     return valid();
   }
 };
@@ -75,17 +65,18 @@ struct MessageVerification {
 
   void add_options(CLI::App& command) {
     add_required_file(command, "--message", message, "file with the signed message; - is standard input");
-    add_input(command, input, "the content, of a message that does not carry it");
+    add_input(command, input, "content of a detached message");
   }
 };
 
 struct VerifyMessage : MessageVerification {
   Report run() const {
     const Bytes signed_message = read_all(message, "the message");
-    const Bytes content = input.empty() ? Bytes() : read_all(input, "the content");
-    check_verdict("SOF_VerifySignedMessage",
-                  SOF_VerifySignedMessage(data_of(signed_message), size_of(signed_message),
-                                          input.empty() ? nullptr : data_of(content), size_of(content)));
+    if (input.empty()) {
+      sof::verify_message(signed_message);
+    } else {
+      sof::verify_message(signed_message, read_all(input, "the content"));
+    }
     return valid();
   }
 };
@@ -93,20 +84,13 @@ struct VerifyMessage : MessageVerification {
 struct VerifyPkcs7 : MessageVerification {
   Report run() const {
     const Bytes signed_message = read_all(message, "the message");
-    if (input.empty()) return verify(signed_message, kAttached, "none", 0);
-    const InputFile content(input, "the content");
-    return verify(signed_message, kDetached, content.name(), content.size());
-  }
-
- private:
-  static constexpr uint32_t kAttached = 0;
-  static constexpr uint32_t kDetached = 1;
-
-  static Report verify(const Bytes& signed_message, uint32_t flag, const char* file, uint64_t file_size) {
-    check_verdict(
-        "SOF_Ext_PKCS7_VerifySignedFile", watched(std::max<uint64_t>(file_size, signed_message.size()), [&] {
-          return SOF_Ext_PKCS7_VerifySignedFile(flag, data_of(signed_message), size_of(signed_message), file);
-        }));
+    if (input.empty()) {
+      watched(signed_message.size(), [&] { sof::verify_file_message(signed_message); });
+    } else {
+      const InputFile content(input, "the content");
+      watched(std::max<uint64_t>(content.size(), signed_message.size()),
+              [&] { sof::verify_file_message(signed_message, content.name()); });
+    }
     return valid();
   }
 };
@@ -114,20 +98,19 @@ struct VerifyPkcs7 : MessageVerification {
 struct VerifyXml {
   std::string input = "-";
 
-  void add_options(CLI::App& command) { add_input(command, input, "the signed XML"); }
+  void add_options(CLI::App& command) { add_input(command, input, "signed XML"); }
   Report run() const {
-    const Bytes xml = read_all(input, "the XML");
-    check_verdict("SOF_VerifySignedDataXML", SOF_VerifySignedDataXML(data_of(xml), size_of(xml)));
+    sof::verify_xml(read_all(input, "the XML"));
     return valid();
   }
 };
 
 }  // namespace
 
-void add_verify_commands(CLI::App& sof) {
-  CLI::App& verify = add_group(sof, "verify", "verify signatures");
-  add_command<VerifyData>(verify, "data", "raw signature over data, by the service");
-  add_command<VerifyMessage>(verify, "message", "signed message over data, by the service");
+void add_verify_commands(CLI::App& program) {
+  CLI::App& verify = add_group(program, "verify", "verify signatures");
+  add_command<VerifyData>(verify, "data", "raw signature over data, by the local service");
+  add_command<VerifyMessage>(verify, "message", "signed message over data, by the local service");
   add_command<VerifyHash>(verify, "hash", "raw signature over a hash value, in process");
   add_command<VerifyFile>(verify, "file", "raw signature over a file, in process");
   add_command<VerifyPkcs7>(verify, "pkcs7", "signed message over a file, in process");

@@ -89,13 +89,13 @@ class WithoutService(SofTest):
         self.assertIn("--detached", self.done("sign message --help").text)
         self.assertRegex(self.done("--version").text, r"^\d+\.\d+\.\d+\n$")
 
-    def test_a_wrong_command_line_is_told_apart(self):
+    def test_an_invalid_command_line_has_its_own_status(self):
         for line in ("", "nonsense", "login", "cert info", "error 12345678x", "error 123456789", "error 0x",
                      "error +1", "error ' 1'", "error -- -1", "hash --algorithm md5", "hash --id somebody",
                      "sign data SM2_DEMO --pin 12345678"):
             self.assertNotEqual(self.ends(USAGE, line).errors, "")
 
-    def test_without_a_service_calls_end_with_its_status(self):
+    def test_an_unreachable_service_has_its_own_status(self):
         self.assertEqual(self.fails(NO_SERVICE, "SOF_GetUserList", "0x0B000445", "users"), "通讯错误")
         self.fails(NO_SERVICE, "SOF_Login", "0x0B000445", "login SM2_DEMO", PIN)
 
@@ -140,7 +140,7 @@ class WithoutService(SofTest):
         self.assertIn("mem: cannot be read", self.ends(FILE, "base64 -i Z:/proc/self/mem").errors)
         self.assertEqual(self.json("base64 -i Z:/proc/self/mem", status=FILE)["message"], "cannot be read")
 
-    def test_output_that_nobody_reads(self):
+    def test_a_closed_standard_output_is_reported(self):
         for line, status in (("error 0", FILE), ("error 0 --json", FILE), ("doctor", FILE),
                              ("log --json", FILE), ("--help", FILE),
                              ("users", NO_SERVICE), ("users --json", NO_SERVICE)):
@@ -148,14 +148,14 @@ class WithoutService(SofTest):
             self.assertEqual(result.status, status, (line, result.errors))
             self.assertNotIn("terminate", result.errors)
 
-    def test_work_on_a_large_file_is_seen_on_a_console(self):
+    def test_progress_is_shown_on_a_console(self):
         with open(os.path.join(self.folder, "large"), "wb") as file:
             file.truncate(256 << 20)
         run = ConsoleRun("hash -i large", self.folder)
         self.assertEqual(run.end(), DONE, run.shown)
         self.assertIn(b"256.0 MiB", run.shown)
 
-    def test_a_console_gets_no_bytes(self):
+    def test_a_console_shows_bytes_as_base64(self):
         self.write("encoded", base64.b64encode(b"\0\1\2"))
         run = ConsoleRun("base64 -d -i encoded", self.folder)
         self.assertEqual(run.end(), DONE, run.shown)
@@ -164,7 +164,7 @@ class WithoutService(SofTest):
     def test_signing_xml_is_not_supported(self):
         self.fails(CALL_FAILED, "SOF_SignDataXML", "0x0B000002", "sign xml SM2_DEMO", b"<a/>")
 
-    def test_doctor_finds_the_service_missing(self):
+    def test_doctor_reports_an_unreachable_service(self):
         text = self.ends(PROBLEMS, "doctor").text
         self.assertIn("problem  service: does not answer on 127.0.0.1, port 55661\n", text)
         self.assertIn("-> start it", text)
@@ -175,7 +175,7 @@ class WithoutService(SofTest):
         self.assertEqual(grades["log folder"], "ok")
         self.assertEqual(grades["service"], "problem")
 
-    def test_doctor_tells_all_where_the_containers_cannot_be_listed(self):
+    def test_doctor_reports_that_containers_cannot_be_listed(self):
         with refusing_service():
             findings = self.json("doctor", status=PROBLEMS)["findings"]
         found = {finding["subject"]: finding for finding in findings}
@@ -231,21 +231,21 @@ class WithService(SofTest):
         self.assertTrue(self.json(f"login {CHINESE}", PIN)["logged_in"])
         self.assertTrue(self.state_of(name)["logged_in"])
         self.assertFalse(self.json(f"logout {name}")["logged_in"])
-        self.assertEqual(self.state_of(name), {"name": name, "logged_in": False, "tries_left": 10})
+        self.assertEqual(self.state_of(name), {"name": name, "logged_in": False, "retries_left": 10})
         self.assertRegex(self.done("users --state").text, rf"{name} +no +10\n")
         self.fails(NO_ACCESS, "SOF_SignData", "0x0B000438", f"sign data {name}", b"abc")
 
     def state_of(self, name):
         return next(user for user in self.json("users --state")["users"] if user["name"] == name)
 
-    def test_a_wrong_pin_costs_a_try(self):
+    def test_a_wrong_pin_lowers_the_retry_counter(self):
         name = "RSA_1024_DEMO"
         text = self.fails(NO_ACCESS, "SOF_Login", "0x0B000426", f"login {name}", b"87654321\n")
         self.assertEqual(text, "错误的口令")
-        self.assertEqual(self.done(f"pin retry {name}").text, f"container: {name}\ntries left: 9\n")
-        self.assertEqual(self.json(f"pin retry {name}")["tries_left"], 9)
+        self.assertEqual(self.done(f"pin retry {name}").text, f"container: {name}\nretries left: 9\n")
+        self.assertEqual(self.json(f"pin retry {name}")["retries_left"], 9)
         self.done(f"login {name} --pin-stdin", b"12345678\r\n")
-        self.assertEqual(self.json(f"pin retry {name}")["tries_left"], 10)
+        self.assertEqual(self.json(f"pin retry {name}")["retries_left"], 10)
         self.fails(CALL_FAILED, "SOF_Login", "0x0B000425", "login nobody", PIN)
 
     def test_a_typed_pin_is_not_shown(self):
@@ -258,7 +258,7 @@ class WithService(SofTest):
     def test_a_missing_or_endless_pin_is_not_sent(self):
         for data in (b"", b"\n", b"1" * 300):
             self.assertIn("PIN of SM2_DEMO", self.ends(USAGE, "login SM2_DEMO", data).errors)
-        self.assertEqual(self.json("pin retry SM2_DEMO")["tries_left"], 10)
+        self.assertEqual(self.json("pin retry SM2_DEMO")["retries_left"], 10)
 
     def test_a_pin_is_changed(self):
         line = "pin change REVOKED_SM2_DEMO"
@@ -303,7 +303,7 @@ class WithService(SofTest):
         self.write("garbage", b"no certificate")
         self.fails(CALL_FAILED, "SOF_GetCertAlg", "0x0B000443", "cert alg --cert garbage")
 
-    def test_a_certificate_forges_no_lines(self):
+    def test_certificate_texts_cannot_forge_lines(self):
         certificate = self.done("cert export SM2_DEMO").output
         forging = "A\n\x1b[2Jü".encode()
         self.assertEqual((certificate.count(b"SM2_DEMO"), len(forging)), (1, len(b"SM2_DEMO")))
@@ -383,13 +383,13 @@ class WithService(SofTest):
             self.write("signed.xml", altered)
             self.refuses("SOF_VerifySignedDataXML", "0x0B000308", "xml -i signed.xml")
 
-    def test_what_is_no_signed_xml_does_not_verify(self):
+    def test_invalid_xml_is_an_error(self):
         errors = self.ends(CALL_FAILED, "verify xml", b"no XML").errors
         self.assertRegex(errors, r"^sof: SOF_VerifySignedDataXML: 0x0B[0-9A-F]{6} .+\n$")
 
     # Encryption
 
-    def test_data_envelopes(self):
+    def test_digital_envelopes_of_data(self):
         envelope = self.done(f"encrypt data --container {CHINESE}", BINARY).output
         self.assertNotIn(BINARY, envelope)
         self.assertEqual(self.done(f"decrypt data {CHINESE}", envelope).output, BINARY)
@@ -397,7 +397,7 @@ class WithService(SofTest):
         self.assertEqual(self.json_data("decrypt data RSA_2048_DEMO", envelope), BINARY)
         self.assertEqual(self.ends(CALL_FAILED, "decrypt data SM2_DEMO", BINARY).output, b"")
 
-    def test_file_envelopes(self):
+    def test_digital_envelopes_of_files(self):
         plain = BINARY * 1000
         self.write("明文.bin", plain)
         for option in ("", "--service", "--method 0x402"):
@@ -409,7 +409,7 @@ class WithService(SofTest):
         self.assertEqual(self.done("decrypt file SM2_DEMO", envelope).output, BINARY)
         self.assertEqual(self.json_data("decrypt file SM2_DEMO", envelope), BINARY)
 
-    def test_file_envelopes_in_base64(self):
+    def test_digital_envelopes_in_base64(self):
         plain = BINARY * 10
         found = self.json("encrypt file --container SM2_DEMO --base64 -o envelope.txt", plain)
         envelope = base64.b64decode(self.read("envelope.txt"), validate=False)
@@ -439,7 +439,7 @@ class WithService(SofTest):
         self.assertEqual(self.read("earlier"), b"as it was")
         self.assertEqual(set(os.listdir(self.folder)), before)
 
-    def test_an_interrupted_decryption_leaves_nothing_to_read(self):
+    def test_an_interrupted_decryption_leaves_no_plaintext(self):
         with open(os.path.join(self.folder, "huge"), "wb") as file:
             file.truncate(128 << 20)
         self.done("encrypt file --container SM2_DEMO -i huge -o huge.p7m")
@@ -470,7 +470,7 @@ class WithService(SofTest):
                     sizes.append(file.stat().st_size)
         return sizes
 
-    # Random bytes and time stamps
+    # Random bytes and time-stamp tokens
 
     def test_random_bytes(self):
         self.assertEqual(len(self.done("random 1000").output), 1000)
@@ -478,7 +478,7 @@ class WithService(SofTest):
         self.assertRegex(self.done("random 16 --hex").text, r"^[0-9a-f]{32}\n$")
         self.assertEqual(len(self.json_data("random 20")), 20)
 
-    def test_time_stamps(self):
+    def test_time_stamp_tokens(self):
         self.write("stamped", BINARY)
         for algorithm in ("sm3", "sha256"):
             self.done(f"stamp get --algorithm {algorithm} -i stamped -o stamp.tsr")
@@ -489,7 +489,7 @@ class WithService(SofTest):
         self.fails(REFUSED, "SOF_Ext_GM_Tsp_VerifyTimeStamp", "0x0B000308",
                    "stamp check --stamp stamp.tsr", BINARY + b"!")
 
-    def test_a_provider_that_cannot_be_opened_is_no_success(self):
+    def test_a_provider_that_cannot_be_opened_is_an_error(self):
         folder = self.copy_of_program("misconfigured")
         with open(os.path.join(folder, "saf_config.dat"), "w") as file:
             file.write("no such key = 1\n")
@@ -546,7 +546,7 @@ class WithService(SofTest):
         self.fails(CALL_FAILED, "SOF_Ext_ReadUsrDataFile", "0x0B000434",
                    "userdata read SM2_DEMO --type 1 --index 99 --length 5")
 
-    def test_standard_input_carries_one_thing(self):
+    def test_standard_input_supplies_one_item(self):
         for option in ("", "--pin-stdin"):
             line = f"userdata write SM2_DEMO --type 1 --index 5 {option}"
             self.assertIn("standard input cannot carry both the data and the PIN",
@@ -561,7 +561,7 @@ class WithService(SofTest):
 
     # Doctor
 
-    def test_doctor_looks_at_everything(self):
+    def test_doctor_checks_everything(self):
         text = self.done("doctor").text
         self.assertRegex(text, r"ok +service: version 1\.0\.0 answers in \d+\.\d ms\n")
         self.assertRegex(text, rf"ok +{CHINESE}: both certificates are valid until \d+Z\n")
@@ -596,7 +596,7 @@ class LogCommand(SofTest):
             if time.localtime()[:3] == day:
                 return added
 
-    def test_failures_are_shown_with_their_codes_texts(self):
+    def test_result_codes_in_the_log_have_texts(self):
         (line,) = self.lines_of(self.FAILING)
         self.assertEqual((line["level"], line["process"]), ("ERR", "sof"))
         self.assertRegex(line["message"], r"^\"SAF_Ext_GM_Tsp_VerifyTimeStamp\" 0x0200")
