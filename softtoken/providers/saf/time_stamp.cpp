@@ -16,7 +16,6 @@ using namespace protocol;
 
 namespace {
 
-using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
 using Imprint = Handle<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free>;
 using Response = Handle<TS_RESP, TS_RESP_free>;
 using VerifyContext = Handle<TS_VERIFY_CTX, TS_VERIFY_CTX_free>;
