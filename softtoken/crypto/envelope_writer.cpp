@@ -1,11 +1,10 @@
 #include "softtoken/crypto/envelope_writer.h"
 
-#include <openssl/rand.h>
-
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/content_info.h"
 #include "softtoken/crypto/der_element.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/crypto/symmetric_cipher.h"
 
 namespace velm::token {
@@ -75,10 +74,8 @@ void write_envelope(X509* recipient, const EVP_CIPHER* cipher, const ByteSource&
   const KeyKind kind = kind_of(key.get());
   const uint8_t version = kind == KeyKind::sm2 ? kGmVersion : kPkcs7Version;
   SecretBytes content_key(static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)));
-  Bytes iv(static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher)));
-  require(RAND_bytes(content_key.data(), static_cast<int>(content_key.size())) == 1 &&
-              RAND_bytes(iv.data(), static_cast<int>(iv.size())) == 1,
-          kRandomFailed);
+  fill_random(content_key);
+  const Bytes iv = random_bytes(static_cast<size_t>(EVP_CIPHER_get_iv_length(cipher)));
 
   const auto block = static_cast<uint64_t>(EVP_CIPHER_get_block_size(cipher));
   const uint64_t padded_length = (length / block + 1) * block;

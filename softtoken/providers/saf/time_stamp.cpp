@@ -3,9 +3,9 @@
 #include <ctime>
 
 #include <openssl/err.h>
-#include <openssl/rand.h>
 
 #include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/providers/saf/content_hash.h"
 #include "softtoken/providers/saf/saf_call.h"
@@ -89,7 +89,7 @@ void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trust
 TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(allocated(TS_REQ_new())) {
   const Imprint imprint = make_imprint(digest, hash);
   uint64_t random = 0;
-  require(RAND_bytes(reinterpret_cast<uint8_t*>(&random), sizeof random) == 1, kRandomFailed);
+  fill_random({reinterpret_cast<uint8_t*>(&random), sizeof random});
   const Integer nonce(allocated(ASN1_INTEGER_new()));
   const bool set = ASN1_INTEGER_set_uint64(nonce.get(), random) == 1 &&
                    TS_REQ_set_version(request_.get(), kVersion) == 1 &&
