@@ -20,10 +20,10 @@ using ContentKeyFinder = std::function<SecretBytes(std::span<const EnvelopeRecip
 
 /**
  * Decrypts a digital envelope of `length` bytes in constant memory. Throws kEnvelopeOpenFailed for encodings
- * that it does not support, such as indefinite lengths, recipients not identified by issuer and serial
- * number, and ciphers in other modes than CBC; open_envelope() supports them. Throws kDamaged for lengths
- * that contradict each other, kPkcs7Format for a malformed AlgorithmIdentifier, kKeyMismatch for a content
- * key and kBadLength for an IV of the wrong length, and kWrongPadding.
+ * that it does not support; open_envelope() accepts some of them, such as indefinite lengths and ciphers in
+ * other modes than CBC. Throws kDamaged for lengths that contradict each other, kPkcs7Format for a malformed
+ * AlgorithmIdentifier, kKeyMismatch for a content key of the wrong length, kBadLength for an IV of the wrong
+ * length, and kWrongPadding.
  */
 void read_envelope(const ByteSource& envelope, uint64_t length, const ContentKeyFinder& find_key,
                    const ByteSink& plain);
