@@ -1,8 +1,7 @@
 #include "softtoken/crypto/authority.h"
 
-#include <openssl/rand.h>
-
 #include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/crypto/signing.h"
 
 namespace velm::token {
@@ -20,7 +19,7 @@ void add_name(X509_NAME* name, const char* type, const std::string& value) {
 
 void set_random_serial(X509* certificate) {
   uint8_t bytes[kSerialSize];
-  require(RAND_bytes(bytes, sizeof bytes) == 1, kRandomFailed);
+  fill_random(bytes);
   // RFC 5280 section 4.1.2.2 requires a positive number; bit 6 keeps the length at 16 bytes.
   bytes[0] = static_cast<uint8_t>((bytes[0] & 0x7F) | 0x40);
   const Number number(BN_bin2bn(bytes, sizeof bytes, nullptr));

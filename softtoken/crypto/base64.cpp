@@ -1,61 +1,101 @@
 #include "softtoken/crypto/base64.h"
 
 #include <algorithm>
+#include <array>
+
+#include <openssl/evp.h>
+
+#include "softtoken/crypto/secret.h"
 
 namespace velm::token {
 namespace {
 
-constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+// EVP_EncodeBlock() takes the length as an int. A multiple of 3: only the last group may have padding.
+constexpr size_t kLongestPiece = size_t{3} << 28;
 
-int value_of(char c) {
-  if (c >= 'A' && c <= 'Z') return c - 'A';
-  if (c >= 'a' && c <= 'z') return c - 'a' + 26;
-  if (c >= '0' && c <= '9') return c - '0' + 52;
-  if (c == '+') return 62;
-  if (c == '/') return 63;
-  return -1;
+// Number of digits decoded at a time, in groups of four.
+constexpr size_t kDigits = 4096;
+
+bool is_line_break(char c) { return c == '\r' || c == '\n'; }
+
+// Removes padding and line breaks from the end; returns the number of padding characters.
+size_t remove_padding(std::string_view& text) {
+  size_t padding = 0;
+  for (; !text.empty() && (text.back() == '=' || is_line_break(text.back())); text.remove_suffix(1)) {
+    if (text.back() == '=') ++padding;
+  }
+  return padding;
+}
+
+// Decodes groups of four digits; returns false for any other character. EVP_DecodeBlock() reads '=' as a
+// digit and skips blanks and '-' at both ends, which makes its result shorter.
+bool decode_groups(ByteView digits, uint8_t* bytes) {
+  if (std::ranges::find(digits, uint8_t{'='}) != digits.end()) return false;
+  const int length = EVP_DecodeBlock(bytes, digits.data(), static_cast<int>(digits.size()));
+  return length == static_cast<int>(digits.size() / 4 * 3);
 }
 
 }  // namespace
 
-std::string base64_encode(ByteView bytes) {
-  std::string text;
-  text.reserve((bytes.size() + 2) / 3 * 4);
-  for (size_t i = 0; i < bytes.size(); i += 3) {
-    const size_t count = std::min<size_t>(3, bytes.size() - i);
-    uint32_t group = uint32_t{bytes[i]} << 16;
-    if (count > 1) group |= uint32_t{bytes[i + 1]} << 8;
-    if (count > 2) group |= bytes[i + 2];
-    text += kAlphabet[group >> 18];
-    text += kAlphabet[(group >> 12) & 63];
-    text += count > 1 ? kAlphabet[(group >> 6) & 63] : '=';
-    text += count > 2 ? kAlphabet[group & 63] : '=';
+void base64_encode(ByteView bytes, char* text) {
+  if (bytes.empty()) return;
+  auto* to = reinterpret_cast<uint8_t*>(text);
+  // EVP_EncodeBlock() appends a NUL, for which there is room except behind the last group.
+  const size_t last = (bytes.size() - 1) % 3 + 1;
+  for (ByteView rest = bytes.first(bytes.size() - last); !rest.empty();) {
+    const ByteView piece = rest.first(std::min(rest.size(), kLongestPiece));
+    to += EVP_EncodeBlock(to, piece.data(), static_cast<int>(piece.size()));
+    rest = rest.subspan(piece.size());
   }
+  uint8_t group[5];
+  EVP_EncodeBlock(group, bytes.last(last).data(), static_cast<int>(last));
+  std::copy_n(group, 4, to);
+}
+
+std::string base64_encode(ByteView bytes) {
+  std::string text(base64_length(bytes.size()), '\0');
+  base64_encode(bytes, text.data());
   return text;
 }
 
-std::optional<Bytes> base64_decode(std::string_view text) {
-  Bytes bytes;
-  bytes.reserve(text.size() / 4 * 3);
-  uint32_t group = 0;
-  size_t digits = 0;
-  size_t padding = 0;
-  for (char c : text) {
-    if (c == '\r' || c == '\n') continue;
-    const bool ended = padding > 0 && digits == 0;
-    const int value = c == '=' ? 0 : value_of(c);
-    if (ended || value < 0 || (padding > 0 && c != '=')) return std::nullopt;
-    if (c == '=') ++padding;
-    group = group << 6 | static_cast<uint32_t>(value);
-    if (++digits < 4) continue;
-    if (padding > 2) return std::nullopt;
-    bytes.push_back(static_cast<uint8_t>(group >> 16));
-    if (padding < 2) bytes.push_back(static_cast<uint8_t>(group >> 8));
-    if (padding < 1) bytes.push_back(static_cast<uint8_t>(group));
-    group = 0;
-    digits = 0;
+size_t base64_decoded_length(std::string_view text) {
+  const auto digits = std::ranges::count_if(text, [](char c) { return c != '=' && !is_line_break(c); });
+  return static_cast<size_t>(digits) * 3 / 4;
+}
+
+std::optional<size_t> base64_decode(std::string_view text, uint8_t* bytes) {
+  const size_t padding = remove_padding(text);
+  if (padding > 2) return std::nullopt;
+
+  std::array<uint8_t, kDigits> digits;
+  std::array<uint8_t, kDigits / 4 * 3> decoded;
+  const WipeAtEnd wiped_digits(digits);
+  const WipeAtEnd wiped_decoded(decoded);
+  size_t count = 0;
+  size_t length = 0;
+  const auto decode = [&](size_t surplus) {
+    if (!decode_groups(ByteView(digits).first(count), decoded.data())) return false;
+    const size_t size = count / 4 * 3 - surplus;
+    if (bytes != nullptr) std::copy_n(decoded.data(), size, bytes + length);
+    length += size;
+    count = 0;
+    return true;
+  };
+
+  for (const char c : text) {
+    if (is_line_break(c)) continue;
+    digits[count++] = static_cast<uint8_t>(c);
+    if (count == kDigits && !decode(0)) return std::nullopt;
   }
-  if (digits != 0) return std::nullopt;
+  if ((count + padding) % 4 != 0) return std::nullopt;
+  for (size_t i = 0; i < padding; ++i) digits[count++] = 'A';
+  if (!decode(padding)) return std::nullopt;
+  return length;
+}
+
+std::optional<Bytes> base64_decode(std::string_view text) {
+  Bytes bytes(base64_decoded_length(text));
+  if (!base64_decode(text, bytes.data())) return std::nullopt;
   return bytes;
 }
 

@@ -28,6 +28,8 @@ using ContentInfoHandle = std::unique_ptr<ContentInfo, ContentInfoFreer>;
 
 Object object_of(const char* oid) { return Object(require_pointer(OBJ_txt2obj(oid, 1), kUnknownError)); }
 
+Bytes object_der(const char* oid) { return der_of<const ASN1_OBJECT>(i2d_ASN1_OBJECT, object_of(oid).get()); }
+
 bool is_object(const ASN1_OBJECT* object, const char* oid) {
   return OBJ_cmp(object, object_of(oid).get()) == 0;
 }

@@ -5,6 +5,7 @@
 namespace velm::token {
 
 Object object_of(const char* oid);
+Bytes object_der(const char* oid);
 bool is_object(const ASN1_OBJECT* object, const char* oid);
 /** Sets an AlgorithmIdentifier with NULL parameters; throws `code` on failure. */
 void set_algorithm(X509_ALGOR* target, Object algorithm, ErrorCode code);

@@ -5,10 +5,7 @@
 
 namespace velm::token {
 
-/**
- * Encodes a digital envelope (CMS EnvelopedData) for one recipient: PKCS#7 for RSA, the same structure with
- * the object identifiers of GM/T 0010 for SM2. The content is encrypted with SM4-CBC under a fresh key.
- */
+/** Encodes a digital envelope (CMS EnvelopedData) for one recipient with write_envelope() and SM4-CBC. */
 Bytes make_envelope(X509* recipient, ByteView plain);
 
 /** A certificate and its private key that may open a digital envelope. */

@@ -1,9 +1,9 @@
 #include "softtoken/crypto/key_protection.h"
 
 #include <openssl/kdf.h>
-#include <openssl/rand.h>
 
 #include "softtoken/crypto/openssl_handles.h"
+#include "softtoken/crypto/random.h"
 
 namespace velm::token {
 namespace {
@@ -33,7 +33,7 @@ Bytes wrap(ByteView key, std::string_view purpose, ByteView plain) {
   Bytes block(kNonceSize + plain.size() + kTagSize);
   uint8_t* const nonce = block.data();
   uint8_t* const cipher = nonce + kNonceSize;
-  require(RAND_bytes(nonce, kNonceSize) == 1, kRandomFailed);
+  fill_random({nonce, kNonceSize});
   const CipherContext context(allocated(EVP_CIPHER_CTX_new()));
   const ByteView name = as_bytes(purpose);
   int length = 0;

@@ -25,6 +25,7 @@ struct Freer {
 template <typename T, auto free_function>
 using Handle = std::unique_ptr<T, Freer<free_function>>;
 
+using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
 using Bio = Handle<BIO, BIO_free_all>;
 using Certificate = Handle<X509, X509_free>;
 using CertificateStore = Handle<X509_STORE, X509_STORE_free>;

@@ -11,7 +11,6 @@
 namespace velm::token {
 namespace {
 
-using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
 using Time = Handle<ASN1_TIME, ASN1_TIME_free>;
 using SignerInfo = Handle<PKCS7_SIGNER_INFO, PKCS7_SIGNER_INFO_free>;
 using SigningCertificate = Handle<ESS_SIGNING_CERT_V2, ESS_SIGNING_CERT_V2_free>;

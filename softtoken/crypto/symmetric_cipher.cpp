@@ -63,6 +63,17 @@ SymmetricOperation::SymmetricOperation(const EVP_CIPHER* cipher, Direction direc
   require(started == 1, kUnknownError);
 }
 
+SymmetricOperation::SymmetricOperation(const X509_ALGOR* algorithm, ByteView key)
+    : context_(allocated(EVP_CIPHER_CTX_new())) {
+  const EVP_CIPHER* cipher = EVP_get_cipherbyobj(algorithm->algorithm);
+  require(cipher != nullptr, kAlgorithmUnsupported);
+  require(key.size() == static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)), kBadLength);
+  EVP_CIPHER_CTX* c = context_.get();
+  require(EVP_DecryptInit_ex(c, cipher, nullptr, nullptr, nullptr) == 1, kUnknownError);
+  require(EVP_CIPHER_asn1_to_param(c, algorithm->parameter) > 0, kBadInput);
+  require(EVP_DecryptInit_ex(c, nullptr, nullptr, key.data(), nullptr) == 1, kUnknownError);
+}
+
 SymmetricOperation::Direction SymmetricOperation::direction() const {
   return EVP_CIPHER_CTX_is_encrypting(context_.get()) == 1 ? Direction::encrypt : Direction::decrypt;
 }
@@ -90,6 +101,18 @@ void SymmetricOperation::finish(SecretBytes& out) {
   out.resize(before + (done == 1 ? static_cast<size_t>(length) : 0));
   const int restarted = EVP_CipherInit_ex(context_.get(), nullptr, nullptr, nullptr, nullptr, -1);
   require(done == 1 && restarted == 1, direction() == Direction::encrypt ? kEncryptFailed : kDecryptFailed);
+}
+
+void SymmetricOperation::convert(const ByteSource& from, const ByteSink& to) {
+  SecretBytes converted;
+  for (ByteView piece; !(piece = from()).empty();) {
+    converted.clear();
+    update(piece, converted);
+    to(converted);
+  }
+  converted.clear();
+  finish(converted);
+  to(converted);
 }
 
 }  // namespace velm::token

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "protocol/identifiers.h"
+#include "softtoken/crypto/byte_stream.h"
 #include "softtoken/crypto/openssl_handles.h"
 #include "softtoken/crypto/secret.h"
 
@@ -26,6 +27,11 @@ class SymmetricOperation {
 
   /** Throws kBadLength unless key and IV have the lengths of the cipher; ECB ignores the IV. */
   SymmetricOperation(const EVP_CIPHER* cipher, Direction direction, ByteView key, ByteView iv);
+  /**
+   * Decryption with the cipher and the parameters of an AlgorithmIdentifier. Throws kAlgorithmUnsupported for
+   * an unknown cipher, kBadLength unless the key has its length, and kBadInput for unsuitable parameters.
+   */
+  SymmetricOperation(const X509_ALGOR* algorithm, ByteView key);
 
   Direction direction() const;
 
@@ -33,6 +39,8 @@ class SymmetricOperation {
   void update(ByteView piece, SecretBytes& out);
   /** Appends the rest and restarts with the same key and IV. Throws kDecryptFailed on invalid padding. */
   void finish(SecretBytes& out);
+  /** Processes a whole stream in constant memory, then restarts like finish(). */
+  void convert(const ByteSource& from, const ByteSink& to);
 
  private:
   CipherContext context_;

@@ -4,6 +4,8 @@
 #include <windows.h>
 
 #include <openssl/crypto.h>
+
+#include "protocol/code_page.h"
 #else
 #include <iconv.h>
 #endif
@@ -40,10 +42,8 @@ bool is_utf8(std::string_view text) {
 #ifdef _WIN32
 
 std::optional<std::string> gbk_to_utf8(std::string_view text) {
-  constexpr UINT kGb18030 = 54936;
-  constexpr UINT kGbk = 936;
   if (text.empty()) return std::string();
-  const UINT code_page = IsValidCodePage(kGb18030) ? kGb18030 : kGbk;
+  const UINT code_page = protocol::local_code_page(IsValidCodePage(protocol::kGb18030CodePage) != FALSE);
   const int size = static_cast<int>(text.size());
   std::wstring wide(text.size(), L'\0');
   const int length =

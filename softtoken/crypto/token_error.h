@@ -27,6 +27,8 @@ enum ErrorCode : uint32_t {
   kVerifyFailed = SOR_VERIFYSIGNDATAERR,
   kEncryptFailed = SOR_ENCRYPTDATAERR,
   kDecryptFailed = SOR_DECRYPTDATAERR,
+  kWrongPadding = SOR_DECRYPTPADERR,
+  kDamaged = SOR_DATACORRUPTEDERR,
   kPkcs7Format = SOR_PKCS7ENCODEERR,
   kParameterUnsupported = SOR_PARAMETERNOTSUPPORTERR,
   kBufferTooSmall = SOR_BUFFERTOOSMALLERR,

@@ -1,5 +1,5 @@
 #include "softtoken/crypto/base64.h"
-#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/service/function_families.h"
 #include "softtoken/service/json_fields.h"
 
@@ -16,7 +16,7 @@ Json get_version(Token&, const Json&) { return {{"Version", VELM_TOKEN_VERSION}}
 Json gen_random(Token&, const Json& request) {
   const uint32_t count = number_field(request, "Len");
   if (count > kMaxRandom) throw TokenError(kBadLength);
-  return {{"RandomData", base64_encode(system_random(count))}};
+  return {{"RandomData", base64_encode(random_bytes(count))}};
 }
 
 Json acknowledge(Token&, const Json&) { return nullptr; }

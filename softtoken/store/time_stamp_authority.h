@@ -11,10 +11,7 @@ constexpr const char* kSm2StampAuthorityLabel = "TIME_STAMP_AUTHORITY_SM2";
 /** Creates the keys and certificates of the TSA, RSA and SM2, unless the store contains them. */
 void prepare_time_stamp_authority(Store& store);
 
-/**
- * Returns the TimeStampResp for a TimeStampReq (RFC 3161); a rejection is a status in the response. Imprints
- * with SM3 are signed with SM2, all others with RSA.
- */
+/** Returns time_stamp_answer() with the keys of the store, which it creates if necessary. */
 Bytes answer_time_stamp_query(Store& store, ByteView query);
 
 }  // namespace velm::token

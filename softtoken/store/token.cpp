@@ -4,7 +4,7 @@
 
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/key_protection.h"
-#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/crypto/text_encoding.h"
 
 namespace velm::token {
@@ -107,7 +107,7 @@ int64_t Token::import_container(const std::string& name, const Credential& crede
 }
 
 void Token::wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin) {
-  row.salt = system_random(kSaltSize);
+  row.salt = random_bytes(kSaltSize);
   const SecretBytes key = pin_key(pin.utf8, row.salt);
   row.signing_key = wrap(key, kSigningPurpose, keys.signing);
   row.encryption_key = wrap(key, kEncryptionPurpose, keys.encryption);

@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "provider_abi/velm_openssl_api.h"
 #include "softtoken/crypto/base64.h"
 #include "softtoken/providers/openssl_api/openssl_api_call.h"
@@ -19,9 +17,8 @@ int32_t VELM_Openssl_Base64Encode(const uint8_t* input, uint32_t input_length, u
     if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
       return kApiBadInput;
     if (input_length > kLongestInput) return kApiBadInput;
-    const std::string text = base64_encode({input, input_length});
-    std::ranges::copy(text, output);
-    *output_length = static_cast<uint32_t>(text.size());
+    base64_encode({input, input_length}, reinterpret_cast<char*>(output));
+    *output_length = static_cast<uint32_t>(base64_length(input_length));
     return kApiSuccess;
   });
 }
@@ -31,10 +28,9 @@ int32_t VELM_Openssl_Base64Decode(const uint8_t* input, uint32_t input_length, u
   return api_call([&] {
     if ((input == nullptr && input_length != 0) || output == nullptr || output_length == nullptr)
       return kApiBadInput;
-    const auto bytes = base64_decode({reinterpret_cast<const char*>(input), input_length});
-    if (!bytes) return kApiBadInput;
-    std::ranges::copy(*bytes, output);
-    *output_length = static_cast<uint32_t>(bytes->size());
+    const auto length = base64_decode({reinterpret_cast<const char*>(input), input_length}, output);
+    if (!length) return kApiBadInput;
+    *output_length = static_cast<uint32_t>(*length);
     return kApiSuccess;
   });
 }

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/providers/saf/saf_call.h"
 
 #ifdef _WIN32
@@ -29,7 +29,7 @@ bool replace_file(const char* from, const char* to) { return std::rename(from, t
 
 std::string random_suffix() {
   std::string suffix = ".";
-  for (const uint8_t byte : system_random(8)) {
+  for (const uint8_t byte : random_bytes(8)) {
     suffix += "0123456789abcdef"[byte >> 4];
     suffix += "0123456789abcdef"[byte & 15];
   }

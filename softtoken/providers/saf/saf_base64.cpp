@@ -9,7 +9,8 @@ uint32_t SAF_Base64_Encode(const uint8_t* input, uint32_t input_length, uint8_t*
                            uint32_t* output_length) {
   return saf_call([&] {
     require_saf(input != nullptr, kSafBadInput);
-    deliver(as_bytes(base64_encode({input, input_length})), output, output_length);
+    if (deliver_size(base64_length(input_length), output, output_length))
+      base64_encode({input, input_length}, reinterpret_cast<char*>(output));
   });
 }
 
@@ -17,8 +18,10 @@ uint32_t SAF_Base64_Decode(const uint8_t* input, uint32_t input_length, uint8_t*
                            uint32_t* output_length) {
   return saf_call([&] {
     require_saf(input != nullptr, kSafBadInput);
-    const auto bytes = base64_decode({reinterpret_cast<const char*>(input), input_length});
-    require_saf(bytes.has_value(), kSafBadInput);
-    deliver(*bytes, output, output_length);
+    const std::string_view text(reinterpret_cast<const char*>(input), input_length);
+    const bool fits = output_length != nullptr && *output_length >= base64_decoded_length(text);
+    const auto length = base64_decode(text, fits ? output : nullptr);
+    require_saf(length.has_value(), kSafBadInput);
+    deliver_size(*length, output, output_length);
   });
 }

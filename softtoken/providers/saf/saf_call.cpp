@@ -28,14 +28,16 @@ std::string required_text(const char* text) {
 }
 
 void deliver(ByteView result, void* output, uint32_t* output_length) {
-  require_saf(output_length != nullptr, kSafBadInput);
-  require_saf(result.size() <= std::numeric_limits<uint32_t>::max(), kSafBadLength);
-  const auto length = static_cast<uint32_t>(result.size());
-  if (output != nullptr) {
-    require_saf(*output_length >= length, kSafBadLength);
+  if (deliver_size(result.size(), output, output_length))
     std::ranges::copy(result, static_cast<uint8_t*>(output));
-  }
-  *output_length = length;
+}
+
+bool deliver_size(uint64_t size, const void* output, uint32_t* output_length) {
+  require_saf(output_length != nullptr, kSafBadInput);
+  require_saf(size <= std::numeric_limits<uint32_t>::max(), kSafBadLength);
+  require_saf(output == nullptr || *output_length >= size, kSafBadLength);
+  *output_length = static_cast<uint32_t>(size);
+  return output != nullptr;
 }
 
 }  // namespace velm::token

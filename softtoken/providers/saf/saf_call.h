@@ -56,5 +56,7 @@ std::string required_text(const char* text);
  * the capacity on input; if it is too small, the call fails and nothing is written.
  */
 void deliver(ByteView result, void* output, uint32_t* output_length);
+/** deliver() without the copy, for a result that the caller writes. Returns false if the output is null. */
+bool deliver_size(uint64_t size, const void* output, uint32_t* output_length);
 
 }  // namespace velm::token

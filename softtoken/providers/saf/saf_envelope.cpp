@@ -2,7 +2,7 @@
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/content_info.h"
 #include "softtoken/providers/saf/application.h"
-#include "softtoken/providers/saf/envelope_stream.h"
+#include "softtoken/providers/saf/envelope_file.h"
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/providers/saf/token_client.h"
 
@@ -32,7 +32,7 @@ uint32_t SAF_Ext_EncodeEnvelopedFile(void*, const char* input_path, uint32_t inp
   return saf_call([&] {
     const Certificate recipient = parse_certificate(required_bytes(certificate, certificate_length));
     OutputFile output(required_text(output_path, output_path_length));
-    encode_envelope(required_text(input_path, input_path_length), recipient.get(), method, output);
+    encode_envelope_file(required_text(input_path, input_path_length), recipient.get(), method, output);
     output.commit();
   });
 }
@@ -44,7 +44,7 @@ uint32_t SAF_Ext_DecodeEnvelopedFile(void* application, const char* container, u
     const TokenClient client(configuration_of(application));
     const std::string name = required_text(container, container_length);
     OutputFile output(required_text(output_path, output_path_length));
-    decode_envelope(
+    decode_envelope_file(
         required_text(input_path, input_path_length),
         [&](std::span<const EnvelopeRecipient> recipients) { return content_key(client, name, recipients); },
         output);

@@ -10,15 +10,7 @@ namespace {
 // Closes the input on return, so that the output may replace it.
 void convert(SymmetricOperation& operation, const std::string& input_path, OutputFile& output) {
   InputFile input(input_path);
-  SecretBytes converted;
-  for (ByteView piece; !(piece = input.read()).empty();) {
-    converted.clear();
-    operation.update(piece, converted);
-    output.write(converted);
-  }
-  converted.clear();
-  operation.finish(converted);
-  output.write(converted);
+  operation.convert([&] { return input.read(); }, [&](ByteView piece) { output.write(piece); });
 }
 
 uint32_t convert_file(SymmetricOperation::Direction direction, uint32_t identifier, const uint8_t* iv,

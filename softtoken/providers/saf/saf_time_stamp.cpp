@@ -1,6 +1,6 @@
 #include "provider_abi/velm_client_saf.h"
 #include "softtoken/crypto/certificate.h"
-#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/providers/saf/application.h"
 #include "softtoken/providers/saf/content_hash.h"
 #include "softtoken/providers/saf/saf_call.h"
@@ -41,7 +41,7 @@ void deliver_stamp(void* application, DigestId digest, const HashOf& hash_of, ui
 
 // Reads the TSA's clock by requesting a time-stamp token for random bytes.
 void deliver_time(void* application, uint8_t* time, uint32_t* time_length) {
-  const Bytes answer = fetch_stamp(application, DigestId::sha256, hash_of_data(system_random(32)));
+  const Bytes answer = fetch_stamp(application, DigestId::sha256, hash_of_data(random_bytes(32)));
   deliver(as_bytes(TimeStamp(answer).time()), time, time_length);
 }
 

@@ -3,9 +3,9 @@
 #include <ctime>
 
 #include <openssl/err.h>
-#include <openssl/rand.h>
 
 #include "softtoken/crypto/certificate.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/providers/saf/content_hash.h"
 #include "softtoken/providers/saf/saf_call.h"
@@ -16,7 +16,6 @@ using namespace protocol;
 
 namespace {
 
-using Algorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
 using Imprint = Handle<TS_MSG_IMPRINT, TS_MSG_IMPRINT_free>;
 using Response = Handle<TS_RESP, TS_RESP_free>;
 using VerifyContext = Handle<TS_VERIFY_CTX, TS_VERIFY_CTX_free>;
@@ -90,7 +89,7 @@ void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trust
 TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(allocated(TS_REQ_new())) {
   const Imprint imprint = make_imprint(digest, hash);
   uint64_t random = 0;
-  require(RAND_bytes(reinterpret_cast<uint8_t*>(&random), sizeof random) == 1, kRandomFailed);
+  fill_random({reinterpret_cast<uint8_t*>(&random), sizeof random});
   const Integer nonce(allocated(ASN1_INTEGER_new()));
   const bool set = ASN1_INTEGER_set_uint64(nonce.get(), random) == 1 &&
                    TS_REQ_set_version(request_.get(), kVersion) == 1 &&

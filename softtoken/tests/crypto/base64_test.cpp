@@ -35,5 +35,49 @@ TEST(Base64, RefusesWhatIsNotBase64) {
   }
 }
 
+// Characters that decoders often skip, at every place of a text of several thousand characters.
+TEST(Base64, RefusesOtherCharactersAnywhere) {
+  const std::string text = base64_encode(Bytes(6146, 0x5A));
+  const size_t places[] = {0, 1, 3, 4, 4092, 4095, 4096, 4097, 8188, 8191, 8192, text.size() - 1};
+  for (const char c : {' ', '\t', '-', '_', '\0', '=', '\x80', '\xFF'}) {
+    for (const size_t place : places) {
+      std::string changed = text;
+      if (changed[place] == c) continue;
+      changed[place] = c;
+      EXPECT_EQ(base64_decode(changed), std::nullopt) << place << " " << int{c};
+      for (const size_t count : {1u, 4u}) {
+        changed = text;
+        changed.insert(place, count, c);
+        EXPECT_EQ(base64_decode(changed), std::nullopt) << place << " " << int{c} << " " << count;
+      }
+    }
+  }
+}
+
+TEST(Base64, OfEverySizeUsesNoByteBehindTheBuffer) {
+  constexpr uint8_t kGuard = 0xA5;
+  for (size_t size = 0; size < 4200; size += size < 20 ? 1 : 83) {
+    Bytes bytes(size);
+    for (size_t i = 0; i < size; ++i) bytes[i] = static_cast<uint8_t>(i * 7);
+    Bytes text(base64_length(size) + 1, kGuard);
+    base64_encode(bytes, reinterpret_cast<char*>(text.data()));
+    EXPECT_EQ(text.back(), kGuard) << size;
+    std::string lines = as_text(ByteView(text).first(text.size() - 1));
+    EXPECT_EQ(lines, base64_encode(bytes));
+    for (size_t at = 64; at < lines.size(); at += 65) lines.insert(at, 1, '\n');
+
+    EXPECT_EQ(base64_decoded_length(lines), size);
+    Bytes decoded(size + 1, kGuard);
+    EXPECT_EQ(base64_decode(lines, decoded.data()), size);
+    EXPECT_EQ(decoded.back(), kGuard) << size;
+    decoded.pop_back();
+    EXPECT_EQ(decoded, bytes);
+
+    EXPECT_EQ(base64_decode(lines, nullptr), size);
+    EXPECT_EQ(base64_decode(lines, reinterpret_cast<uint8_t*>(lines.data())), size);
+    EXPECT_EQ(lines.substr(0, size), as_text(bytes));
+  }
+}
+
 }  // namespace
 }  // namespace velm::token

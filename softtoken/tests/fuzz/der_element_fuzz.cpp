@@ -1,5 +1,5 @@
 // Fuzzes headers of DER elements.
-#include "softtoken/providers/saf/der_element.h"
+#include "softtoken/crypto/der_element.h"
 
 #include <algorithm>
 

@@ -6,7 +6,7 @@
 
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/content_info.h"
-#include "softtoken/providers/saf/envelope_stream.h"
+#include "softtoken/providers/saf/envelope_file.h"
 #include "softtoken/providers/saf/saf_call.h"
 #include "softtoken/tests/fuzz/credentials.h"
 #include "softtoken/tests/providers/expected_codes.h"
@@ -71,7 +71,7 @@ std::optional<Bytes> open_file(const Folder& folder, const Openers& openers, Byt
     const auto find = [&](std::span<const EnvelopeRecipient> recipients) {
       return openers.content_key(recipients);
     };
-    decode_envelope(envelope_path, find, plain);
+    decode_envelope_file(envelope_path, find, plain);
     plain.commit();
   });
   expect(code != kSafUnknownError, "a known result code");

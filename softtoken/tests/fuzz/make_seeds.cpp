@@ -9,7 +9,7 @@
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/envelope.h"
 #include "softtoken/crypto/signed_data.h"
-#include "softtoken/providers/saf/envelope_stream.h"
+#include "softtoken/providers/saf/envelope_file.h"
 #include "softtoken/providers/saf/message_identifiers.h"
 #include "softtoken/providers/saf/time_stamp.h"
 #include "softtoken/store/time_stamp_authority.h"
@@ -102,7 +102,7 @@ void put_envelopes(const std::string& name, const Credential& recipient) {
   const std::string plain = (folder / "plain").string(), file = (folder / "envelope").string();
   write_file(plain, as_bytes(kText));
   OutputFile output(file);
-  encode_envelope(plain, recipient.certificate.get(), kAesCbc, output);
+  encode_envelope_file(plain, recipient.certificate.get(), kAesCbc, output);
   output.commit();
   put("envelope", name + "_aes", file_bytes(file));
   std::filesystem::remove(plain);

@@ -83,6 +83,18 @@ TEST(Base64, LineBreaksAreSkippedAndOtherTextsRefused) {
   }
 }
 
+TEST(Base64, AnInvalidTextIsReportedBeforeASmallBuffer) {
+  uint8_t output[4] = {9, 9, 9, 9};
+  uint32_t length = 0;
+  EXPECT_EQ(SAF_Base64_Decode(as_bytes("Zm9!").data(), 4, output, &length), kSafBadInput);
+  EXPECT_EQ(SAF_Base64_Decode(as_bytes("Zm9v").data(), 4, output, &length), kSafBadLength);
+  EXPECT_EQ(SAF_Base64_Decode(as_bytes("Zm9!").data(), 4, output, nullptr), kSafBadInput);
+  length = 3;
+  EXPECT_EQ(SAF_Base64_Decode(as_bytes("Zm9v").data(), 4, output, &length), kSafSuccess);
+  EXPECT_EQ(as_text({output, length}), "foo");
+  EXPECT_EQ(output[3], 9);
+}
+
 TEST(Base64, BadArgumentsAreRefusedAndNothingIsWritten) {
   const ByteView plain = as_bytes("foo");
   const ByteView text = as_bytes("Zm9v");

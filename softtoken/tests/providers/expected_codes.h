@@ -32,6 +32,7 @@ constexpr uint32_t kSafJsonFailed = 0x0200060B;
 constexpr uint32_t kSafServerFailed = 0x0200060D;
 constexpr uint32_t kSafHttpTimeout = 0x0200060E;
 constexpr uint32_t kSafFileOpen = 0x02000610;
+constexpr uint32_t kSafDamaged = 0x02000611;
 constexpr uint32_t kSafNoSuchLabel = 0x02001002;
 
 }  // namespace velm::token

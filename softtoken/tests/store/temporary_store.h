@@ -4,7 +4,7 @@
 #include <string>
 
 #include "softtoken/crypto/base64.h"
-#include "softtoken/crypto/system_random.h"
+#include "softtoken/crypto/random.h"
 #include "softtoken/store/token.h"
 
 namespace velm::token {
@@ -14,7 +14,7 @@ class TemporaryStore {
  public:
   TemporaryStore() {
     std::string name = "velm-token-";
-    for (const uint8_t byte : system_random(8)) name += static_cast<char>('a' + byte % 26);
+    for (const uint8_t byte : random_bytes(8)) name += static_cast<char>('a' + byte % 26);
     folder_ = std::filesystem::temp_directory_path() / name;
     Store::create(file());
   }

@@ -10,15 +10,12 @@
 
 #include "basekit/basic/utf8_walk.h"
 #include "basekit/basic/utility_result.h"
+#include "protocol/code_page.h"
 
 namespace velm {
 
-constexpr UINT kGb18030CodePage = 54936;
-constexpr UINT kGbkCodePage = 936;
-
-constexpr UINT local_code_page(bool gb18030_is_valid) {
-  return gb18030_is_valid ? kGb18030CodePage : kGbkCodePage;
-}
+using protocol::kGb18030CodePage;
+using protocol::local_code_page;
 
 struct WideTextFree {
   void operator()(wchar_t* text) const { std::free(text); }

@@ -10,7 +10,6 @@ namespace velm::token {
 /** DER tags in single-byte form. */
 enum DerTag : uint8_t {
   kDerInteger = 0x02,
-  kDerOctetString = 0x04,
   kDerObject = 0x06,
   kDerSequence = 0x30,
   kDerSet = 0x31,
@@ -24,7 +23,11 @@ struct DerHeader {
   uint64_t length;
 };
 
+/** Encodes a header. ASN1_put_object() of OpenSSL takes an int: too short for the content of large files. */
 Bytes der_header(DerHeader header);
+
+/** Encodes an element. */
+Bytes der_element(uint8_t tag, ByteView content);
 
 /**
  * Reads a header byte by byte; `next` returns nothing at the end. Returns nothing unless the header has a

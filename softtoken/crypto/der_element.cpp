@@ -1,4 +1,4 @@
-#include "softtoken/providers/saf/der_element.h"
+#include "softtoken/crypto/der_element.h"
 
 namespace velm::token {
 namespace {
@@ -15,6 +15,12 @@ Bytes der_header(DerHeader header) {
     length.insert(length.begin(), static_cast<uint8_t>(rest));
   Bytes bytes{header.tag, static_cast<uint8_t>(kLongLength | length.size())};
   bytes.insert(bytes.end(), length.begin(), length.end());
+  return bytes;
+}
+
+Bytes der_element(uint8_t tag, ByteView content) {
+  Bytes bytes = der_header({tag, content.size()});
+  bytes.insert(bytes.end(), content.begin(), content.end());
   return bytes;
 }
 
