@@ -10,12 +10,12 @@ namespace {
 
 // PIN entered in the prompt; wiped on destruction. The buffer has one byte more than the prompt writes, so
 // the text always has a terminating zero.
-class TypedPin {
+class PromptedPin {
  public:
-  TypedPin() = default;
-  TypedPin(const TypedPin&) = delete;
-  TypedPin& operator=(const TypedPin&) = delete;
-  ~TypedPin() { wipe(text_, sizeof text_); }
+  PromptedPin() = default;
+  PromptedPin(const PromptedPin&) = delete;
+  PromptedPin& operator=(const PromptedPin&) = delete;
+  ~PromptedPin() { wipe(text_, sizeof text_); }
 
   const char* ask() {
     constexpr uint32_t kLoginPrompt = 1;
@@ -34,8 +34,8 @@ uint32_t SOF_Login(const char* pszContainerName, const char* pszPassWd) {
   return exported_call([&] {
     LOG_ENTRY("SOF_Login pszContainerName=[%s]\n", or_upper_null(pszContainerName));
     JsonCall call{"SOF_Login", 128};
-    TypedPin typed;
-    const Base64 pin{pszPassWd ? pszPassWd : typed.ask()};
+    PromptedPin prompted;
+    const Base64 pin{pszPassWd ? pszPassWd : prompted.ask()};
     call.post(R"({"funcid":%d,"UserName":"%s","PassWd":"%s"})", FunctionNumber::Login, pszContainerName, pin);
   });
 }
