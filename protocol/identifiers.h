@@ -74,7 +74,7 @@ constexpr uint32_t kRsaKey = 1;
 constexpr uint32_t kSm2Key = 2;
 
 // Key pairs of a container. A GM container holds two: one for encryption ("exchange"), one for signing.
-constexpr uint32_t kExchangeKey = 1;
+constexpr uint32_t kEncryptionKey = 1;
 constexpr uint32_t kSigningKey = 2;
 
 // Input of a signature: the content, or its hash value.

@@ -11,7 +11,7 @@ constexpr size_t kShortestPin = 4;
 constexpr size_t kLongestPin = 31;
 
 // Initial value of the PIN retry counter: a container is locked after this many consecutive wrong PINs.
-constexpr uint32_t kPinTries = 10;
+constexpr uint32_t kPinRetries = 10;
 
 // In bytes of UTF-8.
 constexpr size_t kLongestContainerName = 200;

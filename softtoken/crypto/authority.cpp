@@ -101,8 +101,8 @@ Certificate issue_certificate(const Authority& authority, EVP_PKEY* subject_key,
   require(X509_set_issuer_name(c, X509_get_subject_name(issuer)) == 1, kUnknownError);
   add_extension(c, issuer, NID_basic_constraints, "critical,CA:FALSE");
   add_extension(c, issuer, NID_key_usage,
-                order.usage == Usage::exchange ? "critical,keyEncipherment,dataEncipherment,keyAgreement"
-                                               : "critical,digitalSignature,nonRepudiation");
+                order.usage == Usage::encryption ? "critical,keyEncipherment,dataEncipherment,keyAgreement"
+                                                 : "critical,digitalSignature,nonRepudiation");
   if (order.usage == Usage::time_stamping)
     add_extension(c, issuer, NID_ext_key_usage, "critical,timeStamping");
   add_extension(c, issuer, NID_subject_key_identifier, "hash");

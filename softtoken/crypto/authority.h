@@ -12,8 +12,7 @@ struct Authority {
   Key key;
 };
 
-/** `exchange` is the usage of encryption certificates. */
-enum class Usage { signing, exchange, time_stamping };
+enum class Usage { signing, encryption, time_stamping };
 
 /** The fields of a certificate that the demo CA issues. */
 struct CertificateOrder {

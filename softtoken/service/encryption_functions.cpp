@@ -12,7 +12,7 @@ constexpr size_t kAsymmetricRoom = 1024;
 
 // Whether a request addresses the encryption key of a container, not the signing key.
 bool is_encryption_key(uint32_t key_type) {
-  const bool encryption = key_type == protocol::kExchangeKey;
+  const bool encryption = key_type == protocol::kEncryptionKey;
   if (!encryption && key_type != protocol::kSigningKey) throw TokenError(kParameterUnsupported);
   return encryption;
 }

@@ -26,7 +26,7 @@ std::string file_name(const Json& request) { return as_text(base64_field(request
 
 Json read_label(Token& token, const Json& request) {
   const std::string name = utf8_of(file_name(request));
-  if (name == kStampAuthorityLabel || name == kSm2StampAuthorityLabel)
+  if (name == kTimeStampAuthorityLabel || name == kSm2TimeStampAuthorityLabel)
     prepare_time_stamp_authority(token.store());
   return base64_encode(label(token.store(), name, number_field(request, "type")));
 }

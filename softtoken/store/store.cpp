@@ -142,7 +142,7 @@ bool Store::decrement_pin_retries(int64_t id) {
 }
 
 void Store::reset_pin_retries(int64_t id) {
-  Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", protocol::kPinTries, id).run();
+  Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ?", protocol::kPinRetries, id).run();
 }
 
 bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
@@ -150,7 +150,7 @@ bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
   Statement(database_,
             "UPDATE container SET salt = ?, signing_key = ?, exchange_key = ?, tries_left = ?"
             " WHERE id = ? AND salt = ?",
-            row.salt, row.signing_key, row.encryption_key, protocol::kPinTries, row.id, old_salt)
+            row.salt, row.signing_key, row.encryption_key, protocol::kPinRetries, row.id, old_salt)
       .run();
   return database_.changes() == 1;
 }

@@ -15,7 +15,7 @@ namespace velm::token {
 struct ContainerRow {
   int64_t id = 0;
   std::string name;
-  uint32_t pin_retries = protocol::kPinTries;
+  uint32_t pin_retries = protocol::kPinRetries;
   Bytes salt;
   Bytes signing_key;
   Bytes encryption_key;

@@ -32,7 +32,7 @@ void make_stamp_authority(Store& store, KeyKind kind) {
   Statement(store.database(), "INSERT INTO time_stamp_authority VALUES(?, ?)", certificate,
             ByteView(private_key_der(key.get())))
       .run();
-  set_label(store, kind == KeyKind::sm2 ? kSm2StampAuthorityLabel : kStampAuthorityLabel,
+  set_label(store, kind == KeyKind::sm2 ? kSm2TimeStampAuthorityLabel : kTimeStampAuthorityLabel,
             protocol::kCertificateLabel, certificate);
 }
 

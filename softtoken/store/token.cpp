@@ -89,7 +89,7 @@ int64_t Token::add_container(const ContainerOrder& order, const Pin& pin) {
   row.signing_certificate =
       certificate_der(order_certificate(authority, signing.get(), order, Usage::signing).get());
   row.encryption_certificate =
-      certificate_der(order_certificate(authority, encryption.get(), order, Usage::exchange).get());
+      certificate_der(order_certificate(authority, encryption.get(), order, Usage::encryption).get());
   return store_container(std::move(row), {private_key_der(signing.get()), private_key_der(encryption.get())},
                          pin);
 }

@@ -13,7 +13,7 @@ namespace {
 TEST(Limits, OfPinsAndNames) {
   EXPECT_EQ(kShortestPin, 4u);
   EXPECT_EQ(kLongestPin, 31u);
-  EXPECT_EQ(kPinTries, 10u);
+  EXPECT_EQ(kPinRetries, 10u);
   EXPECT_EQ(kLongestContainerName, 200u);
 }
 
@@ -27,7 +27,7 @@ TEST(Identifiers, OfAlgorithmsKeysAndLabels) {
   EXPECT_EQ(kTripleDesCbc, 0x2002u);
   EXPECT_EQ(kRsaKey, 1u);
   EXPECT_EQ(kSm2Key, 2u);
-  EXPECT_EQ(kExchangeKey, 1u);
+  EXPECT_EQ(kEncryptionKey, 1u);
   EXPECT_EQ(kSigningKey, 2u);
   EXPECT_EQ(kContentData, 1u);
   EXPECT_EQ(kHashData, 2u);

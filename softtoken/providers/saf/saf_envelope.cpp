@@ -14,7 +14,7 @@ namespace {
 // Decrypts the content key with the first certificate of the container that the digital envelope names.
 SecretBytes content_key(const TokenClient& client, const std::string& container,
                         std::span<const EnvelopeRecipient> recipients) {
-  for (const auto use : {TokenClient::KeyUse::exchange, TokenClient::KeyUse::signing}) {
+  for (const auto use : {TokenClient::KeyUse::encryption, TokenClient::KeyUse::signing}) {
     const Certificate certificate = parse_certificate(client.certificate(container, use));
     for (const EnvelopeRecipient& recipient : recipients) {
       if (!names_certificate(recipient.name, certificate.get())) continue;

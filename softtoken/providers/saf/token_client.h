@@ -18,7 +18,7 @@ class TokenClient {
  public:
   explicit TokenClient(Configuration configuration) : configuration_(std::move(configuration)) {}
 
-  enum class KeyUse : uint32_t { exchange = protocol::kExchangeKey, signing = protocol::kSigningKey };
+  enum class KeyUse : uint32_t { encryption = protocol::kEncryptionKey, signing = protocol::kSigningKey };
 
   Bytes certificate(const std::string& container, KeyUse use) const;
   /** Signs with the container's signing key. */

@@ -33,7 +33,7 @@ const char* authority_label(const TS_REQ* request) {
   const ASN1_OBJECT* algorithm = nullptr;
   X509_ALGOR_get0(&algorithm, nullptr, nullptr,
                   TS_MSG_IMPRINT_get_algo(TS_REQ_get_msg_imprint(const_cast<TS_REQ*>(request))));
-  return OBJ_obj2nid(algorithm) == NID_sm3 ? kSm2StampAuthorityLabel : kStampAuthorityLabel;
+  return OBJ_obj2nid(algorithm) == NID_sm3 ? kSm2TimeStampAuthorityLabel : kTimeStampAuthorityLabel;
 }
 
 bool is_granted(ByteView answer) {

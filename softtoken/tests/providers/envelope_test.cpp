@@ -91,7 +91,7 @@ class Envelopes : public testing::Test {
   static Application& application() { return *application_; }
 
   static Certificate certificate() {
-    return parse_certificate(application().exchange_certificate(kContainer));
+    return parse_certificate(application().encryption_certificate(kContainer));
   }
   static Bytes recipient(ByteView encrypted_key, X509* named) {
     const Handle<PKCS7_RECIP_INFO, PKCS7_RECIP_INFO_free> info(PKCS7_RECIP_INFO_new());
@@ -106,7 +106,7 @@ class Envelopes : public testing::Test {
     return recipient(encrypt_with_key(key_of(own.get()).get(), as_bytes(content_key)), own.get());
   }
   static Bytes stranger() {
-    const Certificate other = parse_certificate(application().exchange_certificate("RSA_2048_TEST"));
+    const Certificate other = parse_certificate(application().encryption_certificate("RSA_2048_TEST"));
     return recipient(as_bytes(kKey), other.get());
   }
   static Parts parts() {
@@ -117,7 +117,7 @@ class Envelopes : public testing::Test {
 
   static ErrorCode open_in_memory(ByteView envelope, Bytes& plain) {
     const auto session = application().token().session(kContainer);
-    const Opener openers[] = {{session->exchange_certificate.get(), session->exchange_key.get()},
+    const Opener openers[] = {{session->encryption_certificate.get(), session->encryption_key.get()},
                               {session->signing_certificate.get(), session->signing_key.get()}};
     return code_of([&] { plain = copy_of(open_envelope(openers, envelope)); });
   }
@@ -358,7 +358,7 @@ TEST_F(Envelopes, WithALengthThatIsTooLargeAreNotOpened) {
 // The encoding is that of OpenSSL's own encoder, whatever the form of its lengths.
 TEST_F(Envelopes, OfEverySizeAreEncodedInDer) {
   for (const char* container : {kContainer, "RSA_2048_TEST"}) {
-    const Bytes recipient = application().exchange_certificate(container);
+    const Bytes recipient = application().encryption_certificate(container);
     const MessageTypes& types = types_for(kind_of(key_of(parse_certificate(recipient).get()).get()));
     for (const size_t size : {0, 1, 15, 16, 100, 111, 112, 200, 255, 256, 1000, 65535, 65536, 70000}) {
       const Bytes plain(size, 0x42);

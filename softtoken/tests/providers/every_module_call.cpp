@@ -36,7 +36,7 @@ struct Inputs {
   Bytes text = copy_of(as_bytes("what is signed"));
   Bytes sm2_certificate = application.signing_certificate(kSm2);
   Bytes rsa_certificate = application.signing_certificate(kRsa);
-  Bytes recipient = application.exchange_certificate(kSm2);
+  Bytes recipient = application.encryption_certificate(kSm2);
   Bytes stamp_authority;
   const Signer& signer = sm2_signer();
   Bytes signer_certificate = signer.certificate;
@@ -49,7 +49,7 @@ struct Inputs {
   Inputs() {
     Store& store = application.token().store();
     prepare_time_stamp_authority(store);
-    stamp_authority = label(store, kSm2StampAuthorityLabel, kCertificateLabelType);
+    stamp_authority = label(store, kSm2TimeStampAuthorityLabel, kCertificateLabelType);
     set_label(store, "A_LABEL", kCertificateLabelType, as_bytes("labelled"));
     write_file(kConfiguration, as_bytes("connect_timeout_ms = 5000\n"));
     write_file(kInputFile, text);

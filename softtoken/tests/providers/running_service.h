@@ -65,7 +65,7 @@ class Application {
   Bytes signing_certificate(const std::string& container) {
     return token().container(container).signing_certificate;
   }
-  Bytes exchange_certificate(const std::string& container) {
+  Bytes encryption_certificate(const std::string& container) {
     return token().container(container).encryption_certificate;
   }
 

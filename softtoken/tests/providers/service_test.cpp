@@ -102,7 +102,7 @@ TEST(Configuration, IsSafeToUseWhileItIsClosed) {
 
 TEST_F(ModulesOnAService, EnvelopesOfEverySizeGoThereAndBack) {
   for (const char* container : {"SM2_TEST", "RSA_2048_TEST", "RSA_1024_TEST"}) {
-    const Bytes certificate = application().exchange_certificate(container);
+    const Bytes certificate = application().encryption_certificate(container);
     for (const uint32_t method : {0x402u, 0x2002u, 0x4002u, 0x8002u, 0x10002u}) {
       for (const size_t size : {0, 1, 15, 16, 100, 65536, 300000}) {
         const Bytes plain(size, 0x42);
@@ -140,7 +140,7 @@ TEST_F(ModulesOnAService, EnvelopesOfTheServiceAreOpened) {
 }
 
 TEST_F(ModulesOnAService, EnvelopesThatDoNotOpenLeaveNoFile) {
-  const Bytes certificate = application().exchange_certificate("SM2_TEST");
+  const Bytes certificate = application().encryption_certificate("SM2_TEST");
   const Bytes plain(1000, 3);
   write_file("envelope.in", plain);
   ASSERT_EQ(SAF_Ext_EncodeEnvelopedFile(handle(), "envelope.in", 11, certificate.data(), size_of(certificate),
@@ -269,9 +269,9 @@ TEST_F(ModulesOnAService, StampsCoverDataAndFiles) {
   const Bytes text = copy_of(as_bytes("stamped"));
   write_file("stamped.bin", text);
   uint32_t code = 0;
-  const Bytes rsa = label_of(handle(), kStampAuthorityLabel, kCertificateLabel, code);
+  const Bytes rsa = label_of(handle(), kTimeStampAuthorityLabel, kCertificateLabel, code);
   ASSERT_EQ(code, 0u);
-  const Bytes sm2 = label_of(handle(), kSm2StampAuthorityLabel, kCertificateLabel, code);
+  const Bytes sm2 = label_of(handle(), kSm2TimeStampAuthorityLabel, kCertificateLabel, code);
   ASSERT_EQ(code, 0u);
   const auto gm = [&](uint32_t selector) {
     return sized_output(
@@ -335,7 +335,8 @@ SignedMessage message_in(const Bytes& stamp) {
 
 TEST_F(ModulesOnAService, StampsWithAnAlteredByteAreRefused) {
   const Bytes text = copy_of(as_bytes("stamped"));
-  for (const auto& [selector, label] : {std::pair(1u, kSm2StampAuthorityLabel), {4u, kStampAuthorityLabel}}) {
+  for (const auto& [selector, label] :
+       {std::pair(1u, kSm2TimeStampAuthorityLabel), {4u, kTimeStampAuthorityLabel}}) {
     uint32_t code = 0;
     const Bytes authority = label_of(handle(), label, kCertificateLabel, code);
     const Bytes stamp = sized_output(

@@ -67,8 +67,8 @@ class ScriptedAuthority : public WithScriptedServer {
   std::function<Bytes(ByteView query)> answer_;
 };
 
-constexpr std::pair<DigestId, const char*> kKinds[] = {{DigestId::sm3, kSm2StampAuthorityLabel},
-                                                       {DigestId::sha256, kStampAuthorityLabel}};
+constexpr std::pair<DigestId, const char*> kKinds[] = {{DigestId::sm3, kSm2TimeStampAuthorityLabel},
+                                                       {DigestId::sha256, kTimeStampAuthorityLabel}};
 
 TEST_F(ScriptedAuthority, OnlyTheAnswerToThisQueryIsTaken) {
   for (const auto& [digest, authority] : kKinds) {

@@ -13,7 +13,7 @@
 namespace velm::token {
 namespace {
 
-constexpr uint32_t kPinTries = 10;
+constexpr uint32_t kPinRetries = 10;
 const Bytes kPin = copy_of(as_bytes("12345678"));
 const Bytes kWrong = copy_of(as_bytes("87654321"));
 
@@ -39,7 +39,7 @@ TEST_F(TokenTest, AnUnknownContainerIsReported) {
 }
 
 TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
-  for (uint32_t left = kPinTries; left > 0; --left) {
+  for (uint32_t left = kPinRetries; left > 0; --left) {
     EXPECT_EQ(token.pin_retries("A"), left);
     EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
   }
@@ -47,14 +47,14 @@ TEST_F(TokenTest, TenWrongPinsLockUntilUnlock) {
   EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, kWrong); }), kPinLocked);
   token.unlock("A");
   token.login("A", kPin);
-  EXPECT_EQ(token.pin_retries("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinRetries);
 }
 
 TEST_F(TokenTest, TheCorrectPinResetsTheRetryCounter) {
   EXPECT_EQ(code_of([&] { token.login("A", kWrong); }), kWrongPin);
-  EXPECT_EQ(token.pin_retries("A"), kPinTries - 1);
+  EXPECT_EQ(token.pin_retries("A"), kPinRetries - 1);
   token.login("A", kPin);
-  EXPECT_EQ(token.pin_retries("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinRetries);
 }
 
 TEST_F(TokenTest, AChangedPinReplacesTheOldOneAndKeepsTheKeys) {
@@ -81,7 +81,7 @@ TEST_F(TokenTest, PinsHaveFourToThirtyOneBytes) {
   for (const size_t size : {0, 3, 32}) {
     EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
   }
-  EXPECT_EQ(token.pin_retries("A"), kPinTries);
+  EXPECT_EQ(token.pin_retries("A"), kPinRetries);
   token.change_pin("A", kPin, Bytes(31, 'x'));
   token.change_pin("A", Bytes(31, 'x'), Bytes(4, 'y'));
   token.login("A", Bytes(4, 'y'));
