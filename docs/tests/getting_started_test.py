@@ -130,7 +130,8 @@ def follow(page, user):
 
 def main(source_root, build_folder):
     source_root, work = Path(source_root), Path(build_folder, "docs", "getting_started")
-    version = re.search(r"project\(\w+ VERSION ([\d.]+)", (source_root / "CMakeLists.txt").read_text())[1]
+    header = (source_root / "inc" / "velm_sof_client.h").read_text(encoding="utf-8")
+    version = re.search(r'#define VELM_SOF_VERSION +"([\d.]+)"', header)[1]
     shutil.rmtree(work, ignore_errors=True)
     work.mkdir(parents=True)
     subprocess.run(["cmake", "--install", build_folder, "--prefix", str(work / f"velm_sof_client-{version}")],
