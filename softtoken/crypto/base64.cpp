@@ -64,6 +64,7 @@ size_t base64_decoded_length(std::string_view text) {
 }
 
 std::optional<size_t> base64_decode(std::string_view text, uint8_t* bytes) {
+  if (bytes != nullptr && !base64_decode(text, nullptr)) return std::nullopt;
   const size_t padding = remove_padding(text);
   if (padding > 2) return std::nullopt;
 

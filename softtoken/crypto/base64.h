@@ -21,8 +21,8 @@ size_t base64_decoded_length(std::string_view text);
 
 /**
  * Decodes padded base64 and ignores line breaks; returns nullopt if the text is not base64. The first form
- * returns the length. It writes at most base64_decoded_length() bytes, some of them even if the text is not
- * base64, and may decode in place. With null, it only checks the text.
+ * returns the length, writes nothing if the text is not base64, and may decode in place. With null, it only
+ * checks the text.
  */
 std::optional<size_t> base64_decode(std::string_view text, uint8_t* bytes);
 std::optional<Bytes> base64_decode(std::string_view text);

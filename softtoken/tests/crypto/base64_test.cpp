@@ -54,6 +54,14 @@ TEST(Base64, RefusesOtherCharactersAnywhere) {
   }
 }
 
+TEST(Base64, WritesNothingIfTheTextIsNotBase64) {
+  std::string text = base64_encode(Bytes(6146, 0x5A));
+  text[text.size() - 5] = '*';
+  Bytes bytes(6146, 0xA5);
+  EXPECT_EQ(base64_decode(text, bytes.data()), std::nullopt);
+  EXPECT_EQ(bytes, Bytes(6146, 0xA5));
+}
+
 TEST(Base64, OfEverySizeUsesNoByteBehindTheBuffer) {
   constexpr uint8_t kGuard = 0xA5;
   for (size_t size = 0; size < 4200; size += size < 20 ? 1 : 83) {

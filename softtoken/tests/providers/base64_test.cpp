@@ -70,6 +70,22 @@ TEST(Base64, EveryByteGoesThereAndBack) {
   EXPECT_EQ(api_result(VELM_Openssl_Base64Decode, text, api_code), plain);
 }
 
+// The first 4,096 digits are base64, a later one is not.
+TEST(Base64, OutputsAreUntouchedIfTheTextIsNotBase64) {
+  std::string text(8000, 'A');
+  text[5000] = '*';
+  const ByteView bytes = as_bytes(text);
+  const Bytes untouched(6000, 0xA5);
+  Bytes output = untouched;
+  auto length = size_of(output);
+  EXPECT_EQ(SAF_Base64_Decode(bytes.data(), size_of(bytes), output.data(), &length), kSafBadInput);
+  EXPECT_EQ(output, untouched);
+  EXPECT_EQ(length, size_of(output));
+  EXPECT_NE(VELM_Openssl_Base64Decode(bytes.data(), size_of(bytes), output.data(), &length), 0);
+  EXPECT_EQ(output, untouched);
+  EXPECT_EQ(length, size_of(output));
+}
+
 TEST(Base64, LineBreaksAreSkippedAndOtherTextsRefused) {
   uint32_t code = 1;
   int32_t api_code = 1;
