@@ -5,6 +5,7 @@
 
 #include <openssl/evp.h>
 
+#include "softtoken/crypto/base64_vector.h"
 #include "softtoken/crypto/secret.h"
 
 namespace velm::token {
@@ -13,8 +14,13 @@ namespace {
 // EVP_EncodeBlock() takes the length as an int. A multiple of 3: only the last group may have padding.
 constexpr size_t kLongestPiece = size_t{3} << 28;
 
-// Number of digits decoded at a time, in groups of four.
-constexpr size_t kDigits = 4096;
+// Number of digits collected from between line breaks, in groups of four.
+constexpr size_t kDigits = 64;
+
+bool has_vectors() {
+  static const bool supported = __builtin_cpu_supports("ssse3");
+  return supported;
+}
 
 bool is_line_break(char c) { return c == '\r' || c == '\n'; }
 
@@ -25,6 +31,17 @@ size_t remove_padding(std::string_view& text) {
     if (text.back() == '=') ++padding;
   }
   return padding;
+}
+
+// Moves digits from the beginning of the text, up to the size of the array; drops line breaks.
+size_t take_digits(std::string_view& text, std::array<uint8_t, kDigits>& digits) {
+  size_t count = 0;
+  size_t taken = 0;
+  for (; taken < text.size() && count < digits.size(); ++taken) {
+    if (!is_line_break(text[taken])) digits[count++] = static_cast<uint8_t>(text[taken]);
+  }
+  text.remove_prefix(taken);
+  return count;
 }
 
 // Decodes groups of four digits; returns false for any other character. EVP_DecodeBlock() reads '=' as a
@@ -38,6 +55,11 @@ bool decode_groups(ByteView digits, uint8_t* bytes) {
 }  // namespace
 
 void base64_encode(ByteView bytes, char* text) {
+  if (has_vectors()) {
+    const size_t encoded = encode_vectors(bytes.data(), bytes.size(), text);
+    bytes = bytes.subspan(encoded);
+    text += base64_length(encoded);
+  }
   if (bytes.empty()) return;
   auto* to = reinterpret_cast<uint8_t*>(text);
   // EVP_EncodeBlock() appends a NUL, for which there is room except behind the last group.
@@ -72,25 +94,25 @@ std::optional<size_t> base64_decode(std::string_view text, uint8_t* bytes) {
   std::array<uint8_t, kDigits / 4 * 3> decoded;
   const WipeAtEnd wiped_digits(digits);
   const WipeAtEnd wiped_decoded(decoded);
-  size_t count = 0;
   size_t length = 0;
-  const auto decode = [&](size_t surplus) {
-    if (!decode_groups(ByteView(digits).first(count), decoded.data())) return false;
+  do {
+    if (has_vectors()) {
+      const size_t converted = decode_vectors(text.data(), text.size(), bytes ? bytes + length : nullptr);
+      text.remove_prefix(converted);
+      length += converted / 4 * 3;
+    }
+    size_t count = take_digits(text, digits);
+    size_t surplus = 0;
+    if (text.empty()) {
+      if ((count + padding) % 4 != 0) return std::nullopt;
+      surplus = padding;
+      for (size_t i = 0; i < padding; ++i) digits[count++] = 'A';
+    }
+    if (!decode_groups(ByteView(digits).first(count), decoded.data())) return std::nullopt;
     const size_t size = count / 4 * 3 - surplus;
-    if (bytes != nullptr) std::copy_n(decoded.data(), size, bytes + length);
+    if (bytes) std::copy_n(decoded.data(), size, bytes + length);
     length += size;
-    count = 0;
-    return true;
-  };
-
-  for (const char c : text) {
-    if (is_line_break(c)) continue;
-    digits[count++] = static_cast<uint8_t>(c);
-    if (count == kDigits && !decode(0)) return std::nullopt;
-  }
-  if ((count + padding) % 4 != 0) return std::nullopt;
-  for (size_t i = 0; i < padding; ++i) digits[count++] = 'A';
-  if (!decode(padding)) return std::nullopt;
+  } while (!text.empty());
   return length;
 }
 

@@ -1,6 +1,11 @@
 #include "softtoken/crypto/base64.h"
 
+#include <random>
+
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+
+#include "softtoken/crypto/base64_vector.h"
 
 namespace velm::token {
 namespace {
@@ -60,6 +65,54 @@ TEST(Base64, WritesNothingIfTheTextIsNotBase64) {
   Bytes bytes(6146, 0xA5);
   EXPECT_EQ(base64_decode(text, bytes.data()), std::nullopt);
   EXPECT_EQ(bytes, Bytes(6146, 0xA5));
+}
+
+Bytes random_sample(size_t size) {
+  static std::mt19937 generator(20261122);
+  Bytes bytes(size);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(generator());
+  return bytes;
+}
+
+// EVP_EncodeBlock() appends a NUL.
+std::string encoded_by_openssl(ByteView bytes) {
+  std::string text(base64_length(bytes.size()) + 1, '\0');
+  const int length =
+      EVP_EncodeBlock(reinterpret_cast<uint8_t*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
+  text.resize(static_cast<size_t>(length));
+  return text;
+}
+
+// The vectors have their exact size, so the address sanitizer finds every access beyond them.
+TEST(Base64, OfEveryLengthAgreesWithOpenSsl) {
+  for (size_t size = 0; size <= 4096; ++size) {
+    const Bytes bytes = random_sample(size);
+    std::vector<char> text(base64_length(size));
+    base64_encode(bytes, text.data());
+    ASSERT_EQ(std::string(text.begin(), text.end()), encoded_by_openssl(bytes)) << size;
+    Bytes decoded(size);
+    ASSERT_EQ(base64_decode({text.data(), text.size()}, decoded.data()), size);
+    ASSERT_EQ(decoded, bytes) << size;
+  }
+}
+
+TEST(Base64, VectorsAcceptTheDigitsAndNothingElse) {
+  if (!__builtin_cpu_supports("ssse3")) GTEST_SKIP() << "the processor has no SSSE3";
+  const std::string alphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";  // RFC 4648 section 4
+  for (int value = 0; value < 256; ++value) {
+    const char c = static_cast<char>(value);
+    const bool digit = alphabet.find(c) != std::string::npos;
+    for (size_t place = 0; place < kVectorDigits; ++place) {
+      std::string text(kVectorDigits, 'A');
+      text[place] = c;
+      ASSERT_EQ(decode_vectors(text.data(), text.size(), nullptr), digit ? kVectorDigits : 0) << value;
+      Bytes bytes(kVectorBytes, 0xA5);
+      decode_vectors(text.data(), text.size(), bytes.data());
+      ASSERT_EQ(bytes == Bytes(kVectorBytes, 0xA5), !digit) << value;
+      ASSERT_EQ(encoded_by_openssl(bytes) == text, digit) << value;
+    }
+  }
 }
 
 TEST(Base64, OfEverySizeUsesNoByteBehindTheBuffer) {
