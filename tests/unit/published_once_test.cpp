@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "support/latch.h"
+#include "tests/support/latch.h"
 
 using namespace velm;
 
