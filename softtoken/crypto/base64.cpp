@@ -17,10 +17,8 @@ constexpr size_t kLongestPiece = size_t{3} << 28;
 // Number of digits collected from between line breaks, in groups of four.
 constexpr size_t kDigits = 64;
 
-bool has_vectors() {
-  static const bool supported = __builtin_cpu_supports("ssse3");
-  return supported;
-}
+// Not stored in a static variable: its guard would keep system resources when a module is unloaded.
+bool has_vectors() { return __builtin_cpu_supports("ssse3"); }
 
 bool is_line_break(char c) { return c == '\r' || c == '\n'; }
 
