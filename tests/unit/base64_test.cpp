@@ -1,5 +1,7 @@
 #include "basekit/basic/base64.h"
 
+#include <memory>
+
 #include <gtest/gtest.h>
 
 #include "crypto_module.h"
@@ -50,6 +52,18 @@ TEST_F(Base64Text, IsEmptyForLengthsAbove32Bits) {
 TEST_F(Base64Text, EndsAtTheFirstZero) {
   encoder = encoder_that(0, "YWJj", 5);
   EXPECT_EQ(xbase64_encode_string("abc", 3), "YWJj");
+}
+
+TEST(BoundedLength, EndsAtTheFirstZeroOrTheSize) {
+  for (size_t size = 0; size < 300; ++size) {
+    const auto text = std::make_unique<char[]>(size);  // of its exact size, for the address sanitizer
+    std::memset(text.get(), 'A', size);
+    ASSERT_EQ(bounded_length(text.get(), size), size);
+    for (size_t zero = size; zero-- > 0;) {
+      text[zero] = '\0';
+      ASSERT_EQ(bounded_length(text.get(), size), zero) << size;
+    }
+  }
 }
 
 TEST_F(Base64Text, BufferHasRoomForLineBreaks) {

@@ -17,6 +17,22 @@ constexpr uint64_t base64_length(uint64_t size) { return (size + 2) / 3 * 4; }
 // 1024 spare bytes.
 constexpr uint64_t base64_room(uint64_t size) { return base64_length(size) + size / 24 + 1024; }
 
+// Whether one of the eight bytes of a word is zero: only then does the subtraction of 1 from each byte set
+// its highest bit although it was clear.
+inline bool has_zero_byte(uint64_t word) {
+  return ((word - 0x0101010101010101) & ~word & 0x8080808080808080) != 0;
+}
+
+// strnlen() for long texts: that of some C runtimes reads one byte at a time.
+inline size_t bounded_length(const char* text, size_t size) {
+  size_t length = 0;
+  for (uint64_t word; size - length >= sizeof word; length += sizeof word) {
+    std::memcpy(&word, text + length, sizeof word);
+    if (has_zero_byte(word)) break;
+  }
+  return length + strnlen(text + length, size - length);
+}
+
 // Encodes into `text`, a buffer of base64_room(length) bytes, and returns the number of characters written.
 // base64_room(length) must fit in 32 bits. Returns 0 if the crypto module fails or reports a length beyond
 // the buffer.
@@ -27,7 +43,7 @@ inline size_t encode_base64(const void* data, uint32_t length, char* text) {
   uint32_t written = 0;
   const int32_t result = VELM_Openssl_Base64Encode(static_cast<const uint8_t*>(data), length,
                                                    reinterpret_cast<uint8_t*>(text), &written);
-  return result == 0 && written <= room ? strnlen(text, written) : 0;
+  return result == 0 && written <= room ? bounded_length(text, written) : 0;
 }
 
 // Returns an empty string on failure, or if the buffer size does not fit in 32 bits.
