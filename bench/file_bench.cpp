@@ -1,6 +1,5 @@
 // Processes files with the library, the software token's modules and its local service. files.py writes the
-// commands to standard input and measures openssl for comparison. Each command is answered with a line
-// "answer NUMBER", among the output of the local service:
+// commands and measures openssl for comparison. The answers are among the output of the local service:
 //   encrypt METHOD INPUT OUTPUT, decrypt INPUT OUTPUT    duration of the call in seconds
 //   hash INPUT                                           the same, and the hash in hexadecimal
 //   peak                                                 peak memory use in MiB
@@ -9,17 +8,17 @@
 
 #include <array>
 #include <iomanip>
-#include <iostream>
 #include <span>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include "bench/measurement.h"
+#include "bench/commands.h"
 #include "softtoken/tests/e2e/service_process.h"
 #include "velm_sof_client.h"
 
 using velm::bench::require;
+using velm::bench::seconds_of;
 
 namespace {
 
@@ -60,14 +59,6 @@ class Files {
   }
 
  private:
-  template <class Call>
-  static std::string seconds_of(const Call& call) {
-    uint32_t result = SOR_OK;
-    const double taken = velm::bench::seconds([&] { result = call(); });
-    require(result == SOR_OK, "the call failed");
-    return std::to_string(taken);
-  }
-
   static std::string hexadecimal(std::span<const uint8_t> bytes) {
     std::ostringstream text;
     for (const uint8_t byte : bytes) text << std::hex << std::setw(2) << std::setfill('0') << unsigned{byte};
@@ -98,9 +89,7 @@ class Files {
 void serve() {
   const ServiceProcess service;
   const Files files;
-  for (std::string line; std::getline(std::cin, line);) {
-    std::cout << "answer " << files.obey(std::istringstream(line)) << std::endl;
-  }
+  velm::bench::obey_commands([&](std::istringstream line) { return files.obey(std::move(line)); });
 }
 
 }  // namespace

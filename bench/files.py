@@ -11,13 +11,11 @@ figure is a median, printed as "name value".
 import filecmp
 import os
 import shutil
-import statistics
-import subprocess
 import sys
 import tempfile
-import time
 
-ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+from peer import ROOT, LibraryProgram, compare, make_rsa_certificate, report, run_openssl
+
 MEBIBYTE = 1 << 20
 FILE_MEBIBYTES = 300
 ROUNDS = 3
@@ -25,27 +23,8 @@ ROUNDS = 3
 CIPHERS = (("envelope_300mib", 0x402, "-sm4-cbc"), ("envelope_300mib_aes", 0x4002, "-aes-128-cbc"))
 
 
-class Library:
-    """The program file_bench, which reads commands from its standard input."""
-
-    def __init__(self, program):
-        command = [os.path.join(ROOT, "cmake", "run-under-wine"), program]
-        self.process = subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
-
-    def __enter__(self):
-        return self
-
-    def __exit__(self, *_):
-        self.process.stdin.close()
-        self.process.wait(timeout=60)
-
-    def ask(self, *words):
-        """Send a command and return the words of the answer."""
-        print(*words, file=self.process.stdin, flush=True)
-        for line in self.process.stdout:
-            if line.startswith("answer "):
-                return line.split()[1:]
-        sys.exit(f"file_bench failed: {' '.join(map(str, words))}")
+class Library(LibraryProgram):
+    """The program file_bench."""
 
     def envelope(self, method):
         return sum(float(self.ask(*words)[0]) for words in (("encrypt", method, "plain", "library.p7m"),
@@ -63,8 +42,7 @@ class OpenSsl:
     """The system's openssl program, with its own key."""
 
     def __init__(self):
-        run_openssl("req", "-x509", "-newkey", "rsa:2048", "-nodes", "-subj", "/CN=bench",
-                    "-keyout", "key.pem", "-out", "certificate.pem")
+        make_rsa_certificate()
 
     def envelope(self, cipher):
         # Use the faster form of each operation: openssl decrypts the output of -stream more slowly.
@@ -80,21 +58,8 @@ class OpenSsl:
         return run_openssl("dgst", "-sm3", "-r", "-out", "hash", "plain")
 
 
-def run_openssl(*arguments):
-    """Run openssl and return the duration in seconds."""
-    start = time.perf_counter()
-    subprocess.run(["openssl", *arguments], check=True, capture_output=True)
-    return time.perf_counter() - start
-
-
-def report(name, value):
-    print(f"{name} {value:.4f}", flush=True)
-
-
-def compare(figure, ours, theirs):
-    """Measure both sides alternately and report the medians."""
-    times = [(ours(), theirs()) for _ in range(ROUNDS)]
-    our_median, their_median = (statistics.median(side) for side in zip(*times))
+def compare_and_report(figure, ours, theirs):
+    our_median, their_median = compare(ours, theirs, ROUNDS)
     report(f"{figure}_ratio", our_median / their_median)
     report(f"{figure}_seconds", our_median)
     report(f"{figure}_openssl_seconds", their_median)
@@ -102,11 +67,11 @@ def compare(figure, ours, theirs):
 
 def measure(library, openssl):
     for figure, method, cipher in CIPHERS:
-        compare(figure, lambda: library.envelope(method), lambda: openssl.envelope(cipher))
+        compare_and_report(figure, lambda: library.envelope(method), lambda: openssl.envelope(cipher))
         for output in ("library.out", "openssl.out"):
             if not filecmp.cmp("plain", output, shallow=False):
                 sys.exit(f"{output} differs from the input")
-    compare("hash_file", library.hash, openssl.hash)
+    compare_and_report("hash_file", library.hash, openssl.hash)
     with open("hash", encoding="ascii") as file:
         if file.read().split()[0] != library.hash_value:
             sys.exit("the hash values differ")

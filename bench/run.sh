@@ -21,6 +21,7 @@ for program in build/windows/bench/bin/{small_call_bench,heap_bench} "$installed
   measure "${program##*/}" cmake/run-under-wine "$program.exe"
 done
 measure file_bench python3 bench/files.py "$installed/file_bench.exe"
+measure bulk_bench python3 bench/bulk.py "$installed/bulk_bench.exe" build/native/stage/bin/velm_softtoken
 measure token_sign python3 softtoken/bench/run.py \
   build/native/stage/bin/velm_softtoken build/native-release/softtoken/bench/token_sign_bench
 

@@ -1,13 +1,11 @@
 // Overhead of a small call: compares SOF_GetVersion() with the same exchange over plain WinHTTP. Both run
 // alternately; the figures are medians.
-#include <windows.h>
-#include <winhttp.h>
-
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 #include <vector>
 
-#include "bench/measurement.h"
+#include "bench/bare_exchange.h"
 #include "support/client_library.h"
 #include "support/service_double.h"
 #include "support/standins.h"
@@ -23,38 +21,13 @@ constexpr int kRounds = 2000;
 constexpr char kRequest[] = R"({"funcid":0})";
 constexpr char kAnswer[] = R"({"ErrorCode":"0","Result":{"Version":"3.1.4"}})";
 constexpr wchar_t kHeader[] = L"Content-Type:application/json;charset=UTF-8;";
-constexpr int kTimeout = 10'000;
 
-// The exchange as an application would write it with WinHTTP.
 void exchange_with_winhttp() {
-  const HINTERNET session = WinHttpOpen(nullptr, WINHTTP_ACCESS_TYPE_DEFAULT_PROXY, WINHTTP_NO_PROXY_NAME,
-                                        WINHTTP_NO_PROXY_BYPASS, 0);
-  WinHttpSetTimeouts(session, 0, kTimeout, kTimeout, kTimeout);
-  DWORD timeout = kTimeout;
-  WinHttpSetOption(session, WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT, &timeout, sizeof timeout);
-  const HINTERNET connection = WinHttpConnect(session, L"127.0.0.1", ServiceDouble::kPort, 0);
-  const HINTERNET request = WinHttpOpenRequest(connection, L"POST", L"", nullptr, WINHTTP_NO_REFERER,
-                                               WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
   char body[sizeof kRequest];
   std::memcpy(body, kRequest, sizeof body);
-  constexpr DWORD kBodyLength = sizeof kRequest - 1;
-  require(WinHttpSendRequest(request, kHeader, static_cast<DWORD>(-1), body, kBodyLength, kBodyLength, 0) &&
-              WinHttpReceiveResponse(request, nullptr),
-          "the exchange failed");
-
-  char answer[4096];
-  DWORD total = 0;
-  for (DWORD available = 0; WinHttpQueryDataAvailable(request, &available) && available != 0;) {
-    DWORD received = 0;
-    require(
-        available <= sizeof answer - total && WinHttpReadData(request, answer + total, available, &received),
-        "the answer cannot be read");
-    total += received;
-  }
-  WinHttpCloseHandle(session);
-  WinHttpCloseHandle(connection);
-  WinHttpCloseHandle(request);
-  require(total == sizeof kAnswer - 1 && std::memcmp(answer, kAnswer, total) == 0, "unexpected answer");
+  char buffer[4096];
+  const std::span<char> answer = velm::bench::exchange_with_winhttp(kHeader, {body, sizeof body - 1}, buffer);
+  require(std::string_view(answer.data(), answer.size()) == kAnswer, "unexpected answer");
 }
 
 template <class Work>
