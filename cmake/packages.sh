@@ -4,7 +4,7 @@
 demo_packages=(
   gcc libc6-dev make cmake ninja-build dpkg-dev ca-certificates perl python3 tcl xz-utils
   g++-mingw-w64-x86-64-posix binutils-mingw-w64-x86-64
-  nlohmann-json3-dev libcli11-dev
+  nlohmann-json3-dev libcli11-dev libboost1.81-dev
   wine wine64
 )
 

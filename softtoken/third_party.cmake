@@ -4,11 +4,22 @@
 # /usr/include.
 set(host_headers ${CMAKE_BINARY_DIR}/host-headers)
 file(MAKE_DIRECTORY ${host_headers})
-foreach(folder nlohmann CLI)
+foreach(folder nlohmann CLI boost)
   file(CREATE_LINK /usr/include/${folder} ${host_headers}/${folder} SYMBOLIC)
 endforeach()
 add_library(velm_host_headers INTERFACE)
 target_include_directories(velm_host_headers SYSTEM INTERFACE ${host_headers})
+
+# Asio and Beast. Only files that need them link this target, because they take long to compile.
+add_library(velm_asio INTERFACE)
+target_link_libraries(velm_asio INTERFACE velm_host_headers)
+target_compile_definitions(velm_asio INTERFACE BOOST_ASIO_NO_DEPRECATED)
+if(WIN32)
+  target_link_libraries(velm_asio INTERFACE ws2_32 mswsock)
+else()
+  find_package(Threads REQUIRED)
+  target_link_libraries(velm_asio INTERFACE Threads::Threads)
+endif()
 
 add_library(velm_httplib INTERFACE)
 target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_SOURCE_cpp_httplib})
@@ -18,7 +29,6 @@ target_compile_options(velm_httplib INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-mayb
 if(WIN32)
   target_link_libraries(velm_httplib INTERFACE ws2_32)
 else()
-  find_package(Threads REQUIRED)
   # select() does not support descriptors of 1,024 and above.
   target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_USE_POLL)
   target_link_libraries(velm_httplib INTERFACE Threads::Threads)
