@@ -14,6 +14,12 @@ target_include_directories(velm_host_headers SYSTEM INTERFACE ${host_headers})
 add_library(velm_asio INTERFACE)
 target_link_libraries(velm_asio INTERFACE velm_host_headers)
 target_compile_definitions(velm_asio INTERFACE BOOST_ASIO_NO_DEPRECATED)
+# gcc 12 reports the allocation of coroutine frames.
+target_compile_options(velm_asio INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-mismatched-new-delete>)
+if(VELM_SANITIZE)
+  # With sanitizers, the compiler needs minutes for these coroutines at -O2.
+  target_compile_options(velm_asio INTERFACE -O1 $<$<CXX_COMPILER_ID:GNU>:-fno-var-tracking>)
+endif()
 if(WIN32)
   target_link_libraries(velm_asio INTERFACE ws2_32 mswsock)
 else()

@@ -32,6 +32,9 @@ using SecretBytes = std::vector<uint8_t, WipingAllocator<uint8_t>>;
 
 inline SecretBytes secret_copy(ByteView bytes) { return {bytes.begin(), bytes.end()}; }
 
+/** Text that may contain a PIN or decrypted data. */
+using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
+
 /** Wipes a string or byte vector at the end of the scope. */
 template <typename Buffer>
 class WipeAtEnd {

@@ -42,12 +42,19 @@ uint32_t run_call(Trace& trace, Table functions, uint32_t number, Run&& run) {
   return code;
 }
 
-std::string json_answer(uint32_t code, const nlohmann::json& result) {
+std::string_view text_of(RequestBody& body) { return {body.text().data(), body.text().size()}; }
+
+SecretText secret_text(std::string text) {
+  const WipeAtEnd wiped(text);
+  return {text.begin(), text.end()};
+}
+
+SecretText json_answer(uint32_t code, const nlohmann::json& result) {
   char text[16];
   std::snprintf(text, sizeof text, "%X", static_cast<unsigned>(code));
   nlohmann::ordered_json answer{{"ErrorCode", text}};
   if (!result.is_null()) answer["Result"] = result;
-  return answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  return secret_text(answer.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 // A request is a flat object with few members. Other JSON is rejected during parsing, because it could need
@@ -73,7 +80,7 @@ Answer answer_call(Service& service, std::span<const JsonFunction> functions, st
   nlohmann::json request = parse_request(utf8_json(body));
   const WipeTextsAtEnd wiped_request(request);
   if (!request.is_object() || !request.contains(kFunctionMember))
-    return {400, kJsonType, json_answer(kBadInput, nullptr)};
+    return code_answer(400, kJsonType, kBadInput);
   nlohmann::json result;
   uint32_t code = kBadInput;
   if (request[kFunctionMember].is_number_unsigned()) {
@@ -87,35 +94,42 @@ Answer answer_call(Service& service, std::span<const JsonFunction> functions, st
 
 }  // namespace
 
-Answer answer_json(Service& service, std::string_view body) {
-  return answer_call(service, json_functions(), body);
+Answer code_answer(int status, const char* content_type, uint32_t code) {
+  if (content_type == std::string_view(kFrameType))
+    return {status, kFrameType, secret_text(protocol::build_answer(code))};
+  return {status, kJsonType, json_answer(code, nullptr)};
 }
 
-Answer answer_module(Service& service, std::string_view body) {
-  return answer_call(service, module_functions(), body);
+Answer answer_json(Service& service, RequestBody& body) {
+  return answer_call(service, json_functions(), text_of(body));
 }
 
-Answer answer_frame(Service& service, std::string_view body) {
-  const auto frame = protocol::read_request(as_bytes(body));
-  if (!frame) return {400, kFrameType, protocol::build_answer(kBadInput)};
+Answer answer_module(Service& service, RequestBody& body) {
+  return answer_call(service, module_functions(), text_of(body));
+}
+
+Answer answer_frame(Service& service, RequestBody& body) {
+  const auto frame = protocol::read_request(as_bytes(text_of(body)));
+  if (!frame) return code_answer(400, kFrameType, kBadInput);
   FrameReader request(frame->fields);
   Bytes data;
   const uint32_t code =
       run_call(service.trace, frame_functions(), frame->function,
                [&](const FrameFunction& function) { data = function.run(service.token, request); });
-  return {200, kFrameType, code == kSuccess ? protocol::build_answer(data) : protocol::build_answer(code)};
+  if (code != kSuccess) return code_answer(200, kFrameType, code);
+  return {200, kFrameType, secret_text(protocol::build_answer(data))};
 }
 
-Answer answer_time_stamp(Service& service, std::string_view body) {
+Answer answer_time_stamp(Service& service, RequestBody& body) {
   constexpr struct {
     uint32_t number;
     const char* name;
   } kTimeStamp[] = {{0, "TimeStamp"}};
   Bytes data;
   const uint32_t code = run_call(service.trace, std::span(kTimeStamp), 0, [&](const auto&) {
-    data = answer_time_stamp_query(service.token.store(), as_bytes(body));
+    data = answer_time_stamp_query(service.token.store(), as_bytes(text_of(body)));
   });
-  return {code == kSuccess ? 200 : 500, protocol::kTimeStampReplyType, as_text(data)};
+  return {code == kSuccess ? 200 : 500, protocol::kTimeStampReplyType, secret_text(as_text(data))};
 }
 
 }  // namespace velm::token

@@ -1,8 +1,9 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
+#include "softtoken/crypto/secret.h"
+#include "softtoken/service/request_body.h"
 #include "softtoken/service/trace.h"
 #include "softtoken/store/token.h"
 
@@ -20,16 +21,21 @@ struct Service {
 struct Answer {
   int status;
   std::string content_type;
-  std::string body;
+  SecretText body;
 };
 
-/** Runs the function that a JSON request names. Throws only std::bad_alloc, like the functions below. */
-Answer answer_json(Service& service, std::string_view body);
+/** An answer that consists of a result code, in JSON or as a byte frame. */
+Answer code_answer(int status, const char* content_type, uint32_t code);
+/**
+ * Runs the function that a JSON request names. May change the body in place. Throws only std::bad_alloc, like
+ * the functions below.
+ */
+Answer answer_json(Service& service, RequestBody& body);
 /** The same for the functions of the provider modules. */
-Answer answer_module(Service& service, std::string_view body);
+Answer answer_module(Service& service, RequestBody& body);
 /** Runs the function that a byte frame names. */
-Answer answer_frame(Service& service, std::string_view body);
+Answer answer_frame(Service& service, RequestBody& body);
 /** Answers a time-stamp request over HTTP (RFC 3161 section 3.4); status 500 on failure. */
-Answer answer_time_stamp(Service& service, std::string_view body);
+Answer answer_time_stamp(Service& service, RequestBody& body);
 
 }  // namespace velm::token

@@ -1,228 +1,198 @@
 #include "softtoken/service/http_server.h"
 
+#include <algorithm>
+#include <atomic>
 #include <cstdio>
 #include <stdexcept>
+#include <thread>
+#include <utility>
+#include <vector>
 
-#include "softtoken/service/dispatch.h"
-#include "softtoken/service/growing_thread_pool.h"
-#include "softtoken/service/received_text.h"
-#include "softtoken/service/request_stream.h"
+#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/use_awaitable.hpp>
+
+#include "softtoken/service/http_connection.h"
 
 namespace velm::token {
 namespace {
 
-using protocol::kServiceHost;
+namespace asio = boost::asio;
+using asio::ip::tcp;
+using boost::system::error_code;
+using Clock = HttpConnection::Clock;
 
-constexpr size_t kThreadLimit = 2048;
-// cpp-httplib matches paths with std::regex, which recurses once per character, with 448 bytes of stack.
-constexpr size_t kPathLimit = 1024;
-// WinHTTP sends headers and body separately. On a reused connection the body waits for the ACK of the
-// headers, 40 ms with delayed ACKs. Only Linux can disable these; elsewhere a connection serves one request.
-constexpr size_t kRequestsPerConnection = RequestStream::kAcknowledgesAtOnce ? 10000 : 1;
-// Longest silence between two requests.
-constexpr std::chrono::seconds kSilentTime{5};
-// Interval at which the accept loop checks for stop().
-constexpr std::chrono::microseconds kListenSlice = std::chrono::milliseconds(100);
+// How long to poll for the next event before sleeping: a client that calls in sequence sends its next request
+// sooner than a sleeping thread wakes up. Polling yields to other threads.
+constexpr std::chrono::microseconds kAttentiveTime{60};
+// Interval at which deadlines are checked.
+constexpr std::chrono::milliseconds kDeadlineInterval{100};
 // Delay after a failed accept().
 constexpr std::chrono::milliseconds kAcceptPause{10};
-// Largest buffer reserved for a body before it arrives, whatever Content-Length says.
-constexpr size_t kFirstBodySpace = 65536;
-// Limits of drain().
-constexpr std::chrono::milliseconds kDrainTime{300};
-constexpr size_t kDrainBytes = 1024 * 1024;
 
-// The defaults of cpp-httplib, SO_REUSEPORT and on Windows SO_REUSEADDR, let other processes listen on the
-// same port.
-void own_port(socket_t socket) {
+void report(const std::exception& error) { std::fprintf(stderr, "velm_softtoken: %s\n", error.what()); }
+
+// No other process may listen on the same port. Windows requires an option for this; on Linux SO_REUSEADDR
+// only ignores connections of a former process.
+void own_port(tcp::acceptor& acceptor) {
+#ifdef _WIN32
   const int on = 1;
-#ifdef _WIN32
-  constexpr int kOption = SO_EXCLUSIVEADDRUSE;
+  setsockopt(acceptor.native_handle(), SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&on),
+             sizeof on);
 #else
-  constexpr int kOption = SO_REUSEADDR;
+  acceptor.set_option(tcp::acceptor::reuse_address(true));
 #endif
-  setsockopt(socket, SOL_SOCKET, kOption, reinterpret_cast<const char*>(&on), sizeof on);
 }
 
-// Returns a non-blocking socket, or INVALID_SOCKET.
-socket_t accept_connection(socket_t listener) {
-#ifdef _WIN32
-  const socket_t connection = accept(listener, nullptr, nullptr);
-  if (connection != INVALID_SOCKET) httplib::detail::set_nonblocking(connection, true);
-  return connection;
-#else
-  return accept4(listener, nullptr, nullptr, SOCK_NONBLOCK | SOCK_CLOEXEC);
-#endif
-}
+/**
+ * A thread with connections of its own. It also runs their short calls, which therefore cost no change of
+ * threads.
+ */
+class Worker {
+ public:
+  Worker() : thread_([this] { run(); }) {}
+  Worker(const Worker&) = delete;
+  ~Worker() { stop(); }
+
+  asio::io_context& context() { return io_; }
+  size_t connections() const { return connections_; }
+
+  /** Serves a connection, whose socket must have this context. */
+  void serve(tcp::socket socket, ConnectionContext& context) {
+    asio::co_spawn(io_, serve_connection(std::move(socket), context, Counted(connections_)), asio::detached);
+  }
+
+  void stop() {
+    stopping_ = true;
+    io_.stop();
+    if (thread_.joinable()) thread_.join();
+  }
+
+ private:
+  // Counts a connection from its acceptance to its end.
+  class Counted {
+   public:
+    explicit Counted(std::atomic<size_t>& count) : count_(&count) { ++count; }
+    Counted(Counted&& other) noexcept : count_(std::exchange(other.count_, nullptr)) {}
+    ~Counted() {
+      if (count_ != nullptr) --*count_;
+    }
+
+   private:
+    std::atomic<size_t>* count_;
+  };
+
+  asio::awaitable<void> serve_connection(tcp::socket socket, ConnectionContext& context, Counted) {
+    HttpConnection connection(std::move(socket), context, open_);
+    co_await connection.serve();
+  }
+
+  void run() {
+    auto checked = Clock::now();
+    while (!stopping_) {
+      try {
+        handle_events();
+      } catch (const std::exception& error) {
+        report(error);
+      }
+      const auto now = Clock::now();
+      if (now - checked < kDeadlineInterval) continue;
+      for (HttpConnection* connection : open_) connection->close_if_late(now);
+      checked = now;
+    }
+  }
+
+  void handle_events() {
+    const auto sleep_at = Clock::now() + kAttentiveTime;
+    do {
+      if (io_.poll() > 0) return;
+      std::this_thread::yield();
+    } while (Clock::now() < sleep_at);
+    io_.run_one_for(kDeadlineInterval);
+  }
+
+  std::atomic<bool> stopping_{false};
+  std::atomic<size_t> connections_{0};
+  std::list<HttpConnection*> open_;
+  asio::io_context io_{1};  // after open_, which the connections use until the end
+  asio::executor_work_guard<asio::io_context::executor_type> work_{io_.get_executor()};
+  std::thread thread_;
+};
 
 }  // namespace
 
-class HttpServer::Server : public httplib::Server {
+class HttpServer::Server {
  public:
-  Server(Service& service, HttpOptions options) : service_(service), options_(options) {
-    set_socket_options(own_port);
-    set_keep_alive_max_count(kRequestsPerConnection);
-    set_keep_alive_timeout(kSilentTime.count());
-    set_payload_max_length(options_.body_limit);
-    set_pre_routing_handler([this](const httplib::Request& request, httplib::Response& response) {
-      return refuse(request, response);
-    });
-    set_expect_100_continue_handler([this](const httplib::Request& request, httplib::Response& response) {
-      return refuse(request, response) == HandlerResponse::Handled ? response.status : 100;
-    });
-    set_post_routing_handler([](const httplib::Request&, httplib::Response& response) {
-      if (response.status != 200) announce_close(response);
-    });
-    // Match newlines too, otherwise unmatched bodies are buffered unwiped.
-    Post("[^]*", [this](const httplib::Request& request, httplib::Response& response,
-                        const httplib::ContentReader& body) { answer(request, response, body); });
-    Get(protocol::kTracePath, [this](const httplib::Request&, httplib::Response& response) {
-      response.set_content(service_.trace.text(), "text/plain");
-    });
+  Server(Service& service, HttpOptions options)
+      : service_(service), options_(options), budget_(options.memory_budget) {
+    // An answer can be as large as its request.
+    options_.body_limit = std::min(options.body_limit, options.memory_budget / 2);
   }
 
   uint16_t bind() {
-    int port = options_.port;
-    if (port == 0) {
-      port = bind_to_any_port(kServiceHost);
-    } else if (!bind_to_port(kServiceHost, port)) {
-      port = -1;
-    }
-    if (port < 0) throw std::runtime_error("the port is in use");
-    options_.port = static_cast<uint16_t>(port);
-    host_ = std::string(kServiceHost) + ":" + std::to_string(options_.port);
-    local_host_ = "localhost:" + std::to_string(options_.port);
-    return options_.port;
+    error_code error;
+    acceptor_.open(tcp::v4());
+    own_port(acceptor_);
+    acceptor_.bind({asio::ip::make_address(protocol::kServiceHost), options_.port}, error);
+    if (!error) acceptor_.listen(tcp::acceptor::max_listen_connections, error);
+    if (error) throw std::runtime_error("the port is in use");
+    return acceptor_.local_endpoint().port();
   }
 
-  // Replaces the accept loop of cpp-httplib, which ends on most errors of accept() and ignores a stop() that
-  // precedes it.
+  // At the end, the threads are stopped before the connections and their sockets are destroyed.
   void run() {
-    GrowingThreadPool threads(kThreadLimit);
-    httplib::detail::set_nonblocking(svr_sock_, true);
-    while (!ending_) {
-      if (httplib::detail::select_read(svr_sock_, 0, kListenSlice.count()) == 0) continue;
-      const socket_t connection = accept_connection(svr_sock_);
-      if (connection == INVALID_SOCKET) {
-        // The client disconnected, or file descriptors or memory are temporarily exhausted.
-        std::this_thread::sleep_for(kAcceptPause);
-      } else if (!threads.enqueue([this, connection] { serve(connection); })) {
-        httplib::detail::close_socket(connection);
-      }
-    }
-    httplib::detail::close_socket(svr_sock_.exchange(INVALID_SOCKET));
+    std::vector<std::unique_ptr<Worker>> workers;
+    for (unsigned count = 0; count < options_.threads; ++count) workers.push_back(std::make_unique<Worker>());
+    asio::thread_pool long_calls(options_.threads);
+    ConnectionContext context{service_, options_, RequestRules(acceptor_.local_endpoint().port()), budget_,
+                              long_calls};
+    asio::co_spawn(io_, accept_connections(workers, context), asio::detached);
+    io_.run();
+    end_accepting();
+    for (const auto& worker : workers) worker->stop();
+    long_calls.stop();
+    long_calls.join();
   }
 
-  void end() { ending_ = true; }
+  void stop() {
+    stopping_ = true;
+    io_.stop();
+  }
 
  private:
-  // Detects requests of web pages. Browsers send Origin with cross-site POST requests; after DNS rebinding,
-  // Host is the host name of the page.
-  bool is_foreign(const httplib::Request& request) const {
-    const std::string host = request.get_header_value("Host");
-    return request.has_header("Origin") || request.get_header_value_count("Host") != 1 ||
-           (host != host_ && host != local_host_);
-  }
+  using Workers = std::vector<std::unique_ptr<Worker>>;
 
-  // Rejects requests before their body is read.
-  HandlerResponse refuse(const httplib::Request& request, httplib::Response& response) const {
-    if (is_foreign(request)) {
-      response.status = 403;
-    } else if (request.path.size() > kPathLimit) {
-      response.status = 414;
-    } else if (request.method != "POST" && httplib::detail::expect_content(request)) {
-      response.status = 404;
-    } else {
-      return HandlerResponse::Unhandled;
-    }
-    return HandlerResponse::Handled;
-  }
-
-  void answer(const httplib::Request& request, httplib::Response& response,
-              const httplib::ContentReader& reader) {
-    const std::string type = request.get_header_value("Content-Type");
-    const Answering answering = answering_of(request.path, type);
-    if (answering == nullptr) {
-      response.status = 415;
-      return;
-    }
-    SecretText body;
-    body.reserve(std::min<size_t>(kFirstBodySpace, request.get_header_value_u64("Content-Length")));
-    const bool whole = reader([&](const char* data, size_t size) {
-      body.append(data, size);
-      return true;
-    });
-    if (whole) deliver(answering(service_, body), response);
-  }
-
-  using Answering = Answer (*)(Service&, std::string_view);
-
-  // Returns null for a content type that the path does not accept.
-  static Answering answering_of(const std::string& path, const std::string& type) {
-    if (path == protocol::kTimeStampPath)
-      return type.starts_with(protocol::kTimeStampQueryType) ? answer_time_stamp : nullptr;
-    if (path == protocol::kModulePath) return type.starts_with(protocol::kJsonType) ? answer_module : nullptr;
-    if (type.starts_with(protocol::kJsonType)) return answer_json;
-    return type.starts_with(protocol::kFrameType) ? answer_frame : nullptr;
-  }
-
-  static void deliver(Answer&& answer, httplib::Response& response) {
-    response.status = answer.status;
-    response.set_header("Content-Type", answer.content_type);
-    response.body = std::move(answer.body);
-  }
-
-  // The rest of a rejected request is not read, so the connection cannot be reused.
-  static void announce_close(httplib::Response& response) {
-    response.headers.erase("Keep-Alive");
-    response.headers.erase("Connection");
-    response.set_header("Connection", "close");
-  }
-
-  // Serves a connection until it ends. If memory runs out, only this connection is closed.
-  void serve(socket_t connection) {
-    try {
-      answer_requests(connection);
-    } catch (const std::exception& error) {
-      std::fprintf(stderr, "velm_softtoken: connection closed: %s\n", error.what());
-    }
-    httplib::detail::close_socket(connection);
-  }
-
-  void answer_requests(socket_t socket) {
-    RequestStream stream(socket, options_.request_time, ending_);
-    bool open = true;
-    for (size_t left = kRequestsPerConnection; open && left > 0; --left) {
-      if (left < kRequestsPerConnection && !stream.await_request(kSilentTime)) break;
-      bool last = left == 1;
-      const bool answered =
-          process_request(stream, kServiceHost, 0, kServiceHost, options_.port, /*close*/ last,
-                          /*closed by the client*/ last, nullptr);
-      const bool served = stream.served();
-      open = stream.flush() && answered && served && !last;
-      if (!served) drain(socket);
+  asio::awaitable<void> accept_connections(const Workers& workers, ConnectionContext& context) {
+    const auto connections = [](const auto& worker) { return worker->connections(); };
+    while (!stopping_) {
+      try {
+        Worker& worker = **std::ranges::min_element(workers, {}, connections);
+        tcp::socket socket = co_await acceptor_.async_accept(worker.context(), asio::use_awaitable);
+        worker.serve(std::move(socket), context);
+        continue;
+      } catch (const std::exception&) {
+        // The client disconnected, or file descriptors or memory are temporarily exhausted.
+      }
+      std::this_thread::sleep_for(kAcceptPause);
     }
   }
 
-  // Closing a socket with unread data resets the connection, and the client may lose the response.
-  void drain(socket_t socket) const {
-#ifdef _WIN32
-    ::shutdown(socket, SD_SEND);
-#else
-    ::shutdown(socket, SHUT_WR);
-#endif
-    RequestStream rest(socket, kDrainTime, ending_);
-    char unseen[4096];
-    size_t drained = 0;
-    for (ssize_t count = 0; drained < kDrainBytes && (count = rest.read(unseen, sizeof unseen)) > 0;) {
-      drained += static_cast<size_t>(count);
-    }
+  // The socket of the pending accept() belongs to a worker.
+  void end_accepting() {
+    error_code ignored;
+    acceptor_.close(ignored);
+    io_.restart();
+    io_.run();
   }
 
   Service& service_;
   HttpOptions options_;
-  std::string host_;
-  std::string local_host_;
-  std::atomic<bool> ending_{false};
+  ByteBudget budget_;
+  std::atomic<bool> stopping_{false};
+  asio::io_context io_{1};
+  tcp::acceptor acceptor_{io_};
 };
 
 HttpServer::HttpServer(Service& service, HttpOptions options)
@@ -234,6 +204,6 @@ uint16_t HttpServer::bind() { return server_->bind(); }
 
 void HttpServer::run() { server_->run(); }
 
-void HttpServer::stop() { server_->end(); }
+void HttpServer::stop() { server_->stop(); }
 
 }  // namespace velm::token

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <thread>
 
 #include "protocol/endpoint.h"
 
@@ -13,8 +15,12 @@ struct Service;
 
 struct HttpOptions {
   uint16_t port = protocol::kServicePort;
-  /** Largest request body, in bytes. */
-  size_t body_limit = size_t{64} * 1024 * 1024;
+  /** Largest request body, in bytes; at most half of the memory budget. */
+  size_t body_limit = size_t{512} * 1024 * 1024;
+  /** Bytes for all request bodies and answers together. */
+  size_t memory_budget = size_t{1024} * 1024 * 1024;
+  /** Threads for connections and short calls, and as many again for long calls. */
+  unsigned threads = std::max(1U, std::thread::hardware_concurrency());
   /** Time limit for receiving a complete request. */
   std::chrono::milliseconds request_time{10000};
 };

@@ -51,7 +51,7 @@ struct Line {
   }();
   std::string name, type = "sm2", pin, source, password;
   bool demo = false, encryption = false, authority = false;
-  double body_limit_mib = 64, request_seconds = 10;
+  double body_limit_mib = 512, memory_budget_mib = 1024, request_seconds = 10;
   ServeOptions serve;
 
   std::filesystem::path store() const { return path_of(data); }
@@ -62,6 +62,9 @@ struct Line {
 // Values in these ranges do not overflow in any conversion.
 constexpr double kLeastLimit = 0.001;
 constexpr double kMostMib = 1024;
+constexpr double kLeastBudgetMib = 1;
+constexpr double kMostBudgetMib = 1024 * 1024;
+constexpr unsigned kMostThreads = 1024;
 constexpr double kMostSeconds = 24 * 60 * 60;
 
 CLI::App* add_command(CLI::App& parent, Line& line, const char* name, const char* description,
@@ -76,6 +79,7 @@ void add_serve(CLI::App& app, Line& line) {
   CLI::App* serve_command =
       add_command(app, line, "serve", "run the local service on the loopback address", [&line] {
         line.serve.http.body_limit = static_cast<size_t>(line.body_limit_mib * 1024 * 1024);
+        line.serve.http.memory_budget = static_cast<size_t>(line.memory_budget_mib * 1024 * 1024);
         line.serve.http.request_time =
             std::chrono::milliseconds(static_cast<int64_t>(line.request_seconds * 1000));
         serve(line.store(), line.serve);
@@ -88,6 +92,16 @@ void add_serve(CLI::App& app, Line& line) {
   serve_command->add_option("--body-limit", line.body_limit_mib, "largest request body in MiB")
       ->capture_default_str()
       ->check(CLI::Range(kLeastLimit, kMostMib));
+  serve_command
+      ->add_option("--memory-budget", line.memory_budget_mib,
+                   "MiB for all request bodies and answers together")
+      ->capture_default_str()
+      ->check(CLI::Range(kLeastBudgetMib, kMostBudgetMib));
+  serve_command
+      ->add_option("--threads", line.serve.http.threads,
+                   "threads for short calls, and as many again for long calls")
+      ->capture_default_str()
+      ->check(CLI::Range(1U, kMostThreads));
   serve_command
       ->add_option("--request-time", line.request_seconds,
                    "seconds within which a complete request must arrive")

@@ -9,9 +9,6 @@ namespace velm::token {
 // Text of requests and of command lines arrives in UTF-8 or GBK. These functions convert it; all other code
 // of the token uses UTF-8 only. Text in neither encoding is left as it is.
 
-/** Text that may contain a PIN: wiped before its memory is freed. */
-using SecretText = std::basic_string<char, std::char_traits<char>, WipingAllocator<char>>;
-
 /** Reads a container name; the second reading is that of its bytes as GBK. */
 ContainerName read_name(std::string_view received);
 /** Reads a PIN. */

@@ -38,9 +38,13 @@ class Caller {
   void call(std::string_view lines) {
     std::string_view first = take(lines, "\n");
     const std::string_view kind = take(first, " ");
-    if (kind == "json") answer_text(answer_json(token_.service(), json_body(first, lines)));
-    if (kind == "module") answer_text(answer_module(token_.service(), json_body(first, lines)));
-    if (kind == "frame") answer_bytes(answer_frame(token_.service(), frame_body(number_in(first), lines)));
+    if (kind == "frame") {
+      RequestBody body(frame_body(number_in(first), lines));
+      answer_bytes(answer_frame(token_.service(), body));
+    } else if (kind == "json" || kind == "module") {
+      RequestBody body(json_body(first, lines));
+      answer_text((kind == "json" ? answer_json : answer_module)(token_.service(), body));
+    }
   }
 
  private:

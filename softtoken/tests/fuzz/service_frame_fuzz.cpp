@@ -7,6 +7,7 @@ using namespace velm::token;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static fuzz::TokenUnderFuzz token;
   token.begin_input();
-  fuzz::check_frame(answer_frame(token.service(), {reinterpret_cast<const char*>(data), size}));
+  RequestBody body({reinterpret_cast<const char*>(data), size});
+  fuzz::check_frame(answer_frame(token.service(), body));
   return 0;
 }

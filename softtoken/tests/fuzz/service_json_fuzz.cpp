@@ -9,11 +9,12 @@ using namespace velm::token;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static fuzz::TokenUnderFuzz token;
-  const std::string_view body(reinterpret_cast<const char*>(data), size);
-  if (nlohmann::json::accept(body))
-    velm::fuzz::expect(std::string_view(utf8_json(body)) == body, "JSON in UTF-8 is unchanged");
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  if (nlohmann::json::accept(text))
+    velm::fuzz::expect(std::string_view(utf8_json(text)) == text, "JSON in UTF-8 is unchanged");
   for (const auto answer : {answer_json, answer_module}) {
     token.begin_input();
+    RequestBody body(text);
     fuzz::check_json(answer(token.service(), body));
   }
   return 0;

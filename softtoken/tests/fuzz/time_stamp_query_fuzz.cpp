@@ -48,7 +48,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   token.begin_input();
   Store& store = token.service().token.store();
   const std::string_view query(reinterpret_cast<const char*>(data), size);
-  const Answer answer = answer_time_stamp(token.service(), query);
+  RequestBody body(query);
+  const Answer answer = answer_time_stamp(token.service(), body);
   expect(answer.status == 200, "every query gets a response");
   if (!is_granted(as_bytes(answer.body))) return 0;
   const Request request = request_in(as_bytes(query));

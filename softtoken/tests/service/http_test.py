@@ -94,6 +94,47 @@ class Http(unittest.TestCase):
             answer = self.raw(head + b"".join(b"%x\r\n%s\r\n" % (len(part), part) for part in parts))
             self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), answer)
 
+    def test_refusals_that_a_client_can_meet_contain_a_result_code(self):
+        too_long = 0x0B000200
+        large = b" " * (1024 * 1024 + 1)
+        long_path = b"/".ljust(1025, b"a").decode()
+        for content_type, path, body, status, code in (
+                (JSON_TYPE, "/", large, 413, too_long), (FRAME_TYPE, "/", large, 413, too_long),
+                (JSON_TYPE, "/token", large, 413, too_long), (JSON_TYPE, long_path, HELLO, 414, too_long),
+                (FRAME_TYPE, long_path, HELLO, 414, too_long), ("text/plain", "/", HELLO, 415, 0x0B000002)):
+            with self.subTest((content_type, status)):
+                found, _, answer = self.service.post(body, content_type, path=path)
+                self.assertEqual(found, status)
+                if content_type == FRAME_TYPE:
+                    self.assertEqual(answer, code.to_bytes(4, "little"))
+                else:
+                    self.assertEqual(json.loads(answer), {"ErrorCode": f"{code:X}"})
+
+    def test_a_client_that_sends_far_too_much_gets_the_answer(self):
+        status, _, answer = self.service.post(bytes(32 * 1024 * 1024), FRAME_TYPE)
+        self.assertEqual((status, answer), (413, (0x0B000200).to_bytes(4, "little")))
+
+    def test_malformed_heads_are_rejected(self):
+        for head, status in ((b"no request\r\n\r\n", 400), (b"POST / HTTP/1.1\r\nHost\r\n\r\n", 400),
+                             (b"POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n", 400),
+                             (b"POST / HTTP/1.1\r\n" + b"A: b\r\n" * 10000 + b"\r\n", 431)):
+            answer = self.raw(head)
+            self.assertTrue(answer.startswith(b"HTTP/1.1 %d " % status), (head[:40], answer))
+
+    def test_a_malformed_chunk_is_rejected(self):
+        head = (f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
+                "Transfer-Encoding: chunked\r\n\r\n").encode()
+        answer = self.raw(head + b"x\r\n")
+        self.assertTrue(answer.startswith(b"HTTP/1.1 400 "), answer)
+
+    def test_a_body_in_many_chunks_arrives_complete(self):
+        body = json.dumps({"funcid": 58, "a": "x" * 300000}).encode()
+        parts = [body[at:at + 777] for at in range(0, len(body), 777)] + [b""]
+        head = (f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
+                "Connection: close\r\nTransfer-Encoding: chunked\r\n\r\n").encode()
+        answer = self.raw(head + b"".join(b"%x\r\n%s\r\n" % (len(part), part) for part in parts))
+        self.assertTrue(answer.startswith(b"HTTP/1.1 200 ") and answer.endswith(b'{"ErrorCode":"0"}'), answer)
+
     def test_a_long_path_is_rejected(self):
         for length, status in ((1024, 200), (1025, 414), (8000, 414)):
             path = b"/".ljust(length, b"a")

@@ -87,7 +87,8 @@ class RequestText : public testing::Test {
   }
 
   std::string code_of_call(const std::string& request) {
-    return nlohmann::json::parse(answer_json(service, request).body)["ErrorCode"];
+    RequestBody body(request);
+    return nlohmann::json::parse(answer_json(service, body).body)["ErrorCode"];
   }
 
   // Writes user data, for which the PIN is sent as text.

@@ -40,7 +40,8 @@ class Threads : public testing::Test {
   }
 
   std::string code_of_call(const nlohmann::json& request) {
-    return nlohmann::json::parse(answer_json(service, request.dump()).body)["ErrorCode"];
+    RequestBody body(request.dump());
+    return nlohmann::json::parse(answer_json(service, body).body)["ErrorCode"];
   }
 
   void sign(const char* container) {

@@ -1,0 +1,166 @@
+"""Tests the service under load: many connections, large bodies, slow readers. Memory and threads are bounded."""
+
+import json
+import os
+import resource
+import socket
+import statistics
+import threading
+import time
+import unittest
+
+# Freed memory that the address sanitizer holds back would count as memory of the service.
+os.environ["ASAN_OPTIONS"] = ":".join(filter(None, [os.environ.get("ASAN_OPTIONS"), "quarantine_size_mb=8"]))
+
+from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame  # noqa: E402
+
+MIB = 1024 * 1024
+HELLO = b'{"funcid":58}'
+UNKNOWN_FUNCTION = 200
+NOT_SUPPORTED = 0x0B000002
+BUSY = 0x0B000001
+
+
+def status_of(service, name):
+    """A value of /proc/PID/status; sizes are in KiB."""
+    with open(f"/proc/{service.process.pid}/status", encoding="ascii") as lines:
+        return int(next(line for line in lines if line.startswith(f"{name}:")).split()[1])
+
+
+def resident(service):
+    return status_of(service, "VmRSS") * 1024
+
+
+def connect(service):
+    return socket.create_connection(("127.0.0.1", service.port), timeout=50)
+
+
+def head(service, length, content_type=JSON_TYPE):
+    return (f"POST / HTTP/1.1\r\nHost: 127.0.0.1:{service.port}\r\nContent-Type: {content_type}\r\n"
+            f"Content-Length: {length}\r\n\r\n").encode()
+
+
+def code_in(content_type, body):
+    return (int(json.loads(body)["ErrorCode"], 16) if content_type == JSON_TYPE else
+            int.from_bytes(body[:4], "little"))
+
+
+def median_latency(service, calls=200):
+    """Seconds that a small call takes on a kept connection."""
+    times = []
+    with connect(service) as connection:
+        for _ in range(calls):
+            started = time.monotonic()
+            connection.sendall(head(service, len(HELLO)) + HELLO)
+            answer = b""
+            while not answer.endswith(b"}"):
+                part = connection.recv(4096)
+                assert part, answer
+                answer += part
+            times.append(time.monotonic() - started)
+    return statistics.median(times)
+
+
+class Connections(unittest.TestCase):
+    def test_5000_idle_connections_cost_no_thread_and_no_time(self):
+        count = 5000
+        limits = resource.getrlimit(resource.RLIMIT_NOFILE)
+        if limits[1] < count + 200:
+            self.skipTest(f"at most {limits[1]} open files")
+        resource.setrlimit(resource.RLIMIT_NOFILE, (limits[1], limits[1]))
+        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, limits)
+        with Service("--request-time", "120", demo=False) as service:
+            alone = median_latency(service)
+            threads = status_of(service, "Threads")
+            silent = [connect(service) for _ in range(count)]
+            try:
+                crowded = median_latency(service)
+                self.assertEqual(status_of(service, "Threads"), threads)
+            finally:
+                for connection in silent:
+                    connection.close()
+        print(f"{alone * 1e6:.0f} us alone, {crowded * 1e6:.0f} us with {count} connections")
+        self.assertLess(crowded, 5 * alone + 0.005)
+
+
+class Memory(unittest.TestCase):
+    def test_a_body_that_is_announced_but_not_sent_costs_no_memory(self):
+        with Service("--request-time", "60", demo=False) as service:
+            self.assertEqual(service.call(58)[0], 0)
+            before = resident(service)
+            with connect(service) as connection:
+                connection.sendall(head(service, 512 * MIB) + b"{")
+                self.assertEqual(service.call(58)[0], 0)
+                self.assertLess(resident(service) - before, 128 * MIB)
+
+    def test_a_slow_reader_of_a_large_answer_delays_nobody(self):
+        with Service("--request-time", "60") as service:
+            body = make_frame(19, service.certificate("SM2_DEMO"), bytes(256 * MIB))
+            with connect(service) as connection:
+                connection.sendall(head(service, len(body), FRAME_TYPE))
+                connection.sendall(body)
+                del body
+                self.assertTrue(connection.recv(1000).startswith(b"HTTP/1.1 200 "))
+                latency = median_latency(service)
+                before = resident(service)
+                median_latency(service, 1000)
+                self.assertLess(resident(service) - before, 64 * MIB)
+                self.assertLess(before, 1024 * MIB)
+                self.assertLess(latency, 0.05)
+
+    def test_a_hundred_large_requests_stay_within_the_budget(self):
+        answers = []
+
+        def client(service, body):
+            status, _, answer = service.post(body, FRAME_TYPE)
+            answers.append((status, code_in(FRAME_TYPE, answer)))
+
+        body = make_frame(UNKNOWN_FUNCTION, bytes(64 * MIB - 6))
+        with Service("--request-time", "30", "--memory-budget", "1024", demo=False) as service:
+            before = resident(service)
+            threads = [threading.Thread(target=client, args=(service, body)) for _ in range(100)]
+            for thread in threads:
+                thread.start()
+            for thread in threads:
+                thread.join()
+            peak = status_of(service, "VmHWM") * 1024
+        served = answers.count((200, NOT_SUPPORTED))
+        print(f"{served} served, {len(answers) - served} busy, {(peak - before) // MIB} MiB")
+        self.assertEqual(served + answers.count((503, BUSY)), 100, answers)
+        self.assertGreater(served, 5)
+        self.assertLess(peak - before, 1024 * MIB + 128 * MIB)
+
+    def test_a_request_without_memory_waits_and_is_then_told_so(self):
+        """The first client sends its body late and does not read the answer, so that it keeps its share for
+        longer than the others may wait."""
+        answers = {}
+
+        def client(service, body, content_type):
+            started = time.monotonic()
+            status, _, answer = service.post(body, content_type)
+            answers[content_type] = (status, code_in(content_type, answer))
+            self.assertGreater(time.monotonic() - started, 3)
+
+        with Service("--request-time", "4", "--memory-budget", "16") as service:
+            held = make_frame(19, service.certificate("SM2_DEMO"), bytes(7 * MIB))
+            waiting = {JSON_TYPE: HELLO.ljust(6 * MIB), FRAME_TYPE: make_frame(UNKNOWN_FUNCTION, bytes(6 * MIB))}
+            with connect(service) as connection:
+                connection.sendall(head(service, len(held), FRAME_TYPE) + held[:1])
+                time.sleep(0.5)
+                threads = [threading.Thread(target=client, args=(service, body, content_type))
+                           for content_type, body in waiting.items()]
+                for thread in threads:
+                    thread.start()
+                started = time.monotonic()
+                self.assertEqual(service.call(58)[0], 0, "a small request has memory of its own")
+                self.assertLess(time.monotonic() - started, 1)
+                time.sleep(1.5)
+                connection.sendall(held[1:])
+                for thread in threads:
+                    thread.join()
+            self.assertEqual(answers, {JSON_TYPE: (503, BUSY), FRAME_TYPE: (503, BUSY)})
+            self.assertEqual(service.post(waiting[JSON_TYPE], JSON_TYPE)[0], 200)
+
+
+if __name__ == "__main__":
+    unittest.main()
