@@ -65,7 +65,6 @@ fetch_source() {
 # The only place that names the versions; cmake/third_party.cmake reads them from these lines.
 benchmark_version=1.9.1
 cjson_version=1.7.18
-cpp_httplib_version=0.18.7
 libxml2_version=2.9.14
 openssl_version=3.5.7
 sqlite3_version=3.46.1
@@ -247,7 +246,6 @@ build_third_party() {
   local workers=() worker failed=no
   mkdir -p "$deps/work"
   fetch_source cjson "$cjson_version"
-  fetch_source cpp-httplib "$cpp_httplib_version"
   fetch_source openssl "$openssl_version"
   fetch_source sqlite3 "$sqlite3_version"
   fetch_source libxml2 "$libxml2_version"
@@ -259,6 +257,6 @@ build_third_party() {
   for worker in "${workers[@]}"; do wait "$worker" || failed=yes; done
   [ "$failed" = no ] || fail "a third-party build failed"
   for_each_target "$*" build_xmlsec1_for
-  echo "ready for $*: cjson $cjson_version, cpp-httplib $cpp_httplib_version, libxml2 $libxml2_version," \
-    "openssl $openssl_version, sqlite $sqlite3_version, xmlsec1 $xmlsec1_version"
+  echo "ready for $*: cjson $cjson_version, libxml2 $libxml2_version, openssl $openssl_version," \
+    "sqlite $sqlite3_version, xmlsec1 $xmlsec1_version"
 }

@@ -27,19 +27,6 @@ else()
   target_link_libraries(velm_asio INTERFACE Threads::Threads)
 endif()
 
-add_library(velm_httplib INTERFACE)
-target_include_directories(velm_httplib SYSTEM INTERFACE ${VELM_SOURCE_cpp_httplib})
-target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_LISTEN_BACKLOG=512)
-# GCC reports false positives in std::regex when sanitizers are enabled.
-target_compile_options(velm_httplib INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
-if(WIN32)
-  target_link_libraries(velm_httplib INTERFACE ws2_32)
-else()
-  # select() does not support descriptors of 1,024 and above.
-  target_compile_definitions(velm_httplib INTERFACE CPPHTTPLIB_USE_POLL)
-  target_link_libraries(velm_httplib INTERFACE Threads::Threads)
-endif()
-
 if(WIN32)
   set(velm_built_for windows)
 else()

@@ -1,18 +1,27 @@
 #include <cstdio>
 #include <stdexcept>
 
-#include <httplib.h>
-
+#include "softtoken/http/http_client.h"
 #include "softtoken/service/commands.h"
 
 namespace velm::token {
+namespace {
+
+HttpAnswer read_trace(uint16_t port) {
+  try {
+    return send_request({.host = protocol::kServiceHost, .port = port, .path = protocol::kTracePath});
+  } catch (const std::runtime_error&) {
+    return {};
+  }
+}
+
+}  // namespace
 
 void print_trace(uint16_t port) {
-  httplib::Client client(protocol::kServiceHost, port);
-  const auto answer = client.Get(protocol::kTracePath);
-  if (!answer || answer->status != 200)
+  const HttpAnswer answer = read_trace(port);
+  if (answer.status != 200)
     throw std::runtime_error("no local service answers on port " + std::to_string(port));
-  std::fwrite(answer->body.data(), 1, answer->body.size(), stdout);
+  std::fwrite(answer.body.data(), 1, answer.body.size(), stdout);
 }
 
 }  // namespace velm::token

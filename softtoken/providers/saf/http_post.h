@@ -5,7 +5,7 @@
 
 namespace velm::token {
 
-/** Maximum size of a request body and of an answer body. The local service's own limit is lower. */
+/** Maximum size of a request body and of an answer body. */
 constexpr size_t kMaxHttpBody = size_t{128} * 1024 * 1024;
 
 /** A request and its destination. */

@@ -10,7 +10,7 @@
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
-#include "softtoken/tests/providers/scripted_server.h"
+#include "softtoken/tests/providers/with_scripted_server.h"
 
 namespace velm::token {
 namespace {
@@ -34,10 +34,11 @@ class ScriptedAuthority : public WithScriptedServer {
   static void TearDownTestSuite() { delete store_; }
 
   void SetUp() override {
-    server().Post("/tsa", [this](const httplib::Request& request, httplib::Response& response) {
-      response.set_content(as_text(answer_(as_bytes(request.body))), "application/timestamp-reply");
-    });
-    serve("time_stamp_address", settings());
+    const auto script = [this](const std::string& path, const std::string& body) -> ScriptedAnswer {
+      if (path != "/tsa") return {.status = 404};
+      return {.body = as_text(answer_(as_bytes(body))), .content_type = "application/timestamp-reply"};
+    };
+    serve(script, "time_stamp_address", settings());
   }
   virtual std::string settings() const { return {}; }
 

@@ -4,7 +4,7 @@
 
 #include "softtoken/providers/saf/http_post.h"
 #include "softtoken/tests/providers/expected_codes.h"
-#include "softtoken/tests/providers/scripted_server.h"
+#include "softtoken/tests/providers/with_scripted_server.h"
 
 namespace velm::token {
 namespace {
@@ -12,37 +12,23 @@ namespace {
 constexpr char kContainer[] = "C1";
 constexpr char kUntouched[] = "untouched";
 
-/** A service that sends the same answer to every request, optionally repeated up to a given length. */
+/** A service that sends the same answer to every request. */
 class ScriptedService : public WithScriptedServer {
  protected:
   ScriptedService() : WithScriptedServer("token_client_test.dat") {}
 
   void SetUp() override {
-    server().Post(".*", [this](const httplib::Request&, httplib::Response& response) {
+    const auto script = [this](const std::string&, const std::string&) {
       ++requests_;
-      response.status = status_;
-      if (length_ == 0) {
-        response.set_content(answer_, "application/json");
-        return;
-      }
-      response.set_content_provider(
-          length_, "application/json", [this](size_t offset, size_t room, httplib::DataSink& sink) {
-            const std::string_view part = std::string_view(answer_).substr(offset % answer_.size());
-            return sink.write(part.data(), std::min(part.size(), room));
-          });
-    });
-    serve("service_address");
+      return answer_;
+    };
+    serve(script, "service_address");
   }
 
-  void answer(std::string text, int status = 200) {
-    answer_ = std::move(text);
-    status_ = status;
-    length_ = 0;
+  void answer(std::string text, unsigned status = 200) {
+    answer_ = {.body = std::move(text), .content_type = "application/json", .status = status};
   }
-  void answer_of_length(size_t length) {
-    answer(std::string(1 << 16, ' '));
-    length_ = length;
-  }
+  void answer_of_length(size_t length) { answer(std::string(length, ' ')); }
   int requests() const { return requests_; }
 
   uint32_t list_devices() {
@@ -66,14 +52,12 @@ class ScriptedService : public WithScriptedServer {
   uint32_t opened_length_ = 0;
 
  private:
-  std::string answer_;
-  int status_ = 200;
-  size_t length_ = 0;
+  ScriptedAnswer answer_;
   std::atomic<int> requests_ = 0;
 };
 
 TEST_F(ScriptedService, AStatusOtherThan200IsAFailedRequest) {
-  for (const int status : {201, 404, 500}) {
+  for (const unsigned status : {201u, 404u, 500u}) {
     answer(R"({"ErrorCode":"0","Result":[]})", status);
     EXPECT_EQ(list_devices(), kSafHttpFailed) << status;
   }
