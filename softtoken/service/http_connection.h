@@ -1,15 +1,12 @@
 #pragma once
 
-#include <chrono>
 #include <list>
 
-#include <boost/asio/awaitable.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/thread_pool.hpp>
 
 #include "softtoken/service/byte_budget.h"
 #include "softtoken/service/http_server.h"
-#include "softtoken/service/receive_buffer.h"
+#include "softtoken/service/http_stream.h"
 #include "softtoken/service/request_rules.h"
 
 namespace velm::token {
@@ -29,7 +26,7 @@ struct ConnectionContext {
  */
 class HttpConnection {
  public:
-  using Clock = std::chrono::steady_clock;
+  using Clock = HttpStream::Clock;
   template <typename T>
   using Awaitable = boost::asio::awaitable<T>;
 
@@ -41,8 +38,8 @@ class HttpConnection {
 
   /** Answers requests until the connection ends. */
   Awaitable<void> serve();
-  /** Ends the connection if a deadline has passed. */
-  void close_if_late(Clock::time_point now);
+  /** Ends the connection if the client is late. */
+  void close_if_late(Clock::time_point now) { stream_.close_if_late(now); }
 
  private:
   struct Request;
@@ -52,21 +49,16 @@ class HttpConnection {
   Awaitable<Answer> answer(Request& request, ByteBudget::Claim& share);
   Awaitable<void> read_sized_body(Request& request, ByteBudget::Claim& share, RequestBody& body);
   Awaitable<void> read_chunked_body(Request& request, ByteBudget::Claim& share, RequestBody& body);
+  boost::system::error_code take_chunks(Request& request, RequestBody& body);
   Awaitable<void> await_share(ByteBudget::Claim& share, size_t body_size);
   Awaitable<void> confirm_expectation(Request& request);
   Awaitable<Answer> call(const Request& request, RequestBody& body);
   Awaitable<void> send(const Request& request, const Answer& answer, bool keep);
-  Awaitable<void> drain();
-  Awaitable<size_t> receive(std::span<char> target);
-  Awaitable<void> receive_more();
-  void acknowledge_at_once();
 
-  boost::asio::ip::tcp::socket socket_;
+  HttpStream stream_;
   ConnectionContext& context_;
   std::list<HttpConnection*>& open_;
   std::list<HttpConnection*>::iterator place_;
-  Clock::time_point deadline_;
-  ReceiveBuffer input_;
 };
 
 }  // namespace velm::token
