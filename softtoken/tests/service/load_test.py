@@ -1,4 +1,4 @@
-"""Tests the service under load: many connections, large bodies, slow readers. Memory and threads are bounded."""
+"""Tests the service under load: many connections, large bodies, slow readers."""
 
 import json
 import os
@@ -143,7 +143,8 @@ class Memory(unittest.TestCase):
 
         with Service("--request-time", "4", "--memory-budget", "16") as service:
             held = make_frame(19, service.certificate("SM2_DEMO"), bytes(7 * MIB))
-            waiting = {JSON_TYPE: HELLO.ljust(6 * MIB), FRAME_TYPE: make_frame(UNKNOWN_FUNCTION, bytes(6 * MIB))}
+            waiting = {JSON_TYPE: HELLO.ljust(6 * MIB),
+                       FRAME_TYPE: make_frame(UNKNOWN_FUNCTION, bytes(6 * MIB))}
             with connect(service) as connection:
                 connection.sendall(head(service, len(held), FRAME_TYPE) + held[:1])
                 time.sleep(0.5)
