@@ -67,6 +67,7 @@ benchmark_version=1.9.1
 cjson_version=1.7.18
 libxml2_version=2.9.14
 openssl_version=3.5.7
+simdjson_version=3.0.1
 sqlite3_version=3.46.1
 xmlsec1_version=1.2.37
 
@@ -247,6 +248,7 @@ build_third_party() {
   mkdir -p "$deps/work"
   fetch_source cjson "$cjson_version"
   fetch_source openssl "$openssl_version"
+  fetch_source simdjson "$simdjson_version"
   fetch_source sqlite3 "$sqlite3_version"
   fetch_source libxml2 "$libxml2_version"
   fetch_source xmlsec1 "$xmlsec1_version"
@@ -258,5 +260,5 @@ build_third_party() {
   [ "$failed" = no ] || fail "a third-party build failed"
   for_each_target "$*" build_xmlsec1_for
   echo "ready for $*: cjson $cjson_version, libxml2 $libxml2_version, openssl $openssl_version," \
-    "sqlite $sqlite3_version, xmlsec1 $xmlsec1_version"
+    "simdjson $simdjson_version, sqlite $sqlite3_version, xmlsec1 $xmlsec1_version"
 }

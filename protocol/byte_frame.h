@@ -84,15 +84,18 @@ void append_request(Sink& sink, FunctionNumber function, std::initializer_list<F
   for (const FrameField& field : fields) field.append_to(sink);
 }
 
-inline std::string build_answer(uint32_t code) {
-  std::string answer;
+// `Text` is a string type.
+template <class Text = std::string>
+Text build_answer(uint32_t code) {
+  Text answer;
   append_number(answer, code);
   return answer;
 }
 
-inline std::string build_answer(FrameView data) {
+template <class Text = std::string>
+Text build_answer(FrameView data) {
   constexpr uint32_t kSuccess = 0;
-  std::string answer;
+  Text answer;
   answer.reserve(kAnswerHeadSize + data.size());
   append_number(answer, kSuccess);
   FrameField(FrameBytes(data)).append_to(answer);

@@ -54,6 +54,13 @@ set_target_properties(velm_libxml2 PROPERTIES
   INTERFACE_INCLUDE_DIRECTORIES ${VELM_DEPS}/libxml2-${velm_built_for}/include
   INTERFACE_COMPILE_DEFINITIONS LIBXML_STATIC)
 
+# The single-file form. Its header needs the vector intrinsics that <windows.h> is kept from including.
+add_library(velm_simdjson STATIC ${VELM_SOURCE_simdjson}/singleheader/simdjson.cpp)
+target_include_directories(velm_simdjson SYSTEM PUBLIC ${VELM_SOURCE_simdjson}/singleheader)
+target_compile_options(velm_simdjson
+  PUBLIC -U_X86INTRIN_H_INCLUDED
+  PRIVATE -w -fstack-protector-strong -ffile-prefix-map=${VELM_SOURCE_simdjson}/=)
+
 add_library(velm_xmlsec STATIC IMPORTED GLOBAL)
 set_target_properties(velm_xmlsec PROPERTIES
   IMPORTED_LOCATION ${VELM_DEPS}/xmlsec1-${velm_built_for}/lib/libxmlsec1.a

@@ -1,7 +1,6 @@
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/service/function_families.h"
-#include "softtoken/service/json_fields.h"
 
 namespace velm::token {
 namespace {
@@ -9,38 +8,38 @@ namespace {
 // Largest value whose base64 fits into the 1,024-byte response buffer of clients.
 constexpr size_t kMaxOidValue = 720;
 
-Json exported(const Bytes& certificate) { return {{"UserCert", base64_encode(certificate)}}; }
+SecretText exported(ByteView certificate) { return json_success_base64("UserCert", certificate); }
 
 }  // namespace
 
-Json export_signing_certificate(Token& token, const Json& request) {
-  return exported(token.container(name_field(request, "ContainerName")).signing_certificate);
+SecretText export_signing_certificate(Token& token, JsonRequest& request) {
+  return exported(token.container(request.container_name("ContainerName")).signing_certificate);
 }
 
-Json export_encryption_certificate(Token& token, const Json& request) {
-  return exported(token.container(name_field(request, "ContainerName")).encryption_certificate);
+SecretText export_encryption_certificate(Token& token, JsonRequest& request) {
+  return exported(token.container(request.container_name("ContainerName")).encryption_certificate);
 }
 
-Json get_certificate_item_by_oid(Token&, const Json& request) {
-  const Certificate certificate = parse_certificate(base64_field(request, "Cert"));
-  const Bytes value = certificate_item_by_oid(certificate.get(), text_field(request, "Oid"));
+SecretText get_certificate_item_by_oid(Token&, JsonRequest& request) {
+  const Certificate certificate = parse_certificate(request.bytes("Cert"));
+  const Bytes value = certificate_item_by_oid(certificate.get(), std::string(request.text("Oid")));
   if (value.size() > kMaxOidValue) throw TokenError(kBufferTooSmall);
-  return {{"Info", base64_encode(value)}};
+  return json_success_base64("Info", value);
 }
 
-Json validate_certificate(Token& token, const Json& request) {
-  token.validate(parse_certificate(base64_field(request, "Cert")).get());
-  return nullptr;
+SecretText validate_certificate(Token& token, JsonRequest& request) {
+  token.validate(parse_certificate(request.bytes("Cert")).get());
+  return json_success();
 }
 
 // Sic: the response with its head must not be longer than the certificate: clients allocate no more.
-Bytes get_certificate_item(Token&, FrameReader& request) {
+SecretText get_certificate_item(Token&, FrameReader& request) {
   const ByteView der = request.bytes();
   const uint32_t item = request.number();
   request.expect_end();
-  Bytes value = certificate_item(parse_certificate(der).get(), item);
+  const Bytes value = certificate_item(parse_certificate(der).get(), item);
   if (value.size() + protocol::kAnswerHeadSize > der.size()) throw TokenError(kBufferTooSmall);
-  return value;
+  return frame_success(value);
 }
 
 }  // namespace velm::token

@@ -2,7 +2,6 @@
 
 #include "protocol/endpoint.h"
 #include "softtoken/service/function_families.h"
-#include "softtoken/service/json_fields.h"
 
 namespace velm::token {
 namespace {
@@ -36,18 +35,18 @@ constexpr DeviceItem kDeviceItems[] = {
 
 }  // namespace
 
-Json get_user_list(Token& token, const Json&) {
-  Json names = token.container_names();
+SecretText get_user_list(Token& token, JsonRequest&) {
+  const Json names = token.container_names();
   if (names.dump().size() > kMaxUserList) throw TokenError(kBufferTooSmall);
-  return names;
+  return json_success(names);
 }
 
-Json get_device_info(Token& token, const Json& request) {
-  const uint32_t number = number_field(request, "Type");
-  token.container_id(name_field(request, "ContainerName"));
+SecretText get_device_info(Token& token, JsonRequest& request) {
+  const uint32_t number = request.number("Type");
+  token.container_id(request.container_name("ContainerName"));
   const auto* found = std::ranges::find(kDeviceItems, number, &DeviceItem::number);
   if (found == std::end(kDeviceItems)) throw TokenError(kParameterUnsupported);
-  return {{"DeviceInfo", found->text}};
+  return json_success({{"DeviceInfo", found->text}});
 }
 
 }  // namespace velm::token

@@ -17,54 +17,52 @@ bool is_encryption_key(uint32_t key_type) {
   return encryption;
 }
 
-Bytes revealed(const SecretBytes& plain) { return {plain.begin(), plain.end()}; }
-
 }  // namespace
 
-Bytes encrypt_data(Token&, FrameReader& request) {
+SecretText encrypt_data(Token&, FrameReader& request) {
   const Certificate recipient = parse_certificate(request.bytes());
   const ByteView plain = request.bytes();
   request.expect_end();
-  return make_envelope(recipient.get(), plain);
+  return frame_success(make_envelope(recipient.get(), plain));
 }
 
-Bytes decrypt_data(Token& token, FrameReader& request) {
+SecretText decrypt_data(Token& token, FrameReader& request) {
   const ContainerName name = request.name();
   const ByteView envelope = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
   const Opener openers[] = {{session->encryption_certificate.get(), session->encryption_key.get()},
                             {session->signing_certificate.get(), session->signing_key.get()}};
-  return revealed(open_envelope(openers, envelope));
+  return frame_success(open_envelope(openers, envelope));
 }
 
-Bytes export_public_key(Token& token, FrameReader& request) {
+SecretText export_public_key(Token& token, FrameReader& request) {
   const ContainerName name = request.name();
   const uint32_t key_type = request.number();
   request.expect_end();
   const ContainerRow row = token.container(name);
   const Bytes& certificate =
       is_encryption_key(key_type) ? row.encryption_certificate : row.signing_certificate;
-  return public_key_bytes(key_of(parse_certificate(certificate).get()).get());
+  return frame_success(public_key_bytes(key_of(parse_certificate(certificate).get()).get()));
 }
 
-Bytes asymmetric_encrypt(Token&, FrameReader& request) {
+SecretText asymmetric_encrypt(Token&, FrameReader& request) {
   const ByteView key = request.bytes();
   const ByteView plain = request.bytes();
   request.expect_end();
-  Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
+  const Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
   if (cipher.size() + protocol::kAnswerHeadSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
-  return cipher;
+  return frame_success(cipher);
 }
 
-Bytes asymmetric_decrypt(Token& token, FrameReader& request) {
+SecretText asymmetric_decrypt(Token& token, FrameReader& request) {
   const ContainerName name = request.name();
   const uint32_t key_type = request.number();
   const ByteView cipher = request.bytes();
   request.expect_end();
   const auto session = token.session(name);
   const Key& key = is_encryption_key(key_type) ? session->encryption_key : session->signing_key;
-  return revealed(decrypt_with_key(key.get(), cipher));
+  return frame_success(decrypt_with_key(key.get(), cipher));
 }
 
 }  // namespace velm::token

@@ -28,4 +28,8 @@ class FrameReader {
   protocol::FieldReader fields_;
 };
 
+// The frames of responses.
+inline SecretText frame_success(ByteView data) { return protocol::build_answer<SecretText>(data); }
+inline SecretText frame_failure(uint32_t code) { return protocol::build_answer<SecretText>(code); }
+
 }  // namespace velm::token

@@ -1,60 +1,62 @@
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
+#include <nlohmann/json.hpp>
 
 #include "softtoken/service/frame.h"
+#include "softtoken/service/json_request.h"
+#include "softtoken/service/json_response.h"
 #include "softtoken/store/token.h"
 
 namespace velm::token {
 
 using Json = nlohmann::json;
 
-// Each function returns its result (null or no bytes if it has none), or throws TokenError.
+// Each function returns its response, a JSON text or a byte frame, or throws TokenError.
 
 // Environment
-Json get_version(Token& token, const Json& request);
-Json gen_random(Token& token, const Json& request);
+SecretText get_version(Token& token, JsonRequest& request);
+SecretText gen_random(Token& token, JsonRequest& request);
 /** Initialize and Finalize. The token keeps no state for an application. */
-Json acknowledge(Token& token, const Json& request);
-Bytes configure(Token& token, FrameReader& request);
+SecretText acknowledge(Token& token, JsonRequest& request);
+SecretText configure(Token& token, FrameReader& request);
 
 // Login and PIN
-Json login(Token& token, const Json& request);
-Json logout(Token& token, const Json& request);
-Json is_login(Token& token, const Json& request);
-Json get_pin_retry_count(Token& token, const Json& request);
-Json change_pin(Token& token, const Json& request);
+SecretText login(Token& token, JsonRequest& request);
+SecretText logout(Token& token, JsonRequest& request);
+SecretText is_login(Token& token, JsonRequest& request);
+SecretText get_pin_retry_count(Token& token, JsonRequest& request);
+SecretText change_pin(Token& token, JsonRequest& request);
 
 // Device
-Json get_user_list(Token& token, const Json& request);
-Json get_device_info(Token& token, const Json& request);
+SecretText get_user_list(Token& token, JsonRequest& request);
+SecretText get_device_info(Token& token, JsonRequest& request);
 
 // Certificates
-Json export_signing_certificate(Token& token, const Json& request);
-Json export_encryption_certificate(Token& token, const Json& request);
-Json get_certificate_item_by_oid(Token& token, const Json& request);
-Json validate_certificate(Token& token, const Json& request);
-Bytes get_certificate_item(Token& token, FrameReader& request);
+SecretText export_signing_certificate(Token& token, JsonRequest& request);
+SecretText export_encryption_certificate(Token& token, JsonRequest& request);
+SecretText get_certificate_item_by_oid(Token& token, JsonRequest& request);
+SecretText validate_certificate(Token& token, JsonRequest& request);
+SecretText get_certificate_item(Token& token, FrameReader& request);
 
 // Signing
-Json sign_data(Token& token, const Json& request);
-Json verify_data(Token& token, const Json& request);
-Json sign_message(Token& token, const Json& request);
-Json verify_message(Token& token, const Json& request);
-Json sign_hash(Token& token, const Json& request);
-Bytes get_message_item(Token& token, FrameReader& request);
+SecretText sign_data(Token& token, JsonRequest& request);
+SecretText verify_data(Token& token, JsonRequest& request);
+SecretText sign_message(Token& token, JsonRequest& request);
+SecretText verify_message(Token& token, JsonRequest& request);
+SecretText sign_hash(Token& token, JsonRequest& request);
+SecretText get_message_item(Token& token, FrameReader& request);
 
 // Encryption
-Bytes encrypt_data(Token& token, FrameReader& request);
-Bytes decrypt_data(Token& token, FrameReader& request);
-Bytes export_public_key(Token& token, FrameReader& request);
-Bytes asymmetric_encrypt(Token& token, FrameReader& request);
-Bytes asymmetric_decrypt(Token& token, FrameReader& request);
+SecretText encrypt_data(Token& token, FrameReader& request);
+SecretText decrypt_data(Token& token, FrameReader& request);
+SecretText export_public_key(Token& token, FrameReader& request);
+SecretText asymmetric_encrypt(Token& token, FrameReader& request);
+SecretText asymmetric_decrypt(Token& token, FrameReader& request);
 
 // User data files and seals
-Bytes read_user_data(Token& token, FrameReader& request);
-Json write_user_data(Token& token, const Json& request);
-Json count_seals(Token& token, const Json& request);
-Json get_seal_item(Token& token, const Json& request);
+SecretText read_user_data(Token& token, FrameReader& request);
+SecretText write_user_data(Token& token, JsonRequest& request);
+SecretText count_seals(Token& token, JsonRequest& request);
+SecretText get_seal_item(Token& token, JsonRequest& request);
 
 }  // namespace velm::token

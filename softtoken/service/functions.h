@@ -3,27 +3,25 @@
 #include <cstdint>
 #include <span>
 
-#include <nlohmann/json_fwd.hpp>
-
+#include "softtoken/crypto/secret.h"
 #include "softtoken/store/token.h"
 
 namespace velm::token {
 
 class FrameReader;
+class JsonRequest;
 
-/** A function with JSON request and response; run() returns the member "Result", null for none. */
-struct JsonFunction {
+/** A function of the service; run() returns the response. */
+template <class Request>
+struct Function {
   uint32_t number;
   const char* name;
-  nlohmann::json (*run)(Token& token, const nlohmann::json& request);
+  SecretText (*run)(Token& token, Request& request);
 };
 
-/** A function with byte frames as request and response; run() returns the data of the response. */
-struct FrameFunction {
-  uint32_t number;
-  const char* name;
-  Bytes (*run)(Token& token, FrameReader& request);
-};
+using JsonFunction = Function<JsonRequest>;
+/** Request and response are byte frames. */
+using FrameFunction = Function<FrameReader>;
 
 /** The functions for applications. Any other number returns kNotSupported. */
 std::span<const JsonFunction> json_functions();

@@ -1,31 +1,30 @@
 #include "softtoken/service/function_families.h"
-#include "softtoken/service/json_fields.h"
 
 namespace velm::token {
 
-Json login(Token& token, const Json& request) {
-  token.login(name_field(request, "UserName"), base64_pin_field(request, "PassWd"));
-  return nullptr;
+SecretText login(Token& token, JsonRequest& request) {
+  token.login(request.container_name("UserName"), request.base64_pin("PassWd"));
+  return json_success();
 }
 
-Json logout(Token& token, const Json& request) {
-  token.logout(name_field(request, "containerName"));
-  return nullptr;
+SecretText logout(Token& token, JsonRequest& request) {
+  token.logout(request.container_name("containerName"));
+  return json_success();
 }
 
-Json is_login(Token& token, const Json& request) {
-  token.require_login(name_field(request, "containerName"));
-  return nullptr;
+SecretText is_login(Token& token, JsonRequest& request) {
+  token.require_login(request.container_name("containerName"));
+  return json_success();
 }
 
-Json get_pin_retry_count(Token& token, const Json& request) {
-  return {{"RetryCount", token.pin_retries(name_field(request, "ContainerName"))}};
+SecretText get_pin_retry_count(Token& token, JsonRequest& request) {
+  return json_success({{"RetryCount", token.pin_retries(request.container_name("ContainerName"))}});
 }
 
-Json change_pin(Token& token, const Json& request) {
-  token.change_pin(name_field(request, "ContainerName"), base64_pin_field(request, "OldPassWd"),
-                   base64_pin_field(request, "NewPassWd"));
-  return nullptr;
+SecretText change_pin(Token& token, JsonRequest& request) {
+  token.change_pin(request.container_name("ContainerName"), request.base64_pin("OldPassWd"),
+                   request.base64_pin("NewPassWd"));
+  return json_success();
 }
 
 }  // namespace velm::token

@@ -6,7 +6,6 @@
 #include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/text_encoding.h"
 #include "softtoken/service/function_families.h"
-#include "softtoken/service/json_fields.h"
 #include "softtoken/store/device_files.h"
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/store/user_data.h"
@@ -18,76 +17,76 @@ using protocol::ModuleFunction;
 
 constexpr const char* kIdleLogoutControl = "IDLE_LOGOUT";
 
-DeviceFiles files_of(Token& token, const Json& request) {
-  return {token, token.container_id(name_field(request, "container"))};
+DeviceFiles files_of(Token& token, JsonRequest& request) {
+  return {token, token.container_id(request.container_name("container"))};
 }
 
-std::string file_name(const Json& request) { return as_text(base64_field(request, "name")); }
+std::string file_name(JsonRequest& request) { return as_text(request.bytes("name")); }
 
-Json read_label(Token& token, const Json& request) {
+SecretText read_label(Token& token, JsonRequest& request) {
   const std::string name = utf8_of(file_name(request));
   if (name == kTimeStampAuthorityLabel || name == kSm2TimeStampAuthorityLabel)
     prepare_time_stamp_authority(token.store());
-  return base64_encode(label(token.store(), name, number_field(request, "type")));
+  return json_success_base64(label(token.store(), name, request.number("type")));
 }
 
-Json list_files(Token& token, const Json& request) {
+SecretText list_files(Token& token, JsonRequest& request) {
   Json names = Json::array();
   for (const std::string& name : files_of(token, request).names())
     names.push_back(base64_encode(as_bytes(name)));
-  return names;
+  return json_success(names);
 }
 
-Json create_file(Token& token, const Json& request) {
+SecretText create_file(Token& token, JsonRequest& request) {
   const std::string name = file_name(request);
-  const DeviceFileAttributes attributes{.size = number_field(request, "size"),
-                                        .read_rights = number_field(request, "readRights"),
-                                        .write_rights = number_field(request, "writeRights")};
+  const DeviceFileAttributes attributes{.size = request.number("size"),
+                                        .read_rights = request.number("readRights"),
+                                        .write_rights = request.number("writeRights")};
   files_of(token, request).create(name, attributes);
-  return nullptr;
+  return json_success();
 }
 
-Json delete_file(Token& token, const Json& request) {
+SecretText delete_file(Token& token, JsonRequest& request) {
   const std::string name = file_name(request);
   files_of(token, request).remove(name);
-  return nullptr;
+  return json_success();
 }
 
-Json read_file(Token& token, const Json& request) {
+SecretText read_file(Token& token, JsonRequest& request) {
   const std::string name = file_name(request);
-  const uint32_t offset = number_field(request, "offset");
-  const uint32_t length = number_field(request, "length");
-  return base64_encode(files_of(token, request).read(name, offset, length));
+  const uint32_t offset = request.number("offset");
+  const uint32_t length = request.number("length");
+  return json_success_base64(files_of(token, request).read(name, offset, length));
 }
 
-Json write_file(Token& token, const Json& request) {
+SecretText write_file(Token& token, JsonRequest& request) {
   const std::string name = file_name(request);
-  const uint32_t offset = number_field(request, "offset");
-  const Bytes data = base64_field(request, "data");
+  const uint32_t offset = request.number("offset");
+  const ByteView data = request.bytes("data");
   files_of(token, request).write(name, offset, data);
-  return nullptr;
+  return json_success();
 }
 
-Json file_attributes(Token& token, const Json& request) {
+SecretText file_attributes(Token& token, JsonRequest& request) {
   const std::string name = file_name(request);
   const DeviceFileAttributes attributes = files_of(token, request).attributes(name);
-  return {{"size", attributes.size},
-          {"readRights", attributes.read_rights},
-          {"writeRights", attributes.write_rights}};
+  return json_success({{"size", attributes.size},
+                       {"readRights", attributes.read_rights},
+                       {"writeRights", attributes.write_rights}});
 }
 
 // The only control: minutes after which an unused session is closed, 0 for never.
-Json control(Token& token, const Json& request) {
-  if (text_field(request, "control") != kIdleLogoutControl) throw TokenError(kNotSupported);
-  const std::string command = text_field(request, "command");
+SecretText control(Token& token, JsonRequest& request) {
+  if (request.text("control") != kIdleLogoutControl) throw TokenError(kNotSupported);
+  const std::string_view command = request.text("command");
   uint32_t minutes = 0;
   const auto [at, error] = std::from_chars(command.data(), command.data() + command.size(), minutes);
   if (error != std::errc() || at != command.data() + command.size()) throw TokenError(kBadInput);
   token.set_idle_limit(std::chrono::minutes(minutes));
-  return nullptr;
+  return json_success();
 }
 
-Json list_devices(Token&, const Json&) { return Json::array({kDeviceName}); }
+SecretText list_devices(Token&, JsonRequest&) { return json_success(Json::array({kDeviceName})); }
 
 constexpr JsonFunction kModuleFunctions[] = {
     {number_of(ModuleFunction::read_label), "module ReadLabel", read_label},

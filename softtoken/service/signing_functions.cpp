@@ -3,7 +3,6 @@
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/service/function_families.h"
-#include "softtoken/service/json_fields.h"
 
 namespace velm::token {
 namespace {
@@ -17,43 +16,42 @@ enum MessageItem : uint32_t { kContentItem = 1, kCertificateItem = 2, kSignature
 
 }  // namespace
 
-Json sign_data(Token& token, const Json& request) {
-  const Bytes data = base64_field(request, "InData");
-  const auto session = token.session(name_field(request, "ContainerName"));
+SecretText sign_data(Token& token, JsonRequest& request) {
+  const ByteView data = request.bytes("InData");
+  const auto session = token.session(request.container_name("ContainerName"));
   EVP_PKEY* key = session->signing_key.get();
-  return {{"Sign", base64_encode(sign_data(key, digest_for(key), data))}};
+  return json_success_base64("Sign", sign_data(key, digest_for(key), data));
 }
 
-Json verify_data(Token&, const Json& request) {
-  const Key key = key_of(parse_certificate(base64_field(request, "EncodeCert")).get());
-  verify_data(key.get(), digest_for(key.get()), base64_field(request, "InData"),
-              base64_field(request, "SignValue"));
-  return nullptr;
+SecretText verify_data(Token&, JsonRequest& request) {
+  const Key key = key_of(parse_certificate(request.bytes("EncodeCert")).get());
+  verify_data(key.get(), digest_for(key.get()), request.bytes("InData"), request.bytes("SignValue"));
+  return json_success();
 }
 
-Json sign_message(Token& token, const Json& request) {
-  const Bytes data = base64_field(request, "InData");
-  const bool detached = number_field(request, "Flag") != kAttached;
-  const auto session = token.session(name_field(request, "ContainerName"));
+SecretText sign_message(Token& token, JsonRequest& request) {
+  const ByteView data = request.bytes("InData");
+  const bool detached = request.number("Flag") != kAttached;
+  const auto session = token.session(request.container_name("ContainerName"));
   const Bytes message =
       make_signed_message(session->signing_key.get(), session->signing_certificate.get(), data, detached);
-  return {{"SignData", base64_encode(message)}};
+  return json_success_base64("SignData", message);
 }
 
-Json verify_message(Token&, const Json& request) {
-  verify_signed_message(base64_field(request, "MessageData"), base64_field(request, "InData"));
-  return nullptr;
+SecretText verify_message(Token&, JsonRequest& request) {
+  verify_signed_message(request.bytes("MessageData"), request.bytes("InData"));
+  return json_success();
 }
 
-Json sign_hash(Token& token, const Json& request) {
-  const auto digest = static_cast<DigestId>(number_field(request, "hashAlg"));
-  if (!is_hash_value(number_field(request, "inDataType"))) throw TokenError(kParameterUnsupported);
-  const Bytes hash = base64_field(request, "hashedData");
-  const auto session = token.session(name_field(request, "container"));
-  return base64_encode(sign_hash(session->signing_key.get(), digest, hash));
+SecretText sign_hash(Token& token, JsonRequest& request) {
+  const auto digest = static_cast<DigestId>(request.number("hashAlg"));
+  if (!is_hash_value(request.number("inDataType"))) throw TokenError(kParameterUnsupported);
+  const ByteView hash = request.bytes("hashedData");
+  const auto session = token.session(request.container_name("container"));
+  return json_success_base64(sign_hash(session->signing_key.get(), digest, hash));
 }
 
-Bytes get_message_item(Token&, FrameReader& request) {
+SecretText get_message_item(Token&, FrameReader& request) {
   const ByteView encoded = request.bytes();
   const uint32_t item = request.number();
   request.expect_end();
@@ -61,11 +59,11 @@ Bytes get_message_item(Token&, FrameReader& request) {
   switch (item) {
     case kContentItem:
       if (!message.content) throw TokenError(kObjectNotFound);
-      return *message.content;
+      return frame_success(*message.content);
     case kCertificateItem:
-      return certificate_der(message.signer.get());
+      return frame_success(certificate_der(message.signer.get()));
     case kSignatureItem:
-      return message.signature;
+      return frame_success(message.signature);
     default:
       throw TokenError(kParameterUnsupported);
   }
