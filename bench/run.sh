@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # Runs all benchmark programs, then writes build/bench/results.json and the tables of docs/performance.md.
 # Fails if a program failed or a figure is missing or exceeds its limit.
+# usage: run.sh OPENSSL (the program built from the sources that the token links)
 set -uo pipefail
+openssl=$1
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 mkdir -p build/bench
 values=build/bench/values.txt
@@ -23,7 +25,7 @@ done
 measure file_bench python3 bench/files.py "$installed/file_bench.exe"
 measure bulk_bench python3 bench/bulk.py "$installed/bulk_bench.exe" build/native/stage/bin/velm_softtoken
 measure token_sign python3 softtoken/bench/run.py \
-  build/native/stage/bin/velm_softtoken build/native-release/softtoken/bench/token_sign_bench
+  build/native/stage/bin/velm_softtoken build/native-release/softtoken/bench/token_sign_bench "$openssl"
 
 printf '\n-- report\n'
 python3 bench/report.py "$values" build/bench/results.json docs/performance.md || failed+=(report)

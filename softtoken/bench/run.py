@@ -1,9 +1,10 @@
 #!/usr/bin/env python3
 """Compare signatures per second through the local service with `openssl speed`.
 
-usage: run.py SERVICE CLIENT
+usage: run.py SERVICE CLIENT OPENSSL
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench. The measurements to compare alternate;
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench, OPENSSL the openssl program of the same
+version as the service's libcrypto; the machine's own is measured too. The measurements to compare alternate;
 each rate is a median. Prints the rates, then the ratios as "name value". VELM_BENCH_SECONDS is the duration
 of one measurement (default 2). Both sides measure elapsed time, not CPU time.
 """
@@ -18,12 +19,15 @@ import sys
 
 os.environ["VELM_SOFTTOKEN"] = sys.argv[1]
 CLIENT = sys.argv[2]
+OPENSSL = sys.argv[3]
 SECONDS = float(os.environ.get("VELM_BENCH_SECONDS", "2"))
 ROUNDS = 3
 sys.path.insert(0, os.path.join(os.path.dirname(__file__), "..", "tests", "service"))
+from connections import IdleConnections, allow_open_files, median_latency  # noqa: E402
 from token_service import Service  # noqa: E402
 
 MANY_CONTAINERS = 10000
+IDLE_CONNECTIONS = 5000
 
 # Container, algorithm, pattern of the signatures per second in the output of `openssl speed`.
 KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"),
@@ -31,8 +35,8 @@ KEYS = (("SM2_DEMO", "sm2", r"^ *256 bits SM2 .*? (\S+) +\S+$"),
         ("RSA_1024_DEMO", "rsa1024", r"^rsa 1024 bits .*? (\S+) +\S+$"))
 
 
-def openssl_rate(algorithm, pattern):
-    command = ["openssl", "speed", "-elapsed", "-seconds", str(max(1, round(SECONDS))), algorithm]
+def openssl_rate(program, algorithm, pattern):
+    command = [program, "speed", "-elapsed", "-seconds", str(max(1, round(SECONDS))), algorithm]
     out = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     return float(re.search(pattern, out, re.MULTILINE | re.IGNORECASE).group(1))
 
@@ -68,12 +72,14 @@ def report(key, ratio):
 
 def measure_key(service, name, algorithm, pattern):
     assert service.login(name) == 0
-    rates = medians({f"openssl speed {algorithm}": lambda: openssl_rate(algorithm, pattern),
+    rates = medians({f"openssl speed {algorithm}, same version": lambda: openssl_rate(OPENSSL, algorithm, pattern),
+                     f"openssl speed {algorithm}, system": lambda: openssl_rate("openssl", algorithm, pattern),
                      f"{name}, one polling client": lambda: service_rate(service, name, 1, "sleepless"),
                      f"{name}, one client": lambda: service_rate(service, name, 1),
                      f"{name}, two clients": lambda: service_rate(service, name, 2)})
-    peer, alone, one, two = rates.values()
+    peer, system_peer, alone, one, two = rates.values()
     report(f"token_sign_{algorithm}_ratio", alone / peer)
+    report(f"token_sign_{algorithm}_system_ratio", alone / system_peer)
     report(f"token_sign_{algorithm}_two_clients", two / one)
 
 
@@ -88,11 +94,23 @@ def measure_containers():
     report("token_sign_many_containers", many_rate / few_rate)
 
 
+def measure_idle_connections():
+    if not allow_open_files(IDLE_CONNECTIONS + 200):
+        sys.exit(f"{IDLE_CONNECTIONS} open files are not allowed")
+    limit = ("--request-time", "300")
+    with Service(*limit) as alone, Service(*limit) as crowded, IdleConnections(crowded, IDLE_CONNECTIONS):
+        latencies = [(median_latency(crowded, 2000), median_latency(alone, 2000)) for _ in range(ROUNDS)]
+    many, none = (statistics.median(side) for side in zip(*latencies))
+    print(f"small call: {none * 1e6:.1f} us, with {IDLE_CONNECTIONS} idle connections {many * 1e6:.1f} us")
+    report("token_idle_connections_ratio", many / none)
+
+
 def main():
     with Service() as service:
         for key in KEYS:
             measure_key(service, *key)
     measure_containers()
+    measure_idle_connections()
 
 
 if __name__ == "__main__":

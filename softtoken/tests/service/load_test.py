@@ -2,9 +2,6 @@
 
 import json
 import os
-import resource
-import socket
-import statistics
 import threading
 import time
 import unittest
@@ -12,10 +9,10 @@ import unittest
 # Freed memory that the address sanitizer holds back would count as memory of the service.
 os.environ["ASAN_OPTIONS"] = ":".join(filter(None, [os.environ.get("ASAN_OPTIONS"), "quarantine_size_mb=8"]))
 
+from connections import HELLO, IdleConnections, allow_open_files, connect, head, median_latency  # noqa: E402
 from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame  # noqa: E402
 
 MIB = 1024 * 1024
-HELLO = b'{"funcid":58}'
 UNKNOWN_FUNCTION = 200
 NOT_SUPPORTED = 0x0B000002
 BUSY = 0x0B000001
@@ -31,54 +28,22 @@ def resident(service):
     return status_of(service, "VmRSS") * 1024
 
 
-def connect(service):
-    return socket.create_connection(("127.0.0.1", service.port), timeout=50)
-
-
-def head(service, length, content_type=JSON_TYPE):
-    return (f"POST / HTTP/1.1\r\nHost: 127.0.0.1:{service.port}\r\nContent-Type: {content_type}\r\n"
-            f"Content-Length: {length}\r\n\r\n").encode()
-
-
 def code_in(content_type, body):
     return (int(json.loads(body)["ErrorCode"], 16) if content_type == JSON_TYPE else
             int.from_bytes(body[:4], "little"))
 
 
-def median_latency(service, calls=200):
-    """Seconds that a small call takes on a kept connection."""
-    times = []
-    with connect(service) as connection:
-        for _ in range(calls):
-            started = time.monotonic()
-            connection.sendall(head(service, len(HELLO)) + HELLO)
-            answer = b""
-            while not answer.endswith(b"}"):
-                part = connection.recv(4096)
-                assert part, answer
-                answer += part
-            times.append(time.monotonic() - started)
-    return statistics.median(times)
-
-
 class Connections(unittest.TestCase):
     def test_5000_idle_connections_cost_no_thread_and_no_time(self):
         count = 5000
-        limits = resource.getrlimit(resource.RLIMIT_NOFILE)
-        if limits[1] < count + 200:
-            self.skipTest(f"at most {limits[1]} open files")
-        resource.setrlimit(resource.RLIMIT_NOFILE, (limits[1], limits[1]))
-        self.addCleanup(resource.setrlimit, resource.RLIMIT_NOFILE, limits)
+        if not allow_open_files(count + 200):
+            self.skipTest("too few open files are allowed")
         with Service("--request-time", "120", demo=False) as service:
             alone = median_latency(service)
             threads = status_of(service, "Threads")
-            silent = [connect(service) for _ in range(count)]
-            try:
+            with IdleConnections(service, count):
                 crowded = median_latency(service)
                 self.assertEqual(status_of(service, "Threads"), threads)
-            finally:
-                for connection in silent:
-                    connection.close()
         print(f"{alone * 1e6:.0f} us alone, {crowded * 1e6:.0f} us with {count} connections")
         self.assertLess(crowded, 5 * alone + 0.005)
 
