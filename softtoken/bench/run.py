@@ -3,8 +3,8 @@
 
 usage: run.py SERVICE CLIENT OPENSSL
 
-SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench, OPENSSL the openssl program of the same
-version as the service's libcrypto; the machine's own is measured too. The measurements to compare alternate;
+SERVICE is the built velm_softtoken, CLIENT the built token_sign_bench, OPENSSL the program of the same
+version as the service's libcrypto; the system's own is measured too. The measurements to compare alternate;
 each rate is a median. Prints the rates, then the ratios as "name value". VELM_BENCH_SECONDS is the duration
 of one measurement (default 2). Both sides measure elapsed time, not CPU time.
 """
@@ -72,8 +72,9 @@ def report(key, ratio):
 
 def measure_key(service, name, algorithm, pattern):
     assert service.login(name) == 0
-    rates = medians({f"openssl speed {algorithm}, same version": lambda: openssl_rate(OPENSSL, algorithm, pattern),
-                     f"openssl speed {algorithm}, system": lambda: openssl_rate("openssl", algorithm, pattern),
+    peer_rate = functools.partial(openssl_rate, algorithm=algorithm, pattern=pattern)
+    rates = medians({f"openssl speed {algorithm}, same version": lambda: peer_rate(OPENSSL),
+                     f"openssl speed {algorithm}, system": lambda: peer_rate("openssl"),
                      f"{name}, one polling client": lambda: service_rate(service, name, 1, "sleepless"),
                      f"{name}, one client": lambda: service_rate(service, name, 1),
                      f"{name}, two clients": lambda: service_rate(service, name, 2)})
