@@ -7,15 +7,15 @@
 namespace velm::token {
 
 /**
- * Limits the memory of all request bodies and answers together. Claims receive their shares in the order in
- * which they ask, so small ones cannot starve a large one. Thread-safe.
+ * Limits the memory of all requests together: bodies, calls and answers. Claims receive their shares in the
+ * order in which they ask, so small ones cannot starve a large one. Thread-safe.
  */
 class ByteBudget {
  public:
   class Claim;
 
   /** Shares of at most this size are taken from a reserve of their own and never wait for larger ones. */
-  static constexpr size_t kSmallShare = size_t{144} * 1024;
+  static constexpr size_t kSmallShare = size_t{272} * 1024;
   /** Size of the reserve, which is added to the budget. */
   static constexpr size_t kReserve = size_t{32} * 1024 * 1024;
 

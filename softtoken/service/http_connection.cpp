@@ -29,10 +29,12 @@ constexpr const char* kKeepAlive = "timeout=5";
 // Interval at which a request asks whether it has got its share of memory.
 constexpr std::chrono::milliseconds kTurnInterval{10};
 constexpr size_t kHeadLimit = 16384;
-// By how much an answer may exceed the body of its request: a signature, certificates, and their encoding.
-constexpr size_t kAnswerOverhead = 16384;
+// Memory that a call needs at most: for each byte of its body (the body, an attached signed message, its
+// encoding and the answer), and for signatures and certificates.
+constexpr size_t kMemoryPerByte = 4;
+constexpr size_t kMemoryPerCall = 16384;
 
-static_assert(2 * kSmallBody + kAnswerOverhead == ByteBudget::kSmallShare);
+static_assert(kMemoryPerByte * kSmallBody + kMemoryPerCall == ByteBudget::kSmallShare);
 
 /** Ends the processing of a request with this HTTP status. */
 struct Refusal {
@@ -101,7 +103,7 @@ HttpConnection::Awaitable<bool> HttpConnection::serve_request() {
       const bool keep =
           HttpStream::kAcknowledgesAtOnce && answered.status == 200 && request.parser.keep_alive();
       co_await send(request, answered, keep);
-      if (answered.status != 200) co_await stream_.drain(context_.options.request_time);
+      if (!keep) co_await stream_.drain(context_.options.request_time);
       co_return keep;
     }
   } catch (const Refusal& refusal) {
@@ -220,9 +222,9 @@ error_code HttpConnection::take_chunks(Request& request, RequestBody& body) {
   return error ? error : http::error::need_more;
 }
 
-// Reserves memory for a body and for its answer.
+// Reserves memory for a body, its call and the answer.
 HttpConnection::Awaitable<void> HttpConnection::await_share(ByteBudget::Claim& share, size_t body_size) {
-  if (share.ask(2 * body_size + kAnswerOverhead)) co_return;
+  if (share.ask(kMemoryPerByte * body_size + kMemoryPerCall)) co_return;
   asio::steady_timer pause(stream_.socket().get_executor());
   while (!share.granted()) {
     if (Clock::now() + 2 * kTurnInterval > stream_.deadline()) throw Refusal{503};

@@ -93,8 +93,7 @@ void add_serve(CLI::App& app, Line& line) {
       ->capture_default_str()
       ->check(CLI::Range(kLeastLimit, kMostMib));
   serve_command
-      ->add_option("--memory-budget", line.memory_budget_mib,
-                   "MiB for all request bodies and answers together")
+      ->add_option("--memory-budget", line.memory_budget_mib, "MiB of memory for all requests together")
       ->capture_default_str()
       ->check(CLI::Range(kLeastBudgetMib, kMostBudgetMib));
   serve_command

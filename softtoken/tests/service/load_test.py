@@ -14,7 +14,6 @@ from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame  # noqa: E4
 
 MIB = 1024 * 1024
 UNKNOWN_FUNCTION = 200
-NOT_SUPPORTED = 0x0B000002
 BUSY = 0x0B000001
 
 
@@ -80,8 +79,8 @@ class Memory(unittest.TestCase):
             status, _, answer = service.post(body, FRAME_TYPE)
             answers.append((status, code_in(FRAME_TYPE, answer)))
 
-        body = make_frame(UNKNOWN_FUNCTION, bytes(64 * MIB - 6))
-        with Service("--request-time", "30", "--memory-budget", "1024", demo=False) as service:
+        with Service("--request-time", "15", "--memory-budget", "1024") as service:
+            body = make_frame(19, service.certificate("SM2_DEMO"), bytes(64 * MIB - 4096))
             before = resident(service)
             threads = [threading.Thread(target=client, args=(service, body)) for _ in range(100)]
             for thread in threads:
@@ -89,10 +88,10 @@ class Memory(unittest.TestCase):
             for thread in threads:
                 thread.join()
             peak = status_of(service, "VmHWM") * 1024
-        served = answers.count((200, NOT_SUPPORTED))
+        served = answers.count((200, 0))
         print(f"{served} served, {len(answers) - served} busy, {(peak - before) // MIB} MiB")
         self.assertEqual(served + answers.count((503, BUSY)), 100, answers)
-        self.assertGreater(served, 5)
+        self.assertGreater(served, 3)
         self.assertLess(peak - before, 1024 * MIB + 128 * MIB)
 
     def test_a_request_without_memory_waits_and_is_then_told_so(self):
