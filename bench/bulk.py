@@ -34,12 +34,15 @@ class PromptService:
         self.listener = socket.create_server(ADDRESS)
         self.frame = struct.pack("<II", 0, EXCHANGE_BYTES) + bytes(EXCHANGE_BYTES)
         self.space = bytearray(MEBIBYTE)
-        threading.Thread(target=self.serve, daemon=True).start()
+        self.thread = threading.Thread(target=self.serve)
+        self.thread.start()
 
     def __enter__(self):
         return self
 
     def __exit__(self, *_):
+        self.listener.shutdown(socket.SHUT_RDWR)  # ends accept(), which close() does not
+        self.thread.join()
         self.listener.close()
 
     def serve(self):

@@ -132,13 +132,14 @@ build_openssl() {
 # The command-line program, with the same libcrypto: the benchmarks compare the token with `openssl speed`.
 build_openssl_program() {
   local prefix=$deps/openssl-program work=$deps/work/openssl-program
-  local options="linux-x86_64 ${openssl_options/no-apps/}"
-  local stamp="$openssl_version $options"
+  local options stamp
+  options=$(echo linux-x86_64 ${openssl_options/no-apps/})
+  stamp="$openssl_version $options"
   ! is_built openssl-program "$stamp" || return 0
   rm -rf "$work" "$prefix" && mkdir -p "$work" "$prefix"
   with_progress "openssl $openssl_version as a program" "$work.log" bash -ec "
     cd '$work'
-    '$deps/src/openssl-$openssl_version/Configure' "$(echo $options)"
+    '$deps/src/openssl-$openssl_version/Configure' $options
     make -j$jobs build_generated
     make -j$jobs apps/openssl
     cp apps/openssl '$prefix/'"
