@@ -42,6 +42,7 @@ class RequestMemory {
   char* end() { return bytes_.get() + size_; }
   void grow(size_t written) { size_ += written; }
 
+  char* data() { return bytes_.get(); }
   const char* data() const { return bytes_.get(); }
 
   uint32_t length() const { return static_cast<uint32_t>(size_); }

@@ -1,5 +1,7 @@
 #include "velm_sof_client/service_call.h"
 
+#include <algorithm>
+
 #include "basekit/basic/http.h"
 #include "protocol/endpoint.h"
 
@@ -45,25 +47,23 @@ void JsonCall::deliver_base64(const AnswerValue& member, void* output, uint32_t*
 }
 
 FrameCall::FrameCall(const char* log_name, uint32_t capacity, uint32_t data_capacity)
-    : log_name_(log_name),
-      capacity_(capacity),
-      data_capacity_(data_capacity),
-      response_(std::make_unique_for_overwrite<uint8_t[]>(capacity)) {}
+    : log_name_(log_name), capacity_(capacity), data_capacity_(data_capacity) {}
 
 void FrameCall::post(FunctionNumber function, std::initializer_list<protocol::FrameField> fields,
                      FrameContent content) {
+  RequestMemory& memory = memory_.emplace(std::max(protocol::request_size(fields), uint64_t{capacity_}));
+  protocol::append_request(memory, function, fields);
   uint32_t received = capacity_;
-  {
-    RequestMemory request(protocol::request_size(fields));
-    protocol::append_request(request, function, fields);
-    const int32_t result = xhttp::post(protocol::kServiceUrl, request.data(), request.length(),
-                                       protocol::kFrameType, response_.get(), &received);
-    if (result != xhttp::kDone) {
-      LOG_FAILURE("%s->xhttp::post xrv = %d\n", log_name_, result);
-      fail(SOR_COMMUNICATIONERR);
-    }
+  // The answer is stored over the request, which has been sent by then. The first access to new memory takes
+  // longer than the copy into it.
+  const int32_t result = xhttp::post(protocol::kServiceUrl, memory.data(), memory.length(),
+                                     protocol::kFrameType, memory.data(), &received);
+  if (result != xhttp::kDone) {
+    LOG_FAILURE("%s->xhttp::post xrv = %d\n", log_name_, result);
+    fail(SOR_COMMUNICATIONERR);
   }
-  const protocol::FrameAnswer answer = protocol::read_answer({response_.get(), capacity_}, received, content);
+  const std::span stored(reinterpret_cast<const uint8_t*>(memory.data()), capacity_);
+  const protocol::FrameAnswer answer = protocol::read_answer(stored, received, content);
   if (answer.refused || answer.data.size() > data_capacity_) {
     LOG_FAILURE("%s->response frame [%u]\n", log_name_, received);
     fail(SOR_UNKNOWNERR);

@@ -59,7 +59,7 @@ class FrameCall {
   const char* log_name_;
   uint32_t capacity_;
   uint32_t data_capacity_;
-  std::unique_ptr<uint8_t[]> response_;
+  std::optional<RequestMemory> memory_;  // the request, then the answer
   std::span<const uint8_t> data_{};
 };
 
