@@ -6,6 +6,8 @@
 #include <new>
 #include <string>
 
+#include <emmintrin.h>
+
 #include "provider_abi/velm_openssl_api.h"
 
 namespace velm {
@@ -17,18 +19,12 @@ constexpr uint64_t base64_length(uint64_t size) { return (size + 2) / 3 * 4; }
 // 1024 spare bytes.
 constexpr uint64_t base64_room(uint64_t size) { return base64_length(size) + size / 24 + 1024; }
 
-// Whether one of the eight bytes of a word is zero: only then does the subtraction of 1 from each byte set
-// its highest bit although it was clear.
-inline bool has_zero_byte(uint64_t word) {
-  return ((word - 0x0101010101010101) & ~word & 0x8080808080808080) != 0;
-}
-
 // strnlen() for long texts: that of some C runtimes reads one byte at a time.
 inline size_t bounded_length(const char* text, size_t size) {
   size_t length = 0;
-  for (uint64_t word; size - length >= sizeof word; length += sizeof word) {
-    std::memcpy(&word, text + length, sizeof word);
-    if (has_zero_byte(word)) break;
+  for (; size - length >= sizeof(__m128i); length += sizeof(__m128i)) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + length));
+    if (_mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_setzero_si128())) != 0) break;
   }
   return length + strnlen(text + length, size - length);
 }
