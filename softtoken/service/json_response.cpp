@@ -19,7 +19,8 @@ SecretText encoded_between(std::string_view before, ByteView bytes, std::string_
   text = before;
   text.resize(before.size() + length);
   base64_encode(bytes, text.data() + before.size());
-  return text += after;
+  text += after;
+  return text;
 }
 
 }  // namespace
@@ -29,7 +30,8 @@ SecretText json_success() { return json_failure(0); }
 SecretText json_success(const nlohmann::json& result) {
   SecretText text(kSuccessHead);
   text += result.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-  return text += '}';
+  text += '}';
+  return text;
 }
 
 SecretText json_success_base64(ByteView bytes) {
