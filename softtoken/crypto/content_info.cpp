@@ -2,6 +2,8 @@
 
 #include <openssl/asn1t.h>
 
+#include "softtoken/crypto/der_element.h"
+
 namespace velm::token {
 namespace {
 
@@ -39,20 +41,13 @@ void set_algorithm(X509_ALGOR* target, Object algorithm, ErrorCode code) {
   algorithm.release();
 }
 
-Bytes wrap_content(const char* type, ByteView content_der) {
-  const ContentInfoHandle info(
-      reinterpret_cast<ContentInfo*>(allocated(ASN1_item_new(ASN1_ITEM_rptr(ContentInfo)))));
-  Object wanted = object_of(type);
-  ASN1_OBJECT_free(info->type);
-  info->type = wanted.release();
-  ASN1_STRING* sequence = allocated(ASN1_STRING_type_new(V_ASN1_SEQUENCE));
-  ASN1_TYPE_set(info->content, V_ASN1_SEQUENCE, sequence);
-  set_bytes(sequence, content_der);
-  return der_of<const ContentInfo>(
-      [](const ContentInfo* value, uint8_t** end) {
-        return ASN1_item_i2d(reinterpret_cast<const ASN1_VALUE*>(value), end, ASN1_ITEM_rptr(ContentInfo));
-      },
-      info.get());
+Bytes content_info_head(const char* type, size_t content_size) {
+  const Bytes oid = object_der(type);
+  const Bytes explicit_tag = der_header({kDerContext0Constructed, content_size});
+  Bytes head = der_header({kDerSequence, oid.size() + explicit_tag.size() + content_size});
+  head.insert(head.end(), oid.begin(), oid.end());
+  head.insert(head.end(), explicit_tag.begin(), explicit_tag.end());
+  return head;
 }
 
 Bytes unwrap_content(ByteView message, const char* pkcs7_type, const char* gm_type) {

@@ -138,7 +138,7 @@ Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& s
   SignerInfo signer = make_signer(order, types, sign);
   require(sk_PKCS7_SIGNER_INFO_push(message->signer_info, signer.get()) > 0, kUnknownError);
   signer.release();
-  return wrap_content(types.signed_data, der_of<const PKCS7_SIGNED>(i2d_PKCS7_SIGNED, message.get()));
+  return wrap_content<const PKCS7_SIGNED>(types.signed_data, i2d_PKCS7_SIGNED, message.get());
 }
 
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached) {

@@ -31,7 +31,7 @@ Bytes replace_message_identifiers(IdentifierFamily family, ByteView message) {
   }
   ASN1_OBJECT_free(contents->type);
   contents->type = type.release();
-  return wrap_content(wanted.signed_data, der_of<const PKCS7_SIGNED>(i2d_PKCS7_SIGNED, parsed.get()));
+  return wrap_content<const PKCS7_SIGNED>(wanted.signed_data, i2d_PKCS7_SIGNED, parsed.get());
 }
 
 }  // namespace velm::token

@@ -370,8 +370,7 @@ TEST_F(Envelopes, OfEverySizeAreEncodedInDer) {
            {make_envelope(parse_certificate(recipient).get(), plain), file_bytes("sizes.p7m")}) {
         const Bytes inner = unwrap_content(envelope, types.enveloped_data, types.enveloped_data);
         const auto parsed = from_der<Pkcs7Envelope>(d2i_PKCS7_ENVELOPE, inner, kPkcs7Format);
-        EXPECT_EQ(wrap_content(types.enveloped_data,
-                               der_of<const PKCS7_ENVELOPE>(i2d_PKCS7_ENVELOPE, parsed.get())),
+        EXPECT_EQ(wrap_content<const PKCS7_ENVELOPE>(types.enveloped_data, i2d_PKCS7_ENVELOPE, parsed.get()),
                   envelope)
             << container << size;
         const PKCS7_ENC_CONTENT* content = parsed->enc_data;
