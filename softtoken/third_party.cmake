@@ -20,6 +20,10 @@ if(VELM_SANITIZE)
   # With sanitizers, the compiler needs minutes for these coroutines at -O2.
   target_compile_options(velm_asio INTERFACE -O1 $<$<CXX_COMPILER_ID:GNU>:-fno-var-tracking>)
 endif()
+if(VELM_SANITIZE STREQUAL thread)
+  # The thread sanitizer does not support memory fences.
+  target_compile_definitions(velm_asio INTERFACE BOOST_ASIO_DISABLE_FENCED_BLOCK)
+endif()
 if(WIN32)
   target_link_libraries(velm_asio INTERFACE ws2_32 mswsock)
 else()
