@@ -125,7 +125,7 @@ class Worker {
 
 class HttpServer::Server {
  public:
-  Server(Service& service, HttpOptions options)
+  Server(Service& service, const HttpOptions& options)
       : service_(service), options_(options), budget_(options.memory_budget) {
     // An answer can be as large as its request.
     options_.body_limit = std::min(options.body_limit, options.memory_budget / 2);
@@ -195,7 +195,7 @@ class HttpServer::Server {
   tcp::acceptor acceptor_{io_};
 };
 
-HttpServer::HttpServer(Service& service, HttpOptions options)
+HttpServer::HttpServer(Service& service, const HttpOptions& options)
     : server_(std::make_unique<Server>(service, options)) {}
 
 HttpServer::~HttpServer() = default;

@@ -28,7 +28,7 @@ struct HttpOptions {
 /** The local service on the loopback address. */
 class HttpServer {
  public:
-  HttpServer(Service& service, HttpOptions options);
+  HttpServer(Service& service, const HttpOptions& options);
   ~HttpServer();
 
   /** Binds the port (0: any free port) and returns it; throws std::runtime_error if it is in use. */
