@@ -227,6 +227,24 @@ TEST(Seals, AreCountedAndDescribed) {
   EXPECT_EQ(SOF_Ext_GetSeaInfo("SEAL_SM2_DEMO", 2, 2, info.data(), &length), SOR_SEALNOTFOUNDERR);
 }
 
+// The body of the request is larger than the data: base64, or a frame.
+TEST(LargeData, IsSignedAndVerifiedUpToTheBodyLimit) {
+  constexpr size_t kMebibyte = 1024 * 1024;
+  const char* name = kKeys[0];
+  const Bytes certificate = signing_certificate(name);
+  const Bytes accepted(64 * kMebibyte, 'd');
+  EXPECT_EQ(verify(certificate, accepted, sign(name, accepted)), SOR_OK);
+
+  const Bytes rejected(97 * kMebibyte, 'd');
+  Bytes output(rejected.size() + 2048);
+  uint32_t length = size_of(output);
+  EXPECT_EQ(SOF_SignData(name, rejected.data(), size_of(rejected), output.data(), &length), SOR_INDATALENERR);
+  EXPECT_EQ(SOF_EncryptData(certificate.data(), size_of(certificate), rejected.data(), size_of(rejected),
+                            output.data(), &length),
+            SOR_INDATALENERR);
+  EXPECT_EQ(length, size_of(output));
+}
+
 TEST(Concurrency, ConcurrentClientsGetTheirOwnResponses) {
   for (const char* name : kKeys) ASSERT_EQ(SOF_Login(name, kPin), SOR_OK);
   std::atomic<int> failures{0};

@@ -47,7 +47,7 @@ ServiceProcess::ServiceProcess() {
   require(code == 0, "cannot create the demo store");
 
   require(SOF_Initialize() == SOR_COMMUNICATIONERR, "the port is in use");
-  process_ = start(L"serve " + data);
+  process_ = start(L"serve --body-limit 96 " + data);
   uint32_t answer = SOR_COMMUNICATIONERR;
   for (int tries = 0; tries < 300 && answer == SOR_COMMUNICATIONERR; ++tries) {
     Sleep(100);
