@@ -129,7 +129,7 @@ def tidy_findings(root, chosen, jobs):
 
 def cppcheck_findings(root, chosen, jobs):
     findings = []
-    for tree in TREES:
+    for tree in filter(chosen.get, TREES):
         folder = root / "build" / "analyse" / tree
         folder.mkdir(parents=True, exist_ok=True)
         database = folder / "compile_commands.json"
