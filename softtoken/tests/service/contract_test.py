@@ -2,6 +2,7 @@
 
 import json
 import os
+import socket
 import struct
 import subprocess
 import tempfile
@@ -154,6 +155,29 @@ class Contract(unittest.TestCase):
         self.assertEqual(self.service.login(name, pin), 0)
         common_name = self.service.frame(11, self.service.certificate(name), 0x31)
         self.assertEqual(common_name, (0, name.encode()))
+
+    def test_the_commands_for_containers(self):
+        store = self.service.store
+        for kind, printed in (("sm2", "SM2"), ("rsa2048", "RSA-2048"), ("rsa1024", "RSA-1024")):
+            name = f"ADDED_{kind}"
+            run_token("container", "add", name, "--pin", PIN, "--type", kind, store=store)
+            self.assertEqual(self.service.login(name), 0)
+            lines = run_token("container", "list", store=store).splitlines()
+            self.assertTrue(any(line.startswith(printed) and line.endswith(name) for line in lines), lines)
+            run_token("container", "delete", name, store=store)
+            self.assertNotIn(name, run_token("container", "list", store=store))
+
+    def test_the_trace_command(self):
+        self.assertNotEqual(self.service.login("NO_SUCH_CONTAINER"), 0)
+        trace = [PROGRAM, "trace", "--port", str(self.service.port)]
+        lines = subprocess.run(trace, check=True, capture_output=True, text=True).stdout.splitlines()
+        self.assertRegex(lines[-1], r" Login +0x0B[0-9A-F]{6} +\d+ us$")
+        free = socket.create_server(("127.0.0.1", 0))
+        trace[-1] = str(free.getsockname()[1])
+        free.close()
+        failed = subprocess.run(trace, check=False, capture_output=True, text=True)
+        self.assertEqual(failed.returncode, 1)
+        self.assertIn(f"no local service answers on port {trace[-1]}", failed.stderr)
 
     def test_certificates(self):
         for name in self.each_logged_in():
