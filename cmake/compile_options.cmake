@@ -10,7 +10,7 @@ target_compile_options(velm_options INTERFACE
 
 if(MINGW)
   # <windows.h> includes all vector intrinsics of the compiler, which takes at least half of the compile time.
-  # Defining the include guard of their header skips them. base64_vector.cpp includes what it uses.
+  # Defining the include guard of their header skips them. Files that use some include their headers.
   add_compile_definitions(_X86INTRIN_H_INCLUDED)
 endif()
 if(WIN32)

@@ -1,7 +1,6 @@
 #include "softtoken/http/http_client.h"
 
 #include <exception>
-#include <optional>
 
 #include <boost/asio/awaitable.hpp>
 #include <boost/asio/co_spawn.hpp>

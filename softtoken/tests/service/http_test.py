@@ -114,6 +114,17 @@ class Http(unittest.TestCase):
         status, _, answer = self.service.post(bytes(32 * 1024 * 1024), FRAME_TYPE)
         self.assertEqual((status, answer), (413, (0x0B000200).to_bytes(4, "little")))
 
+    def test_an_answer_arrives_although_more_was_sent(self):
+        head = (f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
+                f"Connection: close\r\nContent-Length: {len(HELLO)}\r\n\r\n").encode()
+        for _ in range(20):
+            with self.connect() as connection:
+                connection.sendall(head + HELLO + bytes(100000))
+                answer = b""
+                while part := connection.recv(65536):  # raises if the connection is reset
+                    answer += part
+            self.assertTrue(answer.startswith(b"HTTP/1.1 200 ") and answer.endswith(b"}"), answer)
+
     def test_malformed_heads_are_rejected(self):
         for head, status in ((b"no request\r\n\r\n", 400), (b"POST / HTTP/1.1\r\nHost\r\n\r\n", 400),
                              (b"POST / HTTP/1.1\r\nContent-Length: x\r\n\r\n", 400),

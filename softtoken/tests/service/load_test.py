@@ -10,7 +10,7 @@ import unittest
 os.environ["ASAN_OPTIONS"] = ":".join(filter(None, [os.environ.get("ASAN_OPTIONS"), "quarantine_size_mb=8"]))
 
 from connections import HELLO, IdleConnections, allow_open_files, connect, head, median_latency  # noqa: E402
-from token_service import FRAME_TYPE, JSON_TYPE, Service, make_frame  # noqa: E402
+from token_service import FRAME_TYPE, JSON_TYPE, Service, b64, make_frame  # noqa: E402
 
 MIB = 1024 * 1024
 UNKNOWN_FUNCTION = 200
@@ -21,6 +21,11 @@ def status_of(service, name):
     """A value of /proc/PID/status; sizes are in KiB."""
     with open(f"/proc/{service.process.pid}/status", encoding="ascii") as lines:
         return int(next(line for line in lines if line.startswith(f"{name}:")).split()[1])
+
+
+def forget_peak(service):
+    with open(f"/proc/{service.process.pid}/clear_refs", "w", encoding="ascii") as file:
+        file.write("5")
 
 
 def resident(service):
@@ -56,6 +61,36 @@ class Memory(unittest.TestCase):
                 connection.sendall(head(service, 512 * MIB) + b"{")
                 self.assertEqual(service.call(58)[0], 0)
                 self.assertLess(resident(service) - before, 128 * MIB)
+
+    def test_no_call_needs_more_memory_than_it_reserves(self):
+        reserved = 4
+        with Service("--request-time", "60") as service:
+            name = "SM2_DEMO"
+            self.assertEqual(service.login(name), 0)
+            certificate, data = service.certificate(name), bytes(32 * MIB)
+            signature = service.sign(name, data)[1]
+            message = service.sign_message(name, data, 0)
+            envelope = service.frame(19, certificate, data)[1]
+            base64_size = len(data) * 4 // 3
+            calls = {
+                "SignData": (base64_size, lambda: service.sign(name, data)[0]),
+                "VerifySignedData": (base64_size, lambda: service.call(
+                    16, EncodeCert=b64(certificate), InData=b64(data), SignValue=b64(signature))[0]),
+                "SignMessage": (base64_size, lambda: service.sign_message(name, data, 0) and 0),
+                "VerifySignedMessage": (base64_size, lambda: service.call(
+                    24, MessageData=b64(message), InData="")[0]),
+                "GetInfoFromSignedMessage": (len(data), lambda: service.frame(25, message, 1)[0]),
+                "EncryptData": (len(data), lambda: service.frame(19, certificate, data)[0]),
+                "DecryptData": (len(data), lambda: service.frame(20, name, envelope)[0]),
+            }
+            for call, (body_size, run) in calls.items():
+                with self.subTest(call):
+                    before = resident(service)
+                    forget_peak(service)
+                    self.assertEqual(run(), 0)
+                    needed = status_of(service, "VmHWM") * 1024 - before
+                    print(f"{call}: {needed / body_size:.2f} times its body")
+                    self.assertLess(needed, reserved * body_size + 16 * MIB)
 
     def test_a_slow_reader_of_a_large_answer_delays_nobody(self):
         with Service("--request-time", "60") as service:
