@@ -61,7 +61,12 @@ class Exchange {
   bool open_post(const std::wstring& path) {
     request_ = WinHttpOpenRequest(connection_, L"POST", path.c_str(), nullptr, WINHTTP_NO_REFERER,
                                   WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
-    return request_ != nullptr;
+    if (!request_) return false;
+    // Whoever answers must not have the request sent elsewhere, nor get credentials of the user. Failure is
+    // ignored.
+    DWORD features = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_AUTHENTICATION | WINHTTP_DISABLE_COOKIES;
+    WinHttpSetOption(request_, WINHTTP_OPTION_DISABLE_FEATURE, &features, sizeof features);
+    return true;
   }
 
   bool send(const std::wstring& header, const void* body, DWORD length) {

@@ -63,6 +63,32 @@ TEST_F(Transport, AcceptsTheBodyInAnyFraming) {
   }
 }
 
+// A program that took the port must not have a PIN sent to another address.
+TEST_F(Transport, FollowsNoRedirect) {
+  for (const int status : {301, 302, 303, 307, 308}) {
+    service.answers(json(R"({"ErrorCode":"B000438"})")
+                        .status(status)
+                        .header("Location", "http://127.0.0.1:55661/elsewhere"));
+    EXPECT_EQ(library.SOF_Login("C1", "12345678"), SOR_NOTLOGINERR) << status;
+    EXPECT_EQ(service.take_request().line, "POST / HTTP/1.1");
+  }
+  EXPECT_EQ(service.requests().size(), 5u);
+}
+
+TEST_F(Transport, SendsNoCredentialsAndNoCookies) {
+  for (const char* scheme : {"Negotiate", "NTLM", "Basic realm=\"a\"", "Digest realm=\"a\", nonce=\"b\""}) {
+    service.answers(json(R"({"ErrorCode":"B000438"})")
+                        .status(401)
+                        .header("WWW-Authenticate", scheme)
+                        .header("Set-Cookie", "a=b"));
+    EXPECT_EQ(library.SOF_Initialize(), SOR_NOTLOGINERR) << scheme;
+    const Request request = service.take_request();
+    EXPECT_EQ(request.header_count("Authorization"), 0u);
+    EXPECT_EQ(request.header_count("Cookie"), 0u);
+  }
+  EXPECT_EQ(service.requests().size(), 4u);
+}
+
 TEST_F(Transport, AnEmptyBodyIsAnEmptyAnswer) {
   service.answers(json(""), json("").status(500));
   for (int i = 0; i < 2; ++i) {
@@ -198,10 +224,14 @@ BOOL WINAPI set_timeouts(HINTERNET session, int resolve, int connect, int send, 
   EXPECT_THAT((std::vector{resolve, connect, send, receive}), ElementsAre(0, 10000, 10000, 10000));
   return !fails("WinHttpSetTimeouts") && WinHttpSetTimeouts(session, resolve, connect, send, receive);
 }
-BOOL WINAPI set_option(HINTERNET session, DWORD option, LPVOID value, DWORD length) {
-  EXPECT_EQ(option, DWORD{WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT});
-  EXPECT_EQ(*static_cast<DWORD*>(value), 10000u);
-  return !fails("WinHttpSetOption") && WinHttpSetOption(session, option, value, length);
+// Redirects, cookies and authentication are disabled.
+BOOL WINAPI set_option(HINTERNET handle, DWORD option, LPVOID value, DWORD length) {
+  const bool of_request = recorded.opened.size() == 3;
+  EXPECT_EQ(handle, of_request ? recorded.opened[2] : recorded.opened[0]);
+  const DWORD expected = of_request ? WINHTTP_OPTION_DISABLE_FEATURE : WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT;
+  EXPECT_EQ(option, expected);
+  EXPECT_EQ(*static_cast<DWORD*>(value), of_request ? 7u : 10000u);
+  return !fails("WinHttpSetOption") && WinHttpSetOption(handle, option, value, length);
 }
 HINTERNET WINAPI connect_to(HINTERNET session, LPCWSTR host, INTERNET_PORT port, DWORD reserved) {
   EXPECT_STREQ(host, L"127.0.0.1");
@@ -266,8 +296,9 @@ TEST_F(PlatformCalls, ComeInOrderAndCloseTheSessionFirst) {
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
   EXPECT_THAT(recorded.order,
               ElementsAre("WinHttpOpen", "WinHttpSetTimeouts", "WinHttpSetOption", "WinHttpConnect",
-                          "WinHttpOpenRequest", "WinHttpSendRequest", "WinHttpReceiveResponse",
-                          "WinHttpQueryDataAvailable", "WinHttpReadData", "WinHttpQueryDataAvailable",
+                          "WinHttpOpenRequest", "WinHttpSetOption", "WinHttpSendRequest",
+                          "WinHttpReceiveResponse", "WinHttpQueryDataAvailable", "WinHttpReadData",
+                          "WinHttpQueryDataAvailable",
                           "WinHttpCloseHandle", "WinHttpCloseHandle", "WinHttpCloseHandle"));
   EXPECT_EQ(recorded.closed, recorded.opened);
 }
@@ -308,7 +339,7 @@ TEST_F(PlatformCalls, FailedReceiveFails) {
   EXPECT_EQ(recorded.closed, recorded.opened);
 }
 
-TEST_F(PlatformCalls, ARefusedReceiveTimeoutIsIgnored) {
+TEST_F(PlatformCalls, RefusedOptionsAreIgnored) {
   service.answers(json(kSuccess));
   recorded = failing("WinHttpSetOption", 87);
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
