@@ -320,12 +320,6 @@ int soak(const Settings& settings) {
   }
   Findings findings;
   std::atomic<uint64_t> step = 0;
-  // The service adds a thread when a connection finds none idle, which on a loaded machine happens late.
-  // Starting with more client threads makes it create all threads early, so that a new one is not reported as
-  // a leak.
-  Settings crowd = settings;
-  crowd.threads *= 2;
-  run_until(crowd, settings.calls / 4, findings, step);
   run_until(settings, settings.calls / 2, findings, step);
   const ProcessUsage half = ProcessUsage::now();
   const size_t service_half = service.private_bytes();
