@@ -20,7 +20,7 @@ SecretText gen_random(Token&, JsonRequest& request) {
 
 SecretText acknowledge(Token&, JsonRequest&) { return json_success(); }
 
-// The only setting: minutes after which an unused session is closed, 0 for never.
+// The only setting: minutes after which an unused session is closed, 0 for as late as the operator allows.
 SecretText configure(Token& token, FrameReader& request) {
   const uint32_t setting = request.number();
   FrameReader value(request.bytes());

@@ -75,7 +75,7 @@ SecretText file_attributes(Token& token, JsonRequest& request) {
                        {"writeRights", attributes.write_rights}});
 }
 
-// The only control: minutes after which an unused session is closed, 0 for never.
+// The only control: minutes after which an unused session is closed, 0 for as late as the operator allows.
 SecretText control(Token& token, JsonRequest& request) {
   if (request.text("control") != kIdleLogoutControl) throw TokenError(kNotSupported);
   const std::string_view command = request.text("command");

@@ -36,7 +36,7 @@ void serve(const std::filesystem::path& file, const ServeOptions& options) {
     init_store(file, true);
   }
   Service service(file);
-  service.token.set_idle_limit(std::chrono::minutes(options.idle_logout_minutes));
+  service.token.set_longest_idle_limit(std::chrono::minutes(options.idle_logout_minutes));
   allow_many_connections();
   HttpServer server(service, options.http);
   const uint16_t port = server.bind();

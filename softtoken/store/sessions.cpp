@@ -2,9 +2,15 @@
 
 namespace velm::token {
 
+void Sessions::set_longest_idle_limit(std::chrono::minutes limit) {
+  const std::lock_guard lock(mutex_);
+  longest_idle_limit_ = idle_limit_ = limit;
+}
+
 void Sessions::set_idle_limit(std::chrono::minutes limit) {
   const std::lock_guard lock(mutex_);
-  idle_limit_ = limit;
+  const bool exceeds = limit.count() == 0 || limit > longest_idle_limit_;
+  idle_limit_ = exceeds && longest_idle_limit_.count() != 0 ? longest_idle_limit_ : limit;
 }
 
 void Sessions::open(int64_t container, std::shared_ptr<const Session> session) {

@@ -23,7 +23,9 @@ class Sessions {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /** Sessions that are unused for this long are closed; 0 disables the limit. */
+  /** The operator's limit, which set_idle_limit() cannot exceed; 0: none. */
+  void set_longest_idle_limit(std::chrono::minutes limit);
+  /** Sessions that are unused for this long are closed; 0: as late as the operator allows. */
   void set_idle_limit(std::chrono::minutes limit);
 
   void open(int64_t container, std::shared_ptr<const Session> session);
@@ -43,6 +45,7 @@ class Sessions {
 
   std::mutex mutex_;
   std::unordered_map<int64_t, Entry> open_;
+  std::chrono::minutes longest_idle_limit_{0};
   std::chrono::minutes idle_limit_{0};
 };
 

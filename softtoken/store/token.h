@@ -70,6 +70,7 @@ class Token {
   /** Verifies a certificate under the demo CA: throws like validate_chain(), or kCertificateRevoked. */
   void validate(X509* certificate);
 
+  void set_longest_idle_limit(std::chrono::minutes limit) { sessions_.set_longest_idle_limit(limit); }
   void set_idle_limit(std::chrono::minutes limit) { sessions_.set_idle_limit(limit); }
   /** Closes idle sessions and sessions of deleted containers; ignores database errors. */
   void close_idle_sessions(Sessions::Clock::time_point now = Sessions::Clock::now());

@@ -97,6 +97,20 @@ TEST_F(TokenTest, AnIdleSessionEnds) {
   EXPECT_FALSE(sessions.is_open(1));
 }
 
+TEST_F(TokenTest, ClientsCannotExceedTheIdleLimitOfTheOperator) {
+  for (const auto& [wanted, effective] : {std::pair{4, 4}, std::pair{6, 5}, std::pair{0, 5}}) {
+    Sessions sessions;
+    sessions.set_longest_idle_limit(std::chrono::minutes(5));
+    sessions.set_idle_limit(std::chrono::minutes(wanted));
+    sessions.open(1, std::make_shared<Session>());
+    const auto end = Sessions::Clock::now() + std::chrono::minutes(effective);
+    sessions.close_idle(end - std::chrono::seconds(30));
+    EXPECT_TRUE(sessions.is_open(1)) << wanted;
+    sessions.close_idle(end);
+    EXPECT_FALSE(sessions.is_open(1)) << wanted;
+  }
+}
+
 TEST_F(TokenTest, AQueryOfTheLoginStateKeepsNoSession) {
   token.set_idle_limit(std::chrono::minutes(5));
   token.login("A", kPin);
