@@ -27,6 +27,21 @@ void allow_many_connections() {
 #endif
 }
 
+// Closes idle sessions until the service is to stop. Of failures in succession, the first is reported.
+void watch_sessions(Token& token) {
+  bool failed = false;
+  while (!g_stop_requested) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    try {
+      token.close_idle_sessions();
+      failed = false;
+    } catch (const std::exception& error) {
+      if (!failed) std::fprintf(stderr, "velm_softtoken: idle sessions remain open: %s\n", error.what());
+      failed = true;
+    }
+  }
+}
+
 }  // namespace
 
 void serve(const std::filesystem::path& file, const ServeOptions& options) {
@@ -43,10 +58,7 @@ void serve(const std::filesystem::path& file, const ServeOptions& options) {
   std::signal(SIGINT, request_stop);
   std::signal(SIGTERM, request_stop);
   std::thread watcher([&] {
-    while (!g_stop_requested) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(100));
-      service.token.close_idle_sessions();
-    }
+    watch_sessions(service.token);
     server.stop();
   });
   std::printf("velm_softtoken: a development and test token, listening on %s:%u\n", protocol::kServiceHost,

@@ -60,10 +60,15 @@ sqlite3_stmt* Database::take_statement(const char* sql) {
   return statement;
 }
 
-void Database::give_back(const char* sql, sqlite3_stmt* statement) {
+void Database::give_back(const char* sql, sqlite3_stmt* statement) noexcept {
+  std::unique_ptr<sqlite3_stmt, Finalizer> owned(statement);
   sqlite3_reset(statement);
   sqlite3_clear_bindings(statement);
-  free_statements_.emplace(sql, statement);
+  try {
+    free_statements_.emplace(sql, std::move(owned));
+  } catch (const std::bad_alloc&) {
+    // It is compiled again when it is needed.
+  }
 }
 
 Statement::Statement(Database& database, const char* sql, Prepared)

@@ -31,8 +31,8 @@ class Database {
 
   /** Returns a compiled statement, cached if possible. `sql` must be a literal: its address is the key. */
   sqlite3_stmt* take_statement(const char* sql);
-  /** Resets a statement and puts it into the cache. */
-  void give_back(const char* sql, sqlite3_stmt* statement);
+  /** Resets a statement and puts it into the cache, if there is memory for it. */
+  void give_back(const char* sql, sqlite3_stmt* statement) noexcept;
 
   sqlite3* handle() const { return handle_.get(); }
   /** Locked while a statement runs: all threads share the connection. */

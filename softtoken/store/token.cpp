@@ -127,13 +127,11 @@ void Token::delete_container(const ContainerName& name) {
 }
 
 // Another process may have deleted a container that is logged in here.
-void Token::close_idle_sessions(Sessions::Clock::time_point now) try {
+void Token::close_idle_sessions(Sessions::Clock::time_point now) {
   sessions_.close_idle(now);
   for (const int64_t id : sessions_.containers()) {
     if (!store_.has_container(id)) sessions_.close(id);
   }
-} catch (const std::runtime_error&) {
-  // The store is temporarily unreadable; the next call tries again.
 }
 
 void Token::validate(X509* certificate) {

@@ -72,7 +72,7 @@ class Token {
 
   void set_longest_idle_limit(std::chrono::minutes limit) { sessions_.set_longest_idle_limit(limit); }
   void set_idle_limit(std::chrono::minutes limit) { sessions_.set_idle_limit(limit); }
-  /** Closes idle sessions and sessions of deleted containers; ignores database errors. */
+  /** Closes idle sessions and sessions of deleted containers. */
   void close_idle_sessions(Sessions::Clock::time_point now = Sessions::Clock::now());
 
   Store& store() { return store_; }
