@@ -134,11 +134,24 @@ void Store::delete_container(int64_t id) {
   Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
 }
 
-bool Store::decrement_pin_retries(int64_t id) {
+// The salt is that of the PIN: another process may have changed it.
+void Store::take_pin_try(const ContainerRow& row) {
   const std::lock_guard lock(database_.mutex());
-  Statement(database_, "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND tries_left > 0", id)
+  Statement(database_,
+            "UPDATE container SET tries_left = tries_left - 1 WHERE id = ? AND salt = ? AND tries_left > 0",
+            row.id, row.salt)
       .run();
-  return database_.changes() == 1;
+  if (database_.changes() == 1) return;
+  Statement same_pin(database_, "SELECT 1 FROM container WHERE id = ? AND salt = ?", row.id, row.salt);
+  throw TokenError(same_pin.step() ? kPinLocked : kWrongPin);
+}
+
+void Store::return_pin_tries(const ContainerRow& row) {
+  const std::lock_guard lock(database_.mutex());
+  Statement(database_, "UPDATE container SET tries_left = ? WHERE id = ? AND salt = ?", protocol::kPinRetries,
+            row.id, row.salt)
+      .run();
+  require(database_.changes() == 1, kWrongPin);
 }
 
 void Store::reset_pin_retries(int64_t id) {

@@ -55,8 +55,13 @@ class Store {
   int64_t add_container(const ContainerRow& row);
   void delete_container(int64_t id);
 
-  /** Decrements the PIN retry counter durably; returns false if it is 0. */
-  bool decrement_pin_retries(int64_t id);
+  /**
+   * Decrements the PIN retry counter durably. Throws kPinLocked if it is 0, and kWrongPin if the PIN was
+   * changed after the row was read.
+   */
+  void take_pin_try(const ContainerRow& row);
+  /** Resets the counter after the correct PIN. Throws kWrongPin as above. */
+  void return_pin_tries(const ContainerRow& row);
   /** Resets the PIN retry counter. */
   void reset_pin_retries(int64_t id);
   /**

@@ -45,15 +45,21 @@ Certificate order_certificate(const Authority& authority, EVP_PKEY* key, const C
 
 // Decrement the counter durably before checking the PIN, so that killing the process restores no attempt.
 Token::PrivateKeys Token::open_keys(const ContainerRow& row, const Pin& pin) {
-  require(store_.decrement_pin_retries(row.id), kPinLocked);
+  store_.take_pin_try(row);
   const SecretBytes key = pin_key(pin.utf8, row.salt);
   PrivateKeys keys{unwrap(key, kSigningPurpose, row.signing_key),
                    unwrap(key, kEncryptionPurpose, row.encryption_key)};
-  store_.reset_pin_retries(row.id);
+  store_.return_pin_tries(row);
   return keys;
 }
 
+std::unique_lock<std::mutex> Token::turn_of(const ContainerName& name) {
+  const auto number = static_cast<uint64_t>(container_id(name));
+  return std::unique_lock(turns_[number % turns_.size()]);
+}
+
 void Token::login(const ContainerName& name, const Pin& pin) {
+  const auto turn = turn_of(name);
   const ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, pin);
   auto session = std::make_shared<Session>();
@@ -66,6 +72,7 @@ void Token::login(const ContainerName& name, const Pin& pin) {
 
 void Token::change_pin(const ContainerName& name, const Pin& old_pin, const Pin& new_pin) {
   require_good_pin(new_pin);
+  const auto turn = turn_of(name);
   ContainerRow row = container(name);
   const PrivateKeys keys = open_keys(row, old_pin);
   const Bytes old_salt = row.salt;
@@ -75,6 +82,7 @@ void Token::change_pin(const ContainerName& name, const Pin& old_pin, const Pin&
 }
 
 int64_t Token::check_pin(const ContainerName& name, const Pin& pin) {
+  const auto turn = turn_of(name);
   const ContainerRow row = container(name);
   open_keys(row, pin);
   return row.id;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <mutex>
+
 #include "softtoken/store/client_text.h"
 #include "softtoken/store/sessions.h"
 #include "softtoken/store/store.h"
@@ -83,6 +86,11 @@ class Token {
     SecretBytes encryption;
   };
 
+  /**
+   * Calls that try a PIN of one container take turns: concurrent ones would exhaust the counter although
+   * every PIN is correct. Containers may share a turn.
+   */
+  std::unique_lock<std::mutex> turn_of(const ContainerName& name);
   PrivateKeys open_keys(const ContainerRow& row, const Pin& pin);
   /** Wraps the keys under the PIN with a fresh salt. */
   static void wrap_keys(ContainerRow& row, const PrivateKeys& keys, const Pin& pin);
@@ -90,6 +98,7 @@ class Token {
 
   Store store_;
   Sessions sessions_;
+  std::array<std::mutex, 64> turns_;
 };
 
 }  // namespace velm::token

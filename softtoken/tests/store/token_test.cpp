@@ -77,6 +77,16 @@ TEST_F(TokenTest, APinChangedMeanwhileIsNotChangedAgain) {
   EXPECT_FALSE(token.store().replace_keys(before, before.salt));
 }
 
+TEST_F(TokenTest, ATryCountsForThePinItWasTakenFor) {
+  const ContainerRow before = token.container("A");
+  token.store().take_pin_try(before);
+  token.change_pin("A", kPin, kWrong);
+  EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kWrongPin);
+  EXPECT_EQ(code_of([&] { token.store().return_pin_tries(before); }), kWrongPin);
+  EXPECT_EQ(code_of([&] { token.store().take_pin_try(before); }), kWrongPin);
+  EXPECT_EQ(token.pin_retries("A"), kPinRetries - 1);
+}
+
 TEST_F(TokenTest, PinsHaveFourToThirtyOneBytes) {
   for (const size_t size : {0, 3, 32}) {
     EXPECT_EQ(code_of([&] { token.change_pin("A", kPin, Bytes(size, 'x')); }), kBadInput) << size;
@@ -264,6 +274,33 @@ TEST(StoreCreation, LookingForAStoreDoesNotWrite) {
   std::ofstream(file).close();
   EXPECT_FALSE(Store::exists(file));
   EXPECT_EQ(std::filesystem::file_size(file), 0u);
+}
+
+TEST(StoreCreation, AForeignDatabaseIsNotChanged) {
+  TemporaryStore folder;
+  const std::filesystem::path file = folder.file().replace_filename("other.db");
+  Database(file, true).execute("CREATE TABLE a(b)");
+  const auto contents = [&] {
+    std::ifstream stream(file, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(stream), {});
+  };
+  const std::string before = contents();
+  EXPECT_THROW(Token{file}, std::runtime_error);
+  EXPECT_EQ(contents(), before);
+  for (const char* log : {"-wal", "-shm", "-journal"})
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(file).concat(log))) << log;
+}
+
+TEST_F(TokenTest, DurabilityRestsOnTheseSettings) {
+  const std::pair<const char*, const char*> settings[] = {{"PRAGMA journal_mode", "wal"},
+                                                          {"PRAGMA synchronous", "2"},
+                                                          {"PRAGMA foreign_keys", "1"},
+                                                          {"PRAGMA secure_delete", "1"}};
+  for (const auto& [query, value] : settings) {
+    Statement row(token.store().database(), query);
+    ASSERT_TRUE(row.step()) << query;
+    EXPECT_EQ(row.text(0), value) << query;
+  }
 }
 
 #ifndef _WIN32

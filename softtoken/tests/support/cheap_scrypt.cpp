@@ -1,4 +1,4 @@
-// scrypt with its minimum cost, because a fuzzer logs in thousands of times a second. The linker substitutes
+// scrypt with its minimum cost, for tests that try PINs thousands of times. The linker substitutes
 // this for OpenSSL's function.
 #include <openssl/evp.h>
 
