@@ -222,15 +222,17 @@ error_code HttpConnection::take_chunks(Request& request, RequestBody& body) {
   return error ? error : http::error::need_more;
 }
 
-// Reserves memory for a body, its call and the answer.
+// Reserves memory for a body, its call and the answer. The wait is not counted as time of the client.
 HttpConnection::Awaitable<void> HttpConnection::await_share(ByteBudget::Claim& share, size_t body_size) {
   if (share.ask(kMemoryPerByte * body_size + kMemoryPerCall)) co_return;
+  const Clock::time_point asked = Clock::now();
   asio::steady_timer pause(stream_.socket().get_executor());
   while (!share.granted()) {
     if (Clock::now() + 2 * kTurnInterval > stream_.deadline()) throw Refusal{503};
     pause.expires_after(kTurnInterval);
     co_await pause.async_wait(asio::use_awaitable);
   }
+  stream_.extend_limit(Clock::now() - asked);
 }
 
 HttpConnection::Awaitable<void> HttpConnection::confirm_expectation(Request& request) {

@@ -47,6 +47,7 @@ class HttpStream {
   /** Until when the client must act; close_if_late() ends the connection then. */
   Clock::time_point deadline() const { return deadline_; }
   void limit_to(Clock::duration limit) { deadline_ = Clock::now() + limit; }
+  void extend_limit(Clock::duration more) { deadline_ += more; }
   void lift_limit() { deadline_ = Clock::time_point::max(); }
   void close_if_late(Clock::time_point now) {
     boost::system::error_code ignored;
@@ -98,7 +99,7 @@ class HttpStream {
   // The most that one read takes, so that other connections of the thread get their turn.
   static constexpr size_t kReadSize = 262144;
   // Longest silence of a client that still sends a refused request.
-  static constexpr std::chrono::milliseconds kDrainSilence{300};
+  static constexpr std::chrono::seconds kDrainSilence{5};
 
   boost::asio::ip::tcp::socket socket_;
   Clock::time_point deadline_;

@@ -114,6 +114,19 @@ class Http(unittest.TestCase):
         status, _, answer = self.service.post(bytes(32 * 1024 * 1024), FRAME_TYPE)
         self.assertEqual((status, answer), (413, (0x0B000200).to_bytes(4, "little")))
 
+    def test_a_client_that_pauses_while_it_sends_far_too_much_gets_the_answer(self):
+        size = 32 * 1024 * 1024
+        with self.connect() as connection:
+            connection.sendall((f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
+                                f"Content-Length: {size}\r\n\r\n").encode())
+            for _ in range(2):
+                connection.sendall(bytes(size // 2))
+                time.sleep(1)
+            answer = b""
+            while part := connection.recv(65536):
+                answer += part
+        self.assertTrue(answer.startswith(b"HTTP/1.1 413 "), answer)
+
     def test_an_answer_arrives_although_more_was_sent(self):
         head = (f"POST / HTTP/1.1\r\nHost: {self.host}\r\nContent-Type: {JSON_TYPE}\r\n"
                 f"Connection: close\r\nContent-Length: {len(HELLO)}\r\n\r\n").encode()

@@ -129,6 +129,20 @@ class Memory(unittest.TestCase):
         self.assertGreater(served, 3)
         self.assertLess(peak - before, 1024 * MIB + 128 * MIB)
 
+    def test_a_body_may_take_its_time_although_its_memory_came_late(self):
+        with Service("--request-time", "4", "--memory-budget", "16", demo=False) as service:
+            first = make_frame(UNKNOWN_FUNCTION, bytes(3 * MIB))
+            second = HELLO.ljust(3 * MIB)
+            with connect(service) as holder, connect(service) as waiting:
+                holder.sendall(head(service, len(first), FRAME_TYPE) + first[:1])
+                time.sleep(0.5)
+                waiting.sendall(head(service, len(second)) + second[:1])
+                time.sleep(2.5)
+                holder.sendall(first[1:])
+                time.sleep(2.5)
+                waiting.sendall(second[1:])
+                self.assertTrue(waiting.recv(1000).startswith(b"HTTP/1.1 200 "))
+
     def test_a_request_without_memory_waits_and_is_then_told_so(self):
         """The first client sends its body late and does not read the answer, so that it keeps its share for
         longer than the others may wait."""
