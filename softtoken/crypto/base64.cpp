@@ -67,9 +67,10 @@ void base64_encode(ByteView bytes, char* text) {
     to += EVP_EncodeBlock(to, piece.data(), static_cast<int>(piece.size()));
     rest = rest.subspan(piece.size());
   }
-  uint8_t group[5];
-  EVP_EncodeBlock(group, bytes.last(last).data(), static_cast<int>(last));
-  std::copy_n(group, 4, to);
+  std::array<uint8_t, 5> group;
+  const WipeAtEnd wiped(group);
+  EVP_EncodeBlock(group.data(), bytes.last(last).data(), static_cast<int>(last));
+  std::copy_n(group.data(), 4, to);
 }
 
 std::string base64_encode(ByteView bytes) {

@@ -23,10 +23,12 @@ constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string_view view_of(std::span<char> text) { return {text.data(), text.size()}; }
 
-// The text of a string token, which may be followed by white space.
-std::span<char> without_quotes(std::string_view token) {
-  token = token.substr(1, token.rfind('"') - 1);
-  return {const_cast<char*>(token.data()), token.size()};
+// The text between the quotation marks of a literal that the parser has found.
+std::span<char> text_of(ondemand::raw_json_string literal) {
+  const char* begin = literal.raw();
+  const char* end = begin;
+  while (*end != '"') end += *end == '\\' ? 2 : 1;
+  return {const_cast<char*>(begin), end};
 }
 
 bool is_null(ondemand::value& value) {
@@ -62,11 +64,11 @@ class JsonRequest::Parser {
 
  private:
   bool add(ondemand::field& field) {
-    std::string_view name;
+    std::span<char> name;
     ondemand::json_type type{};
-    if (field.unescaped_key().get(name) != simdjson::SUCCESS) return false;
+    if (!unescape(field.key(), name)) return false;
     if (field.value().type().get(type) != simdjson::SUCCESS) return false;
-    Member& member = request_.members_.emplace_back(Member{std::string(name), Kind::other});
+    Member& member = request_.members_.emplace_back(Member{std::string(view_of(name)), Kind::other});
     switch (type) {
       case ondemand::json_type::string:
         return read_text(field.value(), member);
@@ -83,15 +85,19 @@ class JsonRequest::Parser {
 
   bool read_text(ondemand::value& value, Member& member) {
     member.kind = Kind::text;
-    member.text = without_quotes(value.raw_json_token());
-    ondemand::raw_json_string escaped;
-    if (value.get_raw_json_string().get(escaped) != simdjson::SUCCESS) return false;
-    if (view_of(member.text).find('\\') == std::string_view::npos) return true;
-    SecretText& copy = request_.unescaped_.emplace_back(member.text.size() + kJsonPadding, '\0');
+    ondemand::raw_json_string literal;
+    return value.get_raw_json_string().get(literal) == simdjson::SUCCESS && unescape(literal, member.text);
+  }
+
+  // The parser's own buffer is not wiped, and whatever follows a literal is copied with it.
+  bool unescape(ondemand::raw_json_string literal, std::span<char>& text) {
+    text = text_of(literal);
+    if (view_of(text).find('\\') == std::string_view::npos) return true;
+    SecretText& copy = request_.unescaped_.emplace_back(text.size() + kJsonPadding, '\0');
     auto* end = reinterpret_cast<uint8_t*>(copy.data());
     std::string_view unescaped;
-    if (parser_.unescape(escaped, end).get(unescaped) != simdjson::SUCCESS) return false;
-    member.text = {copy.data(), unescaped.size()};
+    if (parser_.unescape(literal, end).get(unescaped) != simdjson::SUCCESS) return false;
+    text = {copy.data(), unescaped.size()};
     return true;
   }
 

@@ -1,5 +1,5 @@
-// Lets allocations of the store fail, from the first, second, ... on. A call throws or does without; nothing ends
-// the process, and afterwards the store works.
+// Lets allocations of the store fail, from the first, second, ... on. A call throws or does without; nothing
+// ends the process, and afterwards the store works.
 #include <gtest/gtest.h>
 
 #include <atomic>
