@@ -1,5 +1,5 @@
-// Memory of one request, and of the answer of a byte-frame call. It may contain a PIN and is wiped before it is
-// released.
+// Memory of one request, and of the answer of a byte-frame call. It may contain a PIN and is wiped before it
+// is released.
 #pragma once
 
 #include <cstddef>

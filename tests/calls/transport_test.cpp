@@ -228,7 +228,8 @@ BOOL WINAPI set_timeouts(HINTERNET session, int resolve, int connect, int send, 
 BOOL WINAPI set_option(HINTERNET handle, DWORD option, LPVOID value, DWORD length) {
   const bool of_request = recorded.opened.size() == 3;
   EXPECT_EQ(handle, of_request ? recorded.opened[2] : recorded.opened[0]);
-  const DWORD expected = of_request ? WINHTTP_OPTION_DISABLE_FEATURE : WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT;
+  const DWORD expected =
+      of_request ? WINHTTP_OPTION_DISABLE_FEATURE : WINHTTP_OPTION_RECEIVE_RESPONSE_TIMEOUT;
   EXPECT_EQ(option, expected);
   EXPECT_EQ(*static_cast<DWORD*>(value), of_request ? 7u : 10000u);
   return !fails("WinHttpSetOption") && WinHttpSetOption(handle, option, value, length);
@@ -294,12 +295,12 @@ class PlatformCalls : public ClientTest {
 TEST_F(PlatformCalls, ComeInOrderAndCloseTheSessionFirst) {
   service.answers(json(kSuccess));
   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
-  EXPECT_THAT(recorded.order,
-              ElementsAre("WinHttpOpen", "WinHttpSetTimeouts", "WinHttpSetOption", "WinHttpConnect",
-                          "WinHttpOpenRequest", "WinHttpSetOption", "WinHttpSendRequest",
-                          "WinHttpReceiveResponse", "WinHttpQueryDataAvailable", "WinHttpReadData",
-                          "WinHttpQueryDataAvailable",
-                          "WinHttpCloseHandle", "WinHttpCloseHandle", "WinHttpCloseHandle"));
+  EXPECT_THAT(
+      recorded.order,
+      ElementsAre("WinHttpOpen", "WinHttpSetTimeouts", "WinHttpSetOption", "WinHttpConnect",
+                  "WinHttpOpenRequest", "WinHttpSetOption", "WinHttpSendRequest", "WinHttpReceiveResponse",
+                  "WinHttpQueryDataAvailable", "WinHttpReadData", "WinHttpQueryDataAvailable",
+                  "WinHttpCloseHandle", "WinHttpCloseHandle", "WinHttpCloseHandle"));
   EXPECT_EQ(recorded.closed, recorded.opened);
 }
 
