@@ -22,13 +22,18 @@ std::filesystem::path environment(const char* name) {
 
 std::filesystem::path user_data() {
   const std::filesystem::path data = environment("XDG_DATA_HOME");
-  return data.empty() ? environment("HOME") / ".local" / "share" : data;
+  return data.is_absolute() ? data : environment("HOME") / ".local" / "share";
 }
 
 #endif
 
 }  // namespace
 
-std::filesystem::path default_store() { return user_data() / "VELM" / "softtoken.db"; }
+// A relative path would depend on the current folder.
+std::optional<std::filesystem::path> default_store() {
+  const std::filesystem::path data = user_data();
+  if (!data.is_absolute()) return std::nullopt;
+  return data / "VELM" / "softtoken.db";
+}
 
 }  // namespace velm::token

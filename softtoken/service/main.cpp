@@ -46,7 +46,7 @@ std::filesystem::path path_of(const std::string& utf8) {
 /** The values on the command line; each command uses some of them. */
 struct Line {
   std::string data = [] {
-    const std::u8string file = default_store().u8string();
+    const std::u8string file = default_store().value_or("").u8string();
     return std::string(file.begin(), file.end());
   }();
   std::string name, type = "sm2", pin, source, password;
@@ -54,7 +54,11 @@ struct Line {
   double body_limit_mib = 512, memory_budget_mib = 1024, request_seconds = 10;
   ServeOptions serve;
 
-  std::filesystem::path store() const { return path_of(data); }
+  std::filesystem::path store() const {
+    if (data.empty())
+      throw std::runtime_error("the environment names no folder for application data; pass --data FILE");
+    return path_of(data);
+  }
   ContainerName container() const { return read_name(name); }
   Pin given_pin() const { return read_pin(as_bytes(pin)); }
 };

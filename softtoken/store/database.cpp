@@ -4,12 +4,12 @@
 
 #include <stdexcept>
 
+#include "softtoken/store/private_file.h"
+
 namespace velm::token {
 namespace {
 
 constexpr int kBusyMilliseconds = 10000;
-
-constexpr auto kOwnerOnly = std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
 
 [[noreturn]] void fail(sqlite3* handle) {
   throw std::runtime_error(std::string("store: ") + sqlite3_errmsg(handle));
@@ -22,18 +22,17 @@ void Database::Finalizer::operator()(sqlite3_stmt* statement) const { sqlite3_fi
 void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close_v2(handle); }
 
 Database::Database(const std::filesystem::path& file, bool create) {
-  const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX | (create ? SQLITE_OPEN_CREATE : 0);
-  const bool made = create && !std::filesystem::exists(file);
-  if (made && file.has_parent_path()) std::filesystem::create_directories(file.parent_path());
+  // SQLite would create the file for everyone, and gives the files beside it the permissions of the file.
+  if (create) create_private_file(file);
+  require_private_file(file);
   const std::u8string name = file.u8string();
   sqlite3* handle = nullptr;
-  const int result = sqlite3_open_v2(reinterpret_cast<const char*>(name.c_str()), &handle, flags, nullptr);
+  const int result = sqlite3_open_v2(reinterpret_cast<const char*>(name.c_str()), &handle,
+                                     SQLITE_OPEN_READWRITE | SQLITE_OPEN_FULLMUTEX, nullptr);
   handle_.reset(handle);
   if (result != SQLITE_OK) {
     throw std::runtime_error("cannot open the store " + file.string() + ": " + sqlite3_errstr(result));
   }
-  // Before any data is written. SQLite gives the WAL files the permissions of the database file.
-  if (made) std::filesystem::permissions(file, kOwnerOnly);
   sqlite3_busy_timeout(handle, kBusyMilliseconds);
   execute("PRAGMA synchronous=FULL");
   execute("PRAGMA foreign_keys=ON");
@@ -43,6 +42,11 @@ Database::Database(const std::filesystem::path& file, bool create) {
 void Database::execute(const char* sql) {
   const std::lock_guard lock(mutex_);
   if (sqlite3_exec(handle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) fail(handle());
+}
+
+void Database::forget_replaced() {
+  const std::lock_guard lock(mutex_);
+  sqlite3_wal_checkpoint_v2(handle(), nullptr, SQLITE_CHECKPOINT_TRUNCATE, nullptr, nullptr);
 }
 
 int64_t Database::changes() const { return sqlite3_changes64(handle()); }

@@ -17,12 +17,18 @@ namespace velm::token {
 class Database {
  public:
   /**
-   * Opens the file; with `create`, creates it and its folder if missing. A new file gets POSIX permissions
-   * for its owner only.
+   * Opens the file, which other users must not be able to read; with `create`, creates it and its folder, for
+   * the current user alone, if they are missing.
    */
   Database(const std::filesystem::path& file, bool create);
 
   void execute(const char* sql);
+
+  /**
+   * Removes what was replaced or deleted from the write-ahead log. The pages of the store itself are
+   * overwritten at once. Does nothing while another process reads the store for longer than statements wait.
+   */
+  void forget_replaced();
 
   /** Rows that the last statement changed. Callers hold mutex() from that statement on. */
   int64_t changes() const;

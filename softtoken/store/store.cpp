@@ -132,6 +132,7 @@ int64_t Store::add_container(const ContainerRow& row) {
 
 void Store::delete_container(int64_t id) {
   Statement(database_, "DELETE FROM container WHERE id = ?", id).run();
+  database_.forget_replaced();
 }
 
 // The salt is that of the PIN: another process may have changed it.
@@ -165,7 +166,9 @@ bool Store::replace_keys(const ContainerRow& row, const Bytes& old_salt) {
             " WHERE id = ? AND salt = ?",
             row.salt, row.signing_key, row.encryption_key, protocol::kPinRetries, row.id, old_salt)
       .run();
-  return database_.changes() == 1;
+  const bool replaced = database_.changes() == 1;
+  if (replaced) database_.forget_replaced();
+  return replaced;
 }
 
 Authority Store::authority(KeyKind kind) {

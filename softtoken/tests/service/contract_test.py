@@ -338,6 +338,29 @@ class FirstStart(unittest.TestCase):
             with self.assertRaises(subprocess.CalledProcessError):
                 run_token("init", store=store)
 
+    def test_the_store_is_never_in_a_relative_folder(self):
+        with tempfile.TemporaryDirectory(prefix="velm-token-") as folder:
+            for variables in ({}, {"HOME": ""}, {"HOME": "home"}, {"XDG_DATA_HOME": "data"}):
+                result = subprocess.run([PROGRAM, "init"], env=variables, cwd=folder, capture_output=True,
+                                        text=True)
+                self.assertEqual(result.returncode, 1)
+                self.assertEqual(result.stderr, "velm_softtoken: the environment names no folder for "
+                                                "application data; pass --data FILE\n")
+            subprocess.run([PROGRAM, "init"], env={"HOME": folder, "XDG_DATA_HOME": "data"}, check=True,
+                           capture_output=True)
+            store = os.path.join(folder, ".local", "share", "VELM", "softtoken.db")
+            self.assertEqual(os.stat(store).st_mode & 0o777, 0o600)
+            self.assertEqual(os.listdir(folder), [".local"])
+
+    def test_a_store_that_others_may_read_is_refused(self):
+        with Service(demo=False) as service:
+            os.chmod(service.store, 0o644)
+            command = [PROGRAM, "container", "list", "--data", service.store]
+            result = subprocess.run(command, capture_output=True, text=True)
+            self.assertEqual((result.returncode, result.stdout), (1, ""))
+            self.assertEqual(result.stderr, f"velm_softtoken: other users may read or write {service.store}; "
+                                            f"run: chmod 600 {service.store}\n")
+
 
 if __name__ == "__main__":
     unittest.main()

@@ -4,30 +4,20 @@
 #include <string>
 
 #include "softtoken/crypto/base64.h"
-#include "softtoken/crypto/random.h"
 #include "softtoken/store/token.h"
+#include "softtoken/tests/store/temporary_folder.h"
 
 namespace velm::token {
 
-/** A new store in a temporary folder; deleted by the destructor. */
+/** A new store in a temporary folder. */
 class TemporaryStore {
  public:
-  TemporaryStore() {
-    std::string name = "velm-token-";
-    for (const uint8_t byte : random_bytes(8)) name += static_cast<char>('a' + byte % 26);
-    folder_ = std::filesystem::temp_directory_path() / name;
-    Store::create(file());
-  }
-  TemporaryStore(const TemporaryStore&) = delete;
-  ~TemporaryStore() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
+  TemporaryStore() { Store::create(file()); }
 
-  std::filesystem::path file() const { return folder_ / "store.db"; }
+  std::filesystem::path file() const { return folder_.path() / "store.db"; }
 
  private:
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
 };
 
 /** Returns the code of the TokenError that a call throws, or success. */

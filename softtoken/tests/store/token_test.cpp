@@ -7,6 +7,7 @@
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/store/demo.h"
+#include "softtoken/store/private_file.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_store.h"
 
@@ -181,6 +182,29 @@ TEST_F(TokenTest, DeletingAContainerDeletesItsDataAndItsSession) {
   EXPECT_EQ(code_of([&] { token.session("A"); }), kNotLoggedIn);
 }
 
+TEST_F(TokenTest, ReplacedKeysAreInNoFile) {
+  Token other(store.file());  // another process keeps the write-ahead log in use
+  const auto files_contain = [&](const Bytes& bytes) {
+    for (const auto& file : std::filesystem::directory_iterator(store.file().parent_path())) {
+      std::ifstream stream(file.path(), std::ios::binary);
+      const std::string content(std::istreambuf_iterator<char>(stream), {});
+      if (content.find(as_text(bytes)) != std::string::npos) return true;
+    }
+    return false;
+  };
+  const ContainerRow first = token.container("A");
+  EXPECT_TRUE(files_contain(first.signing_key));
+  EXPECT_EQ(other.pin_retries("A"), kPinRetries);
+  token.change_pin("A", kPin, kWrong);
+  const ContainerRow second = token.container("A");
+  EXPECT_FALSE(files_contain(first.signing_key));
+  EXPECT_FALSE(files_contain(first.encryption_key));
+  EXPECT_TRUE(files_contain(second.signing_key));
+  token.delete_container("A");
+  EXPECT_FALSE(files_contain(second.signing_key));
+  EXPECT_FALSE(files_contain(second.encryption_key));
+}
+
 TEST_F(TokenTest, TheStoreContainsNoPrivateKeyInPlaintext) {
   token.login("A", kPin);
   const SecretBytes der = private_key_der(token.session("A")->signing_key.get());
@@ -271,7 +295,7 @@ TEST(StoreCreation, LookingForAStoreDoesNotWrite) {
   const std::filesystem::path file = folder.file().replace_filename("other.db");
   EXPECT_FALSE(Store::exists(file));
   EXPECT_FALSE(std::filesystem::exists(file));
-  std::ofstream(file).close();
+  create_private_file(file);
   EXPECT_FALSE(Store::exists(file));
   EXPECT_EQ(std::filesystem::file_size(file), 0u);
 }

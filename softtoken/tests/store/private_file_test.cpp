@@ -1,0 +1,50 @@
+#include "softtoken/store/private_file.h"
+
+#include <gtest/gtest.h>
+
+#include <windows.h>
+
+#include <sddl.h>
+
+#include "softtoken/store/store.h"
+#include "softtoken/tests/store/temporary_folder.h"
+
+namespace velm::token {
+namespace {
+
+void create_file(const std::filesystem::path& file, const wchar_t* permissions) {
+  PSECURITY_DESCRIPTOR descriptor = nullptr;
+  ASSERT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(permissions, SDDL_REVISION_1, &descriptor,
+                                                                   nullptr));
+  SECURITY_ATTRIBUTES attributes{sizeof attributes, descriptor, FALSE};
+  const HANDLE created =
+      CreateFileW(file.c_str(), GENERIC_WRITE, 0, &attributes, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(created, INVALID_HANDLE_VALUE);
+  CloseHandle(created);
+  LocalFree(descriptor);
+}
+
+TEST(PrivateFile, IsForTheUserAlone) {
+  const TemporaryFolder folder;
+  const std::filesystem::path file = folder.path() / L"\u8BC1\u4E66" / "store.db";
+  create_private_file(file);
+  require_private_file(file);
+  create_private_file(file);
+  EXPECT_EQ(std::filesystem::file_size(file), 0u);
+}
+
+TEST(PrivateFile, IsRefusedIfEveryoneMayUseIt) {
+  const TemporaryFolder folder;
+  for (const wchar_t* permissions :
+       {L"D:P(A;;FA;;;WD)", L"D:P(A;;GRGW;;;WD)"}) {
+    const std::filesystem::path file = folder.path() / "store.db";
+    create_file(file, permissions);
+    EXPECT_THROW(require_private_file(file), std::runtime_error);
+    EXPECT_THROW(Store::create(file), std::runtime_error);
+    EXPECT_THROW(Store::exists(file), std::runtime_error);
+    std::filesystem::remove(file);
+  }
+}
+
+}  // namespace
+}  // namespace velm::token
