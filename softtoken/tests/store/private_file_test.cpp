@@ -35,8 +35,7 @@ TEST(PrivateFile, IsForTheUserAlone) {
 
 TEST(PrivateFile, IsRefusedIfEveryoneMayUseIt) {
   const TemporaryFolder folder;
-  for (const wchar_t* permissions :
-       {L"D:P(A;;FA;;;WD)", L"D:P(A;;GRGW;;;WD)"}) {
+  for (const wchar_t* permissions : {L"D:P(A;;FA;;;WD)", L"D:P(A;;GRGW;;;WD)"}) {
     const std::filesystem::path file = folder.path() / "store.db";
     create_file(file, permissions);
     EXPECT_THROW(require_private_file(file), std::runtime_error);
