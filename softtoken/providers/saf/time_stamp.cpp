@@ -84,6 +84,17 @@ void verify_sm2_signature(const PKCS7* token, X509* authority, X509_STORE* trust
   require_openssl(valid, kSafHashNotEqual);
 }
 
+// OpenSSL also accepts a signer whose chain leads to `authority`. The signer must be `authority` itself.
+void verify_rsa_signature(PKCS7* token, X509* authority, X509_STORE* trusted) {
+  STACK_OF(X509)* certificates = require_pointer(sk_X509_new_null(), kUnknownError);
+  X509* found = nullptr;
+  const bool valid = sk_X509_push(certificates, authority) > 0 &&
+                     TS_RESP_verify_signature(token, certificates, trusted, &found) == 1;
+  sk_X509_free(certificates);
+  const Certificate signer(found);
+  require_openssl(valid && X509_cmp(signer.get(), authority) == 0, kSafHashNotEqual);
+}
+
 }  // namespace
 
 TimeStampQuery::TimeStampQuery(DigestId digest, ByteView hash) : request_(allocated(TS_REQ_new())) {
@@ -145,11 +156,7 @@ void TimeStamp::verify(X509* authority, const std::function<Bytes(DigestId)>& ha
   X509_VERIFY_PARAM_set_time(parameters, time_t{days} * 24 * 60 * 60 + seconds);
   if (kind_of(key_of(authority).get()) == KeyKind::sm2)
     return verify_sm2_signature(token_.get(), authority, trusted.get());
-  STACK_OF(X509)* certificates = require_pointer(sk_X509_new_null(), kUnknownError);
-  const bool valid = sk_X509_push(certificates, authority) > 0 &&
-                     TS_RESP_verify_signature(token_.get(), certificates, trusted.get(), nullptr) == 1;
-  sk_X509_free(certificates);
-  require_openssl(valid, kSafHashNotEqual);
+  verify_rsa_signature(token_.get(), authority, trusted.get());
 }
 
 }  // namespace velm::token

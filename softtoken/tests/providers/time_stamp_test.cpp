@@ -132,6 +132,28 @@ TEST_F(ScriptedAuthority, NothingStandsBehindAStamp) {
   }
 }
 
+// The given certificate must be the signer's: one above it, or beside it, vouches for no time-stamp token.
+TEST_F(ScriptedAuthority, OnlyTheGivenCertificateIsAcceptedAsTheSigner) {
+  for (const auto& [digest, label_name] : kKinds) {
+    const KeyKind kind = digest == DigestId::sm3 ? KeyKind::sm2 : KeyKind::rsa;
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    EXPECT_EQ(verify(stamp, label(store(), label_name, kCertificateLabel)), kSafSuccess);
+
+    const Authority issuer = store().authority(kind);
+    EXPECT_EQ(verify(stamp, certificate_der(issuer.certificate.get())), kSafHashNotEqual) << "its issuer";
+    const Key key = generate_key(kind, 2048);
+    const time_t now = std::time(nullptr);
+    const Certificate sibling = issue_certificate(issuer, key.get(),
+                                                  {.common_name = "Sibling",
+                                                   .usage = Usage::time_stamping,
+                                                   .not_before = now - kDay,
+                                                   .not_after = now + kDay});
+    EXPECT_EQ(verify(stamp, certificate_der(sibling.get())), kSafHashNotEqual) << "another of its issuer";
+  }
+}
+
 TEST_F(ScriptedAuthority, AnSm2StampNeedsACertificateForStampsInItsTime) {
   Bytes stamp;
   answer(granted);
