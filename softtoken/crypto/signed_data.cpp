@@ -151,7 +151,8 @@ Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool 
 SignedMessage parse_signed_message(ByteView message) {
   const Bytes inner = unwrap_content(message, kPkcs7Types.signed_data, kGmTypes.signed_data);
   const auto parsed = from_der<Pkcs7Signed>(d2i_PKCS7_SIGNED, inner, kPkcs7Format);
-  require(sk_PKCS7_SIGNER_INFO_num(parsed->signer_info) > 0, kPkcs7Format);
+  // With several signers, callers would take one verified signature for all of them.
+  require(sk_PKCS7_SIGNER_INFO_num(parsed->signer_info) == 1, kPkcs7Format);
   PKCS7_SIGNER_INFO* signer = sk_PKCS7_SIGNER_INFO_value(parsed->signer_info, 0);
 
   SignedMessage result;

@@ -32,7 +32,7 @@ Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& s
 /** The same without attributes, signed with `key` and digest_for(key). */
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached);
 
-/** A parsed signed message; only the first signer is read. */
+/** A parsed signed message with one signer. */
 struct SignedMessage {
   /** Absent in a detached message. */
   std::optional<Bytes> content;
@@ -45,7 +45,10 @@ struct SignedMessage {
   const EVP_MD* digest = nullptr;
 };
 
-/** Throws kPkcs7Format, or kCertificateNotFound if the message lacks the signing certificate. */
+/**
+ * Throws kPkcs7Format, also for a message without a signer or with several, and kCertificateNotFound if the
+ * message lacks the signing certificate.
+ */
 SignedMessage parse_signed_message(ByteView message);
 
 /**

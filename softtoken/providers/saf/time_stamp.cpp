@@ -125,6 +125,7 @@ void TimeStampQuery::check(ByteView answer) const {
 
 TimeStamp::TimeStamp(ByteView der) : token_(token_in(der)), info_(PKCS7_to_TS_TST_INFO(token_.get())) {
   require_openssl(info_ != nullptr, kSafStampAnswer);
+  require_openssl(sk_PKCS7_SIGNER_INFO_num(PKCS7_get_signer_info(token_.get())) == 1, kSafStampAnswer);
 }
 
 std::string TimeStamp::time() const {

@@ -27,8 +27,8 @@ class TimeStampQuery {
 class TimeStamp {
  public:
   /**
-   * Throws kSafStampAnswer if the token cannot be parsed, and kSafStampService for an answer that grants
-   * none.
+   * Throws kSafStampAnswer if the token cannot be parsed or does not have exactly one signer, and
+   * kSafStampService for an answer that grants none.
    */
   explicit TimeStamp(ByteView der);
 

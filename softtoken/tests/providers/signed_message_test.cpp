@@ -3,6 +3,8 @@
 #include "softtoken/crypto/signed_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/running_service.h"
+#include "softtoken/tests/providers/second_signer.h"
+#include "softtoken/tests/store/temporary_store.h"
 
 namespace velm::token {
 namespace {
@@ -219,6 +221,28 @@ TEST_F(SignedMessages, AreRefusedForACutMessageOrASmallBuffer) {
       kSafBadLength);
   EXPECT_EQ(certificate[0], 0);
   EXPECT_EQ(digest, 99u);
+}
+
+// Only one signature would be verified, so a message with a second one is rejected, valid or not.
+TEST_F(SignedMessages, WithTwoSignersAreRejected) {
+  for (const Container& container : kContainers) {
+    const MessageTypes& types = container.sm2 ? kGmTypes : kPkcs7Types;
+    uint32_t code = 0;
+    for (const Bytes& message :
+         {encode(container, code), encode_extended(container, kOfContent, kText, code)}) {
+      ASSERT_NO_THROW(verify_signed_message(message, kText));
+      const Bytes forged = with_forged_second_signer(message, types.signed_data);
+      EXPECT_EQ(code_of([&] { verify_signed_message(forged, kText); }), kPkcs7Format) << container.name;
+      for (const Decode function : {SAF_SM2_DecodeSignedData, SAF_Pkcs7_DecodeSignedData})
+        EXPECT_EQ(decode(function, forged).code, kSafBadObject) << container.name;
+      uint32_t has_attributes = 0;
+      uint32_t digest = 0;
+      uint32_t length = 0;
+      EXPECT_EQ(SAF_Ext_Pkcs7_ReadContentData(nullptr, forged.data(), size_of(forged), &has_attributes,
+                                              &digest, nullptr, &length, nullptr, &length),
+                kSafBadObject);
+    }
+  }
 }
 
 // A size query does not read the content, so no buffer of this length is required.

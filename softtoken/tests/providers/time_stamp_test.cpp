@@ -10,6 +10,7 @@
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
+#include "softtoken/tests/providers/second_signer.h"
 #include "softtoken/tests/providers/with_scripted_server.h"
 
 namespace velm::token {
@@ -68,6 +69,11 @@ class ScriptedAuthority : public WithScriptedServer {
   std::function<Bytes(ByteView query)> answer_;
 };
 
+Bytes token_in(const Bytes& stamp) {
+  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
+  return der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get()));
+}
+
 constexpr std::pair<DigestId, const char*> kKinds[] = {{DigestId::sm3, kSm2TimeStampAuthorityLabel},
                                                        {DigestId::sha256, kTimeStampAuthorityLabel}};
 
@@ -116,8 +122,7 @@ TEST_F(ScriptedAuthority, NothingStandsBehindAStamp) {
     Bytes stamp;
     answer(granted);
     ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
-    const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
-    Bytes token = der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get()));
+    Bytes token = token_in(stamp);
     for (Bytes* form : {&stamp, &token}) {
       EXPECT_EQ(verify(*form, authority), kSafSuccess);
       form->push_back(0);
@@ -154,13 +159,23 @@ TEST_F(ScriptedAuthority, OnlyTheGivenCertificateIsAcceptedAsTheSigner) {
   }
 }
 
+TEST_F(ScriptedAuthority, AStampHasOneSigner) {
+  for (const auto& [digest, label_name] : kKinds) {
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    const Bytes authority = label(store(), label_name, kCertificateLabel);
+    const Bytes token = token_in(stamp);
+    ASSERT_EQ(verify(token, authority), kSafSuccess);
+    EXPECT_EQ(verify(with_forged_second_signer(token, kPkcs7Types.signed_data), authority), kSafStampAnswer);
+  }
+}
+
 TEST_F(ScriptedAuthority, AnSm2StampNeedsACertificateForStampsInItsTime) {
   Bytes stamp;
   answer(granted);
   ASSERT_EQ(fetch(DigestId::sm3, &stamp), kSafSuccess);
-  const auto response = from_der<Handle<TS_RESP, TS_RESP_free>>(d2i_TS_RESP, stamp, kUnknownError);
-  const Bytes content =
-      *parse_signed_message(der_of<const PKCS7>(i2d_PKCS7, TS_RESP_get_token(response.get()))).content;
+  const Bytes content = *parse_signed_message(token_in(stamp)).content;
 
   const Authority root = make_authority(KeyKind::sm2);
   const Key key = generate_sm2_key();

@@ -118,6 +118,18 @@ class Interoperability(unittest.TestCase):
             self.assertEqual([verify(b""), verify(b"content"), verify(b"contenT")], [0, 0, 0x0B000410])
             self.assertEqual(self.service.frame(25, self.read("message.p7"), 1), (0, b"content"))
 
+    def test_we_reject_messages_with_two_signers(self):
+        first_key, first = self.import_own("COSIGNER_A", "RSA")
+        second_key, second = self.import_own("COSIGNER_B", "RSA")
+        self.openssl("cms", "-sign", "-binary", "-nodetach", "-in", self.path("content", b"content"),
+                     "-signer", first, "-inkey", first_key, "-signer", second, "-inkey", second_key,
+                     "-outform", "DER", "-out", self.path("message.p7"), "-md", "sha256")
+        message = self.read("message.p7")
+        self.assertEqual(self.service.call(24, MessageData=b64(message), InData="", base64=True)[0],
+                         0x0B000417)
+        for item in (1, 2, 3):
+            self.assertEqual(self.service.frame(25, message, item)[0], 0x0B000417, item)
+
     def test_openssl_opens_our_envelopes(self):
         key, certificate = self.import_own("ENVELOPE_RSA", "RSA")
         recipient = self.service.certificate("ENVELOPE_RSA", 10)
