@@ -142,6 +142,7 @@ Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& s
 }
 
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached) {
+  require(X509_check_private_key(certificate, key) == 1, kKeyMismatch);
   const DigestId digest = digest_for(key);
   return encode_signed_message(
       {.signer = certificate, .digest = digest, .content = data, .detached = detached},

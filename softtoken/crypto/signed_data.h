@@ -29,7 +29,10 @@ using DataSigner = std::function<Bytes(ByteView data)>;
  */
 Bytes encode_signed_message(const SignedMessageOrder& order, const DataSigner& sign);
 
-/** The same without attributes, signed with `key` and digest_for(key). */
+/**
+ * The same without attributes, signed with `key` and digest_for(key). Throws kKeyMismatch if the certificate
+ * is that of another key.
+ */
 Bytes make_signed_message(EVP_PKEY* key, X509* certificate, ByteView data, bool detached);
 
 /** A parsed signed message with one signer. */

@@ -51,6 +51,7 @@ bool is_over_sm3(TS_TST_INFO* info) {
 
 // OpenSSL cannot sign time-stamp tokens with SM2: sign the TSTInfo that it created again.
 void sign_with_sm2(TS_RESP* response, const Authority& authority) {
+  require(X509_check_private_key(authority.certificate.get(), authority.key.get()) == 1, kKeyMismatch);
   StampInfo info(TS_TST_INFO_dup(TS_RESP_get_tst_info(response)));
   require(info != nullptr, kUnknownError);
   const Bytes token = encode_signed_message(

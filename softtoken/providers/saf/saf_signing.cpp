@@ -31,6 +31,19 @@ Bytes longest_signature(const X509* signer) {
   return Bytes(static_cast<size_t>(EVP_PKEY_get_size(key_of(signer).get())));
 }
 
+// Signs in the local service. The certificate may be that of another key: it may come from a label that
+// outlived its container, and the container may be replaced between two requests.
+Bytes signature_under(X509* signer, const TokenClient& client, const std::string& container, DigestId digest,
+                      ByteView hash) {
+  Bytes signature = client.sign_hash(container, digest, hash);
+  try {
+    verify_hash(key_of(signer).get(), digest, hash, signature);
+  } catch (const TokenError&) {
+    throw SafError(kSafKeyMismatch);
+  }
+  return signature;
+}
+
 enum class Form { attached, detached_with_attributes, detached_of_hash };
 
 void encode(const SigningCall& call, KeyKind kind, Form form) {
@@ -46,7 +59,8 @@ void encode(const SigningCall& call, KeyKind kind, Form form) {
     if (call.message == nullptr) return longest_signature(signer.get());
     const Bytes value =
         form == Form::detached_of_hash ? copy_of(data) : signed_hash_of(signer.get(), digest, signed_data);
-    return TokenClient(configuration_of(call.application)).sign_hash(container, digest, value);
+    const TokenClient client(configuration_of(call.application));
+    return signature_under(signer.get(), client, container, digest, value);
   };
   const SignedMessageOrder order{.signer = signer.get(),
                                  .digest = digest,
@@ -74,8 +88,9 @@ uint32_t SAF_Ext_SignFile(void* application, const char* container, uint32_t con
     const Bytes prefix = signed_prefix(key_of(signer.get()).get(), input_bytes(id, id_length));
     const std::string file = required_text(path);
     if (signature == nullptr) return deliver(longest_signature(signer.get()), nullptr, signature_length);
-    const Bytes hash = hash_file(static_cast<DigestId>(digest), prefix, file);
-    deliver(client.sign_hash(name, static_cast<DigestId>(digest), hash), signature, signature_length);
+    const auto algorithm = static_cast<DigestId>(digest);
+    const Bytes hash = hash_file(algorithm, prefix, file);
+    deliver(signature_under(signer.get(), client, name, algorithm, hash), signature, signature_length);
   });
 }
 

@@ -150,6 +150,14 @@ TEST_P(EveryKey, MakesAttachedAndDetachedMessages) {
   EXPECT_EQ(parse_signed_message(detached).content, std::nullopt);
 }
 
+TEST_P(EveryKey, MakesNoMessageWithTheCertificateOfAnotherKey) {
+  const Key other = make();
+  for (const bool detached : {false, true}) {
+    EXPECT_EQ(code_of([&] { make_signed_message(other.get(), certificate.get(), data, detached); }),
+              kKeyMismatch);
+  }
+}
+
 TEST_P(EveryKey, NoChangedByteOfAMessageStillVerifiesOtherContent) {
   const Bytes message = make_signed_message(key.get(), certificate.get(), data, true);
   for (size_t i = 0; i < message.size(); i += 3) {

@@ -12,6 +12,7 @@ namespace {
 constexpr uint32_t kSigningKey = 2;
 constexpr uint32_t kOfContent = 1;
 constexpr uint32_t kOfHash = 2;
+constexpr uint32_t kCertificateLabel = 7;
 
 const Bytes kText = copy_of(as_bytes("what is to be signed"));
 
@@ -64,7 +65,9 @@ class SignedMessages : public testing::Test {
   static Application& application() { return *application_; }
 
   static Bytes encode(const Container& container, uint32_t& code) {
-    const Bytes certificate = application().signing_certificate(container.name);
+    return encode_with(application().signing_certificate(container.name), container, code);
+  }
+  static Bytes encode_with(const Bytes& certificate, const Container& container, uint32_t& code) {
     const auto function = container.sm2 ? SAF_SM2_EncodeSignedData : SAF_Pkcs7_EncodeSignedData;
     return sized_output(
         [&](uint8_t* message, uint32_t* length) {
@@ -76,7 +79,11 @@ class SignedMessages : public testing::Test {
   }
 
   static Bytes encode_extended(const Container& container, uint32_t kind, ByteView data, uint32_t& code) {
-    const Bytes certificate = application().signing_certificate(container.name);
+    return encode_extended_with(application().signing_certificate(container.name), container, kind, data,
+                                code);
+  }
+  static Bytes encode_extended_with(const Bytes& certificate, const Container& container, uint32_t kind,
+                                    ByteView data, uint32_t& code) {
     const auto function = container.sm2 ? SAF_Ext_SM2_EncodeSignedData : SAF_Ext_Pkcs7_EncodeSignedData;
     return sized_output(
         [&](uint8_t* message, uint32_t* length) {
@@ -282,6 +289,49 @@ TEST_F(SignedMessages, NeedALoginAndTheFittingKey) {
       SAF_SM2_EncodeSignedData(application().handle(), "SM2_TEST", 8, 1, certificate.data(),
                                size_of(certificate), 1, kText.data(), size_of(kText), output.data(), &length),
       kSafNotSupported);
+}
+
+// A certificate may outlive its container, for example in a label.
+TEST_F(SignedMessages, AreNotMadeWithTheCertificateOfAnotherKey) {
+  for (const Container& container :
+       {Container{"REPLACED_SM2", DigestId::sm3, true}, Container{"REPLACED_RSA", DigestId::sha256, false}}) {
+    SCOPED_TRACE(container.name);
+    Token& token = application().token();
+    const auto add = [&] {
+      token.add_container({.name = container.name, .kind = container.sm2 ? KeyKind::sm2 : KeyKind::rsa},
+                          as_bytes(kDemoPin));
+      token.login(container.name, as_bytes(kDemoPin));
+    };
+    add();
+    const std::string label_name = std::string(container.name) + "_FromCache";
+    set_label(token.store(), label_name, kCertificateLabel,
+              application().signing_certificate(container.name));
+    token.delete_container(container.name);
+    add();
+
+    uint32_t code = 0;
+    const auto label_length = static_cast<uint32_t>(label_name.size());
+    const Bytes stale = sized_output(
+        [&](uint8_t* data, uint32_t* length) {
+          return SAF_Ext_ReadLabel(application().handle(), nullptr, 0, label_name.c_str(), label_length,
+                                   kCertificateLabel, data, length);
+        },
+        code);
+    ASSERT_EQ(code, 0u);
+    const Bytes current = application().signing_certificate(container.name);
+    ASSERT_NE(stale, current);
+    for (const bool fits : {false, true}) {
+      const Bytes& certificate = fits ? current : stale;
+      const uint32_t expected = fits ? kSafSuccess : kSafKeyMismatch;
+      encode_with(certificate, container, code);
+      EXPECT_EQ(code, expected);
+      encode_extended_with(certificate, container, kOfContent, kText, code);
+      EXPECT_EQ(code, expected);
+      encode_extended_with(certificate, container, kOfHash, Bytes(32, 7), code);
+      EXPECT_EQ(code, expected);
+    }
+    token.delete_container(container.name);
+  }
 }
 
 TEST_F(SignedMessages, FilesAreSignedAsTheirContent) {

@@ -1,7 +1,9 @@
 // Shows how the modules handle valid and invalid answers of the local service.
 #include <algorithm>
 #include <atomic>
+#include <functional>
 
+#include "softtoken/crypto/base64.h"
 #include "softtoken/providers/saf/http_post.h"
 #include "softtoken/tests/providers/expected_codes.h"
 #include "softtoken/tests/providers/with_scripted_server.h"
@@ -18,15 +20,20 @@ class ScriptedService : public WithScriptedServer {
   ScriptedService() : WithScriptedServer("token_client_test.dat") {}
 
   void SetUp() override {
-    const auto script = [this](const std::string&, const std::string&) {
+    const auto script = [this](const std::string&, const std::string& body) {
       ++requests_;
-      return answer_;
+      return next_ ? next_(body) : answer_;
     };
     serve(script, "service_address");
   }
 
   void answer(std::string text, unsigned status = 200) {
     answer_ = {.body = std::move(text), .content_type = "application/json", .status = status};
+  }
+  void answer_each(std::function<std::string(const std::string& body)> next) {
+    next_ = [next = std::move(next)](const std::string& body) -> ScriptedAnswer {
+      return {.body = next(body), .content_type = "application/json"};
+    };
   }
   void answer_of_length(size_t length) { answer(std::string(length, ' ')); }
   int requests() const { return requests_; }
@@ -53,8 +60,46 @@ class ScriptedService : public WithScriptedServer {
 
  private:
   ScriptedAnswer answer_;
+  std::function<ScriptedAnswer(const std::string& body)> next_;
   std::atomic<int> requests_ = 0;
 };
+
+// The container may be replaced between the two requests of this function.
+TEST_F(ScriptedService, AFileSignatureFitsTheCertificateThatWasReadForIt) {
+  write_file("token_client_test.bin", as_bytes("content"));
+  const Signer& sm2 = sm2_signer();
+  const Signer& rsa = rsa_2048_signer();
+  const Signer other_sm2(KeyKind::sm2, generate_sm2_key());
+  const Signer other_rsa(KeyKind::rsa, generate_rsa_key(2048));
+  const struct {
+    const Signer& named;
+    const Signer& used;
+    DigestId digest;
+    uint32_t code;
+  } cases[] = {{sm2, sm2, DigestId::sm3, kSafSuccess},
+               {sm2, other_sm2, DigestId::sm3, kSafKeyMismatch},
+               {rsa, rsa, DigestId::sha256, kSafSuccess},
+               {rsa, other_rsa, DigestId::sha256, kSafKeyMismatch}};
+  for (const auto& [named, used, digest, expected] : cases) {
+    answer_each([&](const std::string& body) {
+      const std::string_view mark = R"("hashedData":")";
+      const size_t at = body.find(mark);
+      if (at == std::string::npos)
+        return R"({"ErrorCode":"0","Result":{"UserCert":")" + base64_encode(named.certificate) + R"("}})";
+      const size_t from = at + mark.size();
+      const Bytes value = base64_decode(body.substr(from, body.find('"', from) - from)).value();
+      return R"({"ErrorCode":"0","Result":")" + base64_encode(sign_hash(used.key.get(), digest, value)) +
+             R"("})";
+    });
+    Bytes signature(1024);
+    uint32_t length = size_of(signature);
+    EXPECT_EQ(
+        SAF_Ext_SignFile(application(), kContainer, sizeof kContainer - 1, static_cast<uint32_t>(digest),
+                         nullptr, 0, "token_client_test.bin", signature.data(), &length),
+        expected);
+  }
+  std::remove("token_client_test.bin");
+}
 
 TEST_F(ScriptedService, AStatusOtherThan200IsAFailedRequest) {
   for (const unsigned status : {201u, 404u, 500u}) {

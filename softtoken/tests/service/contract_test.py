@@ -1,8 +1,10 @@
 """Tests every function of the service protocol as a client sees it: codes, members, sizes."""
 
+import contextlib
 import json
 import os
 import socket
+import sqlite3
 import struct
 import subprocess
 import tempfile
@@ -20,6 +22,7 @@ NO_CONTAINER = 0x0B000425
 WRONG_PIN = 0x0B000426
 NO_FILE = 0x0B000434
 NOT_LOGGED_IN = 0x0B000438
+KEY_MISMATCH = 0x0B000440
 LOCKED = 0x0B000442
 NO_SEAL = 0x0B01000B
 
@@ -236,6 +239,17 @@ class Contract(unittest.TestCase):
             self.assertEqual(self.service.frame(25, attached, 3)[0], 0)
             self.assertEqual(self.service.frame(25, attached, 4)[0], UNSUPPORTED_PARAMETER)
             self.assertLessEqual(len(b64(detached)) + 64, 8192)
+
+    def test_no_message_has_the_certificate_of_another_key(self):
+        for name, other in (("SM2_DEMO", "SEAL_SM2_DEMO"), ("RSA_2048_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO")):
+            with Service() as service:
+                with contextlib.closing(sqlite3.connect(service.store)) as store, store:
+                    store.execute("UPDATE container SET signing_certificate = (SELECT signing_certificate "
+                                  "FROM container WHERE name = ?) WHERE name = ?", (other, name))
+                self.assertEqual(service.login(name), 0)
+                for flag in (0, 1):
+                    code, _ = service.call(23, ContainerName=name, InData=b64(b"x"), Flag=flag, base64=True)
+                    self.assertEqual(code, KEY_MISMATCH)
 
     def test_digital_envelopes(self):
         for name in self.each_logged_in():
