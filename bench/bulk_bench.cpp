@@ -49,12 +49,18 @@ class Bulk {
  private:
   uint32_t login() {
     const uint32_t result = SOF_Login(container_.c_str(), kPin);
-    auto length = static_cast<uint32_t>(kSpare);
-    certificate_.resize(length);
-    require(SOF_ExportUserCert(container_.c_str(), certificate_.data(), &length) == SOR_OK,
-            "the certificate cannot be exported");
-    certificate_.resize(length);
+    certificate_ = exported(SOF_ExportUserCert);
+    recipient_ = exported(SOF_ExportExChangeUserCert);
     return result;
+  }
+
+  std::vector<uint8_t> exported(decltype(SOF_ExportUserCert)* function) const {
+    std::vector<uint8_t> certificate(kSpare);
+    auto length = static_cast<uint32_t>(kSpare);
+    require(function(container_.c_str(), certificate.data(), &length) == SOR_OK,
+            "the certificate cannot be exported");
+    certificate.resize(length);
+    return certificate;
   }
 
   void use(uint32_t size) {
@@ -85,7 +91,7 @@ class Bulk {
 
   uint32_t encrypt() {
     envelope_length_ = size_of(envelope_);
-    return SOF_EncryptData(certificate_.data(), size_of(certificate_), data_.data(), size_of(data_),
+    return SOF_EncryptData(recipient_.data(), size_of(recipient_), data_.data(), size_of(data_),
                            envelope_.data(), &envelope_length_);
   }
 
@@ -104,6 +110,7 @@ class Bulk {
 
   std::string container_ = "C1";
   std::vector<uint8_t> certificate_ = std::vector<uint8_t>(1024, 'c');
+  std::vector<uint8_t> recipient_ = certificate_;
   std::vector<uint8_t> signature_ = std::vector<uint8_t>(kSpare);
   std::vector<uint8_t> data_, output_, envelope_;
   uint32_t signature_length_ = 0, envelope_length_ = 0;

@@ -34,7 +34,7 @@ class Files {
   Files() {
     require(SOF_Login(kContainer, kPin) == SOR_OK, "the login failed");
     auto length = static_cast<uint32_t>(certificate_.size());
-    require(SOF_ExportUserCert(kContainer, certificate_.data(), &length) == SOR_OK,
+    require(SOF_ExportExChangeUserCert(kContainer, certificate_.data(), &length) == SOR_OK,
             "the certificate cannot be exported");
     certificate_.resize(length);
     SOF_Ext_SetEnvelopType(kByProvider);

@@ -20,6 +20,7 @@ struct ServiceCode {
 inline constexpr ServiceCode kServiceCodes[] = {
     {SOR_NOTSUPPORTYETERR, kSafNotSupported},
     {SOR_ALGOTYPEERR, kSafAlgorithm},
+    {SOR_KEYUSAGEERR, kSafKeyUsage},
     {SOR_INDATALENERR, kSafBadLength},
     {SOR_INDATAERR, kSafBadInput},
     {SOR_GENRANDERR, kSafRandomFailed},

@@ -9,6 +9,7 @@ constexpr uint32_t kSafSuccess = 0;
 constexpr uint32_t kSafUnknownError = 0x02000001;
 constexpr uint32_t kSafNotSupported = 0x02000002;
 constexpr uint32_t kSafAlgorithm = 0x02000007;
+constexpr uint32_t kSafKeyUsage = 0x02000009;
 constexpr uint32_t kSafNotInitialized = 0x02000011;
 constexpr uint32_t kSafBadObject = 0x02000012;
 constexpr uint32_t kSafNoMemory = 0x02000100;

@@ -172,6 +172,11 @@ Key key_of(const X509* certificate) {
   return key;
 }
 
+void require_key_usage(X509* certificate, uint32_t usages) {
+  // Without the extension, all bits are set.
+  require((X509_get_key_usage(certificate) & usages) != 0, kKeyUsage);
+}
+
 Bytes certificate_item(const X509* certificate, uint32_t item) {
   const auto* found = std::ranges::find(kItems, item, &Item::number);
   require(found != std::end(kItems), kParameterUnsupported);

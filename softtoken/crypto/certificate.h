@@ -14,6 +14,12 @@ Bytes certificate_der(X509* certificate);
  */
 Key key_of(const X509* certificate);
 
+/** The key usages with which a certificate permits encryption with its key. */
+constexpr uint32_t kEncryptionUsages = KU_KEY_ENCIPHERMENT | KU_DATA_ENCIPHERMENT | KU_KEY_AGREEMENT;
+
+/** Throws kKeyUsage if the certificate limits the usage of its key and permits none of `usages`. */
+void require_key_usage(X509* certificate, uint32_t usages);
+
 /** Item numbers for certificate_item(). */
 constexpr uint32_t kNotBeforeItem = 0x35;
 constexpr uint32_t kNotAfterItem = 0x36;

@@ -72,6 +72,9 @@ void write_envelope(X509* recipient, const EVP_CIPHER* cipher, const ByteSource&
                     const ByteSink& envelope) {
   const Key key = key_of(recipient);
   const KeyKind kind = kind_of(key.get());
+  // RFC 5280 section 4.2.1.3: keyEncipherment is the usage for the transport of a content key. Encryption
+  // certificates of GM/T 0015 have all three encryption usages or one of them.
+  require_key_usage(recipient, kind == KeyKind::sm2 ? kEncryptionUsages : KU_KEY_ENCIPHERMENT);
   const uint8_t version = kind == KeyKind::sm2 ? kGmVersion : kPkcs7Version;
   SecretBytes content_key(static_cast<size_t>(EVP_CIPHER_get_key_length(cipher)));
   fill_random(content_key);

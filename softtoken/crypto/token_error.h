@@ -13,6 +13,7 @@ enum ErrorCode : uint32_t {
   kUnknownError = SOR_UNKNOWNERR,
   kNotSupported = SOR_NOTSUPPORTYETERR,
   kAlgorithmUnsupported = SOR_ALGOTYPEERR,
+  kKeyUsage = SOR_KEYUSAGEERR,
   kBadLength = SOR_INDATALENERR,
   kBadInput = SOR_INDATAERR,
   kRandomFailed = SOR_GENRANDERR,

@@ -1,3 +1,5 @@
+#include <openssl/err.h>
+
 #include "protocol/identifiers.h"
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/certificate.h"
@@ -15,6 +17,14 @@ bool is_encryption_key(uint32_t key_type) {
   const bool encryption = key_type == protocol::kEncryptionKey;
   if (!encryption && key_type != protocol::kSigningKey) throw TokenError(kParameterUnsupported);
   return encryption;
+}
+
+// A certificate may limit the usage of its key. A public key does not.
+void require_encryption_usage(ByteView key) {
+  const uint8_t* at = key.data();
+  const Certificate certificate(d2i_X509(nullptr, &at, static_cast<long>(key.size())));
+  ERR_clear_error();
+  if (certificate) require_key_usage(certificate.get(), kEncryptionUsages);
 }
 
 }  // namespace
@@ -50,6 +60,7 @@ SecretText asymmetric_encrypt(Token&, FrameReader& request) {
   const ByteView key = request.bytes();
   const ByteView plain = request.bytes();
   request.expect_end();
+  require_encryption_usage(key);
   const Bytes cipher = encrypt_with_key(public_key_from(key).get(), plain);
   if (cipher.size() + protocol::kAnswerHeadSize > key.size() + kAsymmetricRoom) throw TokenError(kBadLength);
   return frame_success(cipher);

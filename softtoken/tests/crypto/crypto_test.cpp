@@ -83,10 +83,9 @@ struct Kind {
 class EveryKey : public testing::TestWithParam<Kind> {
  protected:
   static Key make() { return generate_key(GetParam().kind, GetParam().bits); }
-  Certificate certify(EVP_PKEY* subject_key) const {
+  Certificate certify(EVP_PKEY* subject_key, Usage usage = Usage::signing) const {
     const time_t now = std::time(nullptr);
-    return issue_certificate(authority, subject_key,
-                             {"Somebody 某人", Usage::signing, now - kDay, now + kDay});
+    return issue_certificate(authority, subject_key, {"Somebody 某人", usage, now - kDay, now + kDay});
   }
 
   Authority authority = make_authority(GetParam().kind);
@@ -172,13 +171,14 @@ TEST_P(EveryKey, NoChangedByteOfAMessageStillVerifiesOtherContent) {
 
 TEST_P(EveryKey, OpensItsEnvelopesAlone) {
   const Key stranger = make();
-  const Certificate strangers = certify(stranger.get());
-  const Opener own[] = {{certificate.get(), key.get()}};
+  const Certificate recipient = certify(key.get(), Usage::encryption);
+  const Certificate strangers = certify(stranger.get(), Usage::encryption);
+  const Opener own[] = {{recipient.get(), key.get()}};
   const Opener other[] = {{strangers.get(), stranger.get()}};
-  const Opener wrong_key[] = {{certificate.get(), stranger.get()}};
+  const Opener wrong_key[] = {{recipient.get(), stranger.get()}};
   for (const size_t size : {0u, 1u, 15u, 16u, 100000u}) {
     const Bytes plain(size, 'p');
-    const Bytes envelope = make_envelope(certificate.get(), plain);
+    const Bytes envelope = make_envelope(recipient.get(), plain);
     EXPECT_EQ(as_text(open_envelope(own, envelope)), as_text(plain));
     EXPECT_EQ(code_of([&] { open_envelope(other, envelope); }), kKeyMismatch);
     // Implicit rejection: a wrong RSA key may still yield a session key, so that decryption occasionally
@@ -190,6 +190,34 @@ TEST_P(EveryKey, OpensItsEnvelopesAlone) {
       EXPECT_NE(opened, plain);
     }
   }
+}
+
+// GM/T 0015 gives a user a signing certificate and an encryption certificate. Data encrypted with the wrong
+// one may be lost: signing keys have no backup.
+TEST_P(EveryKey, EncryptsOnlyForACertificateThatMayEncrypt) {
+  const Certificate recipient = certify(key.get(), Usage::encryption);
+  const auto envelope_for = [&](const char* usage) {
+    const Certificate limited(X509_dup(recipient.get()));
+    const int at = X509_get_ext_by_NID(limited.get(), NID_key_usage, -1);
+    X509_EXTENSION_free(X509_delete_ext(limited.get(), at));
+    if (usage != nullptr) {
+      const Handle<X509_EXTENSION, X509_EXTENSION_free> extension(
+          X509V3_EXT_conf_nid(nullptr, nullptr, NID_key_usage, usage));
+      EXPECT_EQ(X509_add_ext(limited.get(), extension.get(), -1), 1);
+    }
+    return code_of([&] { make_envelope(limited.get(), data); });
+  };
+  const ErrorCode sm2_only = GetParam().kind == KeyKind::sm2 ? kSuccess : kKeyUsage;
+  EXPECT_EQ(envelope_for(nullptr), kSuccess);
+  EXPECT_EQ(envelope_for("keyEncipherment"), kSuccess);
+  EXPECT_EQ(envelope_for("digitalSignature,keyEncipherment"), kSuccess);
+  EXPECT_EQ(envelope_for("dataEncipherment"), sm2_only);
+  EXPECT_EQ(envelope_for("keyAgreement"), sm2_only);
+  for (const char* usage : {"digitalSignature", "nonRepudiation", "keyCertSign", "cRLSign"})
+    EXPECT_EQ(envelope_for(usage), kKeyUsage) << usage;
+  for (const Usage usage : {Usage::signing, Usage::time_stamping})
+    EXPECT_EQ(code_of([&] { make_envelope(certify(key.get(), usage).get(), data); }), kKeyUsage);
+  EXPECT_EQ(code_of([&] { make_envelope(authority.certificate.get(), data); }), kKeyUsage);
 }
 
 TEST_P(EveryKey, TellsWhatItsCertificateSays) {

@@ -95,14 +95,24 @@ void put_messages(const std::string& name, const Credential& signer) {
                base64_encode(as_bytes(kText)) + R"(","base64":1})"));
 }
 
-void put_envelopes(const std::string& name, const Credential& recipient) {
-  const Bytes envelope = make_envelope(recipient.certificate.get(), as_bytes(kText));
+// The signing certificate of a credential, without the key usage that excludes encryption.
+Certificate recipient_of(const Credential& credential) {
+  Certificate certificate(X509_dup(credential.certificate.get()));
+  const int at = X509_get_ext_by_NID(certificate.get(), NID_key_usage, -1);
+  X509_EXTENSION_free(X509_delete_ext(certificate.get(), at));
+  i2d_re_X509_tbs(certificate.get(), nullptr);  // drops the encoding with the extension
+  return certificate;
+}
+
+void put_envelopes(const std::string& name, const Credential& credential) {
+  const Certificate recipient = recipient_of(credential);
+  const Bytes envelope = make_envelope(recipient.get(), as_bytes(kText));
   put("envelope", name, envelope);
-  put("envelope", name + "_empty", make_envelope(recipient.certificate.get(), {}));
+  put("envelope", name + "_empty", make_envelope(recipient.get(), {}));
   const std::string plain = (folder / "plain").string(), file = (folder / "envelope").string();
   write_file(plain, as_bytes(kText));
   OutputFile output(file);
-  encode_envelope_file(plain, recipient.certificate.get(), kAesCbc, output);
+  encode_envelope_file(plain, recipient.get(), kAesCbc, output);
   output.commit();
   put("envelope", name + "_aes", file_bytes(file));
   std::filesystem::remove(plain);
@@ -118,7 +128,8 @@ void put_certificates(const std::string& name, const Credential& owner) {
   put("certificate", name + "_public_key", key);
   const std::string container = name == "sm2" ? "SM2" : "RSA";
   put("service_frame", name + "_certificate_item", as_bytes(frame(11, {as_text(der), 0x31u})));
-  put("service_frame", name + "_encrypt", as_bytes(frame(19, {as_text(der), std::string(kText)})));
+  const Bytes recipient = certificate_der(recipient_of(owner).get());
+  put("service_frame", name + "_encrypt", as_bytes(frame(19, {as_text(recipient), std::string(kText)})));
   put("service_frame", name + "_public_key", as_bytes(frame(59, {container + '\0', 1u})));
   put("service_frame", name + "_encrypt_with_key", as_bytes(frame(60, {as_text(key), std::string(kText)})));
   put("service_frame", name + "_decrypt_with_key",

@@ -64,7 +64,9 @@ class Interoperability : public testing::Test {
 };
 
 TEST_F(Interoperability, ItOpensOurEnvelopes) {
-  const Bytes& certificate = rsa_2048_signer().certificate;
+  EVP_PKEY_up_ref(rsa_2048_signer().key.get());
+  const Bytes certificate =
+      Signer(KeyKind::rsa, Key(rsa_2048_signer().key.get()), Usage::encryption).certificate;
   for (const uint32_t method : {0x402u, 0x2002u, 0x4002u, 0x8002u, 0x10002u}) {
     ASSERT_EQ(SAF_Ext_EncodeEnvelopedFile(handle(), kFile, text_length(kFile), certificate.data(),
                                           size_of(certificate), method, 1, "interoperability.p7m", 20),

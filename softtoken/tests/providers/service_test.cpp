@@ -128,14 +128,35 @@ TEST_F(ModulesOnAService, EnvelopesOfEverySizeGoThereAndBack) {
   }
 }
 
-TEST_F(ModulesOnAService, EnvelopesOfTheServiceAreOpened) {
+// Others may encrypt for a signing key: with a certificate of the same name without the key usage extension.
+Certificate without_key_usage(ByteView certificate) {
+  Certificate copy(X509_dup(parse_certificate(certificate).get()));
+  const int at = X509_get_ext_by_NID(copy.get(), NID_key_usage, -1);
+  X509_EXTENSION_free(X509_delete_ext(copy.get(), at));
+  return copy;
+}
+
+TEST_F(ModulesOnAService, EnvelopesForASigningKeyAreOpened) {
   for (const char* container : {"SM2_TEST", "RSA_2048_TEST"}) {
-    const Certificate recipient = parse_certificate(application().signing_certificate(container));
+    const Certificate recipient = without_key_usage(application().signing_certificate(container));
     write_file("envelope.in", make_envelope(recipient.get(), as_bytes("from the service")));
     ASSERT_EQ(SAF_Ext_DecodeEnvelopedFile(handle(), container, text_length(container), 1, 1, "envelope.in",
                                           11, "envelope.back", 13),
               0u);
     EXPECT_EQ(as_text(file_bytes("envelope.back")), "from the service");
+  }
+}
+
+TEST_F(ModulesOnAService, EnvelopesAreNotMadeForASigningCertificate) {
+  write_file("envelope.in", as_bytes("content"));
+  std::remove("envelope.out");
+  for (const char* container : {"SM2_TEST", "RSA_2048_TEST", "RSA_1024_TEST"}) {
+    const Bytes certificate = application().signing_certificate(container);
+    EXPECT_EQ(SAF_Ext_EncodeEnvelopedFile(handle(), "envelope.in", 11, certificate.data(),
+                                          size_of(certificate), 0x402, 1, "envelope.out", 12),
+              kSafKeyUsage)
+        << container;
+    EXPECT_FALSE(file_exists("envelope.out"));
   }
 }
 

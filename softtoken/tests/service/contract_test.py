@@ -14,6 +14,7 @@ import unittest
 from token_service import FRAME_TYPE, JSON_TYPE, PIN, PROGRAM, Service, b64, run_token, unb64
 
 NOT_SUPPORTED = 0x0B000002
+WRONG_KEY_USAGE = 0x0B000009
 BAD_INPUT = 0x0B000201
 BAD_LENGTH = 0x0B000200
 VERIFY_FAILED = 0x0B000410
@@ -259,6 +260,13 @@ class Contract(unittest.TestCase):
                 self.assertLessEqual(len(envelope) + 8, len(plain) + 1024)
                 self.assertEqual(self.service.frame(20, name, envelope), (0, plain))
             self.assertEqual(self.service.frame(20, name, b"no envelope")[0], 0x0B000417)
+
+    def test_a_signing_certificate_is_no_recipient(self):
+        for name in ("SM2_DEMO", "RSA_2048_DEMO", "RSA_1024_DEMO"):
+            signing, encryption = self.service.certificate(name, 6), self.service.certificate(name, 10)
+            for function in (19, 60):
+                self.assertEqual(self.service.frame(function, signing, b"x")[0], WRONG_KEY_USAGE)
+                self.assertEqual(self.service.frame(function, encryption, b"x")[0], 0)
 
     def test_a_digital_envelope_for_another_recipient(self):
         self.assertEqual(self.service.login("SM2_DEMO"), 0)

@@ -67,10 +67,11 @@ class Memory(unittest.TestCase):
         with Service("--request-time", "60") as service:
             name = "SM2_DEMO"
             self.assertEqual(service.login(name), 0)
-            certificate, data = service.certificate(name), bytes(32 * MIB)
+            certificate, recipient = service.certificate(name), service.certificate(name, 10)
+            data = bytes(32 * MIB)
             signature = service.sign(name, data)[1]
             message = service.sign_message(name, data, 0)
-            envelope = service.frame(19, certificate, data)[1]
+            envelope = service.frame(19, recipient, data)[1]
             base64_size = len(data) * 4 // 3
             calls = {
                 "SignData": (base64_size, lambda: service.sign(name, data)[0]),
@@ -80,7 +81,7 @@ class Memory(unittest.TestCase):
                 "VerifySignedMessage": (base64_size, lambda: service.call(
                     24, MessageData=b64(message), InData="")[0]),
                 "GetInfoFromSignedMessage": (len(data), lambda: service.frame(25, message, 1)[0]),
-                "EncryptData": (len(data), lambda: service.frame(19, certificate, data)[0]),
+                "EncryptData": (len(data), lambda: service.frame(19, recipient, data)[0]),
                 "DecryptData": (len(data), lambda: service.frame(20, name, envelope)[0]),
             }
             for call, (body_size, run) in calls.items():
@@ -94,7 +95,7 @@ class Memory(unittest.TestCase):
 
     def test_a_slow_reader_of_a_large_answer_delays_nobody(self):
         with Service("--request-time", "60") as service:
-            body = make_frame(19, service.certificate("SM2_DEMO"), bytes(256 * MIB))
+            body = make_frame(19, service.certificate("SM2_DEMO", 10), bytes(256 * MIB))
             with connect(service) as connection:
                 connection.sendall(head(service, len(body), FRAME_TYPE))
                 connection.sendall(body)
@@ -115,7 +116,7 @@ class Memory(unittest.TestCase):
             answers.append((status, code_in(FRAME_TYPE, answer)))
 
         with Service("--request-time", "15", "--memory-budget", "1024") as service:
-            body = make_frame(19, service.certificate("SM2_DEMO"), bytes(64 * MIB - 4096))
+            body = make_frame(19, service.certificate("SM2_DEMO", 10), bytes(64 * MIB - 4096))
             before = resident(service)
             threads = [threading.Thread(target=client, args=(service, body)) for _ in range(100)]
             for thread in threads:
@@ -155,7 +156,7 @@ class Memory(unittest.TestCase):
             self.assertGreater(time.monotonic() - started, 3)
 
         with Service("--request-time", "4", "--memory-budget", "16") as service:
-            held = make_frame(19, service.certificate("SM2_DEMO"), bytes(7 * MIB))
+            held = make_frame(19, service.certificate("SM2_DEMO", 10), bytes(7 * MIB))
             waiting = {JSON_TYPE: HELLO.ljust(6 * MIB),
                        FRAME_TYPE: make_frame(UNKNOWN_FUNCTION, bytes(6 * MIB))}
             with connect(service) as connection:
