@@ -106,7 +106,8 @@ CHILD_PROCESS(ends_inside_calls) {
 CHILD_PROCESS(ends_inside_the_lock) {
   static std::atomic<DWORD> kept_thread{0};
   static std::atomic<bool> inside{false};
-  std::ofstream("process_end.dat") << "service_address = a.host.whose.name.needs.memory:1\n";
+  std::ofstream("process_end.dat") << "allow_remote_addresses = true\n"
+                                      "service_address = a.host.whose.name.needs.memory:1\n";
   uint32_t time_length = 0;
   SOF_Ext_GM_Tsp_GetTime(nullptr, &time_length);  // opens the library's application handle
   static const ImportPatch patch(

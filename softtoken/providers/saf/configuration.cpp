@@ -43,6 +43,11 @@ std::chrono::milliseconds duration_in(const std::string& text) {
   return std::chrono::milliseconds(number_in(text, std::numeric_limits<int32_t>::max()));
 }
 
+bool choice_in(const std::string& text) {
+  require_saf(text == "true" || text == "false", kSafBadInput);
+  return text == "true";
+}
+
 void set_value(Configuration& configuration, const std::string& key, const std::string& value) {
   if (key == "service_address") {
     configuration.service = endpoint_in(value);
@@ -52,23 +57,28 @@ void set_value(Configuration& configuration, const std::string& key, const std::
     configuration.connect_timeout = duration_in(value);
   } else if (key == "answer_timeout_ms") {
     configuration.answer_timeout = duration_in(value);
+  } else if (key == "allow_remote_addresses") {
+    configuration.allow_remote_addresses = choice_in(value);
   } else {
     throw SafError(kSafBadInput);
   }
+}
+
+bool is_local(const Endpoint& endpoint) {
+  return endpoint.host == kServiceHost || endpoint.host == "localhost";
 }
 
 bool is_relative(const std::string& path) {
   return path.find_first_of("/\\") != 0 && path.find(':') == std::string::npos;
 }
 
-std::string file_text(const std::string& path) {
-  InputFile file(path);
-  std::string text;
+Bytes content_of(InputFile file) {
+  Bytes content;
   for (ByteView piece; !(piece = file.read()).empty();) {
-    text += as_text(piece);
-    require_saf(text.size() <= kMaxFile, kSafBadInput);
+    content.insert(content.end(), piece.begin(), piece.end());
+    require_saf(content.size() <= kMaxFile, kSafBadInput);
   }
-  return text;
+  return content;
 }
 
 }  // namespace
@@ -83,16 +93,20 @@ Configuration parse_configuration(const std::string& text) {
     require_saf(equals != std::string::npos, kSafBadInput);
     set_value(configuration, trimmed(line.substr(0, equals)), trimmed(line.substr(equals + 1)));
   }
+  const bool all_local = is_local(configuration.service) && is_local(configuration.time_stamp);
+  require_saf(all_local || configuration.allow_remote_addresses, kSafBadInput);
   return configuration;
 }
 
 Configuration load_configuration(const std::string& path) {
-  try {
-    return parse_configuration(file_text(path));
-  } catch (const SafError& error) {
-    if (error.code() != kSafFileOpen || !is_relative(path)) throw;
-    return parse_configuration(file_text(module_folder() + path));
+  if (is_relative(path)) {
+    try {
+      return parse_configuration(as_text(content_of(InputFile(module_folder() / local_path(path)))));
+    } catch (const SafError& error) {
+      if (error.code() != kSafFileOpen) throw;
+    }
   }
+  return parse_configuration(as_text(content_of(InputFile(path))));
 }
 
 }  // namespace velm::token

@@ -19,17 +19,21 @@ struct Configuration {
   Endpoint time_stamp{protocol::kServiceHost, protocol::kServicePort};
   std::chrono::milliseconds connect_timeout{3000};
   std::chrono::milliseconds answer_timeout{30000};
+  /** Whether the addresses may be others than those of the local machine. */
+  bool allow_remote_addresses = false;
 };
 
 /**
  * Parses `key = value` lines in UTF-8, with or without a byte order mark. Ignores empty lines and lines that
- * start with '#'. Throws SafError(kSafBadInput) for any other line, an unknown key or an invalid value.
+ * start with '#'. Throws SafError(kSafBadInput) for any other line, an unknown key, an invalid value, or an
+ * address of another machine without the setting that allows it.
  */
 Configuration parse_configuration(const std::string& text);
 
 /**
- * Loads a configuration file. A relative path that cannot be opened is tried again in the module's folder.
- * Throws kSafFileOpen if the file cannot be opened, and kSafBadInput if it exceeds 64 KiB.
+ * Loads a configuration file. A relative path is looked up in the module's folder, and as given only if that
+ * folder has no such file: others may be able to write to the current folder. Throws kSafFileOpen if the file
+ * cannot be opened, and kSafBadInput if it exceeds 64 KiB.
  */
 Configuration load_configuration(const std::string& path);
 

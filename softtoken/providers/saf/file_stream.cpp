@@ -18,12 +18,14 @@ namespace {
 #ifdef _WIN32
 int seek(std::FILE* file, int64_t offset, int origin) { return _fseeki64(file, offset, origin); }
 int64_t position(std::FILE* file) { return _ftelli64(file); }
+std::FILE* open_to_read(const std::filesystem::path& path) { return _wfopen(path.c_str(), L"rb"); }
 bool replace_file(const char* from, const char* to) {
   return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != FALSE;
 }
 #else
 int seek(std::FILE* file, int64_t offset, int origin) { return fseeko(file, offset, origin); }
 int64_t position(std::FILE* file) { return ftello(file); }
+std::FILE* open_to_read(const std::filesystem::path& path) { return std::fopen(path.c_str(), "rb"); }
 bool replace_file(const char* from, const char* to) { return std::rename(from, to) == 0; }
 #endif
 
@@ -36,15 +38,26 @@ std::string random_suffix() {
   return suffix;
 }
 
-FileHandle open_file(const std::string& path, const char* mode) {
-  FileHandle file(std::fopen(path.c_str(), mode));
+FileHandle opened(std::FILE* file) {
   require_saf(file != nullptr, kSafFileOpen);
-  return file;
+  return FileHandle(file);
 }
 
 }  // namespace
 
-InputFile::InputFile(const std::string& path) : file_(open_file(path, "rb")), buffer_(kFileChunk) {}
+std::filesystem::path local_path(const std::string& name) {
+#ifdef _WIN32
+  const int size = static_cast<int>(name.size());
+  std::wstring wide(name.size(), L'\0');
+  wide.resize(static_cast<size_t>(MultiByteToWideChar(CP_ACP, 0, name.data(), size, wide.data(), size)));
+  return wide;
+#else
+  return name;
+#endif
+}
+
+InputFile::InputFile(const std::filesystem::path& path)
+    : file_(opened(open_to_read(path))), buffer_(kFileChunk) {}
 
 ByteView InputFile::read(size_t limit) {
   const size_t wanted = limit < buffer_.size() ? limit : buffer_.size();
@@ -64,7 +77,7 @@ uint64_t InputFile::size() {
 OutputFile::OutputFile(std::string path)
     : path_(std::move(path)),
       unfinished_path_(path_ + random_suffix()),
-      file_(open_file(unfinished_path_, "wb")) {}
+      file_(opened(std::fopen(unfinished_path_.c_str(), "wb"))) {}
 
 OutputFile::~OutputFile() {
   file_.reset();

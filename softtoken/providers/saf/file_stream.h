@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -16,10 +17,15 @@ struct FileCloser {
 };
 using FileHandle = std::unique_ptr<std::FILE, FileCloser>;
 
-/** Sequential reader for files of any size. Paths are in the local code page. */
+/** The file with this name in the local code page. */
+std::filesystem::path local_path(const std::string& name);
+
+/** Sequential reader for files of any size. */
 class InputFile {
  public:
-  explicit InputFile(const std::string& path);
+  /** Throws kSafFileOpen. */
+  explicit InputFile(const std::filesystem::path& path);
+  explicit InputFile(const std::string& name) : InputFile(local_path(name)) {}
 
   /** Returns up to `limit` bytes, valid until the next call; empty at the end of the file. */
   ByteView read(size_t limit = kFileChunk);
@@ -32,7 +38,8 @@ class InputFile {
 
 /**
  * Writes to a temporary file in the target's folder and replaces the target in commit(). Without commit() an
- * existing target is unchanged. The target may be a file that was read, once it is closed.
+ * existing target is unchanged. The target may be a file that was read, once it is closed. The path is in the
+ * local code page.
  */
 class OutputFile {
  public:

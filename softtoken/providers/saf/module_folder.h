@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
+#include <filesystem>
 
 namespace velm::token {
 
-/** The folder of the executable or DLL that contains this code, with a trailing separator. */
-std::string module_folder();
+/** The folder of the executable or DLL that contains this code. Throws kSafFileOpen if it is unknown. */
+std::filesystem::path module_folder();
 
 }  // namespace velm::token

@@ -58,7 +58,8 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   EXPECT_EQ(SAF_Initialize(nullptr, "saf.dat"), kSafBadInput);
   for (const char* text :
        {"service_address", "service_address = 127.0.0.1", "service_address = 127.0.0.1:0",
-        "service_address = 127.0.0.1:65536", "answer_timeout_ms = -1", "another_key = 1"}) {
+        "service_address = 127.0.0.1:65536", "answer_timeout_ms = -1", "another_key = 1",
+        "allow_remote_addresses = 1"}) {
     write_file("saf_test.dat", as_bytes(text));
     EXPECT_EQ(SAF_Initialize(&handle, "saf_test.dat"), kSafBadInput) << text;
   }
@@ -77,7 +78,8 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
 
 // A call looks up its application before it checks other arguments.
 TEST(Configuration, IsSafeToUseWhileItIsClosed) {
-  write_file("saf_closed.dat", as_bytes("service_address = a.host.whose.name.lies.on.the.heap:1\n"));
+  write_file("saf_closed.dat", as_bytes("allow_remote_addresses = true\n"
+                                        "service_address = a.host.whose.name.lies.on.the.heap:1\n"));
   std::atomic<void*> handle{nullptr};
   std::atomic<bool> ended{false};
   uint32_t calls = 0;
