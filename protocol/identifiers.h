@@ -83,5 +83,8 @@ constexpr uint32_t kHashData = 2;
 
 // Type of labels that contain a certificate.
 constexpr uint32_t kCertificateLabel = 7;
+// Labels of this type with the certificates of the local service's time-stamp authority (TSA).
+inline constexpr char kTimeStampAuthorityLabel[] = "TIME_STAMP_AUTHORITY";
+inline constexpr char kSm2TimeStampAuthorityLabel[] = "TIME_STAMP_AUTHORITY_SM2";
 
 }  // namespace velm::protocol

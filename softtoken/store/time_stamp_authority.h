@@ -1,12 +1,13 @@
 #pragma once
 
+#include "protocol/identifiers.h"
 #include "softtoken/store/user_data.h"
 
 namespace velm::token {
 
 /** Labels that contain the certificates of the time-stamp authority (TSA), for clients that verify tokens. */
-constexpr const char* kTimeStampAuthorityLabel = "TIME_STAMP_AUTHORITY";
-constexpr const char* kSm2TimeStampAuthorityLabel = "TIME_STAMP_AUTHORITY_SM2";
+using protocol::kSm2TimeStampAuthorityLabel;
+using protocol::kTimeStampAuthorityLabel;
 
 /** Creates the keys and certificates of the TSA, RSA and SM2, unless the store contains them. */
 void prepare_time_stamp_authority(Store& store);

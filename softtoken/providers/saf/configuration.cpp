@@ -4,6 +4,7 @@
 #include <limits>
 #include <sstream>
 
+#include "softtoken/crypto/text_encoding.h"
 #include "softtoken/providers/saf/file_stream.h"
 #include "softtoken/providers/saf/module_folder.h"
 #include "softtoken/providers/saf/saf_call.h"
@@ -48,6 +49,11 @@ bool choice_in(const std::string& text) {
   return text == "true";
 }
 
+std::string path_in(const std::string& text) {
+  require_saf(!text.empty() && is_utf8(text), kSafBadInput);
+  return text;
+}
+
 void set_value(Configuration& configuration, const std::string& key, const std::string& value) {
   if (key == "service_address") {
     configuration.service = endpoint_in(value);
@@ -59,6 +65,8 @@ void set_value(Configuration& configuration, const std::string& key, const std::
     configuration.answer_timeout = duration_in(value);
   } else if (key == "allow_remote_addresses") {
     configuration.allow_remote_addresses = choice_in(value);
+  } else if (key == "time_stamp_certificate") {
+    configuration.time_stamp_certificate = path_in(value);
   } else {
     throw SafError(kSafBadInput);
   }
@@ -107,6 +115,12 @@ Configuration load_configuration(const std::string& path) {
     }
   }
   return parse_configuration(as_text(content_of(InputFile(path))));
+}
+
+Bytes read_time_stamp_certificate(const Configuration& configuration) {
+  const std::string& text = configuration.time_stamp_certificate;
+  const std::filesystem::path path(std::u8string(text.begin(), text.end()));
+  return content_of(InputFile(path.is_absolute() ? path : module_folder() / path));
 }
 
 }  // namespace velm::token

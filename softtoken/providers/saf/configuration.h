@@ -4,6 +4,7 @@
 #include <string>
 
 #include "protocol/endpoint.h"
+#include "softtoken/crypto/bytes.h"
 
 namespace velm::token {
 
@@ -21,6 +22,8 @@ struct Configuration {
   std::chrono::milliseconds answer_timeout{30000};
   /** Whether the addresses may be others than those of the local machine. */
   bool allow_remote_addresses = false;
+  /** File with the certificate of the TSA in DER; empty: the certificate that the local service names. */
+  std::string time_stamp_certificate;
 };
 
 /**
@@ -36,5 +39,8 @@ Configuration parse_configuration(const std::string& text);
  * cannot be opened, and kSafBadInput if it exceeds 64 KiB.
  */
 Configuration load_configuration(const std::string& path);
+
+/** Reads the file `time_stamp_certificate`. A relative path is one in the module's folder. */
+Bytes read_time_stamp_certificate(const Configuration& configuration);
 
 }  // namespace velm::token

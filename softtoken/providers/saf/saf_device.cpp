@@ -14,7 +14,7 @@ Json ask(void* application, ModuleFunction function, JsonObject arguments) {
   return TokenClient(configuration_of(application)).module_function(function, std::move(arguments));
 }
 
-// The token treats names of files and labels as bytes.
+// The token treats names of files as bytes.
 std::string name_value(const std::string& name) { return base64_encode(as_bytes(name)); }
 
 JsonObject container_argument(const char* container) {
@@ -123,10 +123,8 @@ uint32_t SAF_Ext_EnumDevice(void* application, uint8_t* devices, uint32_t* devic
 uint32_t SAF_Ext_ReadLabel(void* application, const char*, uint32_t, const char* label, uint32_t label_length,
                            uint32_t label_type, uint8_t* data, uint32_t* data_length) {
   return saf_call([&] {
-    JsonObject arguments;
-    arguments.add("name", name_value(required_text(label, label_length))).add("type", label_type);
-    const Json content = ask(application, ModuleFunction::read_label, std::move(arguments));
-    deliver(json_base64(content.get()), data, data_length);
+    const std::string name = required_text(label, label_length);
+    deliver(TokenClient(configuration_of(application)).label(name, label_type), data, data_length);
   });
 }
 

@@ -7,6 +7,7 @@
 #include "softtoken/providers/saf/time_stamp.h"
 #include "softtoken/providers/saf/token_client.h"
 
+using namespace velm::protocol;
 using namespace velm::token;
 
 namespace {
@@ -23,9 +24,9 @@ HashOf hash_of_file(const uint8_t* path, uint32_t path_length) {
   };
 }
 
-Bytes fetch_stamp(void* application, DigestId digest, const HashOf& hash_of) {
+Bytes fetch_stamp(const Configuration& configuration, DigestId digest, const HashOf& hash_of) {
   const TimeStampQuery query(digest, hash_of(digest));
-  Bytes answer = TokenClient(configuration_of(application)).time_stamp(query.der());
+  Bytes answer = TokenClient(configuration).time_stamp(query.der());
   query.check(answer);
   return answer;
 }
@@ -34,15 +35,26 @@ Bytes fetch_stamp(void* application, DigestId digest, const HashOf& hash_of) {
 void deliver_stamp(void* application, DigestId digest, const HashOf& hash_of, uint8_t* stamp,
                    uint32_t* length) {
   constexpr uint32_t kVariation = 16;
-  const Bytes answer = fetch_stamp(application, digest, hash_of);
+  const Bytes answer = fetch_stamp(configuration_of(application), digest, hash_of);
   deliver(answer, stamp, length);
   if (stamp == nullptr) *length += kVariation;
 }
 
-// Reads the TSA's clock by requesting a time-stamp token for random bytes.
+// The TSA whose time an application accepts: the configured one, or that of the local service.
+Certificate trusted_authority(const Configuration& configuration) {
+  if (!configuration.time_stamp_certificate.empty())
+    return parse_certificate(read_time_stamp_certificate(configuration));
+  return parse_certificate(TokenClient(configuration).label(kTimeStampAuthorityLabel, kCertificateLabel));
+}
+
+// Reads the TSA's clock by requesting a time-stamp token for random bytes. Callers have no token that they
+// could verify, so it is verified here.
 void deliver_time(void* application, uint8_t* time, uint32_t* time_length) {
-  const Bytes answer = fetch_stamp(application, DigestId::sha256, hash_of_data(random_bytes(32)));
-  deliver(as_bytes(TimeStamp(answer).time()), time, time_length);
+  const Configuration configuration = configuration_of(application);
+  const Bytes data = random_bytes(32);
+  const TimeStamp stamp(fetch_stamp(configuration, DigestId::sha256, hash_of_data(data)));
+  stamp.verify(trusted_authority(configuration).get(), hash_of_data(data));
+  deliver(as_bytes(stamp.time()), time, time_length);
 }
 
 struct StampArguments {

@@ -91,6 +91,12 @@ Json TokenClient::module_function(ModuleFunction function, JsonObject arguments)
   return call(kModulePath, arguments.add(kFunctionMember, number_of(function)));
 }
 
+Bytes TokenClient::label(const std::string& name, uint32_t type) const {
+  JsonObject arguments;
+  arguments.add("name", base64_encode(as_bytes(name))).add("type", type);
+  return json_base64(module_function(ModuleFunction::read_label, std::move(arguments)).get());
+}
+
 Bytes TokenClient::time_stamp(ByteView query) const {
   return copy_of(post(configuration_.time_stamp, kTimeStampPath, kTimeStampQueryType, query));
 }

@@ -30,6 +30,9 @@ class TokenClient {
   /** Calls a function that the local service offers only to provider modules. Returns its result, or null. */
   Json module_function(protocol::ModuleFunction function, JsonObject arguments) const;
 
+  /** The token treats the name of a label as bytes. Throws kSafNoSuchLabel. */
+  Bytes label(const std::string& name, uint32_t type) const;
+
   /** Returns the TSA's answer to a query. */
   Bytes time_stamp(ByteView query) const;
 

@@ -59,7 +59,7 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   for (const char* text :
        {"service_address", "service_address = 127.0.0.1", "service_address = 127.0.0.1:0",
         "service_address = 127.0.0.1:65536", "answer_timeout_ms = -1", "another_key = 1",
-        "allow_remote_addresses = 1"}) {
+        "allow_remote_addresses = 1", "time_stamp_certificate =", "time_stamp_certificate = \xFF"}) {
     write_file("saf_test.dat", as_bytes(text));
     EXPECT_EQ(SAF_Initialize(&handle, "saf_test.dat"), kSafBadInput) << text;
   }

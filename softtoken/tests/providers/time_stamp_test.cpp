@@ -6,7 +6,9 @@
 
 #include <openssl/ts.h>
 
+#include "softtoken/crypto/base64.h"
 #include "softtoken/crypto/signed_data.h"
+#include "softtoken/crypto/time_stamp_answer.h"
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
@@ -36,12 +38,20 @@ class ScriptedAuthority : public WithScriptedServer {
 
   void SetUp() override {
     const auto script = [this](const std::string& path, const std::string& body) -> ScriptedAnswer {
+      if (path == "/token") return {.body = named_authority(), .content_type = "application/json"};
       if (path != "/tsa") return {.status = 404};
       return {.body = as_text(answer_(as_bytes(body))), .content_type = "application/timestamp-reply"};
     };
-    serve(script, "time_stamp_address", settings());
+    serve(script, {"service_address", "time_stamp_address"}, settings());
   }
   virtual std::string settings() const { return {}; }
+
+  // The answer of the local service to the question for the certificate of its TSA.
+  virtual std::string named_authority() const {
+    prepare_time_stamp_authority(store());
+    const Bytes certificate = label(store(), kTimeStampAuthorityLabel, kCertificateLabel);
+    return R"({"ErrorCode":"0","Result":")" + base64_encode(certificate) + R"("})";
+  }
 
   static Store& store() { return *store_; }
   static Bytes granted(ByteView query) { return answer_time_stamp_query(store(), query); }
@@ -56,6 +66,19 @@ class ScriptedAuthority : public WithScriptedServer {
                                      kTextLength, output.data(), &length);
     output.resize(length);
     if (stamp != nullptr) *stamp = std::move(output);
+    return code;
+  }
+  /** Requests the time and returns the result code. */
+  uint32_t fetch_time() {
+    std::string time(32, ' ');
+    uint32_t length = static_cast<uint32_t>(time.size());
+    const uint32_t code =
+        SAF_Ext_GM_Tsp_GetTime(application(), reinterpret_cast<uint8_t*>(time.data()), &length);
+    if (code == kSafSuccess) {
+      EXPECT_EQ(length, 15u);
+    } else {
+      EXPECT_EQ(time, std::string(32, ' '));
+    }
     return code;
   }
   static uint32_t verify(ByteView stamp, ByteView authority) {
@@ -196,6 +219,75 @@ TEST_F(ScriptedAuthority, AnSm2StampNeedsACertificateForStampsInItsTime) {
   EXPECT_EQ(verify_signed_by(Usage::signing, now - kDay, now + kDay), kSafHashNotEqual);
   EXPECT_EQ(verify_signed_by(Usage::time_stamping, now - 2 * kDay, now - kDay), kSafHashNotEqual);
   EXPECT_EQ(verify_signed_by(Usage::time_stamping, now + kDay, now + 2 * kDay), kSafHashNotEqual);
+}
+
+/** A TSA of the same demo CA as that of the store. */
+const Authority& other_authority(Store& store) {
+  static const Authority authority = [&] {
+    Key key = generate_rsa_key(2048);
+    const time_t now = std::time(nullptr);
+    Certificate certificate = issue_certificate(store.authority(KeyKind::rsa), key.get(),
+                                                {.common_name = "Other",
+                                                 .usage = Usage::time_stamping,
+                                                 .not_before = now - kDay,
+                                                 .not_after = now + kDay});
+    return Authority{std::move(certificate), std::move(key)};
+  }();
+  return authority;
+}
+
+Bytes granted_by_other(Store& store, ByteView query) {
+  return time_stamp_answer(query, [&](KeyKind) {
+    const Authority& other = other_authority(store);
+    EVP_PKEY_up_ref(other.key.get());
+    X509_up_ref(other.certificate.get());
+    return Authority{Certificate(other.certificate.get()), Key(other.key.get())};
+  });
+}
+
+TEST_F(ScriptedAuthority, TheTimeIsSignedByTheTsaOfTheLocalService) {
+  answer(granted);
+  EXPECT_EQ(fetch_time(), kSafSuccess);
+  answer([](ByteView query) { return granted_by_other(store(), query); });
+  EXPECT_EQ(fetch_time(), kSafHashNotEqual);
+  answer([](ByteView query) {
+    Bytes forged = granted(query);
+    forged.back() ^= 1;  // within the signature, the last element of the answer
+    return forged;
+  });
+  EXPECT_EQ(fetch_time(), kSafHashNotEqual);
+}
+
+class ServiceWithoutAuthority : public ScriptedAuthority {
+  std::string named_authority() const override { return R"({"ErrorCode":"0B000504"})"; }
+};
+
+TEST_F(ServiceWithoutAuthority, NoTimeIsDelivered) {
+  answer(granted);
+  EXPECT_EQ(fetch_time(), kSafNoSuchLabel);
+}
+
+class ConfiguredAuthority : public ServiceWithoutAuthority {
+ protected:
+  static inline const std::string kFile = std::filesystem::absolute("time_stamp_test.cer").string();
+
+  ~ConfiguredAuthority() override { std::remove(kFile.c_str()); }
+  std::string settings() const override { return "time_stamp_certificate = " + kFile + "\n"; }
+};
+
+TEST_F(ConfiguredAuthority, AloneIsAccepted) {
+  write_file(kFile, certificate_der(other_authority(store()).certificate.get()));
+  answer([](ByteView query) { return granted_by_other(store(), query); });
+  EXPECT_EQ(fetch_time(), kSafSuccess);
+  answer(granted);
+  EXPECT_EQ(fetch_time(), kSafHashNotEqual);
+}
+
+TEST_F(ConfiguredAuthority, NeedsItsCertificate) {
+  answer(granted);
+  EXPECT_EQ(fetch_time(), kSafFileOpen);
+  write_file(kFile, as_bytes("no certificate"));
+  EXPECT_EQ(fetch_time(), kSafCertificateFormat);
 }
 
 class ImpatientApplication : public ScriptedAuthority {

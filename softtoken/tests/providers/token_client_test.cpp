@@ -24,7 +24,7 @@ class ScriptedService : public WithScriptedServer {
       ++requests_;
       return next_ ? next_(body) : answer_;
     };
-    serve(script, "service_address");
+    serve(script, {"service_address"});
   }
 
   void answer(std::string text, unsigned status = 200) {

@@ -20,13 +20,15 @@ class WithScriptedServer : public testing::Test {
   /**
    * Starts the server and opens the application.
    * @param script Called for each request, on a thread of the server.
-   * @param key The configuration key for the server's address.
+   * @param keys The configuration keys for the server's address.
    * @param settings Further lines of the configuration.
    */
-  void serve(ScriptedServer::Script script, const std::string& key, const std::string& settings = {}) {
+  void serve(ScriptedServer::Script script, std::initializer_list<const char*> keys,
+             const std::string& settings = {}) {
     server_ = std::make_unique<ScriptedServer>(std::move(script));
-    write_file(configuration_,
-               as_bytes(key + " = 127.0.0.1:" + std::to_string(server_->port()) + "\n" + settings));
+    std::string text = settings;
+    for (const std::string key : keys) text += key + " = 127.0.0.1:" + std::to_string(server_->port()) + "\n";
+    write_file(configuration_, as_bytes(text));
     ASSERT_EQ(SAF_Initialize(&application_, configuration_.c_str()), kSafSuccess);
   }
   void TearDown() override {
