@@ -7,6 +7,10 @@
 
 #ifdef _WIN32
 #include <windows.h>
+#include <io.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
 #endif
 
 namespace velm::token {
@@ -19,14 +23,23 @@ namespace {
 int seek(std::FILE* file, int64_t offset, int origin) { return _fseeki64(file, offset, origin); }
 int64_t position(std::FILE* file) { return _ftelli64(file); }
 std::FILE* open_to_read(const std::filesystem::path& path) { return _wfopen(path.c_str(), L"rb"); }
-bool replace_file(const char* from, const char* to) {
-  return MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING) != FALSE;
+// Calls FlushFileBuffers().
+bool write_to_disk(std::FILE* file) { return std::fflush(file) == 0 && _commit(_fileno(file)) == 0; }
+bool replace_file(const std::string& from, const std::string& to) {
+  return MoveFileExA(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
 }
 #else
 int seek(std::FILE* file, int64_t offset, int origin) { return fseeko(file, offset, origin); }
 int64_t position(std::FILE* file) { return ftello(file); }
 std::FILE* open_to_read(const std::filesystem::path& path) { return std::fopen(path.c_str(), "rb"); }
-bool replace_file(const char* from, const char* to) { return std::rename(from, to) == 0; }
+bool write_to_disk(std::FILE* file) { return std::fflush(file) == 0 && fsync(fileno(file)) == 0; }
+bool replace_file(const std::string& from, const std::string& to) {
+  if (std::rename(from.c_str(), to.c_str()) != 0) return false;
+  const int folder = open(to.substr(0, to.rfind('/') + 1).append(".").c_str(), O_RDONLY | O_DIRECTORY);
+  const bool written = folder >= 0 && fsync(folder) == 0;
+  if (folder >= 0) close(folder);
+  return written;
+}
 #endif
 
 std::string random_suffix() {
@@ -88,9 +101,11 @@ void OutputFile::write(ByteView bytes) {
   require_saf(std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) == bytes.size(), kSafFileWrite);
 }
 
+// Without the first step, a power failure could leave the target's name with an empty file.
 void OutputFile::commit() {
+  require_saf(write_to_disk(file_.get()), kSafFileWrite);
   require_saf(std::fclose(file_.release()) == 0, kSafFileWrite);
-  require_saf(replace_file(unfinished_path_.c_str(), path_.c_str()), kSafFileWrite);
+  require_saf(replace_file(unfinished_path_, path_), kSafFileWrite);
   unfinished_path_.clear();
 }
 

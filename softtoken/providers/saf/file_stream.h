@@ -37,9 +37,9 @@ class InputFile {
 };
 
 /**
- * Writes to a temporary file in the target's folder and replaces the target in commit(). Without commit() an
- * existing target is unchanged. The target may be a file that was read, once it is closed. The path is in the
- * local code page.
+ * Writes to a temporary file in the target's folder and replaces the target in commit(), when the data is on
+ * the disk. Without commit() an existing target is unchanged. The target may be a file that was read, once it
+ * is closed. The path is in the local code page.
  */
 class OutputFile {
  public:
