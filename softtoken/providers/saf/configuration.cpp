@@ -80,6 +80,12 @@ bool is_relative(const std::string& path) {
   return path.find_first_of("/\\") != 0 && path.find(':') == std::string::npos;
 }
 
+// Also true for a file that cannot be opened: another user can keep a file open without sharing it.
+bool may_exist(const std::filesystem::path& path) {
+  std::error_code failure;
+  return std::filesystem::status(path, failure).type() != std::filesystem::file_type::not_found;
+}
+
 Bytes content_of(InputFile file) {
   Bytes content;
   for (ByteView piece; !(piece = file.read()).empty();) {
@@ -108,11 +114,8 @@ Configuration parse_configuration(const std::string& text) {
 
 Configuration load_configuration(const std::string& path) {
   if (is_relative(path)) {
-    try {
-      return parse_configuration(as_text(content_of(InputFile(module_folder() / local_path(path)))));
-    } catch (const SafError& error) {
-      if (error.code() != kSafFileOpen) throw;
-    }
+    const std::filesystem::path own = module_folder() / local_path(path);
+    if (may_exist(own)) return parse_configuration(as_text(content_of(InputFile(own))));
   }
   return parse_configuration(as_text(content_of(InputFile(path))));
 }

@@ -72,6 +72,22 @@ TEST_F(ConfigurationFile, OfTheModulesFolderComesFirst) {
   EXPECT_EQ(open_and_close(kName), kSafSuccess);
 }
 
+// Another user may be able to keep a file from being opened.
+TEST_F(ConfigurationFile, ThatCannotBeOpenedIsNotPassedOver) {
+  write(kName, kValid);
+#ifdef _WIN32
+  const HANDLE locked = CreateFileW(in_module_folder_.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                    CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr);
+  ASSERT_NE(locked, INVALID_HANDLE_VALUE);
+  EXPECT_EQ(open_and_close(kName), kSafFileOpen);
+  CloseHandle(locked);
+#else
+  // Opening a link to itself fails for every user.
+  fs::create_symlink(in_module_folder_, in_module_folder_);
+  EXPECT_EQ(open_and_close(kName), kSafFileOpen);
+#endif
+}
+
 TEST_F(ConfigurationFile, WithAnAbsolutePathIsTheOnlyOne) {
   write(in_module_folder_, kValid);
   const std::string path = (current_ / kName).string();
