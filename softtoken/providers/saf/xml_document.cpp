@@ -135,6 +135,8 @@ XmlDocument parse_xml(ByteView bytes) {
                                          static_cast<int>(bytes.size()), nullptr, nullptr, XML_PARSE_NONET));
   if (parser->errNo == XML_ERR_NO_MEMORY) throw std::bad_alloc();
   require_saf(document != nullptr && xmlDocGetRootElement(document.get()) != nullptr, kSafBadObject);
+  // Parsers of version 1.1 convert more characters to line ends.
+  require_saf(xmlStrEqual(document->version, xml_text("1.0")) != 0, kSafBadObject);
   return document;
 }
 
@@ -144,10 +146,14 @@ bool is_signature_element(const xmlNode* node, const char* name) {
          xmlStrEqual(node->ns->href, xml_text(kSignatureNamespace)) != 0;
 }
 
-xmlNode* next_node(xmlNode* node, const xmlNode* top) {
+const xmlNode* next_node(const xmlNode* node, const xmlNode* top) {
   if (node->type == XML_ELEMENT_NODE && node->children != nullptr) return node->children;
   while (node != top && node->next == nullptr) node = node->parent;
   return node == top ? nullptr : node->next;
+}
+
+xmlNode* next_node(xmlNode* node, const xmlNode* top) {
+  return const_cast<xmlNode*>(next_node(static_cast<const xmlNode*>(node), top));
 }
 
 bool is_within(const xmlNode* node, const xmlNode* top) {

@@ -22,10 +22,10 @@ class XmlLibraries {
 using XmlDocument = Handle<xmlDoc, xmlFreeDoc>;
 
 /**
- * Parses a document in UTF-8 or ISO 8859-1. Limits: 16 MiB, 256 levels, 256 attributes in an element, 256
- * namespaces in scope and 10 MB in one text. No external resources are loaded. Throws kSafBadLength for a
- * larger document and kSafBadObject for any other invalid one. Document type declarations are rejected,
- * because their entities could expand without limit or name files.
+ * Parses a document of XML 1.0 in UTF-8 or ISO 8859-1. Limits: 16 MiB, 256 levels, 256 attributes in an
+ * element, 256 namespaces in scope and 10 MB in one text. No external resources are loaded. Throws
+ * kSafBadLength for a larger document and kSafBadObject for any other invalid one. Document type declarations
+ * are rejected, because their entities could expand without limit or name files.
  */
 XmlDocument parse_xml(ByteView bytes);
 
@@ -33,6 +33,7 @@ XmlDocument parse_xml(ByteView bytes);
 bool is_signature_element(const xmlNode* node, const char* name);
 
 /** Next node in document order within `top`; null after the last. */
+const xmlNode* next_node(const xmlNode* node, const xmlNode* top);
 xmlNode* next_node(xmlNode* node, const xmlNode* top);
 
 bool is_within(const xmlNode* node, const xmlNode* top);

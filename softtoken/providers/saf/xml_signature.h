@@ -28,9 +28,9 @@ XmlSignatureItems read_xml_signature(ByteView document);
 
 /**
  * Throws TokenError or SafError unless the document's only signature verifies with the certificate in it and
- * covers the document. Accepted forms: an enveloped signature over the whole document; a signature as the
- * root, over all its objects; or a signature over all its siblings, in a root that contains nothing else.
- * Callers must check the certificate themselves to trust the signer.
+ * covers the document. Accepted forms: a signature as the last child of the root, with an enveloped reference
+ * to the root or the whole document; or a signature as the root, with references to all its objects in their
+ * order. Callers must check the certificate themselves to trust the signer.
  */
 void verify_xml_signature(ByteView document);
 

@@ -92,13 +92,16 @@ inline std::string enveloping_xml(const XmlSigner& by) {
   return xml_signature(by, xml_reference(by, "#object", canonical), xml_key_info(by), object);
 }
 
-/** A detached signature with the two signed elements as siblings. */
+/** References to two siblings of the signature, and to the document for the root and their order. */
 inline std::string detached_xml(const XmlSigner& by) {
   const std::string first = "<part Id=\"first\">one</part>";
   const std::string second = "<part ID=\"second\"><inner>two</inner></part>";
-  return "<parts>" + first +
-         xml_signature(by, xml_reference(by, "#first", first) + xml_reference(by, "#second", second)) +
-         second + "</parts>";
+  const std::string start = "<parts>" + first + second;
+  const std::string end = "</parts>";
+  return start +
+         xml_signature(by, xml_reference(by, "#first", first) + xml_reference(by, "#second", second) +
+                               xml_reference(by, "", start + end, kXmlEnveloped)) +
+         end;
 }
 
 }  // namespace velm::token

@@ -105,17 +105,18 @@ TEST_F(XmlInteroperability, WeVerifyItsEnvelopedSignatures) {
 
 TEST_F(XmlInteroperability, WeVerifyItsEnvelopingAndDetachedSignatures) {
   const XmlSigner by = xml_signers()[1];
-  const auto signature = [&](const std::string& transforms, const std::string& objects) {
-    return signature_template(kExclusive, reference_template("#it", transforms, by.digest_uri),
-                              by.signature_uri, objects);
+  const auto signature = [&](const std::string& references, const std::string& objects) {
+    return signature_template(kExclusive, references, by.signature_uri, objects);
   };
+  const std::string whole = reference_template("", transforms_template({kEnvelopedUri}), by.digest_uri);
   for (const std::string& transforms : {std::string(), transforms_template({kExclusive})}) {
+    const std::string it = reference_template("#it", transforms, by.digest_uri);
     EXPECT_EQ(verify(signed_by_peer(signature(
-                  transforms, "<ds:Object Id=\"it\">\n<data xmlns=\"urn:data\" b='1' a='2'/></ds:Object>"))),
+                  it, "<ds:Object Id=\"it\">\n<data xmlns=\"urn:data\" b='1' a='2'/></ds:Object>"))),
               0u);
-    EXPECT_EQ(verify(signed_by_peer("<all xmlns=\"urn:all\">\n<part  Id='it'>signed</part>\n" +
-                                    signature(transforms, "") + "\n</all>")),
-              0u);
+    const std::string part = "<all xmlns=\"urn:all\">\n<part  Id='it'>signed</part>\n";
+    EXPECT_EQ(verify(signed_by_peer(part + signature(it + whole, "") + "\n</all>")), 0u);
+    EXPECT_EQ(verify(signed_by_peer(part + signature(it, "") + "\n</all>")), kSafBadObject);
   }
 }
 

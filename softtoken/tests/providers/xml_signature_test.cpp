@@ -147,12 +147,28 @@ TEST(XmlSignature, BytesHaveOneFormInBase64) {
   EXPECT_EQ(verify(document), kSafBadObject);
 }
 
+// References to the parts leave open which root they are in, and in which order.
+TEST(XmlSignature, ReferencesToPartsDoNotCoverTheRoot) {
+  const std::string part = "<part Id=\"part\">signed</part>";
+  const std::string parts = xml_reference(rsa(), "#part", part);
+  for (const std::string name : {"approve", "reject"}) {
+    const std::string root = "<" + name + ">" + part + "</" + name + ">";
+    const std::string end = "</" + name + ">";
+    const auto document = [&](const std::string& references) {
+      return replaced(root, end, xml_signature(rsa(), references) + end);
+    };
+    EXPECT_EQ(verify(document(parts)), kSafBadObject);
+    EXPECT_EQ(verify(document(parts + xml_reference(rsa(), "", root, kXmlEnveloped))), 0u);
+  }
+}
+
 // Documents with a valid signature that was moved so that it no longer covers their content.
 TEST(XmlSignature, AMovedSignatureIsRefused) {
   const XmlSigner& by = rsa();
   const std::string part = "<part Id=\"part\">signed</part>";
   const std::string evil = "<part Id=\"evil\">not signed</part>";
-  const std::string signature = xml_signature(by, xml_reference(by, "#part", part));
+  const std::string signature = xml_signature(
+      by, xml_reference(by, "#part", part) + xml_reference(by, "", "<all>" + part + "</all>", kXmlEnveloped));
   ASSERT_EQ(verify("<all>" + part + signature + "</all>"), 0u);
   for (const std::string& document : {
            "<all>" + evil + part + signature + "</all>",
@@ -169,6 +185,8 @@ TEST(XmlSignature, AMovedSignatureIsRefused) {
            "<all>" + part + replaced(evil, "Id=\"evil\"", "ID=\"part\"") + signature + "</all>",
            "<all>" + part + replaced(evil, "Id=\"evil\"", "xml:id=\"part\"") + signature + "</all>",
            "<all>" + part + signature + signature + "</all>",
+           "<all>" + signature + part + "</all>",
+           "<all><part Id=\"part\">signed" + signature + "</part></all>",
            "<all><hidden>" + part + "</hidden>" + signature + "</all>",
            replaced(signature, "</Signature>", "<Object>" + part + "</Object></Signature>"),
        }) {
