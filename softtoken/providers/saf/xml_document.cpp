@@ -27,6 +27,7 @@ using Parser = Handle<xmlParserCtxt, xmlFreeParserCtxt>;
 constexpr size_t kMaxDocument = 16 * 1024 * 1024;
 constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
+constexpr uint64_t kMaxSearched = 100'000'000;
 constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
 // Serialises calls that use the XML libraries.
@@ -64,13 +65,17 @@ void refuse_document_type(void* parser, const xmlChar*, const xmlChar*, const xm
   refuse(static_cast<xmlParserCtxt*>(parser));
 }
 
-// The parser searches all namespaces in scope for every name. It stores two words for each, so `nsNr` is
-// twice their number.
+// The parser searches the elements and namespaces around an element for the prefixes of its names. `nsNr` is
+// twice the number of namespaces in scope, because two words are stored for each. `_private` points to a
+// count of what was searched.
 void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, const xmlChar* name_space,
                    int namespace_count, const xmlChar** namespaces, int attribute_count, int default_count,
                    const xmlChar** attributes) {
   auto* context = static_cast<xmlParserCtxt*>(parser);
-  if (context->nsNr > 2 * kMaxNamespaces) return refuse(context);
+  auto& searched = *static_cast<uint64_t*>(context->_private);
+  searched += (1 + static_cast<uint64_t>(attribute_count)) *
+              static_cast<uint64_t>(context->nodeNr + context->nsNr / 2);
+  if (context->nsNr > 2 * kMaxNamespaces || searched > kMaxSearched) return refuse(context);
   xmlSAX2StartElementNs(parser, name, prefix, name_space, namespace_count, namespaces, attribute_count,
                         default_count, attributes);
 }
@@ -129,6 +134,8 @@ XmlDocument parse_xml(ByteView bytes) {
   require_saf(std::ranges::find(bytes, 0) == bytes.end() && !has_crowded_element(bytes), kSafBadObject);
   const Parser parser(xmlNewParserCtxt());
   if (!parser) throw std::bad_alloc();
+  uint64_t searched = 0;
+  parser->_private = &searched;
   parser->sax->internalSubset = refuse_document_type;
   parser->sax->startElementNs = start_element;
   XmlDocument document(xmlCtxtReadMemory(parser.get(), reinterpret_cast<const char*>(bytes.data()),

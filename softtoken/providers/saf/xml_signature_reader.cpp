@@ -5,6 +5,7 @@
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/providers/saf/saf_call.h"
+#include "softtoken/providers/saf/xml_work.h"
 
 namespace velm::token {
 
@@ -145,8 +146,11 @@ XmlSignature read_signature(xmlNode* root) {
   signature.algorithm = attribute(signed_info.take("SignatureMethod"), "Algorithm");
   do {
     require_saf(signature.references.size() < kMaxReferences, kSafNotSupported);
-    signature.references.push_back(read_reference(signed_info.take("Reference"), root, signature.node));
+    XmlReference reference = read_reference(signed_info.take("Reference"), root, signature.node);
+    require_saf(!signature.refers_to(reference.target), kSafBadObject);
+    signature.references.push_back(std::move(reference));
   } while (!signed_info.at_end());
+  require_bounded_work(root->doc, signature.signed_info, signature.references.size() + 1);
   return signature;
 }
 

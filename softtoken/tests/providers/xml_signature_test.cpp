@@ -268,12 +268,32 @@ TEST(XmlSignature, DocumentsAreBounded) {
   EXPECT_EQ(verify("<root>" + inner + inner + "</root>"), kSafObjectNotFound);
   EXPECT_EQ(verify("<root" + attributes("xmlns:a", "=", 200) + ">" + inner + "</root>"), kSafBadObject);
 
-  std::string references;
-  const std::string content = "<root></root>";
-  for (int i = 0; i < 16; ++i) references += xml_reference(rsa(), "", content, kXmlEnveloped);
-  EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), 0u);
-  references += xml_reference(rsa(), "", content, kXmlEnveloped);
-  EXPECT_EQ(verify("<root>" + xml_signature(rsa(), references) + "</root>"), kSafNotSupported);
+  for (const auto& [parts, code] : {std::pair{15, 0u}, {16, uint32_t{kSafNotSupported}}}) {
+    std::string content = "<root>";
+    std::string references;
+    for (int i = 0; i < parts; ++i) {
+      const std::string id = "part" + std::to_string(i);
+      const std::string part = xml_element("part", "", "Id=\"" + id + "\"");
+      content += part;
+      references += xml_reference(rsa(), "#" + id, part);
+    }
+    references += xml_reference(rsa(), "", content + "</root>", kXmlEnveloped);
+    EXPECT_EQ(verify(content + xml_signature(rsa(), references) + "</root>"), code);
+  }
+}
+
+TEST(XmlSignature, TwoReferencesToOneElementAreRefused) {
+  const std::string start = "<root Id=\"all\"><part Id=\"part\">signed</part>";
+  const std::string part = xml_reference(rsa(), "#part", "<part Id=\"part\">signed</part>");
+  const std::string whole = xml_reference(rsa(), "", start + "</root>", kXmlEnveloped);
+  const std::string root = xml_reference(rsa(), "#all", start + "</root>", kXmlEnveloped);
+  const auto code_with = [&](const std::string& references) {
+    return verify(start + xml_signature(rsa(), references) + "</root>");
+  };
+  EXPECT_EQ(code_with(part + whole), 0u);
+  EXPECT_EQ(code_with(part + root), 0u);
+  for (const std::string& references : {part + part + whole, whole + whole, whole + root})
+    EXPECT_EQ(code_with(references), kSafBadObject);
 }
 
 TEST(XmlSignature, WhatLooksLikeAttributesOutsideATagIsNotCounted) {
