@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "softtoken/providers/saf/xml_value_prefixes.h"
+
 namespace velm::token {
 
 namespace {
@@ -102,11 +104,20 @@ bool has_divided_text_below(const xmlNode* root, const xmlNode* signature) {
   return false;
 }
 
+// The references that covers_root() and covers_itself() require.
+bool covers_values(const XmlSignature& signature, const xmlNode* root) {
+  return std::ranges::all_of(signature.references, [&](const XmlReference& reference) {
+    const bool required = reference.target == root || reference.target->parent == signature.node;
+    return !required || covers_prefixes_in_values(reference, signature.node);
+  });
+}
+
 }  // namespace
 
 bool covers_document(const XmlSignature& signature, const xmlNode* root) {
   return covers_root(signature, root) && covers_itself(signature) &&
-         covers_instructions(signature, root->doc) && !has_divided_text_below(root, signature.node);
+         covers_instructions(signature, root->doc) && !has_divided_text_below(root, signature.node) &&
+         covers_values(signature, root);
 }
 
 }  // namespace velm::token

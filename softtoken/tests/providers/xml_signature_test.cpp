@@ -319,6 +319,43 @@ TEST(XmlSignature, OtherEncodingsAreRefused) {
   EXPECT_EQ(verify("<?xml version=\"1.0\" encoding=\"GBK\"?>" + document), kSafBadObject);
 }
 
+// Exclusive canonicalization leaves out the declaration of a prefix that only values use.
+TEST(XmlSignature, PrefixesInValuesAreCovered) {
+  const std::string exclusive = "http://www.w3.org/2001/10/xml-exc-c14n#";
+  XmlSigner by = rsa();
+  by.canonicalization_uri = exclusive;
+  const auto code_of = [&](const std::string& start, const std::string& canonical_start,
+                           const std::string& prefixes = "") {
+    const std::string list = "xmlns=\"" + exclusive + "\" PrefixList=\"" + prefixes + "\"";
+    const std::string transforms = xml_element(
+        "Transforms", xml_method("Transform", "http://www.w3.org/2000/09/xmldsig#enveloped-signature") +
+                          xml_element("Transform", xml_element("InclusiveNamespaces", "", list),
+                                      "Algorithm=\"" + exclusive + "\""));
+    const std::string references = xml_reference(by, "", canonical_start + "</root>", transforms);
+    return verify(start + xml_signature(by, references) + "</root>");
+  };
+  const std::string root = "<root xmlns:p=\"urn:p\" xmlns:q=\"urn:q\">";
+  const std::string with_p = "<root xmlns:p=\"urn:p\">";
+  for (const std::string content : {"<item type=\"p:type\"></item>", "<item>p:type</item>",
+                                    "<item><![CDATA[/q:order/p:item]]></item>", "<item>a p:type</item>"}) {
+    const size_t data = content.find("<![CDATA[");
+    const std::string text =
+        data == std::string::npos ? content : replaced(replaced(content, "<![CDATA[", ""), "]]>", "");
+    EXPECT_EQ(code_of(root + content, "<root>" + text), kSafBadObject) << content;
+    EXPECT_EQ(code_of(with_p + content, with_p + text, "p"), 0u) << content;
+    EXPECT_EQ(code_of(root + content, root + text, "p q"), 0u) << content;
+  }
+  for (const std::string content : {"<item>p</item>", "<item>other:type xp:type</item>", "<item>p :</item>"})
+    EXPECT_EQ(code_of(root + content, "<root>" + content), 0u) << content;
+
+  // A name that uses the prefix covers the values in it, but not those of another declaration.
+  const std::string named = "<p:item type=\"p:type\"><inner>p:type</inner></p:item>";
+  EXPECT_EQ(code_of(root + named, "<root>" + replaced(named, "<p:item", "<p:item xmlns:p=\"urn:p\"")), 0u);
+  const std::string redeclared = replaced(named, "<inner>", "<inner xmlns:p=\"urn:other\">");
+  EXPECT_EQ(code_of(root + redeclared, "<root>" + replaced(named, "<p:item", "<p:item xmlns:p=\"urn:p\"")),
+            kSafBadObject);
+}
+
 TEST(XmlSignature, CallsAtTheSameTimeHaveTheirOwnResults) {
   const std::string good = enveloped_xml(rsa());
   const std::string bad = replaced(good, "what was", "what is");
