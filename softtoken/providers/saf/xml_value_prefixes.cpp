@@ -32,16 +32,21 @@ void add_prefixes(std::string_view value, const Prefixes& declared, Prefixes& us
   }
 }
 
+// CDATA sections can divide a name, so the texts around them are joined.
+std::string joined_texts(const xmlNode* node) {
+  std::string joined;
+  for (; node != nullptr; node = node->next) {
+    if (node->type == XML_ELEMENT_NODE || node->type == XML_PI_NODE) joined += ' ';
+    if (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) joined += text_of(node->content);
+  }
+  return joined;
+}
+
 Prefixes prefixes_in_values(const xmlNode* element, const Prefixes& declared) {
   Prefixes used;
-  const auto add_texts = [&](const xmlNode* node) {
-    for (; node != nullptr; node = node->next) {
-      if (node->type != XML_ELEMENT_NODE) add_prefixes(text_of(node->content), declared, used);
-    }
-  };
-  add_texts(element->children);
+  add_prefixes(joined_texts(element->children), declared, used);
   for (const xmlAttr* each = element->properties; each != nullptr; each = each->next)
-    add_texts(each->children);
+    add_prefixes(joined_texts(each->children), declared, used);
   return used;
 }
 

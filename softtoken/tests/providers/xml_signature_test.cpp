@@ -336,8 +336,9 @@ TEST(XmlSignature, PrefixesInValuesAreCovered) {
   };
   const std::string root = "<root xmlns:p=\"urn:p\" xmlns:q=\"urn:q\">";
   const std::string with_p = "<root xmlns:p=\"urn:p\">";
-  for (const std::string content : {"<item type=\"p:type\"></item>", "<item>p:type</item>",
-                                    "<item><![CDATA[/q:order/p:item]]></item>", "<item>a p:type</item>"}) {
+  for (const std::string content :
+       {"<item type=\"p:type\"></item>", "<item>p:type</item>", "<item><![CDATA[/q:order/p:item]]></item>",
+        "<item>a p<![CDATA[:]]>type</item>"}) {
     const size_t data = content.find("<![CDATA[");
     const std::string text =
         data == std::string::npos ? content : replaced(replaced(content, "<![CDATA[", ""), "]]>", "");
