@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <exception>
 
+#include <boost/asio/bind_executor.hpp>
 #include <boost/asio/buffer.hpp>
-#include <boost/asio/co_spawn.hpp>
+#include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
 #include <boost/asio/use_awaitable.hpp>
@@ -45,6 +47,12 @@ struct Refusal {
 struct ConnectionLost {};
 
 std::string_view view_of(boost::beast::string_view text) { return {text.data(), text.size()}; }
+
+/** Awaiting this continues the coroutine on a thread of the executor. */
+template <typename Executor>
+HttpConnection::Awaitable<void> continue_on(Executor executor) {
+  return asio::post(asio::bind_executor(executor, asio::use_awaitable));
+}
 
 }  // namespace
 
@@ -246,10 +254,20 @@ HttpConnection::Awaitable<void> HttpConnection::confirm_expectation(Request& req
 
 HttpConnection::Awaitable<Answer> HttpConnection::call(const Request& request, RequestBody& body) {
   const Answering answering = answering_of(request.head);
-  if (!takes_long(request.head, {body.text().data(), body.text().size()}))
-    co_return answering(context_.service, body);
-  const auto long_call = [&]() -> Awaitable<Answer> { co_return answering(context_.service, body); };
-  Answer answered = co_await asio::co_spawn(context_.long_calls, long_call, asio::use_awaitable);
+  const bool is_long = takes_long(request.head, {body.text().data(), body.text().size()});
+  if (!is_long) co_return answering(context_.service, body);
+  // The answer returns to the connection's thread at once. co_spawn() would queue it behind all other long
+  // calls, and their answers would exist at the same time without a share of the budget.
+  Answer answered{};
+  std::exception_ptr failure;
+  co_await continue_on(context_.long_calls.get_executor());
+  try {
+    answered = answering(context_.service, body);
+  } catch (...) {
+    failure = std::current_exception();
+  }
+  co_await continue_on(stream_.socket().get_executor());
+  if (failure) std::rethrow_exception(failure);
   co_return answered;
 }
 
