@@ -69,6 +69,7 @@ struct HttpConnection::Request {
             .target = view_of(fields.target()),
             .host = fields.count(http::field::host) == 1 ? view_of(fields[http::field::host]) : "",
             .content_type = view_of(fields[http::field::content_type]),
+            .fetch_site = view_of(fields["Sec-Fetch-Site"]),
             .has_origin = fields.count(http::field::origin) > 0,
             .has_body = parser.chunked() || parser.content_length().value_or(0) > 0};
   }

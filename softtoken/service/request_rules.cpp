@@ -42,10 +42,12 @@ RequestRules::RequestRules(uint16_t port)
     : host_(std::string(protocol::kServiceHost) + ":" + std::to_string(port)),
       local_host_("localhost:" + std::to_string(port)) {}
 
-// Detects requests of web pages. Browsers send Origin with cross-site POST requests; after DNS rebinding,
-// Host is the host name of the page.
+// Detects requests of web pages. Browsers send Origin with cross-site POST requests. With a GET request for a
+// frame, an image or a script they only send Sec-Fetch-Site, which is "none" if the user typed the address.
+// After DNS rebinding, Host is the host name of the page.
 bool RequestRules::is_foreign(const RequestHead& head) const {
-  return head.has_origin || (head.host != host_ && head.host != local_host_);
+  const bool is_from_page = head.has_origin || (!head.fetch_site.empty() && head.fetch_site != "none");
+  return is_from_page || (head.host != host_ && head.host != local_host_);
 }
 
 int RequestRules::refusal(const RequestHead& head) const {

@@ -13,6 +13,7 @@ struct RequestHead {
   std::string_view target;
   std::string_view host;  // empty unless there is exactly one
   std::string_view content_type;
+  std::string_view fetch_site = {};  // how a browser relates the request to a page
   bool has_origin = false;
   bool has_body = false;
 };
