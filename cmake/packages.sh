@@ -15,7 +15,7 @@ build_packages=("${demo_packages[@]}" g++ googletest doxygen iproute2)
 # For `./dev test`.
 test_packages=(
   "${build_packages[@]}" openssl xmlsec1 xvfb xauth clang-format cppcheck nsis
-  mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java
+  mono-mcs libmono-i18n-cjk4.0-cil ecj libjna-java chromium
 )
 
 coverage_packages=("${test_packages[@]}" gcovr)
@@ -47,4 +47,19 @@ install_packages() {
   as_root apt-get update -qq
   as_root env DEBIAN_FRONTEND=noninteractive \
     apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Drives Chromium in the test of hostile web pages. It requires Node.js 18, the version of Debian 12.
+playwright_version=1.61.0
+
+# Installs playwright-core in $deps/playwright. npm comes from Debian, unless Node.js is installed with an npm
+# of its own, with which Debian's package conflicts.
+install_playwright() {
+  command -v npm >/dev/null || install_packages nodejs npm
+  ! is_built playwright "$playwright_version" || return 0
+  rm -rf "$deps/playwright" && mkdir -p "$deps/playwright"
+  PLAYWRIGHT_SKIP_BROWSER_DOWNLOAD=1 npm install --prefix "$deps/playwright" --no-save --ignore-scripts \
+    --no-audit --no-fund --loglevel error "playwright-core@$playwright_version" ||
+    fail "npm cannot install playwright-core $playwright_version"
+  mark_built playwright "$playwright_version"
 }

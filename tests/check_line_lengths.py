@@ -7,7 +7,7 @@ import sys
 from pathlib import Path
 
 LONGEST = 110
-ENDINGS = {".cmake", ".cpp", ".h", ".hpp", ".md", ".py", ".sh"}
+ENDINGS = {".cmake", ".cpp", ".h", ".hpp", ".md", ".mjs", ".py", ".sh"}
 # Folders that the project generates or downloads.
 MADE = {"build", ".deps"}
 
