@@ -27,6 +27,7 @@ class Socket {
   Socket(const Socket&) = delete;
   ~Socket() { closesocket(handle_); }
 
+  bool exists() const { return handle_ != INVALID_SOCKET; }
   bool set(int level, int option, DWORD value) {
     return setsockopt(handle_, level, option, reinterpret_cast<const char*>(&value), sizeof value) == 0;
   }
@@ -84,6 +85,10 @@ class Port : public testing::TestWithParam<Attempt> {
   static void TearDownTestSuite() {
     service.reset();
     WSACleanup();
+  }
+
+  void SetUp() override {
+    if (!Socket(family()).exists()) GTEST_SKIP() << "the system has no IPv6";
   }
 
   static int family() { return is_ipv6(GetParam()) ? AF_INET6 : AF_INET; }

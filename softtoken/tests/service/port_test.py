@@ -13,8 +13,10 @@ from token_service import PROGRAM, Service, run_token
 OPTIONS = {"nothing": [], "SO_REUSEADDR": [socket.SO_REUSEADDR], "SO_REUSEPORT": [socket.SO_REUSEPORT],
            "both": [socket.SO_REUSEADDR, socket.SO_REUSEPORT]}
 # Those through which a client of 127.0.0.1 could be reached.
-ADDRESSES = {"127.0.0.1": (socket.AF_INET, "127.0.0.1"), "0.0.0.0": (socket.AF_INET, "0.0.0.0"),
-             "dual-stack ::": (socket.AF_INET6, "::")}
+ADDRESSES = {"127.0.0.1": (socket.AF_INET, "127.0.0.1"), "0.0.0.0": (socket.AF_INET, "0.0.0.0")}
+SYSTEM_HAS_IPV6 = os.path.exists("/proc/net/if_inet6")
+if SYSTEM_HAS_IPV6:
+    ADDRESSES["dual-stack ::"] = (socket.AF_INET6, "::")
 
 
 def rival(address, options, port):
@@ -73,6 +75,7 @@ class PortTest(unittest.TestCase):
             service.terminate()
         return "alone"
 
+    @unittest.skipUnless(SYSTEM_HAS_IPV6, "the system has no IPv6")
     def test_an_ipv6_socket_takes_no_connection_of_the_service(self):
         """A socket for IPv6 alone does not conflict. Clients of 127.0.0.1 still reach the service."""
         with Service(demo=False) as service, socket.socket(socket.AF_INET6) as other:
