@@ -1,87 +1,20 @@
 """Tests every sub-command of sof, as text and as JSON, with each exit status that it can return."""
 
 import base64
-import contextlib
 import hashlib
 import os
-import resource
-import shutil
-import signal
-import tempfile
-import time
 import unittest
 
-from sof_console import (FOLDER, ConsoleRun, Follower, Service, refusing_service, sof, started_sof,
-                         unread_sof)
+from sof_case import (BINARY, CALL_FAILED, CHINESE, DONE, FILE, NO_ACCESS, NO_SERVICE, PIN, PROBLEMS, REFUSED,
+                      SCAN_CONTAINERS, USAGE, ServiceCase, SofCase)
+from sof_console import ConsoleRun, unread_sof
 
-PIN = b"12345678\n"
-CHINESE = "演示容器_SM2"
-SCAN_CONTAINERS = ("SM2_SCAN_CONTAINER_DEMO", "RSA_2048_SCAN_CONTAINER_DEMO")
 # XML documents with signatures of every form. The signing keys are not available.
 SIGNED_XML = os.path.join(os.path.dirname(__file__), "..", "..", "..", "softtoken", "tests", "fuzz", "seeds",
                           "xml_signature")
-BINARY = bytes(range(256)) * 3 + b"\r\n\x1a\n"
-
-DONE, CALL_FAILED, USAGE, FILE, REFUSED, NO_SERVICE, NO_ACCESS, PROBLEMS, NO_LIBRARY = range(9)
 
 
-class SofTest(unittest.TestCase):
-    """Runs command lines in a folder of the class; write() and read() access files there."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.folder = tempfile.mkdtemp(prefix="velm-sof-test-")
-
-    @classmethod
-    def tearDownClass(cls):
-        shutil.rmtree(cls.folder)
-
-    def write(self, name, content):
-        with open(os.path.join(self.folder, name), "wb") as file:
-            file.write(content)
-
-    def read(self, name):
-        with open(os.path.join(self.folder, name), "rb") as file:
-            return file.read()
-
-    def ends(self, status, line, data=b"", program_folder=FOLDER):
-        """Runs the program and checks its exit status."""
-        result = sof(line, data, self.folder, program_folder)
-        self.assertEqual(result.status, status, (line, result.output[:2000], result.errors))
-        return result
-
-    def done(self, line, data=b""):
-        result = self.ends(DONE, line, data)
-        self.assertEqual(result.errors, "")
-        return result
-
-    def json(self, line, data=b"", status=DONE):
-        result = self.ends(status, line + " --json", data).json
-        self.assertEqual(result["ok"], status == DONE)
-        return result
-
-    def json_data(self, line, data=b""):
-        found = self.json(line, data)
-        content = base64.b64decode(found["data"])
-        self.assertEqual(len(content), found["size"])
-        return content
-
-    def fails(self, status, function, code, line, data=b""):
-        """Checks that the failed call, its code and its text appear on stderr and in the JSON object."""
-        result = self.ends(status, line + " --json", data)
-        found = result.json
-        self.assertEqual((found["ok"], found["function"], found["code"]), (False, function, code))
-        self.assertEqual(result.errors, f"sof: {function}: {code} {found['text']}\n")
-        return found["text"]
-
-    def copy_of_program(self, name):
-        """Copies the complete installation to another folder."""
-        folder = os.path.join(self.folder, name)
-        shutil.copytree(FOLDER, folder)
-        return folder
-
-
-class WithoutService(SofTest):
+class WithoutService(SofCase):
     def test_help_lists_commands_and_exit_statuses(self):
         text = self.done("--help").text
         for word in ("login", "doctor", "Exit status:", "  5  the local service cannot be reached"):
@@ -164,53 +97,8 @@ class WithoutService(SofTest):
     def test_signing_xml_is_not_supported(self):
         self.fails(CALL_FAILED, "SOF_SignDataXML", "0x0B000002", "sign xml SM2_DEMO", b"<a/>")
 
-    def test_doctor_reports_an_unreachable_service(self):
-        text = self.ends(PROBLEMS, "doctor").text
-        self.assertIn("problem  service: does not answer on 127.0.0.1, port 55661\n", text)
-        self.assertIn("-> start it", text)
-        found = self.json("doctor", status=PROBLEMS)
-        self.assertEqual(found["worst"], "problem")
-        grades = {finding["subject"]: finding["grade"] for finding in found["findings"]}
-        self.assertEqual(grades["velm_sof_client.dll"], "ok")
-        self.assertEqual(grades["log folder"], "ok")
-        self.assertEqual(grades["service"], "problem")
 
-    def test_doctor_reports_that_containers_cannot_be_listed(self):
-        with refusing_service():
-            findings = self.json("doctor", status=PROBLEMS)["findings"]
-        found = {finding["subject"]: finding for finding in findings}
-        self.assertEqual(found["service"]["grade"], "ok")
-        self.assertEqual(found["containers"]["grade"], "problem")
-        self.assertRegex(found["containers"]["found"], "^SOF_GetUserList: 0x0B000200 .")
-
-    def test_doctor_and_log_run_without_a_module(self):
-        folder = self.copy_of_program("incomplete")
-        os.remove(os.path.join(folder, "velm_openssl_api.dll"))
-        findings = self.ends(PROBLEMS, "doctor --json", program_folder=folder).json["findings"]
-        found = {finding["subject"]: finding for finding in findings}
-        self.assertEqual(found["velm_openssl_api.dll"]["found"], "is missing")
-        self.assertEqual(found["velm_client_saf.dll"]["grade"], "ok")
-        self.assertEqual(found["library"]["grade"], "problem")
-        self.ends(DONE, "log", program_folder=folder)
-        errors = self.ends(NO_LIBRARY, "users", program_folder=folder).errors
-        self.assertIn("`sof doctor` tells what is missing", errors)
-
-
-class WithService(SofTest):
-    @classmethod
-    def setUpClass(cls):
-        super().setUpClass()
-        cls.service = Service()
-        cls.service.start()
-        for name in ("SM2_DEMO", "RSA_2048_DEMO", CHINESE, *SCAN_CONTAINERS):
-            assert sof(f"login {name}", PIN, cls.folder).status == DONE
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.service.stop()
-        cls.service.remove()
-        super().tearDownClass()
-
+class WithService(ServiceCase):
     def verifies(self, line):
         self.assertEqual(self.done("verify " + line).text, "valid: yes\n")
 
@@ -417,59 +305,6 @@ class WithService(SofTest):
         self.done("decrypt file SM2_DEMO --base64 -o plain.txt", envelope)
         self.assertEqual(self.read("plain.txt"), base64.b64encode(plain) + b"\n")
 
-    def test_a_failure_leaves_no_file(self):
-        self.write("kept.bin", b"as it was")
-        before = set(os.listdir(self.folder))
-        for name in ("kept.bin", "never.bin"):
-            for form in ("", "--base64"):
-                self.ends(CALL_FAILED, f"decrypt file SM2_DEMO {form} -o {name}", b"no envelope")
-        self.assertEqual(self.read("kept.bin"), b"as it was")
-        self.assertEqual(set(os.listdir(self.folder)), before)
-
-    def test_a_file_that_cannot_be_completed_leaves_the_earlier_one(self):
-        self.write("plain", bytes(3 << 20))
-        self.write("earlier", b"as it was")
-        before = set(os.listdir(self.folder))
-        # Enough for the digital envelope but not for its base64 text.
-        limit = (7 << 20) // 2
-        result = sof("encrypt file --container SM2_DEMO --base64 -i plain -o earlier", b"", self.folder,
-                     restore_signals=False,
-                     preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
-        self.assertEqual(result.status, FILE, result.errors)
-        self.assertEqual(self.read("earlier"), b"as it was")
-        self.assertEqual(set(os.listdir(self.folder)), before)
-
-    def test_an_interrupted_decryption_leaves_no_plaintext(self):
-        with open(os.path.join(self.folder, "huge"), "wb") as file:
-            file.truncate(128 << 20)
-        self.done("encrypt file --container SM2_DEMO -i huge -o huge.p7m")
-        opened = os.path.join(self.folder, "opened")
-        # Repeat in case the call finishes before the signal arrives.
-        for _ in range(5):
-            process = started_sof("decrypt file SM2_DEMO -i huge.p7m -o opened", self.folder)
-            while not any(self.temporary_sizes()) and process.poll() is None:
-                time.sleep(0.01)
-            process.send_signal(signal.SIGINT)
-            process.wait(timeout=120)
-            if not os.path.exists(opened):
-                break
-            os.remove(opened)
-        else:
-            self.fail("no decryption was interrupted")
-        self.assertFalse(any(self.temporary_sizes()))
-        for name in os.listdir(self.folder):
-            if name.startswith(("sof-", "huge")):
-                os.remove(os.path.join(self.folder, name))
-
-    def temporary_sizes(self):
-        sizes = []
-        for file in os.scandir(self.folder):
-            # The file may have been deleted meanwhile.
-            with contextlib.suppress(FileNotFoundError):
-                if file.name.startswith("sof-"):
-                    sizes.append(file.stat().st_size)
-        return sizes
-
     # Random bytes and time-stamp tokens
 
     def test_random_bytes(self):
@@ -558,80 +393,6 @@ class WithService(SofTest):
         self.assertTrue(self.json("config idle-logout 0")["done"])
         self.done("config 1 -i -", bytes(4))
         self.fails(CALL_FAILED, "SOF_Config", "0x0B000419", "config 99 0")
-
-    # Doctor
-
-    def test_doctor_checks_everything(self):
-        text = self.done("doctor").text
-        self.assertRegex(text, r"ok +service: version 1\.0\.0 answers in \d+\.\d ms\n")
-        self.assertRegex(text, rf"ok +{CHINESE}: both certificates are valid until \d+Z\n")
-        self.assertRegex(text, r"warning +EXPIRED_RSA_2048_DEMO, signing certificate: 0x0B000407 证书已过期")
-        found = self.json("doctor")
-        self.assertEqual(found["worst"], "warning")
-        subjects = [finding["subject"] for finding in found["findings"]]
-        for subject in ("velm_common.dll", "log folder", "code page", "signature provider"):
-            self.assertIn(subject, subjects)
-
-
-class LogCommand(SofTest):
-    # A call that fails in process; its log line contains the function and the code.
-    FAILING = "stamp check --stamp any --cert any -i any"
-
-    def setUp(self):
-        self.write("any", b"no stamp")
-        self.done("log --verbose off")
-        self.addCleanup(self.done, "log --verbose off")
-
-    def lines(self):
-        return self.ends(DONE, "log --json").json["lines"]
-
-    def lines_of(self, line):
-        """Returns the lines that a run adds to the log. Repeats the run if the date, and so the log file,
-        changed."""
-        while True:
-            day = time.localtime()[:3]
-            before = len(self.lines())
-            sof(line, b"", self.folder)
-            added = self.lines()[before:]
-            if time.localtime()[:3] == day:
-                return added
-
-    def test_result_codes_in_the_log_have_texts(self):
-        (line,) = self.lines_of(self.FAILING)
-        self.assertEqual((line["level"], line["process"]), ("ERR", "sof"))
-        self.assertRegex(line["message"], r"^\"SAF_Ext_GM_Tsp_VerifyTimeStamp\" 0x0200")
-        ((code, text),) = line["codes"].items()
-        self.assertIn(code, line["message"])
-        self.assertIn(f"{line['message']}  ({code} {text})\n", self.done("log").text)
-
-    def test_colours_are_for_consoles(self):
-        self.lines_of(self.FAILING)
-        self.assertNotIn(b"\x1b", self.done("log").output)
-        run = ConsoleRun("log", self.folder)
-        self.assertEqual(run.end(), DONE, run.shown)
-        self.assertIn(b"\x1b[31m", run.shown)
-        self.assertIn(b"\x1b[31m[ERR|", self.done("log --color always").output)
-
-    def test_verbose_logging_is_switched(self):
-        self.assertEqual(self.lines_of("base64"), [])
-        self.assertTrue(self.json("log --verbose on")["verbose"])
-        self.assertIn("IFO", [line["level"] for line in self.lines_of("base64")])
-        findings = self.json("doctor", status=PROBLEMS)["findings"]
-        grades = {finding["subject"]: finding["grade"] for finding in findings}
-        self.assertEqual(grades["verbose logging"], "warning")
-        self.assertIn("is off", self.done("log --verbose off").text)
-        self.assertEqual(self.lines_of("base64"), [])
-
-    def test_the_log_is_followed(self):
-        day = None
-        while day != time.localtime()[:3]:
-            day = time.localtime()[:3]
-            before = len(self.lines())
-            with Follower() as follower:
-                sof(self.FAILING, b"", self.folder)
-                line = follower.lines(before + 1)[before]
-        self.assertTrue(line.startswith("[ERR|"))
-        self.assertIn("SAF_Ext_GM_Tsp_VerifyTimeStamp", line)
 
 
 if __name__ == "__main__":
