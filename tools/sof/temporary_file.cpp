@@ -7,6 +7,8 @@
 #include <mutex>
 #include <vector>
 
+#include "new_file.h"
+
 namespace {
 
 std::mutex g_mutex;
@@ -44,9 +46,11 @@ void empty_and_end(const std::vector<HANDLE>& files) {
 
 }  // namespace
 
-TemporaryFile::TemporaryFile(const std::filesystem::path& folder, const wchar_t* ending)
-    : path_(folder / (L"sof-" + std::to_wstring(GetCurrentProcessId()) + ending)) {
+// The lock is held so that Ctrl+C finds every file that exists.
+TemporaryFile::TemporaryFile(const std::filesystem::path& folder, const wchar_t* ending) {
   const std::lock_guard lock(g_mutex);
+  g_paths.reserve(g_paths.size() + 1);
+  path_ = create_new_file(folder, ending);
   g_paths.push_back(path_);
 }
 

@@ -3,12 +3,12 @@
 #include <filesystem>
 
 /**
- * Name of a temporary file of this process. The destructor deletes the file. Ctrl+C deletes it too, together
- * with the signature provider's temporary files, whose names start with this one.
+ * A new file with a random name. The destructor deletes the file. Ctrl+C deletes it too, together with the
+ * signature provider's temporary files, whose names start with this one.
  */
 class TemporaryFile {
  public:
-  /** @param ending Distinguishes it from other temporary files of this process. */
+  /** @param ending Shows the purpose of the file. */
   TemporaryFile(const std::filesystem::path& folder, const wchar_t* ending);
   ~TemporaryFile();
   TemporaryFile(const TemporaryFile&) = delete;

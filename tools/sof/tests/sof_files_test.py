@@ -1,4 +1,4 @@
-"""Tests the files that sof writes: complete or not at all."""
+"""Tests the files that sof writes: complete or not at all, under names that nobody can prepare."""
 
 import contextlib
 import os
@@ -7,7 +7,7 @@ import signal
 import time
 import unittest
 
-from sof_case import CALL_FAILED, DONE, FILE, ServiceCase
+from sof_case import BINARY, CALL_FAILED, DONE, FILE, ServiceCase
 from sof_console import sof, started_sof
 
 
@@ -64,6 +64,39 @@ class OutputFiles(ServiceCase):
                 if file.name.startswith("sof-"):
                     sizes.append(file.stat().st_size)
         return sizes
+
+    # Names of temporary files
+
+    def test_links_with_guessed_names_are_not_followed(self):
+        self.write("victim", b"as it was")
+        names = [f"sof-{process}{ending}" for process in range(4, 8000, 4) for ending in (".in", ".out")]
+        for name in names:
+            os.symlink("victim", os.path.join(self.folder, name))
+        self.done("encrypt file --container SM2_DEMO -o envelope.p7m", BINARY)
+        self.assertEqual(self.done("decrypt file SM2_DEMO -i envelope.p7m").output, BINARY)
+        self.assertEqual(self.read("victim"), b"as it was")
+        for name in names:
+            path = os.path.join(self.folder, name)
+            self.assertTrue(os.path.islink(path), name)
+            os.remove(path)
+        self.assertEqual(self.temporary_sizes(), [])
+
+    def test_each_run_has_its_own_names(self):
+        found = set()
+        with open(os.path.join(self.folder, "large"), "wb") as file:
+            file.truncate(64 << 20)
+        for _ in range(2):
+            process = started_sof("encrypt file --container SM2_DEMO -i large -o large.p7m", self.folder)
+            names = set()
+            while process.poll() is None:
+                names |= {name.split(".")[0] for name in os.listdir(self.folder) if name.startswith("sof-")}
+                time.sleep(0.01)
+            self.assertEqual(process.returncode, DONE)
+            (name,) = names
+            self.assertRegex(name, r"^sof-[0-9a-f]{32}$")
+            found.add(name)
+        self.assertEqual(len(found), 2)
+        self.assertEqual(self.temporary_sizes(), [])
 
 
 if __name__ == "__main__":
