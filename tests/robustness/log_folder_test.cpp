@@ -106,12 +106,19 @@ TEST_F(LogFolder, ContainsAReadOnlyFile) {
   if (!is_protected) GTEST_SKIP() << "this user may write read-only files";
 }
 
-// Run by staged_log.sh, which replaces the folder or the file to simulate a fault of the system.
+// Run by staged_log.sh, which replaces the folder of the day or the file to simulate a fault of the system.
 TEST_F(LogFolder, IsStaged) {
   const char* file = std::getenv("VELM_STAGED_LOG");
   if (!file) GTEST_SKIP() << "no fault is simulated";
   ASSERT_FALSE(can_be_written(file)) << "the simulated fault has no effect";
   expect_calls_to_go_on();
+}
+
+// Run by staged_log.sh, which replaces a folder by a link. The library could write to its target.
+TEST_F(LogFolder, IsALink) {
+  if (!std::getenv("VELM_STAGED_LOG")) GTEST_SKIP() << "no fault is simulated";
+  expect_calls_to_go_on();
+  EXPECT_THAT(LogReader::files(), testing::IsEmpty());
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <cstdarg>
 #include <cwchar>
 
+#include "basekit/basic/log_links.h"
 #include "basekit/basic/log_prefix.h"
 #include "basekit/basic/owned_file.h"
 #include "basekit/basic/published_once.h"
@@ -22,9 +23,10 @@
 
 namespace velm::log {
 
+// The folders VELM, log and {date}.
+constexpr int kFoldersOfTheLog = 3;
 constexpr char kFileTemplate[] = "{commonappdata}\\VELM\\log\\{date}\\velm_client_sof.log";
 constexpr size_t kMessageCharacters = 4096;  // with the terminating zero
-constexpr size_t kPathCharacters = 1024;
 
 struct Configuration {
   int32_t enabled = 1;  // any value but 1: threshold 2, and each log code contains its field mask
@@ -38,19 +40,19 @@ struct Configuration {
 
 inline constinit Configuration configuration;
 
-using PathText = std::array<char, kPathCharacters>;
-
 // Returns false if the template cannot be expanded.
-inline bool expand_file_template(PathText& path) noexcept {
+inline bool expand_template(const char* path_template, PathText& path) noexcept {
   try {
     std::string expanded;
-    if (path::expand_on_this_machine(kFileTemplate, expanded) != path::kOk) return false;
+    if (path::expand_on_this_machine(path_template, expanded) != path::kOk) return false;
     expanded.copy(path.data(), path.size() - 1);
     return true;
   } catch (...) {
     return false;
   }
 }
+
+inline bool expand_file_template(PathText& path) noexcept { return expand_template(kFileTemplate, path); }
 
 // A source unit: the source path that its log lines print, and the log file path. The path is computed once,
 // at the unit's first log line.
@@ -162,7 +164,7 @@ inline void format_prefix_now(char* area, size_t capacity, uint32_t code, const 
 // Opens the file at `path`, calls `put` to write to it, closes it and rotates it if necessary.
 template <class Put>
 void append_to_log(const PathText& path, Put put) {
-  if (path[0] == '\0') return;
+  if (path[0] == '\0' || leads_through_link(path, kFoldersOfTheLog)) return;
   {
     const OwnedFile file = open_for_appending(path.data());
     if (!file) return;
@@ -225,19 +227,17 @@ inline void dump(const void* block, size_t length) noexcept {
   });
 }
 
-inline void create_directory(const char* path_template) noexcept {
-  try {
-    std::string directory;
-    if (path::expand_on_this_machine(path_template, directory) != path::kOk) return;
-    if (!exists(directory.c_str())) _mkdir(directory.c_str());
-  } catch (...) {
-  }
+// Does not create it behind a link: `folders` folders above it belong to the log.
+inline void create_directory(const char* path_template, int folders) noexcept {
+  PathText directory{};
+  if (!expand_template(path_template, directory)) return;
+  if (!exists(directory.data()) && !leads_through_link(directory, folders)) _mkdir(directory.data());
 }
 
 // Creates the parent directories. open_for_appending() creates the dated directory.
 inline void create_directories() noexcept {
-  create_directory("{commonappdata}\\VELM");
-  create_directory("{commonappdata}\\VELM\\log");
+  create_directory("{commonappdata}\\VELM", 0);
+  create_directory("{commonappdata}\\VELM\\log", 1);
 }
 
 }  // namespace velm::log
