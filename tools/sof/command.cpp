@@ -62,8 +62,10 @@ void run_command(Needs needs, bool as_json, const std::function<Report()>& run) 
 ExitStatus exit_status() { return g_status; }
 
 bool load_library(uint32_t& error) {
+  // The four modules that it imports are searched there, too: not in the current folder, not in PATH.
+  constexpr DWORD kOwnFolderAndSystem = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
   const std::filesystem::path library = program_folder() / L"velm_sof_client.dll";
-  const bool loaded = LoadLibraryExW(library.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH) != nullptr;
+  const bool loaded = LoadLibraryExW(library.c_str(), nullptr, kOwnFolderAndSystem) != nullptr;
   error = loaded ? 0 : GetLastError();
   return loaded;
 }

@@ -1,4 +1,5 @@
 // sof: command-line tool with one command for each task of the library.
+#include <windows.h>
 #include <fcntl.h>
 #include <io.h>
 
@@ -61,6 +62,8 @@ ExitStatus run(int argc, wchar_t** argv) {
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
+  // Load no library from the current folder or PATH.
+  SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   const Console console;
   _setmode(_fileno(stdout), _O_BINARY);
   ExitStatus status = ExitStatus::call_failed;

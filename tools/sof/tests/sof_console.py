@@ -45,9 +45,9 @@ def command_of(line, program_folder=FOLDER):
 
 def sof(line, data, folder, program_folder=FOLDER, **settings):
     """Runs the program in `folder` with `data` on standard input."""
-    settings = {"stdout": subprocess.PIPE, "timeout": 120, **settings}
+    settings = {"stdout": subprocess.PIPE, "timeout": 120, "env": ENVIRONMENT, **settings}
     return Result(subprocess.run(command_of(line, program_folder), input=data, stderr=subprocess.PIPE,
-                                 cwd=folder, env=ENVIRONMENT, **settings))
+                                 cwd=folder, **settings))
 
 
 def unread_sof(line, folder):

@@ -4,7 +4,7 @@ import os
 import unittest
 
 from sof_case import CALL_FAILED, CHINESE, DONE, NO_LIBRARY, PROBLEMS, ServiceCase, SofCase
-from sof_console import refusing_service
+from sof_console import ENVIRONMENT, refusing_service, sof
 
 
 class WithoutService(SofCase):
@@ -38,6 +38,18 @@ class WithoutService(SofCase):
         self.ends(DONE, "log", program_folder=folder)
         errors = self.ends(NO_LIBRARY, "users", program_folder=folder).errors
         self.assertIn("`sof doctor` tells what is missing", errors)
+
+
+    def test_no_module_is_loaded_from_the_current_folder_or_path(self):
+        for name in ("velm_client_saf.dll", "velm_openssl_api.dll", "velm_common.dll", "velm_dev_enum.dll"):
+            folder = self.copy_of_program("without_" + name)
+            elsewhere = os.path.join(self.folder, "elsewhere")
+            os.makedirs(elsewhere, exist_ok=True)
+            os.replace(os.path.join(folder, name), os.path.join(elsewhere, name))
+            for run in ({"folder": elsewhere}, {"folder": self.folder, "env": {**ENVIRONMENT,
+                                                                             "WINEPATH": elsewhere}}):
+                result = sof("base64", b"x", program_folder=folder, **run)
+                self.assertEqual(result.status, NO_LIBRARY, (name, run["folder"], result.output))
 
 
 class WithService(ServiceCase):
