@@ -2,60 +2,42 @@
 #include <windows.h>
 
 #include <chrono>
-#include <fstream>
 
+#include "account.h"
 #include "arguments.h"
 #include "certificate_items.h"
 #include "command.h"
 #include "commands.h"
-#include "day_log.h"
+#include "doctor_folders.h"
+#include "findings.h"
 #include "input_output.h"
 #include "modules_on_disk.h"
+#include "port_owner.h"
 #include "result_code.h"
 
 namespace {
 
-enum class Grade { ok, note, warning, problem };
-constexpr const char* kGradeNames[] = {"ok", "note", "warning", "problem"};
-
-/** Results of the checks, each with advice for a problem. */
-class Findings {
- public:
-  void add(Grade grade, const std::string& subject, const std::string& found,
-           const std::string& advice = "") {
-    worst_ = std::max(worst_, grade);
-    const char* name = kGradeNames[static_cast<int>(grade)];
-    Json row{{"grade", name}, {"subject", subject}, {"found", found}};
-    if (!advice.empty()) row["advice"] = advice;
-    rows_.push_back(row);
-    text_ += std::string(name) + std::string(9 - std::string_view(name).size(), ' ') + printable(subject) +
-             ": " + printable(found) + "\n";
-    if (!advice.empty()) text_ += "         -> " + printable(advice) + "\n";
+void check_module(Findings& findings, const ModuleOnDisk& module) {
+  const std::string folder = text_of_path(program_folder());
+  const std::string found = (module.version.empty() ? "" : module.version + ", ") + text_of_path(module.path);
+  if (module.path.empty()) {
+    findings.add(Grade::problem, module.name, "is missing", "install it in " + folder);
+  } else if (module.is_in_program_folder) {
+    findings.add(Grade::ok, module.name, found);
+  } else if (module.is_loaded) {
+    findings.add(Grade::warning, module.name, found + ", outside the program folder",
+                 "install it in " + folder + "; delete the other file unless you know why it is there");
+  } else {
+    findings.add(Grade::problem, module.name, "is missing; other programs may load " + found,
+                 "install it in " + folder + "; delete the other file unless you know why it is there");
   }
-  Report report() const {
-    return Report{{"worst", kGradeNames[static_cast<int>(worst_)]}, {"findings", rows_}}.say(text_).end_with(
-        worst_ == Grade::problem ? ExitStatus::problems : ExitStatus::done);
-  }
-
- private:
-  Grade worst_ = Grade::ok;
-  Json rows_ = Json::array();
-  std::string text_;
-};
+}
 
 // Returns whether the library can be used.
 bool check_modules(Findings& findings) {
   uint32_t error = 0;
   const bool loaded = load_library(error);
-  for (const ModuleOnDisk& module : modules_on_disk()) {
-    if (module.path.empty()) {
-      findings.add(Grade::problem, module.name, "is missing",
-                   "install it in " + text_of_path(program_folder()));
-    } else {
-      const std::string version = module.version.empty() ? "" : module.version + ", ";
-      findings.add(Grade::ok, module.name, version + text_of_path(module.path));
-    }
-  }
+  for (const ModuleOnDisk& module : modules_on_disk()) check_module(findings, module);
   if (!loaded) {
     findings.add(Grade::problem, "library", "cannot be loaded, system error " + std::to_string(error),
                  "reinstall; all modules must be 64-bit and in the folder of the library");
@@ -64,6 +46,12 @@ bool check_modules(Findings& findings) {
 }
 
 std::string code_and_text(const sof::Error& error) { return code_text(error.code()) + " " + error.text(); }
+
+void check_service_port(Findings& findings) {
+  constexpr uint16_t kServicePort = 55661;
+  const Sid self = current_user();
+  for (const PortOwner& owner : owners_of_port(kServicePort)) findings.add(finding_on(owner, self));
+}
 
 // Returns whether the local service answers.
 bool check_service(Findings& findings) {
@@ -98,26 +86,6 @@ void check_provider(Findings& findings) {
   } catch (const sof::Error& error) {
     findings.add(Grade::warning, "time-stamp authority", code_and_text(error),
                  "check time_stamp_address in saf_config.dat");
-  }
-}
-
-void check_log(Findings& findings) {
-  const std::filesystem::path folder = log_folder();
-  const std::filesystem::path probe = folder / (L"sof-doctor-" + std::to_wstring(GetCurrentProcessId()));
-  const bool written = (std::ofstream(probe) << "probe").flush().good();
-  std::error_code ignored;
-  std::filesystem::remove(probe, ignored);
-  if (written) {
-    findings.add(Grade::ok, "log folder", text_of_path(folder));
-  } else {
-    findings.add(Grade::problem, "log folder", text_of_path(folder) + " cannot be written",
-                 "allow users to write to it; until then failures are not logged");
-  }
-  if (std::filesystem::exists(marker_path())) {
-    findings.add(Grade::warning, "verbose logging", "is on: " + text_of_path(marker_path()) + " exists",
-                 "if it is no longer needed, run: sof log --verbose off");
-  } else {
-    findings.add(Grade::ok, "verbose logging", "is off");
   }
 }
 
@@ -176,8 +144,11 @@ struct Doctor {
   Report run() const {
     Findings findings;
     const bool loaded = check_modules(findings);
-    check_log(findings);
+    check_program_folder(findings);
+    check_log_folder(findings);
+    check_verbose_logging(findings);
     check_code_page(findings);
+    check_service_port(findings);
     if (loaded && check_service(findings)) {
       check_provider(findings);
       check_containers(findings);

@@ -13,7 +13,6 @@ std::wstring path_of_module(HMODULE module) {
 }
 
 std::wstring found_path(const std::wstring& name) {
-  if (HMODULE loaded = GetModuleHandleW(name.c_str())) return path_of_module(loaded);
   const std::filesystem::path beside = program_folder() / name;
   if (std::filesystem::exists(beside)) return beside.wstring();
   std::wstring path(32768, L'\0');
@@ -45,8 +44,18 @@ std::vector<ModuleOnDisk> modules_on_disk() {
   std::vector<ModuleOnDisk> modules;
   for (const wchar_t* name : {L"velm_sof_client.dll", L"velm_client_saf.dll", L"velm_openssl_api.dll",
                               L"velm_common.dll", L"velm_dev_enum.dll"}) {
-    const std::wstring path = found_path(name);
-    modules.push_back({utf8_of(name), path, path.empty() ? "" : version_of(path)});
+    ModuleOnDisk module;
+    module.name = utf8_of(name);
+    const HMODULE loaded = GetModuleHandleW(name);
+    module.path = loaded ? path_of_module(loaded) : found_path(name);
+    module.is_loaded = loaded != nullptr;
+    if (!module.path.empty()) {
+      std::error_code error;
+      module.is_in_program_folder =
+          std::filesystem::equivalent(module.path.parent_path(), program_folder(), error);
+      module.version = version_of(module.path.wstring());
+    }
+    modules.push_back(std::move(module));
   }
   return modules;
 }

@@ -78,7 +78,7 @@ class ServiceCase(SofCase):
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
-        cls.service = Service()
+        cls.service = Service("--demo")
         cls.service.start()
         for name in ("SM2_DEMO", "RSA_2048_DEMO", CHINESE, *SCAN_CONTAINERS):
             assert sof(f"login {name}", PIN, cls.folder).status == DONE

@@ -108,15 +108,20 @@ def answers():
 
 
 class Service:
-    """The local service with a demo store of its own."""
+    """The local service with a store of its own."""
 
-    def __init__(self):
+    def __init__(self, *options):
+        """`options` are those of `velm_softtoken init`."""
         self.folder = tempfile.mkdtemp(prefix="velm-sof-")
         self.store = "Z:" + os.path.join(self.folder, "store.db")
         self.program = os.path.join(FOLDER, "velm_softtoken.exe")
         assert not answers(), "something listens on the service's port already"
-        command = [RUNNER, self.program, "init", "--demo", "--data", self.store]
-        subprocess.run(command, check=True, env=ENVIRONMENT)
+        self.run("init", *options)
+
+    def run(self, *arguments):
+        """Runs a command of the software token on the store."""
+        subprocess.run([RUNNER, self.program, *arguments, "--data", self.store], check=True, env=ENVIRONMENT,
+                       stdout=subprocess.DEVNULL)
 
     def start(self):
         command = [RUNNER, self.program, "serve", "--data", self.store]

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <vector>
+
+/** Windows accounts: users and groups, identified by their SIDs. */
+
+/** Bytes of a SID. */
+using Sid = std::vector<unsigned char>;
+
+Sid copy_of_sid(PSID sid);
+/** Reads the text form, for example S-1-5-18. */
+Sid sid_of_text(const wchar_t* text);
+
+/** The user of a process. Empty if the current user may not know it. */
+Sid user_of_process(HANDLE process);
+Sid current_user();
+
+/** Accounts that control the machine anyway: SYSTEM, the services of Windows, administrators. */
+bool controls_the_machine(const Sid& sid);
+
+/** `DOMAIN\name`, or the text form of a SID without a name. UTF-8. */
+std::string account_name(const Sid& sid);
