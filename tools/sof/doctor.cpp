@@ -82,7 +82,8 @@ void check_provider(Findings& findings) {
     findings.add(Grade::ok, "signature provider", "opens, and its time-stamp authority answers");
   } catch (const sof::FalseSuccess&) {
     findings.add(Grade::problem, "signature provider", "cannot be opened",
-                 "check saf_config.dat in the current folder and in " + text_of_path(program_folder()));
+                 "check saf_config.dat in " + text_of_path(program_folder()) +
+                     ", or in the current folder if there is none");
   } catch (const sof::Error& error) {
     findings.add(Grade::warning, "time-stamp authority", code_and_text(error),
                  "check time_stamp_address in saf_config.dat");

@@ -194,7 +194,7 @@ class WithService(ServiceCase, DoctorCase):
             file.write("no such key = 1\n")
         found = self.findings(program_folder=folder)
         self.expect(found["signature provider"], "problem", "^cannot be opened$",
-                    r"^check saf_config\.dat in .*\\misconfigured")
+                    r"^check saf_config\.dat in .*\\misconfigured, or in the current folder if there is none")
 
 
 if __name__ == "__main__":
