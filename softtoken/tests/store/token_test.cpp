@@ -309,7 +309,7 @@ TEST(StoreCreation, AForeignDatabaseIsNotChanged) {
     return std::string(std::istreambuf_iterator<char>(stream), {});
   };
   const std::string before = contents();
-  EXPECT_THROW(Token{file}, std::runtime_error);
+  EXPECT_THROW(Token(file).container_names(), std::runtime_error);
   EXPECT_EQ(contents(), before);
   for (const char* log : {"-wal", "-shm", "-journal"})
     EXPECT_FALSE(std::filesystem::exists(std::filesystem::path(file).concat(log))) << log;

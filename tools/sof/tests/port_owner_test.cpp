@@ -50,7 +50,7 @@ class Listener {
 };
 
 std::string this_program() {
-  wchar_t path[MAX_PATH];
+  wchar_t path[MAX_PATH]{};
   return utf8_of({path, GetModuleFileNameW(nullptr, path, MAX_PATH)});
 }
 
