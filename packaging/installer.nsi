@@ -1,5 +1,5 @@
-; The Windows installer. It copies the package's files into a folder and registers an uninstaller. It does not
-; change autostart, PATH or the Start menu.
+; The Windows installer. It copies the package's files into a folder that only administrators may change,
+; creates the log folder and registers an uninstaller. It does not change autostart, PATH or the Start menu.
 ;
 ; Silent installation: setup.exe /S [/D=folder, as the last argument, without quotation marks]; silent
 ; removal: uninstall.exe /S. Exit status: 0 success, 1 cancelled, 2 failed, for example because a program is
@@ -42,6 +42,13 @@ VIAddVersionKey "LegalCopyright" ""
 
 LangString IN_USE ${LANG_ENGLISH} "$0 is in use. End the programs that use it, then try again."
 LangString IN_USE ${LANG_SIMPCHINESE} "$0 正在使用。请先结束使用它的程序，然后重试。"
+LangString UNSAFE_EARLIER ${LANG_ENGLISH} "Other users can change the version that is installed in $0. \
+Its uninstaller is not run with your rights. Check the folder, uninstall this version, then try again."
+LangString UNSAFE_EARLIER ${LANG_SIMPCHINESE} "其他用户可以修改已安装在 $0 的版本，因此不会以您的权限运行其卸载程序。\
+请检查该目录并卸载该版本，然后重试。"
+LangString UNSAFE_FOLDER ${LANG_ENGLISH} "Other users can change the folder $INSTDIR. \
+Choose another folder, or a new one."
+LangString UNSAFE_FOLDER ${LANG_SIMPCHINESE} "其他用户可以修改目录 $INSTDIR。请选择其他目录或新目录。"
 LangString STILL_THERE ${LANG_ENGLISH} "The version that is installed in $0 could not be removed."
 LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版本。"
 
@@ -64,11 +71,21 @@ LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版�
   ${EndIf}
 !macroend
 
+; Runs the program that checks and sets permissions. $1 is 0 if the answer is yes.
+!macro FolderGuard ARGUMENTS
+  ExecWait '"$PLUGINSDIR\folder_guard.exe" ${ARGUMENTS}' $1
+!macroend
+
 ; Only one installation is supported: an earlier one of any version in any folder is removed.
 !macro RemoveEarlier
   ReadRegStr $0 HKLM "${UNINSTALL_KEY}" "InstallLocation"
   ${If} $0 != ""
   ${AndIf} ${FileExists} "$0\uninstall.exe"
+    ; Otherwise another user could have replaced the program that is run here with administrator rights.
+    !insertmacro FolderGuard 'is-protected "$0" "$0\uninstall.exe"'
+    ${If} $1 != 0
+      !insertmacro StopWith "$(UNSAFE_EARLIER)"
+    ${EndIf}
     ExecWait '"$0\uninstall.exe" /S _?=$0' $1 ; with _?= it runs in place, so ExecWait waits for it
     ${If} $1 != 0
       !insertmacro StopWith "$(STILL_THERE)"
@@ -79,8 +96,16 @@ LangString STILL_THERE ${LANG_SIMPCHINESE} "无法卸载已安装在 $0 的版�
 !macroend
 
 Section
+  InitPluginsDir
+  File "/oname=$PLUGINSDIR\folder_guard.exe" "${FOLDER_GUARD}"
   !insertmacro RemoveEarlier
+  !insertmacro FolderGuard 'protect "$INSTDIR"'
+  ${If} $1 != 0
+    !insertmacro StopWith "$(UNSAFE_FOLDER)"
+  ${EndIf}
   !insertmacro InstallFiles
+  ; Programs work without the log, so a failure does not stop the installation; `sof doctor` reports it.
+  !insertmacro FolderGuard "create-log-folder"
   SetOutPath "$INSTDIR"
   WriteUninstaller "$INSTDIR\uninstall.exe"
   WriteRegStr HKLM "${UNINSTALL_KEY}" "DisplayName" "velm_sof_client"

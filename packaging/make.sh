@@ -3,7 +3,7 @@
 set -euo pipefail
 
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
-build=$1
+build=$(cd "$1" && pwd)
 mkdir -p "$2"
 out=$(cd "$2" && pwd)
 rm -rf "$out"/stage "$out"/velm_sof_client-* "$out"/installer "$out"/SHA256SUMS
@@ -17,6 +17,7 @@ python3 "$here/make_zip.py" "$out/stage" "$out/$name-win64.zip" "$name"
 mkdir "$out/installer"
 python3 "$here/list_files.py" "$out/stage" >"$out/installer/files.nsh"
 makensis -V2 -INPUTCHARSET UTF8 -DVERSION="$version" -DFILES="$out/installer/files.nsh" \
+  -DFOLDER_GUARD="$build/packaging/folder_guard/folder_guard.exe" \
   -DOUTPUT="$out/$name-win64-setup.exe" "$here/installer.nsi" >"$out/installer/makensis.log" ||
   { cat "$out/installer/makensis.log" >&2; exit 1; }
 

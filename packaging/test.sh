@@ -79,6 +79,66 @@ uninstall_silently() {
   fail "the uninstaller did not finish"
 }
 
+# expect_refused FOLDER: installing to C:\FOLDER must fail and create nothing.
+expect_refused() {
+  local status=0
+  "$run_wine" "$setup" /S "/D=C:\\$1" || status=$?
+  [ $status -eq 2 ] || fail "installing to $1 exited with $status"
+  [ ! -e "$WINEPREFIX/drive_c/$1/bin" ] || fail "a refused installation copied files"
+}
+
+# Whether users other than the owner may write. Wine derives permissions from the file mode and sets it.
+others_may_write() { [ -n "$(find "$1" -maxdepth 0 -perm -o=w)" ]; }
+
+# An earlier version in a folder that others may change, and such folders with and without files.
+try_open_folders() {
+  local drive="$WINEPREFIX/drive_c" earlier
+  "$run_wine" "$setup" /S '/D=C:\earlier'
+  earlier="$drive/earlier"
+  chmod o+w "$earlier/uninstall.exe"
+  expect_refused refused
+  chmod o-w "$earlier/uninstall.exe"
+  chmod o+w "$earlier"
+  expect_refused refused
+  expect_installed_in "$earlier"
+  chmod o-w "$earlier"
+  rm -rf "$drive/refused"
+  echo "the uninstaller of an open folder is not run"
+
+  mkdir "$drive/empty"
+  chmod 777 "$drive/empty"
+  "$run_wine" "$setup" /S '/D=C:\empty'
+  expect_installed_in "$drive/empty"
+  [ ! -e "$earlier" ] || fail "the earlier installation was not removed"
+  others_may_write "$drive/empty" && fail "others may write to the program folder"
+  echo "an open folder was closed"
+
+  uninstall_silently "$drive/empty"
+  mkdir "$drive/prepared"
+  touch "$drive/prepared/version.dll"
+  chmod 777 "$drive/prepared"
+  expect_refused prepared
+  others_may_write "$drive/prepared" || fail "the installer changed a folder that it refused"
+  rm -rf "$drive/prepared" "$drive/empty"
+  echo "an open folder with files was refused"
+}
+
+# The installer creates the log folder, or closes one that another user has created.
+try_log_folder() {
+  local velm="$WINEPREFIX/drive_c/ProgramData/VELM" folder
+  rm -rf "$velm"
+  mkdir -p "$velm/log"
+  chmod 777 "$velm" "$velm/log"
+  "$run_wine" "$setup" /S '/D=C:\logging'
+  for folder in "$velm" "$velm/log"; do
+    others_may_write "$folder" && fail "others may replace $folder"
+  done
+  uninstall_silently "$WINEPREFIX/drive_c/logging"
+  [ -d "$velm/log" ] || fail "uninstalling removed the log"
+  rm -rf "$velm" "$WINEPREFIX/drive_c/logging"
+  echo "the log folder is there and closed"
+}
+
 use_and_try_to_remove() {
   local folder=$1 status=0
   "$run_wine" "$folder/bin/sof.exe" doctor | tr -d '\r' | tee doctor.txt
@@ -96,6 +156,10 @@ try_installer() {
   local programs="$WINEPREFIX/drive_c/Program Files"
   local first="$programs/velm first" folder="$programs/velm_sof_client"
   state_of_prefix >before.txt
+  try_open_folders
+  try_log_folder
+  state_of_prefix >tried.txt
+  diff before.txt tried.txt || fail "something is left of removed and refused installations"
 
   "$run_wine" "$setup" /S '/D=C:\Program' 'Files\velm' first
   expect_installed_in "$first"
@@ -103,6 +167,7 @@ try_installer() {
 
   "$run_wine" "$setup" /S '/D=C:\Program' 'Files\velm_sof_client'
   expect_installed_in "$folder"
+  [ -d "$WINEPREFIX/drive_c/ProgramData/VELM/log" ] || fail "the installer did not create the log folder"
   [ ! -e "$first" ] || fail "the earlier installation was not removed"
   echo "installed into another folder; the earlier installation was removed"
 

@@ -70,6 +70,14 @@ TEST_F(Log, LinesAreAppended) {
   EXPECT_EQ(content(), "] one\r\n] two\r\n");
 }
 
+// log_linked_test shows the same with links, which only the system can create.
+TEST_F(Log, AFolderThatCannotBeCheckedCountsAsALink) {
+  EXPECT_FALSE(log::is_link(folder_.c_str()));
+  EXPECT_FALSE(log::is_link((folder_ + "\\missing").c_str()));
+  EXPECT_FALSE(log::is_link((folder_ + "\\missing\\folder").c_str()));
+  EXPECT_TRUE(log::is_link((folder_ + "\\a*b").c_str()));
+}
+
 TEST_F(Log, ALineBelowTheThresholdIsNotWritten) {
   log::write(unit, log::kInformation, 1, "no\n");
   EXPECT_THAT(content(), IsEmpty());
