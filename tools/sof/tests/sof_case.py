@@ -66,9 +66,12 @@ class SofCase(unittest.TestCase):
         return found["text"]
 
     def copy_of_program(self, name):
-        """Copies the complete installation to another folder."""
+        """Copies the complete installation to another folder. Other tests write files beside it."""
         folder = os.path.join(self.folder, name)
-        shutil.copytree(FOLDER, folder)
+        os.mkdir(folder)
+        for file in os.listdir(FOLDER):
+            if file.endswith((".exe", ".dll")) or file == "saf_config.dat":
+                shutil.copy(os.path.join(FOLDER, file), folder)
         return folder
 
 
