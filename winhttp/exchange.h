@@ -62,8 +62,8 @@ class Exchange {
     request_ = WinHttpOpenRequest(connection_, L"POST", path.c_str(), nullptr, WINHTTP_NO_REFERER,
                                   WINHTTP_DEFAULT_ACCEPT_TYPES, 0);
     if (!request_) return false;
-    // Whoever answers must not have the request sent elsewhere, nor get credentials of the user. Failure is
-    // ignored.
+    // A program that took the service's port could redirect the request to another address, or ask for
+    // credentials of the user. A failure to set the option is ignored.
     DWORD features = WINHTTP_DISABLE_REDIRECTS | WINHTTP_DISABLE_AUTHENTICATION | WINHTTP_DISABLE_COOKIES;
     WinHttpSetOption(request_, WINHTTP_OPTION_DISABLE_FEATURE, &features, sizeof features);
     return true;

@@ -17,7 +17,8 @@
 namespace velm::token {
 namespace {
 
-// The client uses no heap: its blocks would be searched, too. PINs in plain text and in base64.
+// The client uses no heap, because its blocks would be searched too. So the requests are literals, and their
+// parts are macros: PINs in plain text and in base64.
 #define PIN            "Kq7-zX9vT2"
 #define PIN_BASE64     "S3E3LXpYOXZUMg=="
 #define NEW_PIN        "Wd4/mB6yHs"
