@@ -19,7 +19,7 @@ INSTALLED = re.compile(r"docs/|CHANGELOG\.md$")
 MADE_BY_THE_BUILD = {"docs/reference/index.html", "docs/reference_cpp/index.html"}
 
 # Pages without a Chinese counterpart. Remove a page from the list when it gets one.
-ENGLISH_ONLY = {"docs/performance.md", "docs/reliability.md"}
+ENGLISH_ONLY = {"docs/performance.md"}
 
 SKIPPED_FOLDERS = {"build", ".deps", ".git"}
 
