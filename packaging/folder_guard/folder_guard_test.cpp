@@ -8,17 +8,21 @@
 
 #include <fstream>
 
-#include "folder_access.h"
-#include "owned.h"
 #include "packaging/folder_guard/protection.h"
+#include "permissions/access.h"
+#include "permissions/owned.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::Optional;
 
+using namespace velm::permissions;
+
 namespace {
 
 namespace fs = std::filesystem;
+
+const Sid kEveryone = sid_of_text(L"S-1-1-0");
 
 class Folder : public testing::Test {
  protected:
@@ -36,7 +40,7 @@ class Folder : public testing::Test {
                                                                      &everyone, nullptr));
     const LocalMemory memory(everyone);
     EXPECT_TRUE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, everyone));
-    EXPECT_THAT(others_who_may(kChange, path), Optional(ElementsAre(testing::HasSubstr("Everyone"))));
+    EXPECT_THAT(others_who_may(kChange, path), Optional(ElementsAre(kEveryone)));
     return path;
   }
 

@@ -4,8 +4,10 @@
 #include <aclapi.h>
 #include <sddl.h>
 
-#include "folder_access.h"
-#include "owned.h"
+#include "permissions/access.h"
+#include "permissions/owned.h"
+
+using namespace velm::permissions;
 
 namespace {
 

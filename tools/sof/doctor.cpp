@@ -3,7 +3,6 @@
 
 #include <chrono>
 
-#include "account.h"
 #include "arguments.h"
 #include "certificate_items.h"
 #include "command.h"
@@ -12,6 +11,7 @@
 #include "findings.h"
 #include "input_output.h"
 #include "modules_on_disk.h"
+#include "permissions/account.h"
 #include "port_owner.h"
 #include "result_code.h"
 
@@ -49,7 +49,7 @@ std::string code_and_text(const sof::Error& error) { return code_text(error.code
 
 void check_service_port(Findings& findings) {
   constexpr uint16_t kServicePort = 55661;
-  const Sid self = current_user();
+  const auto self = velm::permissions::current_user();
   for (const PortOwner& owner : owners_of_port(kServicePort)) findings.add(finding_on(owner, self));
 }
 

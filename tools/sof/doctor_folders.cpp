@@ -4,18 +4,21 @@
 #include <optional>
 
 #include "day_log.h"
-#include "folder_access.h"
 #include "input_output.h"
 #include "modules_on_disk.h"
 #include "new_file.h"
+#include "permissions/access.h"
+#include "text.h"
+
+using namespace velm::permissions;
 
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string listed(const std::vector<std::string>& names) {
+std::string names_of(const std::vector<Sid>& accounts) {
   std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  for (const Sid& account : accounts) text += (text.empty() ? "" : ", ") + utf8_of(account_name(account));
   return text;
 }
 
@@ -35,14 +38,14 @@ std::optional<fs::path> link_on_the_way_to_log() {
   return {};
 }
 
-std::vector<std::string> others_who_may_replace(const fs::path& folder) {
-  std::vector<std::string> names;
+std::vector<Sid> others_who_may_replace(const fs::path& folder) {
+  std::vector<Sid> others;
   for (const fs::path& path : {folder.parent_path(), folder}) {
-    for (const std::string& name : others_who_may(kReplace, path).value_or(std::vector<std::string>())) {
-      if (std::ranges::find(names, name) == names.end()) names.push_back(name);
+    for (const Sid& other : others_who_may(kReplace, path).value_or(std::vector<Sid>())) {
+      if (std::ranges::find(others, other) == others.end()) others.push_back(other);
     }
   }
-  return names;
+  return others;
 }
 
 }  // namespace
@@ -55,7 +58,7 @@ void check_program_folder(Findings& findings) {
   } else if (others->empty()) {
     findings.add(Grade::ok, "program folder", folder);
   } else {
-    findings.add(Grade::warning, "program folder", folder + " can be changed by " + listed(*others),
+    findings.add(Grade::warning, "program folder", folder + " can be changed by " + names_of(*others),
                  "install with the installer, or allow only administrators to write there");
   }
 }
@@ -71,9 +74,9 @@ void check_log_folder(Findings& findings) {
     return findings.add(Grade::warning, "log folder", name + " cannot be written",
                         "allow users to write to it; until then failures are not logged");
   }
-  const std::vector<std::string> others = others_who_may_replace(folder);
+  const std::vector<Sid> others = others_who_may_replace(folder);
   if (others.empty()) return findings.add(Grade::ok, "log folder", name);
-  findings.add(Grade::warning, "log folder", name + " can be replaced by " + listed(others),
+  findings.add(Grade::warning, "log folder", name + " can be replaced by " + names_of(others),
                "run the installer again; it allows users to add to the log but not to replace it");
 }
 

@@ -4,8 +4,10 @@
 #include <iphlpapi.h>
 #include <tlhelp32.h>
 
-#include "owned.h"
+#include "permissions/owned.h"
 #include "text.h"
+
+using namespace velm::permissions;
 
 namespace {
 
@@ -82,7 +84,7 @@ Finding finding_on(const PortOwner& owner, const Sid& current_user) {
     return {Grade::warning, kSubject, found + ", probably of another user",
             std::string(kReceivesPins) + "; as administrator, sof doctor also shows the user"};
   }
-  const std::string user = ", user " + account_name(owner.user);
+  const std::string user = ", user " + utf8_of(account_name(owner.user));
   if (owner.user == current_user || controls_the_machine(owner.user)) {
     return {Grade::ok, kSubject, found + user, ""};
   }

@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "account.h"
 #include "finding.h"
+#include "permissions/account.h"
 
 /** The process that listens on a port of the local machine. */
 struct PortOwner {
@@ -13,11 +13,11 @@ struct PortOwner {
   /** Path of the program, or only its name if the current user may not know the path. Empty if unknown. */
   std::string program;
   /** Empty if unknown: on Windows, other users' processes do not tell it. */
-  Sid user;
+  velm::permissions::Sid user;
 };
 
 /** Processes that accept connections to 127.0.0.1 on the port. Usually there is one at most. */
 std::vector<PortOwner> owners_of_port(uint16_t port);
 
 /** Warns if the process is or may be another user's, because it receives every PIN. */
-Finding finding_on(const PortOwner& owner, const Sid& current_user);
+Finding finding_on(const PortOwner& owner, const velm::permissions::Sid& current_user);

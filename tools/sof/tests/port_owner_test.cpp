@@ -14,6 +14,8 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
+using namespace velm::permissions;
+
 namespace {
 
 /** A socket that listens on a free port. */
@@ -82,7 +84,7 @@ TEST(PortFinding, IsFineForTheSameUserAndForServices) {
   for (const Sid& user : {self, sid_of_text(L"S-1-5-18"), sid_of_text(L"S-1-5-19")}) {
     const Finding finding = finding_on({.process_id = 12, .program = "C:\\a.exe", .user = user}, self);
     EXPECT_EQ(finding.grade, Grade::ok);
-    EXPECT_EQ(finding.found, "belongs to C:\\a.exe, process 12, user " + account_name(user));
+    EXPECT_EQ(finding.found, "belongs to C:\\a.exe, process 12, user " + utf8_of(account_name(user)));
     EXPECT_EQ(finding.advice, "");
   }
 }

@@ -1,12 +1,12 @@
-#include "folder_access.h"
+#include "permissions/access.h"
 
 #include <aclapi.h>
 
 #include <algorithm>
 
-#include "account.h"
-#include "owned.h"
+#include "permissions/owned.h"
 
+namespace velm::permissions {
 namespace {
 
 // An allow entry that applies to the object itself. Entries of both types have the same layout.
@@ -37,7 +37,7 @@ bool is_link(const std::filesystem::path& path) {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
 }
 
-std::optional<std::vector<std::string>> others_who_may(DWORD rights, const std::filesystem::path& path) {
+std::optional<std::vector<Sid>> others_who_may(DWORD rights, const std::filesystem::path& path) {
   PSID owner = nullptr;
   PACL list = nullptr;
   PSECURITY_DESCRIPTOR descriptor = nullptr;
@@ -47,14 +47,13 @@ std::optional<std::vector<std::string>> others_who_may(DWORD rights, const std::
     return {};
   }
   const LocalMemory memory(descriptor);
-  if (!list) return {{account_name(sid_of_text(L"S-1-1-0"))}};  // without a list, everyone may do everything
+  if (!list) return {{sid_of_text(L"S-1-1-0")}};  // without a list, everyone may do everything
 
   const Sid self = current_user();
-  std::vector<std::string> names;
+  std::vector<Sid> others;
   const auto add = [&](const Sid& sid) {
     if (sid == self || controls_the_machine(sid) || refers_to_owner(sid)) return;
-    const std::string name = account_name(sid);
-    if (std::ranges::find(names, name) == names.end()) names.push_back(name);
+    if (std::ranges::find(others, sid) == others.end()) others.push_back(sid);
   };
   add(copy_of_sid(owner));  // an owner can give himself every right
   for (DWORD i = 0; i < list->AceCount; ++i) {
@@ -62,5 +61,7 @@ std::optional<std::vector<std::string>> others_who_may(DWORD rights, const std::
     if (!entry || !(file_rights(entry->Mask) & rights)) continue;
     add(copy_of_sid(const_cast<DWORD*>(&entry->SidStart)));
   }
-  return names;
+  return others;
 }
+
+}  // namespace velm::permissions

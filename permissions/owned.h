@@ -5,6 +5,7 @@
 #include <memory>
 
 /** Owners of what Windows returns. */
+namespace velm::permissions {
 
 struct CloseHandleDeleter {
   void operator()(void* handle) const { CloseHandle(handle); }
@@ -16,3 +17,5 @@ struct LocalFreeDeleter {
   void operator()(void* memory) const { LocalFree(memory); }
 };
 using LocalMemory = std::unique_ptr<void, LocalFreeDeleter>;
+
+}  // namespace velm::permissions

@@ -6,6 +6,7 @@
 #include <vector>
 
 /** Windows accounts: users and groups, identified by their SIDs. */
+namespace velm::permissions {
 
 /** Bytes of a SID. */
 using Sid = std::vector<unsigned char>;
@@ -21,5 +22,7 @@ Sid current_user();
 /** Accounts that control the machine anyway: SYSTEM, the services of Windows, administrators. */
 bool controls_the_machine(const Sid& sid);
 
-/** `DOMAIN\name`, or the text form of a SID without a name. UTF-8. */
-std::string account_name(const Sid& sid);
+/** `DOMAIN\name`, or the text form of a SID without a name. */
+std::wstring account_name(const Sid& sid);
+
+}  // namespace velm::permissions

@@ -1,11 +1,12 @@
-#include "account.h"
+#include "permissions/account.h"
 
 #include <sddl.h>
 
 #include <algorithm>
 
-#include "owned.h"
-#include "text.h"
+#include "permissions/owned.h"
+
+namespace velm::permissions {
 
 Sid copy_of_sid(PSID sid) {
   const auto* bytes = static_cast<const unsigned char*>(sid);
@@ -42,16 +43,18 @@ bool controls_the_machine(const Sid& sid) {
   return std::ranges::any_of(kAccounts, [&](const wchar_t* text) { return sid == sid_of_text(text); });
 }
 
-std::string account_name(const Sid& sid) {
+std::wstring account_name(const Sid& sid) {
   wchar_t name[256], domain[256];
   DWORD name_size = std::size(name), domain_size = std::size(domain);
   SID_NAME_USE use{};
   const PSID pointer = const_cast<unsigned char*>(sid.data());
   if (LookupAccountSidW(nullptr, pointer, name, &name_size, domain, &domain_size, &use)) {
-    return utf8_of(domain_size == 0 ? name : std::wstring(domain) + L"\\" + name);
+    return domain_size == 0 ? name : std::wstring(domain) + L"\\" + name;
   }
   wchar_t* text = nullptr;
-  if (!ConvertSidToStringSidW(pointer, &text)) return "an unknown account";
+  if (!ConvertSidToStringSidW(pointer, &text)) return L"an unknown account";
   const LocalMemory owner(text);
-  return utf8_of(text);
+  return text;
 }
+
+}  // namespace velm::permissions

@@ -4,10 +4,12 @@
 
 #include <filesystem>
 #include <optional>
-#include <string>
 #include <vector>
 
+#include "permissions/account.h"
+
 /** Who may change files and folders. */
+namespace velm::permissions {
 
 /** Whether the path is a link: a junction, a symbolic link or a mount point. */
 bool is_link(const std::filesystem::path& path);
@@ -18,8 +20,10 @@ constexpr DWORD kReplace = DELETE | WRITE_DAC | WRITE_OWNER | FILE_DELETE_CHILD;
 constexpr DWORD kChange = kReplace | FILE_WRITE_DATA | FILE_APPEND_DATA;
 
 /**
- * Names of the accounts that have one of the rights on a file or folder, except the current user and the
- * accounts that control the machine. Entries that deny access are ignored, so it may name too many. Returns
- * nothing if the permissions cannot be read.
+ * The accounts that have one of the rights on a file or folder, except the current user and the accounts that
+ * control the machine. Entries that deny access are ignored, so it may list too many. Returns nothing if the
+ * permissions cannot be read.
  */
-std::optional<std::vector<std::string>> others_who_may(DWORD rights, const std::filesystem::path& path);
+std::optional<std::vector<Sid>> others_who_may(DWORD rights, const std::filesystem::path& path);
+
+}  // namespace velm::permissions
