@@ -4,7 +4,7 @@
 
 #include <stdexcept>
 
-#include "softtoken/store/private_file.h"
+#include "permissions/private_file.h"
 
 namespace velm::token {
 namespace {
@@ -23,8 +23,8 @@ void Database::Closer::operator()(sqlite3* handle) const { sqlite3_close_v2(hand
 
 Database::Database(const std::filesystem::path& file, bool create) {
   // SQLite would create the file for everyone, and gives the files beside it the permissions of the file.
-  if (create) create_private_file(file);
-  require_private_file(file);
+  if (create) permissions::create_private_file(file);
+  permissions::require_private_file(file);
   const std::u8string name = file.u8string();
   sqlite3* handle = nullptr;
   const int result = sqlite3_open_v2(reinterpret_cast<const char*>(name.c_str()), &handle,

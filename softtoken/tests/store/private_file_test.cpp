@@ -1,4 +1,4 @@
-#include "softtoken/store/private_file.h"
+#include "permissions/private_file.h"
 
 #include <gtest/gtest.h>
 
@@ -27,9 +27,9 @@ void create_file(const std::filesystem::path& file, const wchar_t* permissions) 
 TEST(PrivateFile, IsForTheUserAlone) {
   const TemporaryFolder folder;
   const std::filesystem::path file = folder.path() / L"\u8BC1\u4E66" / "store.db";
-  create_private_file(file);
-  require_private_file(file);
-  create_private_file(file);
+  permissions::create_private_file(file);
+  permissions::require_private_file(file);
+  permissions::create_private_file(file);
   EXPECT_EQ(std::filesystem::file_size(file), 0u);
 }
 
@@ -38,7 +38,7 @@ TEST(PrivateFile, IsRefusedIfEveryoneMayUseIt) {
   for (const wchar_t* permissions : {L"D:P(A;;FA;;;WD)", L"D:P(A;;GRGW;;;WD)"}) {
     const std::filesystem::path file = folder.path() / "store.db";
     create_file(file, permissions);
-    EXPECT_THROW(require_private_file(file), std::runtime_error);
+    EXPECT_THROW(permissions::require_private_file(file), std::runtime_error);
     EXPECT_THROW(Store::create(file), std::runtime_error);
     EXPECT_THROW(Store::exists(file), std::runtime_error);
     std::filesystem::remove(file);

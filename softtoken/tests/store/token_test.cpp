@@ -4,10 +4,10 @@
 
 #include <fstream>
 
+#include "permissions/private_file.h"
 #include "softtoken/crypto/certificate.h"
 #include "softtoken/crypto/signing.h"
 #include "softtoken/store/demo.h"
-#include "softtoken/store/private_file.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_store.h"
 
@@ -295,7 +295,7 @@ TEST(StoreCreation, LookingForAStoreDoesNotWrite) {
   const std::filesystem::path file = folder.file().replace_filename("other.db");
   EXPECT_FALSE(Store::exists(file));
   EXPECT_FALSE(std::filesystem::exists(file));
-  create_private_file(file);
+  permissions::create_private_file(file);
   EXPECT_FALSE(Store::exists(file));
   EXPECT_EQ(std::filesystem::file_size(file), 0u);
 }

@@ -6,9 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "softtoken/store/private_file.h"
+#include "permissions/private_file.h"
 
-namespace velm::token {
+namespace velm::permissions {
 namespace {
 
 constexpr mode_t kOwnerOnly = S_IRUSR | S_IWUSR;
@@ -43,4 +43,4 @@ void require_private_file(const std::filesystem::path& file) {
                            file.string());
 }
 
-}  // namespace velm::token
+}  // namespace velm::permissions

@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "softtoken/store/private_file.h"
+#include "permissions/private_file.h"
 
-namespace velm::token {
+namespace velm::permissions {
 namespace {
 
 struct LocalMemory {
@@ -129,4 +129,4 @@ void require_private_file(const std::filesystem::path& file) {
                            "; restrict its permissions to your own account");
 }
 
-}  // namespace velm::token
+}  // namespace velm::permissions

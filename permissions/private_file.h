@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace velm::token {
+namespace velm::permissions {
 
 /**
  * Creates an empty file for the current user alone, and its folder if that is missing. An existing file
@@ -13,4 +13,4 @@ void create_private_file(const std::filesystem::path& file);
 /** Throws std::runtime_error with advice if other users may read or write the file. */
 void require_private_file(const std::filesystem::path& file);
 
-}  // namespace velm::token
+}  // namespace velm::permissions
