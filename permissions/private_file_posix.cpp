@@ -38,6 +38,7 @@ void create_private_file(const std::filesystem::path& file) {
 
 void require_private_file(const std::filesystem::path& file) {
   struct stat found {};
+  // Without rights for others, another user's file can only be opened by root. The owner needs no check.
   if (stat(file.c_str(), &found) != 0 || (found.st_mode & kOthers) == 0) return;
   throw std::runtime_error("other users may read or write " + file.string() + "; run: chmod 600 " +
                            file.string());

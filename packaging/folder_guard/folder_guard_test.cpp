@@ -1,8 +1,6 @@
 // The permissions that the installer checks and sets. Wine keeps of them what a Unix file mode can express:
 // the rights of the owner and those of everyone else.
 #include <windows.h>
-#include <aclapi.h>
-#include <sddl.h>
 
 #include <gmock/gmock.h>
 
@@ -10,7 +8,6 @@
 
 #include "packaging/folder_guard/protection.h"
 #include "permissions/access.h"
-#include "permissions/owned.h"
 
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -35,12 +32,9 @@ class Folder : public testing::Test {
   // Creates a folder that everyone may change.
   static fs::path open_folder(const fs::path& path) {
     fs::create_directories(path);
-    PSECURITY_DESCRIPTOR everyone = nullptr;
-    EXPECT_TRUE(ConvertStringSecurityDescriptorToSecurityDescriptorW(L"D:P(A;OICI;FA;;;WD)", SDDL_REVISION_1,
-                                                                     &everyone, nullptr));
-    const LocalMemory memory(everyone);
-    EXPECT_TRUE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, everyone));
-    EXPECT_THAT(others_who_may(kChange, path), Optional(ElementsAre(kEveryone)));
+    const LocalMemory everyone = descriptor_of_text(L"D:P(A;OICI;FA;;;WD)");
+    EXPECT_TRUE(SetFileSecurityW(path.c_str(), DACL_SECURITY_INFORMATION, everyone.get()));
+    EXPECT_THAT(others_who_may(kChange, path, controls_the_machine), Optional(ElementsAre(kEveryone)));
     return path;
   }
 
@@ -91,8 +85,8 @@ TEST_F(Folder, ForTheLogCannotBeReplaced) {
   open_folder(base_ / L"VELM" / L"log");
   open_folder(base_ / L"VELM");
   EXPECT_TRUE(create_log_folder(base_));
-  EXPECT_THAT(others_who_may(kReplace, base_ / L"VELM"), Optional(IsEmpty()));
-  EXPECT_THAT(others_who_may(kReplace, base_ / L"VELM" / L"log"), Optional(IsEmpty()));
+  EXPECT_THAT(others_who_may(kReplace, base_ / L"VELM", controls_the_machine), Optional(IsEmpty()));
+  EXPECT_THAT(others_who_may(kReplace, base_ / L"VELM" / L"log", controls_the_machine), Optional(IsEmpty()));
 }
 
 TEST_F(Folder, ForTheLogIsNotCreatedOverAFile) {

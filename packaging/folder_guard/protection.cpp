@@ -2,7 +2,6 @@
 
 #include <windows.h>
 #include <aclapi.h>
-#include <sddl.h>
 
 #include "permissions/access.h"
 #include "permissions/owned.h"
@@ -21,7 +20,7 @@ constexpr wchar_t kLogFolder[] =
     L"O:BAD:P(A;OICI;FA;;;SY)(A;OICI;FA;;;BA)(A;OICIIO;FA;;;CO)(A;CI;0x1200af;;;BU)(A;OIIO;0x12019f;;;BU)";
 
 bool nobody_else_may(DWORD rights, const fs::path& path) {
-  const auto others = others_who_may(rights, path);
+  const auto others = others_who_may(rights, path, controls_the_machine);
   return others && others->empty();
 }
 
@@ -32,11 +31,8 @@ DWORD rights_to_replace_below(const fs::path& folder) {
 
 // Changes the folder itself, not the target of a link.
 bool set_permissions(const fs::path& folder, const wchar_t* text) {
-  PSECURITY_DESCRIPTOR descriptor = nullptr;
-  if (!ConvertStringSecurityDescriptorToSecurityDescriptorW(text, SDDL_REVISION_1, &descriptor, nullptr)) {
-    return false;
-  }
-  const LocalMemory memory(descriptor);
+  const LocalMemory descriptor = descriptor_of_text(text);
+  if (!descriptor) return false;
   const HANDLE opened =
       CreateFileW(folder.c_str(), READ_CONTROL | WRITE_DAC | WRITE_OWNER, FILE_SHARE_READ | FILE_SHARE_WRITE,
                   nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS | FILE_FLAG_OPEN_REPARSE_POINT, nullptr);
@@ -50,8 +46,8 @@ bool set_permissions(const fs::path& folder, const wchar_t* text) {
   PSID owner = nullptr;
   PACL list = nullptr;
   BOOL is_default = FALSE, is_present = FALSE;
-  return GetSecurityDescriptorOwner(descriptor, &owner, &is_default) &&
-         GetSecurityDescriptorDacl(descriptor, &is_present, &list, &is_default) &&
+  return GetSecurityDescriptorOwner(descriptor.get(), &owner, &is_default) &&
+         GetSecurityDescriptorDacl(descriptor.get(), &is_present, &list, &is_default) &&
          SetSecurityInfo(
              opened, SE_FILE_OBJECT,
              OWNER_SECURITY_INFORMATION | DACL_SECURITY_INFORMATION | PROTECTED_DACL_SECURITY_INFORMATION,

@@ -41,7 +41,8 @@ std::optional<fs::path> link_on_the_way_to_log() {
 std::vector<Sid> others_who_may_replace(const fs::path& folder) {
   std::vector<Sid> others;
   for (const fs::path& path : {folder.parent_path(), folder}) {
-    for (const Sid& other : others_who_may(kReplace, path).value_or(std::vector<Sid>())) {
+    for (const Sid& other :
+         others_who_may(kReplace, path, controls_the_machine).value_or(std::vector<Sid>())) {
       if (std::ranges::find(others, other) == others.end()) others.push_back(other);
     }
   }
@@ -52,7 +53,7 @@ std::vector<Sid> others_who_may_replace(const fs::path& folder) {
 
 void check_program_folder(Findings& findings) {
   const std::string folder = text_of_path(program_folder());
-  const auto others = others_who_may(kChange, program_folder());
+  const auto others = others_who_may(kChange, program_folder(), controls_the_machine);
   if (!others) {
     findings.add(Grade::note, "program folder", folder + ", whose permissions cannot be read");
   } else if (others->empty()) {
