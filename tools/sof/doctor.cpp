@@ -13,6 +13,7 @@
 #include "modules_on_disk.h"
 #include "permissions/account.h"
 #include "port_owner.h"
+#include "protocol/endpoint.h"
 #include "result_code.h"
 
 namespace {
@@ -48,9 +49,9 @@ bool check_modules(Findings& findings) {
 std::string code_and_text(const sof::Error& error) { return code_text(error.code()) + " " + error.text(); }
 
 void check_service_port(Findings& findings) {
-  constexpr uint16_t kServicePort = 55661;
   const auto self = velm::permissions::current_user();
-  for (const PortOwner& owner : owners_of_port(kServicePort)) findings.add(finding_on(owner, self));
+  for (const PortOwner& owner : owners_of_port(velm::protocol::kServicePort))
+    findings.add(finding_on(owner, self));
 }
 
 // Returns whether the local service answers.
