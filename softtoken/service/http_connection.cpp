@@ -259,15 +259,18 @@ HttpConnection::Awaitable<Answer> HttpConnection::call(const Request& request, R
   if (!is_long) co_return answering(context_.service, body);
   // The answer returns to the connection's thread at once. co_spawn() would queue it behind all other long
   // calls, and their answers would exist at the same time without a share of the budget.
+  // The coroutine of the return is allocated before the call: failing then would end the connection on a
+  // thread that is not its own.
+  Awaitable<void> back = continue_on(stream_.socket().get_executor());
   Answer answered{};
   std::exception_ptr failure;
-  co_await continue_on(context_.long_calls.get_executor());
+  co_await continue_on(context_.long_calls.executor());
   try {
     answered = answering(context_.service, body);
   } catch (...) {
     failure = std::current_exception();
   }
-  co_await continue_on(stream_.socket().get_executor());
+  co_await std::move(back);
   if (failure) std::rethrow_exception(failure);
   co_return answered;
 }

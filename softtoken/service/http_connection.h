@@ -2,9 +2,8 @@
 
 #include <list>
 
-#include <boost/asio/thread_pool.hpp>
-
 #include "softtoken/service/byte_budget.h"
+#include "softtoken/service/call_threads.h"
 #include "softtoken/service/http_server.h"
 #include "softtoken/service/http_stream.h"
 #include "softtoken/service/request_rules.h"
@@ -17,12 +16,12 @@ struct ConnectionContext {
   HttpOptions options;
   RequestRules rules;
   ByteBudget& budget;
-  boost::asio::thread_pool& long_calls;
+  CallThreads& long_calls;
 };
 
 /**
  * A connection. All of it runs on the thread of its socket, except for long calls, which would delay the
- * other connections of the thread.
+ * other connections of the thread. It also ends there, so the list of open connections needs no lock.
  */
 class HttpConnection {
  public:

@@ -124,6 +124,8 @@ class Worker {
 }  // namespace
 
 class HttpServer::Server {
+  using Workers = std::vector<std::unique_ptr<Worker>>;
+
  public:
   Server(Service& service, const HttpOptions& options)
       : service_(service), options_(options), budget_(options.memory_budget) {
@@ -143,17 +145,18 @@ class HttpServer::Server {
 
   // At the end, the threads are stopped before the connections and their sockets are destroyed.
   void run() {
-    std::vector<std::unique_ptr<Worker>> workers;
+    Workers workers;
     for (unsigned count = 0; count < options_.threads; ++count) workers.push_back(std::make_unique<Worker>());
-    asio::thread_pool long_calls(options_.threads);
+    CallThreads long_calls(options_.threads);
     ConnectionContext context{service_, options_, RequestRules(acceptor_.local_endpoint().port()), budget_,
                               long_calls};
-    asio::co_spawn(io_, accept_connections(workers, context), asio::detached);
-    io_.run();
+    while (!stopping_) {
+      accept_until_failure(workers, context);
+      std::this_thread::sleep_for(kAcceptPause);
+    }
     end_accepting();
     for (const auto& worker : workers) worker->stop();
     long_calls.stop();
-    long_calls.join();
   }
 
   void stop() {
@@ -162,7 +165,15 @@ class HttpServer::Server {
   }
 
  private:
-  using Workers = std::vector<std::unique_ptr<Worker>>;
+  // Returns at the end, or when there is no memory to wait for a connection.
+  void accept_until_failure(const Workers& workers, ConnectionContext& context) {
+    try {
+      asio::co_spawn(io_, accept_connections(workers, context), asio::detached);
+      io_.run();
+    } catch (const std::exception& error) {
+      report(error);
+    }
+  }
 
   asio::awaitable<void> accept_connections(const Workers& workers, ConnectionContext& context) {
     const auto connections = [](const auto& worker) { return worker->connections(); };
