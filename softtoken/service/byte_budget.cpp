@@ -14,6 +14,11 @@ size_t ByteBudget::peak() const {
   return peak_;
 }
 
+ByteBudget::Lane& ByteBudget::lane_for(size_t bytes) {
+  if (bytes <= kFreeShare) return free_;
+  return bytes <= kSmallShare ? small_ : large_;
+}
+
 void ByteBudget::take(Claim& claim, Lane& lane, size_t bytes) {
   Lane* const left = claim.lane_;
   if (left != nullptr) left->used -= claim.held_;

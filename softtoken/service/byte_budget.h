@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <mutex>
 
@@ -14,7 +15,12 @@ class ByteBudget {
  public:
   class Claim;
 
-  /** Shares of at most this size are taken from a reserve of their own and never wait for larger ones. */
+  /**
+   * Shares of at most this size are granted at once and not counted: a connection itself needs as much. So
+   * clients that send or read slowly cannot delay them by occupying the budget.
+   */
+  static constexpr size_t kFreeShare = size_t{32} * 1024;
+  /** Larger shares up to this size are taken from a reserve of their own and never wait for larger ones. */
   static constexpr size_t kSmallShare = size_t{272} * 1024;
   /** Size of the reserve, which is added to the budget. */
   static constexpr size_t kReserve = size_t{32} * 1024 * 1024;
@@ -23,7 +29,7 @@ class ByteBudget {
   ByteBudget(const ByteBudget&) = delete;
 
   size_t size() const { return large_.size; }
-  /** The bytes in use. */
+  /** The bytes in use, without free shares; likewise below. */
   size_t used() const;
   /** The most bytes that were in use at any time. */
   size_t peak() const;
@@ -35,11 +41,12 @@ class ByteBudget {
     std::list<Claim*> queue{};
   };
 
-  Lane& lane_for(size_t bytes) { return bytes <= kSmallShare ? small_ : large_; }
+  Lane& lane_for(size_t bytes);
   void take(Claim& claim, Lane& lane, size_t bytes);
   void serve_queue(Lane& lane);
 
   mutable std::mutex mutex_;
+  Lane free_{.size = SIZE_MAX};
   Lane small_{.size = kReserve};
   Lane large_;
   size_t peak_ = 0;

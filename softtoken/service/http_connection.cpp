@@ -35,7 +35,10 @@ constexpr size_t kHeadLimit = 16384;
 // encoding and the answer), and for signatures and certificates.
 constexpr size_t kMemoryPerByte = 4;
 constexpr size_t kMemoryPerCall = 16384;
+// Bodies up to this size never wait for memory.
+constexpr size_t kFreeBody = 4096;
 
+static_assert(kMemoryPerByte * kFreeBody + kMemoryPerCall == ByteBudget::kFreeShare);
 static_assert(kMemoryPerByte * kSmallBody + kMemoryPerCall == ByteBudget::kSmallShare);
 
 /** Ends the processing of a request with this HTTP status. */
@@ -102,6 +105,7 @@ HttpConnection::Awaitable<void> HttpConnection::serve() {
 HttpConnection::Awaitable<bool> HttpConnection::serve_request() {
   Request request;
   int refused = 0;
+  bool keep = false;
   try {
     const bool begun = co_await read_head(request);
     if (!begun) co_return false;
@@ -109,19 +113,19 @@ HttpConnection::Awaitable<bool> HttpConnection::serve_request() {
     if (refused == 0) {
       ByteBudget::Claim share(context_.budget);
       const Answer answered = co_await answer(request, share);
-      const bool keep =
-          HttpStream::kAcknowledgesAtOnce && answered.status == 200 && request.parser.keep_alive();
+      keep = HttpStream::kAcknowledgesAtOnce && answered.status == 200 && request.parser.keep_alive();
       co_await send(request, answered, keep);
-      if (!keep) co_await stream_.drain(context_.options.request_time);
-      co_return keep;
     }
   } catch (const Refusal& refusal) {
     refused = refusal.status;
   }
-  const Answer refusal = refusal_answer(refused, request.head);
-  co_await send(request, refusal, false);
-  co_await stream_.drain(context_.options.request_time);
-  co_return false;
+  if (refused != 0) {
+    const Answer refusal = refusal_answer(refused, request.head);
+    co_await send(request, refusal, false);
+  }
+  // The system has all of the answer, so its memory is free while the client reads it.
+  if (!keep) co_await stream_.drain(context_.options.request_time);
+  co_return keep;
 }
 
 // Returns false if the client ends the connection between two requests.
@@ -191,7 +195,7 @@ HttpConnection::Awaitable<void> HttpConnection::read_chunked_body(Request& reque
                                                                   RequestBody& body) {
   ReceiveBuffer& input = stream_.input();
   const size_t limit = context_.options.body_limit;
-  size_t size = std::min(kSmallBody, limit);
+  size_t size = std::min(kFreeBody, limit);
   co_await await_share(share, size);
   co_await confirm_expectation(request);
   body.make_room(size);

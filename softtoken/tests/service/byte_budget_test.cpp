@@ -78,17 +78,34 @@ TEST_F(ByteBudgetTest, TheReserveOfSmallClaimsIsLimitedToo) {
   EXPECT_LE(budget.peak(), ByteBudget::kReserve);
 }
 
+TEST_F(ByteBudgetTest, AFreeShareIsGrantedAlthoughTheReserveIsOccupied) {
+  std::list<ByteBudget::Claim> claims;
+  while (claims.emplace_back(budget).ask(ByteBudget::kSmallShare)) {
+  }
+  const size_t used = budget.used();
+  ByteBudget::Claim free_claim(budget);
+  EXPECT_TRUE(free_claim.ask(ByteBudget::kFreeShare));
+  EXPECT_TRUE(free_claim.resize(ByteBudget::kFreeShare / 2));
+  EXPECT_TRUE(free_claim.resize(ByteBudget::kFreeShare));
+  EXPECT_EQ(budget.used(), used);
+  EXPECT_FALSE(free_claim.resize(ByteBudget::kFreeShare + 1));
+  ByteBudget::Claim counted(budget);
+  EXPECT_FALSE(counted.ask(ByteBudget::kFreeShare + 1));
+}
+
 TEST_F(ByteBudgetTest, AClaimAboveTheBudgetGetsAllOfIt) {
   ByteBudget::Claim small(budget);
   ByteBudget::Claim claim(budget);
-  EXPECT_TRUE(small.ask(1));
+  EXPECT_TRUE(small.ask(ByteBudget::kSmallShare));
   EXPECT_TRUE(claim.ask(SIZE_MAX));
-  EXPECT_EQ(budget.used(), 4 * kMiB + 1);
+  EXPECT_EQ(budget.used(), 4 * kMiB + ByteBudget::kSmallShare);
 }
 
 TEST_F(ByteBudgetTest, AClaimGrowsWithoutCountingItsShareTwice) {
   ByteBudget::Claim claim(budget);
-  EXPECT_TRUE(claim.ask(1000));
+  EXPECT_TRUE(claim.ask(1000)) << "free";
+  EXPECT_TRUE(claim.ask(ByteBudget::kSmallShare)) << "from the reserve";
+  EXPECT_EQ(budget.used(), ByteBudget::kSmallShare);
   EXPECT_TRUE(claim.ask(3 * kMiB)) << "from the reserve to the budget";
   EXPECT_EQ(budget.used(), 3 * kMiB);
   EXPECT_TRUE(claim.ask(4 * kMiB));

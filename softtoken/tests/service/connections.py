@@ -14,9 +14,9 @@ def connect(service):
     return socket.create_connection(("127.0.0.1", service.port), timeout=50)
 
 
-def head(service, length, content_type=JSON_TYPE):
+def head(service, length, content_type=JSON_TYPE, extra=""):
     return (f"POST / HTTP/1.1\r\nHost: 127.0.0.1:{service.port}\r\nContent-Type: {content_type}\r\n"
-            f"Content-Length: {length}\r\n\r\n").encode()
+            f"{extra}Content-Length: {length}\r\n\r\n").encode()
 
 
 def median_latency(service, calls=200):

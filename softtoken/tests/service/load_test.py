@@ -130,52 +130,6 @@ class Memory(unittest.TestCase):
         self.assertGreater(served, 3)
         self.assertLess(peak - before, 1024 * MIB + 128 * MIB)
 
-    def test_a_body_may_take_its_time_although_its_memory_came_late(self):
-        with Service("--request-time", "4", "--memory-budget", "16", demo=False) as service:
-            first = make_frame(UNKNOWN_FUNCTION, bytes(3 * MIB))
-            second = HELLO.ljust(3 * MIB)
-            with connect(service) as holder, connect(service) as waiting:
-                holder.sendall(head(service, len(first), FRAME_TYPE) + first[:1])
-                time.sleep(0.5)
-                waiting.sendall(head(service, len(second)) + second[:1])
-                time.sleep(2.5)
-                holder.sendall(first[1:])
-                time.sleep(2.5)
-                waiting.sendall(second[1:])
-                self.assertTrue(waiting.recv(1000).startswith(b"HTTP/1.1 200 "))
-
-    def test_a_request_without_memory_waits_and_is_then_told_so(self):
-        """The first client sends its body late and does not read the answer, so that it keeps its share for
-        longer than the others may wait."""
-        answers = {}
-
-        def client(service, body, content_type):
-            started = time.monotonic()
-            status, _, answer = service.post(body, content_type)
-            answers[content_type] = (status, code_in(content_type, answer))
-            self.assertGreater(time.monotonic() - started, 3)
-
-        with Service("--request-time", "4", "--memory-budget", "16") as service:
-            held = make_frame(19, service.certificate("SM2_DEMO", 10), bytes(7 * MIB))
-            waiting = {JSON_TYPE: HELLO.ljust(6 * MIB),
-                       FRAME_TYPE: make_frame(UNKNOWN_FUNCTION, bytes(6 * MIB))}
-            with connect(service) as connection:
-                connection.sendall(head(service, len(held), FRAME_TYPE) + held[:1])
-                time.sleep(0.5)
-                threads = [threading.Thread(target=client, args=(service, body, content_type))
-                           for content_type, body in waiting.items()]
-                for thread in threads:
-                    thread.start()
-                started = time.monotonic()
-                self.assertEqual(service.call(58)[0], 0, "a small request has memory of its own")
-                self.assertLess(time.monotonic() - started, 1)
-                time.sleep(1.5)
-                connection.sendall(held[1:])
-                for thread in threads:
-                    thread.join()
-            self.assertEqual(answers, {JSON_TYPE: (503, BUSY), FRAME_TYPE: (503, BUSY)})
-            self.assertEqual(service.post(waiting[JSON_TYPE], JSON_TYPE)[0], 200)
-
 
 if __name__ == "__main__":
     unittest.main()
