@@ -20,8 +20,10 @@ SecretBytes read_file(const std::filesystem::path& file) {
   return {std::istreambuf_iterator<char>(stream), {}};
 }
 
+// OpenSSL refuses a null pointer, also for an empty file.
 Bio memory(const SecretBytes& bytes) {
-  return Bio(allocated(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size()))));
+  const void* data = bytes.empty() ? "" : static_cast<const void*>(bytes.data());
+  return Bio(allocated(BIO_new_mem_buf(data, static_cast<int>(bytes.size()))));
 }
 
 Credential from_pkcs12(PKCS12* container, const std::string& password) {
