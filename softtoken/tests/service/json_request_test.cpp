@@ -3,6 +3,7 @@
 
 #include <functional>
 #include <memory>
+#include <random>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -74,6 +75,7 @@ TEST(JsonRequest, AcceptsEveryFlatObjectAndNothingElse) {
 TEST(JsonRequest, ATerminatingNulIsIgnored) {
   using namespace std::string_literals;
   EXPECT_TRUE(accepted("{\"a\":1}\0"s));
+  EXPECT_TRUE(accepted("{\"a\":1}\0\0\0"s));
   EXPECT_FALSE(accepted("{\"a\":1}\0x"s));
   EXPECT_FALSE(accepted("{\"a\":\"\0\"}"s));
   EXPECT_FALSE(accepted("\0"s));
@@ -125,6 +127,50 @@ TEST(JsonRequest, NumbersHave32BitsAndMayBeSigned) {
   EXPECT_EQ(request->integer("huge"), INT64_MAX);
   EXPECT_EQ(request->integer("beyond"), std::nullopt);
   EXPECT_EQ(request->integer("missing"), std::nullopt);
+}
+
+__extension__ using Wide = __int128;
+
+std::string decimal(Wide value) {
+  std::string digits;
+  for (Wide rest = value < 0 ? -value : value; rest > 0 || digits.empty(); rest /= 10)
+    digits.insert(digits.begin(), static_cast<char>('0' + static_cast<int>(rest % 10)));
+  return value < 0 ? "-" + digits : digits;
+}
+
+void expect_number(Wide value) {
+  const std::string text = decimal(value);
+  SCOPED_TRACE(text);
+  Received request("{\"n\":" + text + ",\"real\":" + text + ".0,\"power\":" + text + "e0}");
+  std::optional<int64_t> integer;
+  if (value >= INT64_MIN && value <= UINT64_MAX)
+    integer = static_cast<int64_t>(std::min<Wide>(value, INT64_MAX));
+  EXPECT_EQ(request->integer("n"), integer);
+  if (value >= INT32_MIN && value <= UINT32_MAX) {
+    EXPECT_EQ(request->number("n"), static_cast<uint32_t>(value));
+  } else {
+    expect_bad_input([&] { request->number("n"); });
+  }
+  for (const char* real : {"real", "power"}) {
+    EXPECT_EQ(request->integer(real), std::nullopt);
+    expect_bad_input([&] { request->number(real); });
+  }
+}
+
+TEST(JsonRequest, NumbersAroundEachPowerOfTwoAndRandomOnes) {
+  std::mt19937_64 dice(20260101);
+  for (int bits = 0; bits <= 70; ++bits) {
+    const Wide power = Wide{1} << bits;
+    for (int difference = -2; difference <= 2; ++difference) {
+      expect_number(power + difference);
+      expect_number(-power + difference);
+    }
+    for (int turn = 0; turn < 20; ++turn) {
+      const Wide number = power + static_cast<Wide>(dice()) % power;
+      expect_number(number);
+      expect_number(-number);
+    }
+  }
 }
 
 TEST(JsonRequest, EscapesAreResolved) {
