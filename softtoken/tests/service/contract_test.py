@@ -11,7 +11,7 @@ import tempfile
 import time
 import unittest
 
-from token_service import FRAME_TYPE, JSON_TYPE, PIN, PROGRAM, Service, b64, run_token, unb64
+from token_service import FRAME_TYPE, JSON_TYPE, PIN, PROGRAM, Service, b64, database_of, run_token, unb64
 
 NOT_SUPPORTED = 0x0B000002
 WRONG_KEY_USAGE = 0x0B000009
@@ -19,6 +19,7 @@ BAD_INPUT = 0x0B000201
 BAD_LENGTH = 0x0B000200
 VERIFY_FAILED = 0x0B000410
 UNSUPPORTED_PARAMETER = 0x0B000419
+BUFFER_TOO_SMALL = 0x0B000422
 NO_CONTAINER = 0x0B000425
 WRONG_PIN = 0x0B000426
 NO_FILE = 0x0B000434
@@ -77,6 +78,10 @@ class Contract(unittest.TestCase):
         self.assertEqual(self.service.call(1), (NOT_SUPPORTED, None))
         self.assertEqual(self.service.call(4294967296 + 58), (NOT_SUPPORTED, None))
         self.assertEqual(self.service.frame(12), (NOT_SUPPORTED, None))
+
+    def test_a_negative_function_number_is_bad_input(self):
+        for number in (-1, -(1 << 31), -(1 << 63)):
+            self.assertEqual(self.service.call(number), (BAD_INPUT, None))
 
     def test_login_state(self):
         name = "SM2_SCAN_CONTAINER_DEMO"
@@ -198,6 +203,42 @@ class Contract(unittest.TestCase):
         for name, code in (("EXPIRED_RSA_2048_DEMO", 0x0B000407), ("REVOKED_SM2_DEMO", 0x0B000408)):
             self.assertEqual(self.service.call(14, Cert=b64(self.service.certificate(name)))[0], code)
         self.assertEqual(self.service.call(14, Cert=b64(b"no certificate"))[0], 0x0B000405)
+
+    def test_an_item_of_a_certificate_has_at_most_720_bytes(self):
+        for size, code in ((720, 0), (721, BUFFER_TOO_SMALL), (1000, BUFFER_TOO_SMALL)):
+            with tempfile.TemporaryDirectory() as folder:
+                key = os.path.join(folder, "key.pem")
+                command = ["openssl", "req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key,
+                           "-subj", "/CN=long/description=" + "d" * size, "-outform", "DER"]
+                made = subprocess.run(command, check=True, capture_output=True)
+            found, result = self.service.call(12, Cert=b64(made.stdout), Oid="2.5.4.13")
+            self.assertEqual(found, code, size)
+            if code == 0:
+                self.assertEqual(unb64(result["Info"]), b"d" * size)
+
+    def test_a_time_stamp_request_that_fails_has_status_500_and_no_body(self):
+        request = bytes.fromhex("3036020101" "3031300d060960864801650304020105000420") + bytes(32)  # SHA-256
+        ask = lambda service: service.post(request, "application/timestamp-query", path="/tsa")
+        with Service() as service, database_of(service) as store:
+            status, headers, answer = ask(service)
+            self.assertEqual((status, headers["Content-Type"]), (200, "application/timestamp-reply"))
+            self.assertGreater(len(answer), 500)
+            store.execute("UPDATE time_stamp_authority SET key = x'00'")
+            status, _, answer = ask(service)
+            self.assertEqual((status, answer), (500, b""))
+
+    def test_the_control_of_the_modules(self):
+        def control(name, command):
+            body = json.dumps({"funcid": 8, "control": name, "command": command})
+            status, _, answer = self.service.post(body, JSON_TYPE, path="/token")
+            self.assertEqual(status, 200)
+            return int(json.loads(answer)["ErrorCode"], 16)
+
+        self.assertEqual(control("IDLE_LOGOUT", "30"), 0)
+        self.assertEqual(control("IDLE_LOGOUT", "0"), 0)
+        for command in ("", "x", "5x", "5 ", " 5", "-1", "4294967296"):
+            self.assertEqual(control("IDLE_LOGOUT", command), BAD_INPUT, command)
+        self.assertEqual(control("idle_logout", "5"), NOT_SUPPORTED)
 
     def test_data_signatures(self):
         for name in self.each_logged_in():

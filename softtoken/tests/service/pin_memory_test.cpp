@@ -17,13 +17,16 @@
 namespace velm::token {
 namespace {
 
+// The PINs are so long that a std::string of them would be on the heap.
 // The client uses no heap, because its blocks would be searched too. So the requests are literals, and their
 // parts are macros: PINs in plain text and in base64.
-#define PIN            "Kq7-zX9vT2"
-#define PIN_BASE64     "S3E3LXpYOXZUMg=="
-#define NEW_PIN        "Wd4/mB6yHs"
-#define NEW_PIN_BASE64 "V2Q0L21CNnlIcw=="
-#define CONTAINER      "NameOfTheContainer"
+#define PIN             "Kq7-zX9vT2-of-old-days"
+#define PIN_BASE64      "S3E3LXpYOXZUMi1vZi1vbGQtZGF5cw=="
+#define NEW_PIN         "Wd4/mB6yHs/of-new-days"
+#define NEW_PIN_BASE64  "V2Q0L21CNnlIcy9vZi1uZXctZGF5cw=="
+#define FILLER_OF(text) text text text text text text text text
+#define FILLER          FILLER_OF(FILLER_OF(FILLER_OF("0123456789abcdef")))
+#define CONTAINER       "NameOfTheContainer"
 constexpr const char* kSecrets[] = {PIN, PIN_BASE64, NEW_PIN, NEW_PIN_BASE64};
 constexpr const char* kNoSecret[] = {CONTAINER};
 
@@ -39,7 +42,7 @@ constexpr Exchange kExchanges[] = {
     {R"({"funcid":7,"UserName":"unknown","PassWd":")" PIN_BASE64 R"("})", "B000425"},
     // An escaped text is not used in place.
     {R"({"funcid":7,"UserName":")" CONTAINER R"(","PassWd":"\u0053)"
-     "3E3LXpYOXZUMg=="
+     "3E3LXpYOXZUMi1vZi1vbGQtZGF5cw=="
      R"("})",
      R"("0")"},
     // A text in GBK is converted.
@@ -61,6 +64,9 @@ constexpr Exchange kExchanges[] = {
     {R"({"funcid":7,"PassWd":{"nested":")" PIN_BASE64 R"("}})", "ErrorCode"},
     {R"({"funcid":7,"PassWd":")" PIN R"("})", "ErrorCode"},
     {R"({"funcid":201,"PassWd":")" PIN R"("})", "ErrorCode"},
+    // In chunks its memory grows, after the PIN has arrived.
+    {R"({"funcid":7,"PassWd":")" PIN_BASE64 R"(","UserName":")" CONTAINER R"(","filler":")" FILLER R"("})",
+     R"("0")"},
     {"w\x07" PIN_BASE64, "HTTP/1.1 ", "application/octet-stream"},
     {PIN_BASE64, "HTTP/1.1 415", "text/plain"},
 };
@@ -79,7 +85,7 @@ class Client {
 
   /** Sends the request, whole or in pieces, as one body or in chunks, and reads until the connection ends. */
   const char* answer(const Exchange& exchange, bool in_pieces, bool in_chunks) {
-    static char request[4096];
+    static char request[16384];
     const size_t size = std::strlen(exchange.body);
     const char* format = in_chunks
                              ? "POST / HTTP/1.1\r\nHost: 127.0.0.1:%u\r\nContent-Type: %s\r\n"
