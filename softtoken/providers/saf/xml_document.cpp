@@ -7,6 +7,7 @@
 
 #include <xmlsec/xmlsec.h>
 #include <libxml/SAX2.h>
+#include <libxml/dict.h>
 #include <libxml/parser.h>
 #include <libxml/xmlmemory.h>
 #include <xmlsec/errors.h>
@@ -28,6 +29,8 @@ constexpr size_t kMaxDocument = 16 * 1024 * 1024;
 constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
 constexpr uint64_t kMaxSearched = 100'000'000;
+// The parser keeps each name once, in a hash table that does not grow with their number.
+constexpr size_t kMaxNames = 256 * 1024;
 constexpr const char* kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
 
 // Serialises calls that use the XML libraries.
@@ -134,12 +137,15 @@ XmlDocument parse_xml(ByteView bytes) {
   require_saf(std::ranges::find(bytes, 0) == bytes.end() && !has_crowded_element(bytes), kSafBadObject);
   const Parser parser(xmlNewParserCtxt());
   if (!parser) throw std::bad_alloc();
+  xmlDictSetLimit(parser->dict, kMaxNames);
   uint64_t searched = 0;
   parser->_private = &searched;
   parser->sax->internalSubset = refuse_document_type;
   parser->sax->startElementNs = start_element;
+  // XML_PARSE_COMPACT: short texts are not kept among the names.
   XmlDocument document(xmlCtxtReadMemory(parser.get(), reinterpret_cast<const char*>(bytes.data()),
-                                         static_cast<int>(bytes.size()), nullptr, nullptr, XML_PARSE_NONET));
+                                         static_cast<int>(bytes.size()), nullptr, nullptr,
+                                         XML_PARSE_NONET | XML_PARSE_COMPACT));
   if (parser->errNo == XML_ERR_NO_MEMORY) throw std::bad_alloc();
   require_saf(document != nullptr && xmlDocGetRootElement(document.get()) != nullptr, kSafBadObject);
   // Parsers of version 1.1 convert more characters to line ends.

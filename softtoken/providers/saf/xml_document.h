@@ -23,10 +23,10 @@ using XmlDocument = Handle<xmlDoc, xmlFreeDoc>;
 
 /**
  * Parses a document of XML 1.0 in UTF-8 or ISO 8859-1. Limits: 16 MiB, 256 levels, 256 attributes in an
- * element, 256 namespaces in scope, 10 MB in one text, and what the parser searches for namespaces. No
- * external resources are loaded. Throws kSafBadLength for a larger document and kSafBadObject for any other
- * invalid one. Document type declarations are rejected, because their entities could expand without limit or
- * name files.
+ * element, 256 namespaces in scope, 256 KiB of different names, and what the parser searches for namespaces.
+ * No external resources are loaded. Throws kSafBadLength for a larger document and kSafBadObject for any
+ * other invalid one. Document type declarations are rejected, because their entities could expand without
+ * limit or name files.
  */
 XmlDocument parse_xml(ByteView bytes);
 

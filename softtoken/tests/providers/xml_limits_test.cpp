@@ -223,5 +223,70 @@ TEST(XmlLimits, LargeOrdinaryDocumentsVerify) {
   EXPECT_EQ(outcome_of(start + signature + end).verified, kSafSuccess);
 }
 
+// One canonicalization of this document is allowed, seventeen are not.
+TEST(XmlLimits, ManyReferencesShareTheWork) {
+  for (const auto& [count, code] : {std::pair{1, kSafHashNotEqual}, {15, kSafNotSupported}}) {
+    std::string inner = nested("a", filled("<b/>", 80'000));
+    std::string references;
+    for (int i = 0; i < count; ++i) {
+      const std::string id = "i" + std::to_string(i);
+      inner += "<c Id=\"" + id + "\"/>";
+      references += xml_reference(rsa(), "#" + id, "");
+    }
+    references += xml_reference(rsa(), "", "", kXmlEnveloped);
+    const Outcome outcome = outcome_of("<r>" + inner + xml_signature(rsa(), references) + "</r>");
+    EXPECT_EQ(outcome.verified, code) << count;
+    EXPECT_LT(outcome.seconds, kMostSeconds);
+  }
+}
+
+// The same text around short names, of which this many are different.
+std::string different_names(const std::string& before, const std::string& behind, size_t names, size_t size) {
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  std::string all;
+  for (size_t number = 0; all.size() < size; ++number) {
+    all += before;
+    for (size_t rest = number % names + kLetters.size(); rest > 0; rest /= kLetters.size())
+      all += kLetters[rest % kLetters.size()];
+    all += behind;
+  }
+  return all;
+}
+
+// The parser looks every name up among all of them, and values are searched for every declared prefix.
+TEST(XmlLimits, DocumentsOfManyNamesAreRefusedInTime) {
+  constexpr size_t kSize = 4'000'000;
+  constexpr size_t kMany = 1'000'000;
+  constexpr size_t kFew = 60'000;
+  const auto signed_content = [](const std::string& content) { return signed_root("", content, kExclusive); };
+  const std::string prefixes = different_names("<b xmlns:", "='urn:u'/>", kFew, 1'000'000);
+  const struct {
+    const char* name;
+    uint32_t code;
+    std::string document;
+  } cases[] = {
+      {"elements", kSafBadObject, signed_content(different_names("<", "/>", kMany, kSize))},
+      {"attributes", kSafBadObject, signed_content(different_names("<b ", "=''/>", kMany, kSize))},
+      {"prefixes", kSafBadObject, signed_content(different_names("<b xmlns:", "='urn:u'/>", kMany, kSize))},
+      {"namespaces", kSafBadObject, signed_content(different_names("<b xmlns='urn:", "'/>", kMany, kSize))},
+      {"instructions", kSafBadObject, signed_content(different_names("<?", "?>", kMany, kSize))},
+      {"few elements", kSafHashNotEqual, signed_content(different_names("<", "/>", kFew, kSize / 2))},
+      {"texts", kSafHashNotEqual, signed_content(different_names("<b>", "</b>", kMany, kSize))},
+      {"values", kSafHashNotEqual, signed_content(different_names("<b a='", "'/>", kMany, kSize))},
+      {"values with prefixes", kSafHashNotEqual,
+       signed_content(prefixes + different_names("", ":", kFew, kSize))},
+      {"values with other prefixes", kSafHashNotEqual,
+       signed_content(prefixes + different_names("1", ":", kMany, kSize))},
+      {"deep values with prefixes", kSafHashNotEqual,
+       signed_content(prefixes + nested("a", different_names("", ":", kFew, kSize)))},
+  };
+  for (const auto& [name, code, document] : cases) {
+    SCOPED_TRACE(name);
+    const Outcome outcome = outcome_of(document);
+    ASSERT_EQ(outcome.verified, code);
+    ASSERT_LT(outcome.seconds, kMostSeconds);
+  }
+}
+
 }  // namespace
 }  // namespace velm::token
