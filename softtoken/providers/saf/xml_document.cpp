@@ -28,6 +28,7 @@ using Parser = Handle<xmlParserCtxt, xmlFreeParserCtxt>;
 constexpr size_t kMaxDocument = 16 * 1024 * 1024;
 constexpr size_t kMaxAttributes = 256;
 constexpr int kMaxNamespaces = 256;
+constexpr int kMaxLevels = 256;
 constexpr uint64_t kMaxSearched = 100'000'000;
 // The parser keeps each name once, in a hash table that does not grow with their number.
 constexpr size_t kMaxNames = 256 * 1024;
@@ -78,7 +79,8 @@ void start_element(void* parser, const xmlChar* name, const xmlChar* prefix, con
   auto& searched = *static_cast<uint64_t*>(context->_private);
   searched += (1 + static_cast<uint64_t>(attribute_count)) *
               static_cast<uint64_t>(context->nodeNr + context->nsNr / 2);
-  if (context->nsNr > 2 * kMaxNamespaces || searched > kMaxSearched) return refuse(context);
+  if (context->nodeNr >= kMaxLevels || context->nsNr > 2 * kMaxNamespaces || searched > kMaxSearched)
+    return refuse(context);
   xmlSAX2StartElementNs(parser, name, prefix, name_space, namespace_count, namespaces, attribute_count,
                         default_count, attributes);
 }

@@ -440,5 +440,90 @@ TEST(XmlSignature, WhatIsNotSignedXmlIsRefused) {
   EXPECT_EQ(length, 99u);
 }
 
+// The digest fits the first of the two elements or the last, so that no other rule refuses the document.
+TEST(XmlSignature, AnIdentifierNamesOneElement) {
+  const std::string spellings[] = {"Id", "ID", "id"};
+  for (const std::string& first_name : spellings) {
+    for (const std::string& second_name : spellings) {
+      const std::string first = "<part " + first_name + "=\"part\">one</part>";
+      const std::string second = "<part " + second_name + "=\"part\">two</part>";
+      const std::string other = "<part " + second_name + "=\"other\">two</part>";
+      const auto code_of = [&](const std::string& parts, const std::string& referenced) {
+        const std::string references = xml_reference(rsa(), "#part", referenced) +
+                                       xml_reference(rsa(), "", "<root>" + parts + "</root>", kXmlEnveloped);
+        return verify("<root>" + parts + xml_signature(rsa(), references) + "</root>");
+      };
+      EXPECT_EQ(code_of(first + other, first), 0u);
+      EXPECT_EQ(code_of(first + second, first), kSafBadObject) << first_name << second_name;
+      EXPECT_EQ(code_of(first + second, second), kSafBadObject) << first_name << second_name;
+    }
+  }
+}
+
+// Applications could take either for the one that was verified. The root's covers everything around it.
+TEST(XmlSignature, ADocumentHasOneSignature) {
+  const std::string inner = enveloped_xml(rsa());
+  const std::string empty = "<Signature xmlns=\"" + std::string(kXmlSignatureNamespace) + "\"></Signature>";
+  const std::string other = replaced(empty, "Signature xmlns=\"http", "Signature xmlns=\"urn:other:http");
+  for (const std::string& content : {inner, empty, "<part>" + empty + "</part>", other}) {
+    const std::string start = "<all>" + content;
+    EXPECT_EQ(verify(start + xml_signature(rsa(), xml_reference(rsa(), "", start + "</all>", kXmlEnveloped)) +
+                     "</all>"),
+              content == other ? kSafSuccess : kSafBadObject)
+        << content;
+  }
+}
+
+TEST(XmlSignature, TheFirstCertificateIsTheSigners) {
+  const XmlSigner by = rsa();
+  const Signer other(KeyKind::rsa, generate_rsa_key(1024));
+  const auto document = [&](const Bytes& first, const Bytes& second) {
+    const std::string content =
+        xml_element("X509Data", xml_element("X509Certificate", base64_encode(first)) +
+                                    xml_element("X509Certificate", base64_encode(second)));
+    const std::string canonical =
+        xml_element("KeyInfo", content, "xmlns=\"" + std::string(kXmlSignatureNamespace) + "\" Id=\"key\"");
+    return "<root>" +
+           xml_signature(
+               by,
+               xml_reference(by, "", "<root></root>", kXmlEnveloped) + xml_reference(by, "#key", canonical),
+               xml_element("KeyInfo", content, "Id=\"key\"")) +
+           "</root>";
+  };
+  EXPECT_EQ(verify(document(by.signer.certificate, other.certificate)), 0u);
+  EXPECT_EQ(verify(document(other.certificate, by.signer.certificate)), kSafHashNotEqual);
+  uint32_t code = 1;
+  EXPECT_EQ(items_of(document(by.signer.certificate, other.certificate), code)[3], by.signer.certificate);
+}
+
+// Whole documents, which differ from a signed one in nothing but their encoding.
+TEST(XmlSignature, AWholeDocumentInAWideEncodingIsRefused) {
+  const std::string start = "<root><text>signed</text>";
+  const std::string document =
+      start + xml_signature(rsa(), xml_reference(rsa(), "", start + "</root>", kXmlEnveloped)) + "</root>";
+  ASSERT_EQ(verify(document), 0u);
+  std::string low_first = "\xFF\xFE";
+  std::string high_first = "\xFE\xFF";
+  for (const char c : document) {
+    low_first += {c, '\0'};
+    high_first += {'\0', c};
+  }
+  EXPECT_EQ(verify(low_first), kSafBadObject);
+  EXPECT_EQ(verify(high_first), kSafBadObject);
+}
+
+TEST(XmlSignature, DepthIsBounded) {
+  const auto nested = [](int levels) {
+    std::string opened, closed;
+    for (int i = 0; i < levels; ++i) {
+      opened += "<a>";
+      closed += "</a>";
+    }
+    return opened + closed;
+  };
+  EXPECT_EQ(verify(nested(256)), kSafObjectNotFound);
+  EXPECT_EQ(verify(nested(257)), kSafBadObject);
+}
+
 }  // namespace
 }  // namespace velm::token
