@@ -3,11 +3,13 @@
 
 #include <algorithm>
 #include <functional>
+#include <optional>
 
 #include "softtoken/crypto/asymmetric.h"
 #include "softtoken/crypto/content_info.h"
 #include "softtoken/crypto/envelope.h"
 #include "softtoken/tests/providers/expected_codes.h"
+#include "softtoken/tests/providers/folder_state.h"
 #include "softtoken/tests/providers/running_service.h"
 #include "softtoken/tests/store/temporary_store.h"
 
@@ -122,15 +124,18 @@ class Envelopes : public testing::Test {
     return code_of([&] { plain = copy_of(open_envelope(openers, envelope)); });
   }
   static uint32_t open_file(ByteView envelope, Bytes& plain) {
-    constexpr const char* kIn = "parts.p7m";
-    constexpr const char* kOut = "parts.bin";
-    write_file(kIn, envelope);
+    static const TemporaryFolder folder;
+    const std::string in = (folder.path() / "parts.p7m").string();
+    const std::string out = (folder.path() / "parts.bin").string();
+    write_file(in, envelope);
     const uint32_t code = SAF_Ext_DecodeEnvelopedFile(application().handle(), kContainer, kContainerLength, 1,
-                                                      1, kIn, 9, kOut, 9);
-    EXPECT_EQ(file_exists(kOut), code == kSafSuccess);
-    plain = file_bytes(kOut);
-    std::remove(kOut);
-    std::remove(kIn);
+                                                      1, in.c_str(), static_cast<uint32_t>(in.size()),
+                                                      out.c_str(), static_cast<uint32_t>(out.size()));
+    plain = file_bytes(out);
+    FolderState expected{{"parts.p7m", copy_of(envelope)}};
+    if (code == kSafSuccess) expected.emplace("parts.bin", plain);
+    EXPECT_EQ(folder_state(folder.path()), expected) << "a file was left or is missing";
+    std::remove(out.c_str());
     return code;
   }
   static void expect_codes(const char* name, ByteView envelope, ErrorCode memory, uint32_t file) {
@@ -388,6 +393,91 @@ TEST_F(Envelopes, OfEverySizeAreEncodedInDer) {
   }
   std::remove("sizes.bin");
   std::remove("sizes.p7m");
+}
+
+TEST_F(Envelopes, HaveTheSelectedCipher) {
+  const Bytes recipient = application().encryption_certificate(kContainer);
+  const TemporaryFolder folder;
+  const std::string plain = (folder.path() / "plain").string();
+  const std::string envelope = (folder.path() / "envelope").string();
+  write_file(plain, as_bytes(kText));
+  for (const auto& [method, cipher] : {std::pair{0x402u, NID_sm4_cbc},
+                                       {0x2002u, NID_des_ede3_cbc},
+                                       {0x4002u, NID_aes_128_cbc},
+                                       {0x8002u, NID_aes_192_cbc},
+                                       {0x10002u, NID_aes_256_cbc}}) {
+    ASSERT_EQ(SAF_Ext_EncodeEnvelopedFile(nullptr, plain.c_str(), static_cast<uint32_t>(plain.size()),
+                                          recipient.data(), size_of(recipient), method, 0, envelope.c_str(),
+                                          static_cast<uint32_t>(envelope.size())),
+              kSafSuccess);
+    const Bytes inner =
+        unwrap_content(file_bytes(envelope), kGmTypes.enveloped_data, kGmTypes.enveloped_data);
+    const auto parsed = from_der<Pkcs7Envelope>(d2i_PKCS7_ENVELOPE, inner, kPkcs7Format);
+    EXPECT_EQ(OBJ_obj2nid(parsed->enc_data->algorithm->algorithm), cipher) << std::hex << method;
+  }
+}
+
+/** SM4-CBC with the key and IV of the test, apart from the code of the token; nothing for wrong padding. */
+std::optional<Bytes> decrypted(ByteView cipher_text, ByteView iv) {
+  const CipherContext context(EVP_CIPHER_CTX_new());
+  Bytes plain(cipher_text.size() + 32);
+  int length = 0, last = 0;
+  EXPECT_EQ(EVP_DecryptInit_ex(context.get(), EVP_sm4_cbc(), nullptr, as_bytes(kKey).data(), iv.data()), 1);
+  EXPECT_EQ(EVP_DecryptUpdate(context.get(), plain.data(), &length, cipher_text.data(),
+                              static_cast<int>(cipher_text.size())),
+            1);
+  if (EVP_DecryptFinal_ex(context.get(), plain.data() + length, &last) != 1) return std::nullopt;
+  plain.resize(static_cast<size_t>(length + last));
+  return plain;
+}
+
+// Every byte, in every bit. CBC has no checksum: with a changed content the text is what decryption gives.
+TEST_F(Envelopes, WithAChangedByteOpenAsTheirContentSays) {
+  const Parts p = parts();
+  const Bytes whole = p.der();
+  const size_t content = whole.size() - (p.content.size() - 2);
+  const size_t iv = static_cast<size_t>(std::ranges::search(whole, as_bytes(kIv)).begin() - whole.begin());
+  size_t opened = 0;
+  for (size_t at = 0; at < whole.size(); ++at) {
+    const bool in_text = at >= content || (at >= iv && at < iv + kIv.size());
+    for (int bit = 0; bit < 8; ++bit) {
+      if (!in_text && bit != static_cast<int>(at % 8)) continue;
+      Bytes changed = whole;
+      changed[at] ^= static_cast<uint8_t>(1 << bit);
+      const ByteView changed_iv = ByteView(changed).subspan(iv, kIv.size());
+      const auto expected = in_text ? decrypted(ByteView(changed).subspan(content), changed_iv)
+                                    : std::optional(copy_of(as_bytes(kText)));
+      Bytes plain;
+      const uint32_t code = open_file(changed, plain);
+      if (in_text) {
+        EXPECT_EQ(code, expected ? kSafSuccess : kSafPadding) << at << " bit " << bit;
+      }
+      EXPECT_EQ(plain, code == kSafSuccess ? *expected : Bytes()) << at << " bit " << bit;
+      if (in_text && code == kSafSuccess) ++opened;
+    }
+  }
+  EXPECT_GT(opened, 8 * kIv.size()) << "at least those whose IV was changed";
+}
+
+// Pieces of files are read and written as they come: at every place where one ends, too.
+TEST_F(Envelopes, OfSeveralPiecesCutOffAnywhereAreNotOpened) {
+  constexpr size_t kPiece = 65536;
+  const Certificate own = certificate();
+  const Bytes whole = make_envelope(own.get(), Bytes(3 * kPiece, 5));
+  std::vector<size_t> lengths;
+  for (size_t piece = 1; piece <= 3; ++piece) {
+    for (size_t length = piece * kPiece - 2; length <= piece * kPiece + 2; ++length)
+      lengths.push_back(length);
+  }
+  for (size_t missing = 1; missing <= 40; ++missing) lengths.push_back(whole.size() - missing);
+  for (size_t length = 1; length < whole.size(); length += 4999) lengths.push_back(length);
+  Bytes plain;
+  for (const size_t length : lengths)
+    EXPECT_EQ(open_file(ByteView(whole).first(length), plain),
+              length < 4 ? kSafEnvelopeNotOpened : kSafDamaged)
+        << length;
+  EXPECT_EQ(open_file(whole, plain), kSafSuccess);
+  EXPECT_EQ(plain, Bytes(3 * kPiece, 5));
 }
 
 }  // namespace
