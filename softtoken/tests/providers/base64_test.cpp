@@ -1,5 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <random>
+
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
 #include "softtoken/tests/providers/expected_codes.h"
@@ -136,6 +141,94 @@ TEST(Base64, BadArgumentsAreRefusedAndNothingIsWritten) {
   }
   EXPECT_EQ(length, 2u);
   EXPECT_EQ(Bytes(output, output + 4), Bytes(4, 9));
+}
+
+/** RFC 4648 section 4, bit by bit. */
+constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+
+std::string encoded_by_bits(ByteView bytes) {
+  std::string text;
+  for (size_t bit = 0; bit < bytes.size() * 8; bit += 6) {
+    size_t digit = 0;
+    for (size_t i = bit; i < bit + 6; ++i) {
+      const bool set = i < bytes.size() * 8 && (bytes[i / 8] >> (7 - i % 8) & 1) != 0;
+      digit = digit * 2 + (set ? 1 : 0);
+    }
+    text += kDigits[digit];
+  }
+  while (text.size() % 4 != 0) text += '=';
+  return text;
+}
+
+std::optional<Bytes> decoded_by_bits(std::string text) {
+  std::erase_if(text, [](char c) { return c == '\r' || c == '\n'; });
+  if (text.size() % 4 != 0) return std::nullopt;
+  const size_t padding = text.ends_with("==") ? 2 : text.ends_with("=") ? 1 : 0;
+  text.resize(text.size() - padding);
+  Bytes bytes;
+  uint32_t bits = 0;
+  size_t count = 0;
+  for (const char c : text) {
+    const size_t digit = kDigits.find(c);
+    if (digit == std::string_view::npos) return std::nullopt;
+    bits = bits << 6 | static_cast<uint32_t>(digit);
+    count += 6;
+    if (count < 8) continue;
+    count -= 8;
+    bytes.push_back(static_cast<uint8_t>(bits >> count));
+  }
+  return bytes;
+}
+
+// Buffers on the heap of exactly the sizes, so that the sanitizer notices any other byte.
+template <typename Function>
+auto result_in_exact_buffers(Function function, ByteView input, size_t capacity, Bytes& output) {
+  const auto exact_input = std::make_unique<uint8_t[]>(input.size());
+  const auto exact_output = std::make_unique<uint8_t[]>(capacity);
+  std::ranges::copy(input, exact_input.get());
+  auto length = static_cast<uint32_t>(capacity);
+  const auto code = function(exact_input.get(), size_of(input), exact_output.get(), &length);
+  output.assign(exact_output.get(), exact_output.get() + (code == 0 ? length : 0));
+  return code;
+}
+
+TEST(Base64, OfRandomBytesAndTextsIsThatOfTheStandard) {
+  std::mt19937 random(1);
+  const auto below = [&](size_t limit) { return random() % limit; };
+  for (int turn = 0; turn < 4000; ++turn) {
+    Bytes bytes(turn < 400 ? static_cast<size_t>(turn) : 1 + below(600));
+    for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random());
+    std::string text = encoded_by_bits(bytes);
+    Bytes output;
+    if (!bytes.empty()) {
+      EXPECT_EQ(result_in_exact_buffers(SAF_Base64_Encode, bytes, text.size(), output), kSafSuccess);
+      EXPECT_EQ(as_text(output), text);
+      EXPECT_EQ(result_in_exact_buffers(SAF_Base64_Encode, bytes, text.size() - 1, output), kSafBadLength);
+      EXPECT_EQ(result_in_exact_buffers(VELM_Openssl_Base64Encode, bytes, text.size(), output), 0);
+      EXPECT_EQ(as_text(output), text);
+    }
+    for (size_t changes = below(4); changes > 0 && !text.empty(); --changes) {
+      const char c = below(2) == 0 ? "=\r\n -_*A"[below(8)] : static_cast<char>(random());
+      const auto at = static_cast<ptrdiff_t>(below(text.size()));
+      if (below(3) == 0) {
+        text.insert(text.begin() + at, c);
+      } else if (below(2) == 0) {
+        text.erase(text.begin() + at);
+      } else {
+        text[static_cast<size_t>(at)] = c;
+      }
+    }
+    if (text.empty()) continue;
+    const auto expected = decoded_by_bits(text);
+    const size_t capacity = expected ? expected->size() : text.size();
+    SCOPED_TRACE(text);
+    ASSERT_EQ(result_in_exact_buffers(SAF_Base64_Decode, as_bytes(text), capacity, output),
+              expected ? kSafSuccess : kSafBadInput);
+    ASSERT_EQ(output, expected.value_or(Bytes()));
+    ASSERT_EQ(result_in_exact_buffers(VELM_Openssl_Base64Decode, as_bytes(text), capacity, output) == 0,
+              expected.has_value());
+    ASSERT_EQ(output, expected.value_or(Bytes()));
+  }
 }
 
 }  // namespace
