@@ -6,10 +6,7 @@
 
 #include "provider_abi/velm_client_saf.h"
 #include "softtoken/tests/providers/expected_codes.h"
-
-#ifdef _WIN32
-#include <windows.h>
-#endif
+#include "softtoken/tests/providers/module_path.h"
 
 namespace velm::token {
 namespace {
@@ -19,17 +16,6 @@ namespace fs = std::filesystem;
 constexpr char kName[] = "configuration_test.dat";
 constexpr char kValid[] = "connect_timeout_ms = 1000\n";
 constexpr char kInvalid[] = "no such key = 1\n";
-
-#ifdef _WIN32
-fs::path module_path() {
-  wchar_t path[MAX_PATH];
-  GetModuleFileNameW(GetModuleHandleW(L"velm_client_saf.dll"), path, MAX_PATH);
-  return path;
-}
-#else
-// The native build links the module into the test.
-fs::path module_path() { return fs::read_symlink("/proc/self/exe"); }
-#endif
 
 void write(const fs::path& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
 
@@ -140,6 +126,17 @@ TEST_F(ConfigurationFile, OfAModuleFolderOutsideTheCodePageIsFound) {
   EXPECT_EQ(open(&handle, kName), kSafSuccess);
   EXPECT_EQ(close(handle), kSafSuccess);
   FreeLibrary(module);
+}
+#endif
+
+#ifndef _WIN32
+// Callers without an application use the standard file, whose faults must not select the default values.
+// The Windows build has one in the folder of the module.
+TEST_F(ConfigurationFile, OfTheStandardNameIsReadOrReported) {
+  uint8_t time[32];
+  uint32_t length = sizeof time;
+  write("saf_config.dat", kInvalid);
+  EXPECT_EQ(SAF_Ext_TspGetTime(time, &length), kSafBadInput);
 }
 #endif
 

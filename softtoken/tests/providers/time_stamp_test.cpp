@@ -1,5 +1,6 @@
 // Shows how the modules handle valid and invalid answers of a TSA.
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <functional>
 #include <future>
@@ -12,8 +13,10 @@
 #include "softtoken/store/time_stamp_authority.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/providers/expected_codes.h"
+#include "softtoken/tests/providers/module_path.h"
 #include "softtoken/tests/providers/second_signer.h"
 #include "softtoken/tests/providers/with_scripted_server.h"
+#include "softtoken/tests/store/temporary_folder.h"
 
 namespace velm::token {
 namespace {
@@ -297,11 +300,141 @@ class ImpatientApplication : public ScriptedAuthority {
 TEST_F(ImpatientApplication, DoesNotWaitForASilentAuthority) {
   std::promise<void> end;
   answer([ended = end.get_future().share()](ByteView) {
-    ended.wait();
+    // A deadline, so that a client that waits longer fails the test instead of holding it.
+    ended.wait_for(std::chrono::seconds(10));
     return Bytes();
   });
   EXPECT_EQ(fetch(DigestId::sm3), kSafHttpTimeout);
   end.set_value();
+}
+
+class RelativeAuthority : public ServiceWithoutAuthority {
+ protected:
+  static constexpr char kFile[] = "time_stamp_relative.cer";
+
+  ~RelativeAuthority() override { std::filesystem::remove(in_module_folder_); }
+  std::string settings() const override { return "time_stamp_certificate = " + std::string(kFile) + "\n"; }
+
+  const std::filesystem::path in_module_folder_ = module_path().parent_path() / kFile;
+};
+
+// Others may be able to write to the current folder.
+TEST_F(RelativeAuthority, IsReadFromTheFolderOfTheModule) {
+  const auto before = std::filesystem::current_path();
+  const TemporaryFolder folder;
+  std::filesystem::current_path(folder.path());
+  answer([](ByteView query) { return granted_by_other(store(), query); });
+  write_file(kFile, certificate_der(other_authority(store()).certificate.get()));
+  EXPECT_EQ(fetch_time(), kSafFileOpen);
+  write_file(in_module_folder_.string(), certificate_der(other_authority(store()).certificate.get()));
+  EXPECT_EQ(fetch_time(), kSafSuccess);
+  std::filesystem::current_path(before);
+}
+
+/** Signs TSTInfo of any time with a certificate of any validity. */
+struct Stamper {
+  Authority root;
+  Key key;
+  KeyKind kind;
+
+  explicit Stamper(KeyKind of_kind)
+      : root(make_authority(of_kind)), key(generate_key(of_kind, 2048)), kind(of_kind) {}
+
+  Certificate certificate(time_t from, time_t until) const {
+    return issue_certificate(
+        root, key.get(),
+        {.common_name = "Sample", .usage = Usage::time_stamping, .not_before = from, .not_after = until});
+  }
+  Bytes token(X509* signer, ByteView info, bool attributes = true) const {
+    const DigestId digest = kind == KeyKind::sm2 ? DigestId::sm3 : DigestId::sha256;
+    return encode_signed_message(
+        {.signer = signer, .digest = digest, .content = info, .attributes = attributes, .time_stamp = true},
+        [&](ByteView data) { return sign_data(key.get(), digest, data); });
+  }
+};
+
+Bytes info_at(ByteView info, time_t time) {
+  const auto parsed = from_der<Handle<TS_TST_INFO, TS_TST_INFO_free>>(d2i_TS_TST_INFO, info, kUnknownError);
+  const Handle<ASN1_GENERALIZEDTIME, ASN1_GENERALIZEDTIME_free> at(ASN1_GENERALIZEDTIME_set(nullptr, time));
+  EXPECT_EQ(TS_TST_INFO_set_time(parsed.get(), at.get()), 1);
+  return der_of<const TS_TST_INFO>(i2d_TS_TST_INFO, parsed.get());
+}
+
+// To the second, at both ends of the certificate's validity, whatever the time is now.
+TEST_F(ScriptedAuthority, AStampIsJudgedByItsOwnTime) {
+  constexpr time_t kHour = 60 * 60;
+  const time_t now = std::time(nullptr);
+  for (const auto& [digest, label_name] : kKinds) {
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    const Bytes content = *parse_signed_message(token_in(stamp)).content;
+    const Stamper stamper(digest == DigestId::sm3 ? KeyKind::sm2 : KeyKind::rsa);
+    for (const auto& [from, until] : {std::pair{now - 3 * kDay - 5 * kHour, now - kDay - 7 * kHour},
+                                      {now + kDay + 5 * kHour, now + 3 * kDay + 7 * kHour}}) {
+      const Certificate certificate = stamper.certificate(from, until);
+      const auto code_at = [&](time_t time) {
+        return verify(stamper.token(certificate.get(), info_at(content, time)),
+                      certificate_der(certificate.get()));
+      };
+      EXPECT_EQ(code_at(from - 1), kSafHashNotEqual);
+      EXPECT_EQ(code_at(from), kSafSuccess);
+      EXPECT_EQ(code_at(until - 1), kSafSuccess);
+      EXPECT_EQ(code_at(until + 1), kSafHashNotEqual);
+      EXPECT_EQ(code_at(now), kSafHashNotEqual);
+    }
+  }
+}
+
+// RFC 5816: the signed attributes name the certificate of the TSA.
+TEST_F(ScriptedAuthority, AStampHasSignedAttributes) {
+  const time_t now = std::time(nullptr);
+  for (const auto& [digest, label_name] : kKinds) {
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    const Bytes content = *parse_signed_message(token_in(stamp)).content;
+    const Stamper stamper(digest == DigestId::sm3 ? KeyKind::sm2 : KeyKind::rsa);
+    const Certificate certificate = stamper.certificate(now - kDay, now + kDay);
+    const Bytes authority = certificate_der(certificate.get());
+    EXPECT_EQ(verify(stamper.token(certificate.get(), content), authority), kSafSuccess);
+    EXPECT_EQ(verify(stamper.token(certificate.get(), content, false), authority), kSafHashNotEqual);
+  }
+}
+
+TEST_F(ScriptedAuthority, NoTimeIsDeliveredOfAStampThatDoesNotVerify) {
+  for (const auto& [digest, label_name] : kKinds) {
+    Bytes stamp;
+    answer(granted);
+    ASSERT_EQ(fetch(digest, &stamp), kSafSuccess);
+    const Bytes authority = label(store(), label_name, kCertificateLabel);
+    stamp.back() ^= 1;  // within the signature
+    const std::string untouched(32, ' ');
+    std::string time = untouched;
+    auto length = static_cast<uint32_t>(time.size());
+    EXPECT_EQ(SAF_Ext_TspVerifyStamp(as_bytes(kText).data(), kTextLength, stamp.data(), size_of(stamp),
+                                     authority.data(), size_of(authority),
+                                     reinterpret_cast<uint8_t*>(time.data()), &length),
+              kSafHashNotEqual);
+    EXPECT_EQ(time, untouched);
+    EXPECT_EQ(length, untouched.size());
+  }
+}
+
+// Two tokens of one TSA differ in the lengths of their serial numbers and nonces.
+TEST_F(ScriptedAuthority, ASizeQueryHasRoomForALongerStamp) {
+  constexpr uint32_t kMostVariation = 16;
+  size_t answered = 0;
+  answer([&](ByteView query) {
+    Bytes stamp = granted(query);
+    answered = stamp.size();
+    return stamp;
+  });
+  uint32_t length = 0;
+  EXPECT_EQ(
+      SAF_Ext_GM_Tsp_SealTimeStamp(application(), 0, as_bytes(kText).data(), kTextLength, nullptr, &length),
+      kSafSuccess);
+  EXPECT_GE(length, answered + kMostVariation);
 }
 
 }  // namespace
