@@ -11,6 +11,7 @@ constexpr uint32_t kSafNotSupported = 0x02000002;
 constexpr uint32_t kSafAlgorithm = 0x02000007;
 constexpr uint32_t kSafKeyUsage = 0x02000009;
 constexpr uint32_t kSafBadObject = 0x02000012;
+constexpr uint32_t kSafNoMemory = 0x02000100;
 constexpr uint32_t kSafBadLength = 0x02000200;
 constexpr uint32_t kSafBadInput = 0x02000201;
 constexpr uint32_t kSafHashNotEqual = 0x02000308;

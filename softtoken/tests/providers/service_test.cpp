@@ -58,7 +58,8 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   EXPECT_EQ(SAF_Initialize(nullptr, "saf.dat"), kSafBadInput);
   for (const char* text :
        {"service_address", "service_address = 127.0.0.1", "service_address = 127.0.0.1:0",
-        "service_address = 127.0.0.1:65536", "answer_timeout_ms = -1", "another_key = 1",
+        "service_address = 127.0.0.1:65536", "answer_timeout_ms = -1", "answer_timeout_ms = 0",
+        "answer_timeout_ms = 2147483648", "connect_timeout_ms = 4294967295", "another_key = 1",
         "allow_remote_addresses = 1", "time_stamp_certificate =", "time_stamp_certificate = \xFF"}) {
     write_file("saf_test.dat", as_bytes(text));
     EXPECT_EQ(SAF_Initialize(&handle, "saf_test.dat"), kSafBadInput) << text;
@@ -74,6 +75,37 @@ TEST(Configuration, OpensFromAFileThatCanBeRead) {
   EXPECT_EQ(SAF_Finalize(handle), kSafBadObject);
   EXPECT_EQ(SAF_Finalize(nullptr), kSafBadObject);
   std::remove("saf_test.dat");
+}
+
+TEST(Configuration, IsOpenedBySixtyFourApplicationsAtOnce) {
+  write_file("saf_many.dat", as_bytes("service_address = 127.0.0.1:1\n"));
+  std::vector<void*> open(64);
+  for (void*& handle : open) ASSERT_EQ(SAF_Initialize(&handle, "saf_many.dat"), 0u);
+  void* one_more = nullptr;
+  EXPECT_EQ(SAF_Initialize(&one_more, "saf_many.dat"), kSafNoMemory);
+  EXPECT_EQ(one_more, nullptr);
+  EXPECT_EQ(SAF_Finalize(open.back()), 0u);
+  EXPECT_EQ(SAF_Initialize(&open.back(), "saf_many.dat"), 0u);
+  for (void* handle : open) EXPECT_EQ(SAF_Finalize(handle), 0u);
+  for (void* handle : open) EXPECT_EQ(SAF_Finalize(handle), kSafBadObject);
+  std::remove("saf_many.dat");
+}
+
+TEST(Configuration, IsOpenedByThreadsAtTheSameTime) {
+  write_file("saf_threads.dat", as_bytes("service_address = 127.0.0.1:1\n"));
+  std::atomic<int> failures{0};
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int turn = 0; turn < 300; ++turn) {
+        void* handle = nullptr;
+        if (SAF_Initialize(&handle, "saf_threads.dat") != 0 || SAF_Finalize(handle) != 0) ++failures;
+      }
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(failures, 0);
+  std::remove("saf_threads.dat");
 }
 
 // A call looks up its application before it checks other arguments.
@@ -277,7 +309,15 @@ TEST_F(ModulesOnAService, LabelsAndDevicesAreRead) {
   char version[256];
   EXPECT_EQ(SAF_Ext_GetProductVersion(nullptr, version, sizeof version, nullptr), 0u);
   EXPECT_EQ(std::string(version).substr(0, 20), "VELM Software Token ");
-  EXPECT_EQ(SAF_Ext_GetProductVersion(nullptr, version, 5, nullptr), kSafBadLength);
+  const auto version_length = static_cast<uint32_t>(std::string(version).size());
+  for (const uint32_t size : {0u, 5u, version_length}) {
+    std::fill(std::begin(version), std::end(version), 'x');
+    EXPECT_EQ(SAF_Ext_GetProductVersion(nullptr, version, size, nullptr), kSafBadLength) << size;
+    EXPECT_EQ(std::string(version, sizeof version), std::string(sizeof version, 'x')) << size;
+  }
+  EXPECT_EQ(SAF_Ext_GetProductVersion(nullptr, version, version_length + 1, nullptr), 0u);
+  EXPECT_EQ(std::string(version).size(), version_length);
+  EXPECT_EQ(version[version_length + 1], 'x');
 
   const auto control = [&](const char* name, const char* command) {
     return SAF_Ext_Control(handle(), nullptr, 0, name, text_length(name), command, text_length(command));

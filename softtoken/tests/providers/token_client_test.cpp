@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <functional>
+#include <thread>
 
 #include "softtoken/crypto/base64.h"
 #include "softtoken/providers/saf/http_post.h"
@@ -24,8 +25,9 @@ class ScriptedService : public WithScriptedServer {
       ++requests_;
       return next_ ? next_(body) : answer_;
     };
-    serve(script, {"service_address"});
+    serve(script, {"service_address"}, settings());
   }
+  virtual std::string settings() const { return {}; }
 
   void answer(std::string text, unsigned status = 200) {
     answer_ = {.body = std::move(text), .content_type = "application/json", .status = status};
@@ -143,8 +145,12 @@ TEST_F(ScriptedService, NumbersHave32Bits) {
     EXPECT_EQ(size_, 1u) << size;
     EXPECT_EQ(read_rights_, 1u) << size;
   }
-  answer(R"({"ErrorCode":"0","Result":{"size":1,"readRights":2}})");
-  EXPECT_EQ(file_attributes(), kSafJsonFailed);
+  for (const char* result : {R"({"size":7,"readRights":2})", R"({"size":7,"readRights":2,"writeRights":"3"})",
+                             R"({"size":7,"writeRights":3})", R"({"readRights":2,"writeRights":3})"}) {
+    answer(std::string(R"({"ErrorCode":"0","Result":)") + result + "}");
+    EXPECT_EQ(file_attributes(), kSafJsonFailed) << result;
+    EXPECT_EQ(size_ + read_rights_ + write_rights_, 3u) << "an output was written: " << result;
+  }
   answer(R"({"ErrorCode":"0"})");
   EXPECT_EQ(file_attributes(), kSafJsonFailed);
 }
@@ -177,6 +183,44 @@ TEST_F(ScriptedService, ARequestAboveTheBoundIsNotSent) {
   const Bytes envelope(kMaxHttpBody + 1, 'e');
   EXPECT_EQ(open_envelope(envelope), kSafBadLength);
   EXPECT_EQ(requests(), 0);
+}
+
+TEST_F(ScriptedService, NothingFollowsAnAnswer) {
+  for (const std::string behind : {"x", "{}", "]", ",", "\"\""}) {
+    answer(R"({"ErrorCode":"0","Result":[]})" + behind);
+    EXPECT_EQ(list_devices(), kSafJsonFailed) << behind;
+  }
+  answer("{\"ErrorCode\":\"0\",\"Result\":[]}\r\n");
+  EXPECT_EQ(list_devices(), kSafSuccess);
+}
+
+TEST_F(ScriptedService, ASizeQuerySignsNothing) {
+  write_file("token_client_test.bin", as_bytes("content"));
+  std::atomic<bool> signed_hash = false;
+  answer_each([&](const std::string& body) {
+    if (body.find("hashedData") != std::string::npos) signed_hash = true;
+    return R"({"ErrorCode":"0","Result":{"UserCert":")" + base64_encode(sm2_signer().certificate) + R"("}})";
+  });
+  uint32_t length = 0;
+  EXPECT_EQ(
+      SAF_Ext_SignFile(application(), kContainer, sizeof kContainer - 1, static_cast<uint32_t>(DigestId::sm3),
+                       nullptr, 0, "token_client_test.bin", nullptr, &length),
+      kSafSuccess);
+  EXPECT_FALSE(signed_hash);
+  std::remove("token_client_test.bin");
+}
+
+class PatientApplication : public ScriptedService {
+  std::string settings() const override { return "connect_timeout_ms = 100\nanswer_timeout_ms = 20000\n"; }
+};
+
+// The local service may wait for its user, once the connection exists.
+TEST_F(PatientApplication, WaitsForAnAnswerLongerThanForAConnection) {
+  answer_each([](const std::string&) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(600));
+    return R"({"ErrorCode":"0","Result":[]})";
+  });
+  EXPECT_EQ(list_devices(), kSafSuccess);
 }
 
 }  // namespace
