@@ -102,5 +102,15 @@ TEST(Hash, RefusesWhatItCannotDo) {
   EXPECT_EQ(length, sizeof value);
 }
 
+// GM/T 0009 stores the length of the user ID in 16 bits.
+TEST(Hash, TakesUserIdsWhoseLengthFits) {
+  const Bytes key = public_key_bytes(sm2_signer().key.get());
+  const Bytes id(8192, 'i');
+  uint8_t value[32];
+  uint32_t length = sizeof value;
+  EXPECT_EQ(SAF_Hash(kSm3, id.data(), 3, key.data(), 65, id.data(), 8191, value, &length), kSafSuccess);
+  EXPECT_EQ(SAF_Hash(kSm3, id.data(), 3, key.data(), 65, id.data(), 8192, value, &length), kSafBadLength);
+}
+
 }  // namespace
 }  // namespace velm::token

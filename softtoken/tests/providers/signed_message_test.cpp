@@ -358,5 +358,151 @@ TEST_F(SignedMessages, FilesAreSignedAsTheirContent) {
   std::remove("signed_message_test.bin");
 }
 
+// A message is a whole: no buffer is written if one of them is too small.
+TEST_F(SignedMessages, AreDeliveredWholeOrNotAtAll) {
+  uint32_t code = 0;
+  const Bytes message = encode(kContainers[0], code);
+  const Bytes with_attributes = encode_extended(kContainers[0], kOfContent, kText, code);
+  ASSERT_EQ(code, kSafSuccess);
+  uint32_t sizes[3] = {};
+  uint32_t digest = 0;
+  ASSERT_EQ(SAF_SM2_DecodeSignedData(nullptr, message.data(), size_of(message), nullptr, &sizes[0], &digest,
+                                     nullptr, &sizes[1], nullptr, &sizes[2]),
+            kSafSuccess);
+  for (size_t small = 0; small < 3; ++small) {
+    Bytes outputs[3];
+    for (size_t i = 0; i < 3; ++i) outputs[i].assign(sizes[i] - (i == small ? 1 : 0), 0xA5);
+    uint32_t lengths[3] = {size_of(outputs[0]), size_of(outputs[1]), size_of(outputs[2])};
+    digest = 99;
+    EXPECT_EQ(
+        SAF_SM2_DecodeSignedData(nullptr, message.data(), size_of(message), outputs[0].data(), &lengths[0],
+                                 &digest, outputs[1].data(), &lengths[1], outputs[2].data(), &lengths[2]),
+        kSafBadLength);
+    EXPECT_EQ(digest, 99u);
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(outputs[i], Bytes(outputs[i].size(), 0xA5)) << i << " if " << small << " is small";
+      EXPECT_EQ(lengths[i], outputs[i].size());
+    }
+  }
+  uint8_t attributes[4096] = {};
+  uint8_t value[31] = {};
+  uint32_t attributes_length = sizeof attributes;
+  uint32_t value_length = sizeof value;
+  uint32_t has_attributes = 99;
+  EXPECT_EQ(SAF_Ext_Pkcs7_ReadContentData(nullptr, with_attributes.data(), size_of(with_attributes),
+                                          &has_attributes, &digest, attributes, &attributes_length, value,
+                                          &value_length),
+            kSafBadLength);
+  EXPECT_EQ(has_attributes, 99u);
+  EXPECT_EQ(attributes[0], 0);
+}
+
+TEST_F(SignedMessages, NeedAPointerForEachLength) {
+  uint32_t code = 0;
+  const Bytes message = encode(kContainers[0], code);
+  for (size_t missing = 0; missing < 4; ++missing) {
+    uint8_t output[4096] = {};
+    uint32_t length = sizeof output;
+    uint32_t digest = 99;
+    const auto given = [&](size_t place, uint32_t* pointer) { return place == missing ? nullptr : pointer; };
+    for (uint8_t* const to : {static_cast<uint8_t*>(output), static_cast<uint8_t*>(nullptr)}) {
+      EXPECT_EQ(SAF_SM2_DecodeSignedData(nullptr, message.data(), size_of(message), to, given(0, &length),
+                                         given(1, &digest), to, given(2, &length), to, given(3, &length)),
+                kSafBadInput)
+          << missing;
+      EXPECT_EQ(
+          SAF_Ext_Pkcs7_ReadContentData(nullptr, message.data(), size_of(message), given(0, &digest),
+                                        given(1, &digest), to, given(2, &length), to, given(3, &length)),
+          kSafBadInput)
+          << missing;
+      EXPECT_EQ(digest, 99u);
+      EXPECT_EQ(length, sizeof output);
+    }
+  }
+}
+
+TEST_F(SignedMessages, NameTheDigestOfTheirKeyType) {
+  for (const Container& container : kContainers) {
+    for (const DigestId digest : {DigestId::sm3, DigestId::sha1, DigestId::sha256}) {
+      Container mixed = container;
+      mixed.digest = digest;
+      const uint32_t expected = container.sm2 == (digest == DigestId::sm3) ? kSafSuccess : kSafAlgorithm;
+      // A size query does not reach the local service, which would refuse it too.
+      const Bytes certificate = application().signing_certificate(container.name);
+      const auto function = container.sm2 ? SAF_SM2_EncodeSignedData : SAF_Pkcs7_EncodeSignedData;
+      uint32_t length = 0;
+      EXPECT_EQ(
+          function(application().handle(), mixed.name, mixed.length(), kSigningKey, certificate.data(),
+                   size_of(certificate), mixed.number(), kText.data(), size_of(kText), nullptr, &length),
+          expected)
+          << container.name << mixed.number();
+    }
+  }
+}
+
+TEST_F(SignedMessages, FilesAreSignedWithTheGivenUserId) {
+  write_file("signed_message_id.bin", kText);
+  const Container& container = kContainers[0];
+  const Bytes certificate = application().signing_certificate(container.name);
+  const ByteView id = as_bytes("another user");
+  uint32_t code = 0;
+  const Bytes signature = sized_output(
+      [&](uint8_t* output, uint32_t* length) {
+        return SAF_Ext_SignFile(application().handle(), container.name, container.length(),
+                                container.number(), id.data(), size_of(id), "signed_message_id.bin", output,
+                                length);
+      },
+      code);
+  ASSERT_EQ(code, kSafSuccess);
+  const auto verify = [&](ByteView with) {
+    return SAF_Ext_VerifySignFileByCert(container.number(), certificate.data(), size_of(certificate),
+                                        with.data(), size_of(with), "signed_message_id.bin", signature.data(),
+                                        size_of(signature));
+  };
+  EXPECT_EQ(verify(id), kSafSuccess);
+  EXPECT_EQ(verify({}), kSafHashNotEqual);
+  std::remove("signed_message_id.bin");
+}
+
+// DER of two numbers of 32 bytes, each with a zero in front.
+TEST_F(SignedMessages, SizeQueriesHaveRoomForTheLongestSignature) {
+  constexpr uint32_t kLongestSm2Signature = 72;
+  write_file("signed_message_size.bin", kText);
+  const Container& container = kContainers[0];
+  uint32_t length = 0;
+  EXPECT_EQ(SAF_Ext_SignFile(application().handle(), container.name, container.length(), container.number(),
+                             nullptr, 0, "signed_message_size.bin", nullptr, &length),
+            kSafSuccess);
+  EXPECT_EQ(length, kLongestSm2Signature);
+  std::remove("signed_message_size.bin");
+}
+
+// Content as the only element of the message's content: a DER element that is no octet string.
+Bytes message_over(const char* type, int form, const Bytes& signed_message) {
+  const Bytes inner = unwrap_content(signed_message, kGmTypes.signed_data, kGmTypes.signed_data);
+  const auto parsed = from_der<Pkcs7Signed>(d2i_PKCS7_SIGNED, inner, kPkcs7Format);
+  PKCS7* contents = parsed->contents;
+  ASN1_OBJECT_free(contents->type);
+  contents->type = object_of(type).release();
+  if (form != V_ASN1_OCTET_STRING) contents->d.other->type = form;
+  return wrap_content<const PKCS7_SIGNED>(kGmTypes.signed_data, i2d_PKCS7_SIGNED, parsed.get());
+}
+
+// Otherwise a time-stamp token could be turned into a message over data, signed by the TSA.
+TEST_F(SignedMessages, OverOtherContentKeepTheirIdentifiers) {
+  constexpr const char* kTimeStampInfo = "1.2.840.113549.1.9.16.1.4";
+  uint32_t code = 0;
+  const Bytes message = encode(kContainers[0], code);
+  ASSERT_EQ(code, kSafSuccess);
+  const auto replaced = [](ByteView input) {
+    uint32_t length = 0;
+    return SAF_Ext_ReplaceSM2Pkcs7SignedOID(1, input.data(), size_of(input), nullptr, &length);
+  };
+  EXPECT_EQ(replaced(message_over(kGmTypes.data, V_ASN1_OCTET_STRING, message)), kSafSuccess);
+  EXPECT_EQ(replaced(message_over(kTimeStampInfo, V_ASN1_OCTET_STRING, message)), kSafBadObject);
+  for (const int form : {V_ASN1_UTF8STRING, V_ASN1_BIT_STRING, V_ASN1_INTEGER})
+    EXPECT_EQ(replaced(message_over(kGmTypes.data, form, message)), kSafBadObject) << form;
+}
+
 }  // namespace
 }  // namespace velm::token
