@@ -1,4 +1,4 @@
-// Encodes and decodes a PIN with the modules, and looks for it in the memory that they leave.
+// Encodes, encrypts and decrypts a PIN with the modules, and looks for it in the memory that they leave.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -6,6 +6,8 @@
 
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
+#include "softtoken/crypto/envelope.h"
+#include "softtoken/tests/providers/running_service.h"
 #include "softtoken/tests/support/freed_blocks.h"
 
 namespace velm::token {
@@ -58,6 +60,45 @@ TEST(PinMemory, OfEncodersIsWiped) {
   const std::string_view left(stack, kStack);
   for (const char* text : kSecrets) EXPECT_EQ(left.find(text), std::string_view::npos) << text;
   for (const char* text : kLastGroups) EXPECT_EQ(left.find(text), std::string_view::npos) << text;
+}
+
+TEST(PinMemory, OfSymmetricOperationsIsWiped) {
+  static const uint8_t key[16] = {1};
+  static uint8_t output[256];
+  const FreedBlocks freed(kSecrets);
+  for (const char* secret : kSecrets) {
+    const auto size = static_cast<uint32_t>(std::strlen(secret));
+    uint32_t length = 0;
+    void* contexts[2] = {};
+    for (uint32_t direction = 0; direction < 2; ++direction) {
+      ASSERT_EQ(
+          VELM_Openssl_SymmAcquireContext(&contexts[direction], 108, direction, key, sizeof key, key, 2), 0);
+    }
+    ASSERT_EQ(
+        VELM_Openssl_Encrypt(contexts[1], reinterpret_cast<const uint8_t*>(secret), size, output, &length),
+        0);
+    ASSERT_EQ(VELM_Openssl_Decrypt(contexts[0], output, length, output, &length), 0);
+    ASSERT_EQ(std::string_view(reinterpret_cast<const char*>(output), length), secret);
+    for (void* context : contexts) EXPECT_EQ(VELM_Openssl_SymmReleaseCtx(context), 0);
+  }
+  for (size_t i = 0; i < std::size(kSecrets); ++i) EXPECT_EQ(freed.containing(i), 0u) << kSecrets[i];
+}
+
+// The content of an envelope that was opened in memory is only in the caller's buffer.
+TEST(PinMemory, OfOpenedEnvelopesIsWiped) {
+  Application application("pin_memory_test");
+  ASSERT_EQ(application.opened(), 0u);
+  const Certificate recipient = parse_certificate(application.encryption_certificate("SM2_TEST"));
+  const Bytes envelope = make_envelope(
+      recipient.get(), {reinterpret_cast<const uint8_t*>(kSecrets[2]), std::strlen(kSecrets[2])});
+  static uint8_t output[256];
+  uint32_t length = sizeof output;
+  const FreedBlocks freed(kSecrets);
+  ASSERT_EQ(SAF_Ext_CMS_DecodeEnvelopedData(application.handle(), "SM2_TEST", 8, envelope.data(),
+                                            size_of(envelope), output, &length),
+            0u);
+  ASSERT_EQ(std::string_view(reinterpret_cast<const char*>(output), length), kSecrets[2]);
+  EXPECT_EQ(freed.containing(2), 0u);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <set>
@@ -219,6 +220,87 @@ TEST(PinPrompt, StandsOnItsParentAndGivesItBack) {
   EXPECT_STREQ(pin, "12345678");
   EXPECT_TRUE(IsWindowEnabled(parent));
   DestroyWindow(parent);
+}
+
+// A parent may be closed between the call and the prompt.
+TEST(PinPrompt, NeedsNoParent) {
+  const HWND parent = CreateWindowExW(0, L"STATIC", L"parent", WS_OVERLAPPEDWINDOW, 0, 0, 300, 200, nullptr,
+                                      nullptr, nullptr, nullptr);
+  DestroyWindow(parent);
+  char pin[32] = {};
+  const int32_t result = prompt(
+      pin,
+      [](HWND window) {
+        type(window, "12345678");
+        press(window, VK_RETURN);
+      },
+      parent);
+  EXPECT_EQ(result, 0);
+  EXPECT_STREQ(pin, "12345678");
+}
+
+/** Number of places in a block of memory where a text is stored in UTF-16. */
+size_t wide_copies(const unsigned char* bytes, size_t size, const std::string& text) {
+  size_t found = 0;
+  for (size_t i = 0; i + 2 * text.size() <= size; i += 2) {
+    size_t same = 0;
+    while (same < text.size() && bytes[i + 2 * same] == static_cast<unsigned char>(text[same]) &&
+           bytes[i + 2 * same + 1] == 0)
+      ++same;
+    if (same == text.size()) ++found;
+  }
+  return found;
+}
+
+/** The same in everything that the process has written: heaps, stacks, data of modules. */
+size_t wide_copies_in_process(const std::string& text) {
+  static unsigned char piece[1 << 16];
+  size_t found = 0;
+  MEMORY_BASIC_INFORMATION region{};
+  for (const unsigned char* at = nullptr; VirtualQuery(at, &region, sizeof region) != 0;) {
+    const auto* const start = static_cast<const unsigned char*>(region.BaseAddress);
+    const auto* const end = start + region.RegionSize;
+    const DWORD writable = PAGE_READWRITE | PAGE_WRITECOPY | PAGE_EXECUTE_READWRITE | PAGE_EXECUTE_WRITECOPY;
+    const bool readable =
+        region.State == MEM_COMMIT && (region.Protect & writable) != 0 && (region.Protect & PAGE_GUARD) == 0;
+    // The pieces overlap, so that no text is between two of them.
+    for (at = start; readable && at < end; at += sizeof piece - 2 * text.size()) {
+      if (at <= piece + sizeof piece && at + sizeof piece >= piece) continue;
+      const auto left = static_cast<size_t>(end - at);
+      SIZE_T count = 0;
+      ReadProcessMemory(GetCurrentProcess(), at, piece, std::min(left, sizeof piece), &count);
+      found += wide_copies(piece, count, text);
+    }
+    at = end;
+  }
+  return found;
+}
+
+// The thread of the prompt goes on, so that its stack is searched too.
+TEST(PinPrompt, LeavesNoPinInTheProcess) {
+  const std::string typed = "Xq7zMv93 Kt";
+  const std::string part = typed.substr(0, 6);
+  for (const WPARAM key : {VK_RETURN, VK_ESCAPE}) {
+    const HANDLE ended = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    const HANDLE searched = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+    std::thread user([&] {
+      char pin[32] = {};
+      prompt(pin, [&](HWND window) {
+        type(window, typed);
+        EXPECT_GT(wide_copies_in_process(part), 0u) << "the field has one";
+        press(window, key);
+      });
+      SecureZeroMemory(pin, sizeof pin);
+      SetEvent(ended);
+      WaitForSingleObject(searched, INFINITE);
+    });
+    EXPECT_EQ(WaitForSingleObject(ended, 60'000), WAIT_OBJECT_0);
+    EXPECT_EQ(wide_copies_in_process(part), 0u) << "key " << key;
+    SetEvent(searched);
+    user.join();
+    CloseHandle(searched);
+    CloseHandle(ended);
+  }
 }
 
 TEST(PinPrompt, RefusesWhatItCannotDo) {
