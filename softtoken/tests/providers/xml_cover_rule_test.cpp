@@ -300,5 +300,25 @@ TEST(XmlCoverRule, RandomPrefixesInValuesAreCoveredIfTheirMeaningIs) {
   EXPECT_LT(allowed, 1200u);
 }
 
+// The name of the root uses the prefix, but the reference to the object does not cover the root.
+TEST(XmlCoverRule, PrefixesOfAnObjectAreCoveredInIt) {
+  const std::string exclusive = xml_method("Transform", kExclusive);
+  const std::string to_root = xml_element("Transforms", xml_method("Transform", kEnveloped) + exclusive);
+  const std::string to_object = xml_element("Transforms", exclusive);
+  const std::string root = "<p:root xmlns:p=\"urn:p\"></p:root>";
+  const auto code_of = [&](const std::string& content, const std::string& canonical_content) {
+    const std::string canonical = xml_element(
+        "Object", canonical_content, "xmlns=\"" + std::string(kXmlSignatureNamespace) + "\" Id=\"o\"");
+    const std::string references =
+        xml_reference(signer(), "", root, to_root) + xml_reference(signer(), "#o", canonical, to_object);
+    const std::string object_in_it = xml_element("Object", content, "Id=\"o\"");
+    std::string text = root;
+    return verify(text.insert(text.find("</"),
+                              xml_signature(signer(), references, xml_key_info(signer()), object_in_it)));
+  };
+  EXPECT_EQ(code_of("<e v=\"p:a\"></e>", "<e v=\"p:a\"></e>"), kSafBadObject);
+  EXPECT_EQ(code_of("<p:e v=\"p:a\"></p:e>", "<p:e xmlns:p=\"urn:p\" v=\"p:a\"></p:e>"), kSafSuccess);
+}
+
 }  // namespace
 }  // namespace velm::token
