@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+
 #include "provider_abi/velm_client_saf.h"
 #include "provider_abi/velm_openssl_api.h"
 #include "softtoken/tests/providers/expected_codes.h"
@@ -133,6 +136,26 @@ TEST(CertificateItems, HoldThePublicKeyAndTheNames) {
     item(0x7777, code);
     EXPECT_EQ(code, kSafNotSupported);
   }
+}
+
+// The library and modules of other makers share the layout, so it is tested without the header.
+TEST(CertificateRecord, HasItsNumbersAtFixedPlaces) {
+  constexpr size_t kTypeAt = 36;
+  constexpr size_t kLengthAt = 1172;
+  const Signer& signer = rsa_2048_signer();
+  Bytes record(6008);
+  ASSERT_EQ(VELM_Openssl_ParseCertInfo(signer.certificate.data(), signer.certificate_length(), 17, 0,
+                                       record.data()),
+            0);
+  const auto take_number = [&](size_t at) {
+    uint32_t number = 0;
+    std::memcpy(&number, record.data() + at, sizeof number);
+    std::fill_n(record.begin() + static_cast<ptrdiff_t>(at), sizeof number, uint8_t{0});
+    return number;
+  };
+  EXPECT_EQ(take_number(kTypeAt), 1u);
+  EXPECT_EQ(take_number(kLengthAt), 270u);
+  EXPECT_EQ(record, Bytes(6008)) << "something else was written";
 }
 
 TEST(CertificateRecord, HoldsTypeAndKeyLength) {
