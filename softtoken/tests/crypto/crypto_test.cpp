@@ -254,6 +254,12 @@ TEST(SignedMessages, ContentOfAnotherTypeOfPkcs7IsNoData) {
   }
 }
 
+// The first 32 of the 64 bytes in RFC 7914 section 12, which uses the same N, r and p.
+TEST(KeyProtection, ThePinKeyIsThatOfThePublishedVector) {
+  const SecretBytes key = pin_key(as_bytes("pleaseletmein"), as_bytes("SodiumChloride"));
+  EXPECT_EQ(copy_of(key), from_hex("7023BDCB3AFD7348461C06CD81FD38EBFDA8FBBA904F8E3EA9B543F6545DA1F2"));
+}
+
 TEST(KeyProtection, OpensWithItsKeyAndPurposeOnly) {
   const SecretBytes key = pin_key(as_bytes("1234"), Bytes(kSaltSize, 1));
   EXPECT_NE(key, pin_key(as_bytes("1235"), Bytes(kSaltSize, 1)));
