@@ -115,6 +115,55 @@ TEST(Base64, VectorsAcceptTheDigitsAndNothingElse) {
   }
 }
 
+// Every byte at every place of texts of every length up to two vectors and one more group: the answer is that
+// of a decoder of one line, written from RFC 4648.
+TEST(Base64, EveryByteAtEveryPlaceIsJudgedAsTheStandardSays) {
+  const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  const auto expected = [&](std::string text) -> std::optional<Bytes> {
+    std::erase_if(text, [](char c) { return c == '\r' || c == '\n'; });
+    const size_t end = text.find_last_not_of('=') + 1;
+    if (text.size() % 4 != 0 || text.size() - end > 2) return std::nullopt;
+    Bytes bytes;
+    uint32_t bits = 0;
+    for (size_t i = 0; i < text.size(); ++i) {
+      const size_t value = i < end ? alphabet.find(text[i]) : 0;
+      if (value == std::string::npos) return std::nullopt;
+      bits = bits << 6 | static_cast<uint32_t>(value);
+      if (i % 4 != 3) continue;
+      for (const int shift : {16, 8, 0}) bytes.push_back(static_cast<uint8_t>(bits >> shift));
+    }
+    bytes.resize(bytes.size() - (text.size() - end));
+    return bytes;
+  };
+  for (size_t size = 1; size <= 27; ++size) {
+    const std::string text = base64_encode(random_sample(size));
+    for (size_t place = 0; place < text.size(); ++place) {
+      for (int value = 0; value < 256; ++value) {
+        std::string changed = text;
+        changed[place] = static_cast<char>(value);
+        ASSERT_EQ(base64_decode(changed), expected(changed)) << size << " " << place << " " << value;
+      }
+    }
+  }
+}
+
+// Texts cut and lengthened by line breaks and digits, round the 64 digits that are decoded at once.
+TEST(Base64, LineBreaksAnywhereChangeNothing) {
+  for (size_t size = 0; size <= 99; ++size) {
+    const Bytes bytes = random_sample(size);
+    const std::string text = base64_encode(bytes);
+    for (size_t place = 0; place <= text.size(); ++place) {
+      for (const char* line_break : {"\n", "\r\n", "\r\r\n\n"}) {
+        std::string broken = text;
+        broken.insert(place, line_break);
+        ASSERT_EQ(base64_decode(broken), bytes) << size << " " << place;
+        ASSERT_GE(base64_decoded_length(broken), bytes.size());
+      }
+      ASSERT_EQ(base64_decode(text.substr(0, place)).has_value(), place % 4 == 0) << size << " " << place;
+    }
+  }
+}
+
 TEST(Base64, OfEverySizeUsesNoByteBehindTheBuffer) {
   constexpr uint8_t kGuard = 0xA5;
   for (size_t size = 0; size < 4200; size += size < 20 ? 1 : 83) {
