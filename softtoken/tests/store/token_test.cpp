@@ -228,43 +228,6 @@ TEST_F(TokenTest, UserFilesGrowWithZerosUpToTheirLimit) {
   EXPECT_EQ(code_of([&] { write_user_file(s, id, 1, 2, 0xFFFFFFFF, as_bytes("x")); }), kNoSpace);
 }
 
-// A certificate made longer than usual by a comment of `length` characters.
-Certificate certificate_with_comment(Store& store, EVP_PKEY* key, size_t length) {
-  const Authority authority = store.authority(KeyKind::rsa);
-  const time_t now = std::time(nullptr);
-  Certificate certificate =
-      issue_certificate(authority, key, {"Somebody", Usage::signing, now - kDay, now + kDay});
-  const std::string comment(length, 'c');
-  const Handle<X509_EXTENSION, X509_EXTENSION_free> extension(
-      X509V3_EXT_conf_nid(nullptr, nullptr, NID_netscape_comment, comment.c_str()));
-  EXPECT_EQ(X509_add_ext(certificate.get(), extension.get(), -1), 1);
-  EXPECT_GT(X509_sign(certificate.get(), authority.key.get(), EVP_sha256()), 0);
-  return certificate;
-}
-
-TEST_F(TokenTest, ACertificateTooLongForClientsIsNotImported) {
-  Key key = generate_rsa_key(1024);
-  const size_t usual = certificate_der(certificate_with_comment(token.store(), key.get(), 1000).get()).size();
-  Credential longest{std::move(key), nullptr};
-  longest.certificate = certificate_with_comment(token.store(), longest.key.get(), 1000 + 2048 - usual);
-  token.import_container("LONGEST", longest, kPin);
-  EXPECT_EQ(token.container("LONGEST").signing_certificate.size(), 2048u);
-  longest.certificate = certificate_with_comment(token.store(), longest.key.get(), 1000 + 2049 - usual);
-  EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", longest, kPin); }), kBadLength);
-}
-
-TEST_F(TokenTest, AnRsaKeyTooLongForClientsIsNotImported) {
-  // RSAPublicKey: a modulus of 4,104 bits and 65537. The key is rejected before use, so the modulus needs no
-  // prime factors.
-  Bytes public_key = from_hex("3082020B0282020200");
-  public_key.resize(public_key.size() + 513, 0x81);
-  for (const uint8_t byte : from_hex("0203010001")) public_key.push_back(byte);
-  Credential credential{public_key_from(public_key), nullptr};
-  ASSERT_EQ(bits_of(credential.key.get()), 4104u);
-  credential.certificate = certificate_with_comment(token.store(), credential.key.get(), 1);
-  EXPECT_EQ(code_of([&] { token.import_container("TOO_LONG", credential, kPin); }), kBadLength);
-}
-
 TEST(StoreCreation, AnIncompleteStoreDoesNotExist) {
   TemporaryStore folder;
   const std::filesystem::path file = folder.file().replace_filename("other.db");
