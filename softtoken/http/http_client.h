@@ -17,7 +17,7 @@ struct HttpRequest {
   std::string content_type{};
   ByteView body{};
   std::chrono::milliseconds connect_timeout{5000};
-  /** Longest silence of the server. */
+  /** Longest time until the header of the answer is complete, and longest silence within its body. */
   std::chrono::milliseconds answer_timeout{5000};
   size_t answer_limit = size_t{64} * 1024 * 1024;
 };
