@@ -1,7 +1,12 @@
 // Ends the process inside scrypt, where an attacker would, and looks at the PIN retry counter that is left.
+// Holds threads inside scrypt, where they would meet if correct PINs were not tried one after the other.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <condition_variable>
 #include <functional>
+#include <mutex>
+#include <thread>
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -14,6 +19,24 @@ namespace {
 constexpr int kEndedInScrypt = 7;
 bool g_ends_in_scrypt = false;
 
+/** Holds threads until as many have come as there are PIN tries, or for a moment. */
+class Meeting {
+ public:
+  void wait() {
+    std::unique_lock lock(mutex_);
+    if (++came_ >= 10) all_.notify_all();
+    all_.wait_for(lock, std::chrono::milliseconds(200), [&] { return came_ >= 10; });
+    --came_;
+  }
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable all_;
+  int came_ = 0;
+};
+
+Meeting* g_meeting = nullptr;
+
 }  // namespace
 
 extern "C" {
@@ -25,6 +48,7 @@ int __wrap_EVP_PBE_scrypt(const char* pass, size_t pass_size, const unsigned cha
                           uint64_t, uint64_t, uint64_t, uint64_t memory, unsigned char* key,
                           size_t key_size) {
   if (g_ends_in_scrypt) _exit(kEndedInScrypt);
+  if (g_meeting != nullptr) g_meeting->wait();
   return __real_EVP_PBE_scrypt(pass, pass_size, salt, salt_size, 2, 1, 1, memory, key, key_size);
 }
 
@@ -77,6 +101,30 @@ TEST(PinTry, IsTakenBeforeThePinIsTried) {
     Token token(store.file());
     EXPECT_EQ(code_of([&] { token.login("A", kPin); }), kPinLocked) << name;
   }
+}
+
+// More threads than tries: if they met, the counter would be 0 although every PIN is correct.
+TEST(PinTry, CorrectPinsAreTriedOneAfterTheOther) {
+  const std::pair<const char*, Call> calls[] = {
+      {"login", [](Token& token) { token.login("A", kPin); }},
+      {"check_pin", [](Token& token) { token.check_pin("A", kPin); }},
+      {"change_pin", [](Token& token) { token.change_pin("A", kPin, kPin); }},
+  };
+  const TemporaryStore store;
+  Token token(store.file());
+  token.add_container({.name = "A"}, kPin);
+  Meeting meeting;
+  g_meeting = &meeting;
+  for (const auto& [name, call] : calls) {
+    std::atomic<int> failed = 0;
+    std::vector<std::thread> threads;
+    for (uint32_t thread = 0; thread < kPinRetries + 2; ++thread)
+      threads.emplace_back([&, &call = call] { failed += code_of([&] { call(token); }) != kSuccess; });
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(failed, 0) << name;
+    EXPECT_EQ(token.pin_retries("A"), kPinRetries) << name;
+  }
+  g_meeting = nullptr;
 }
 
 }  // namespace

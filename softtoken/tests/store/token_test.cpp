@@ -98,6 +98,17 @@ TEST_F(TokenTest, PinsHaveFourToThirtyOneBytes) {
   token.login("A", Bytes(4, 'y'));
 }
 
+// As a client sends it in GBK: 31 bytes are 46 in UTF-8, and 3 bytes are 4.
+TEST_F(TokenTest, TheLengthOfAPinIsThatOfTheFormInWhichItWasSent) {
+  const auto change = [&](size_t utf8_size, size_t sent_size) {
+    return code_of([&] { token.change_pin("A", kPin, Pin(SecretBytes(utf8_size, 'x'), sent_size)); });
+  };
+  EXPECT_EQ(change(46, 32), kBadInput);
+  EXPECT_EQ(change(4, 3), kBadInput);
+  EXPECT_EQ(change(46, 31), kSuccess);
+  token.login("A", Bytes(46, 'x'));
+}
+
 TEST_F(TokenTest, AnIdleSessionEnds) {
   Sessions sessions;
   sessions.set_idle_limit(std::chrono::minutes(5));
@@ -159,6 +170,9 @@ TEST_F(TokenTest, ASecondReadingOfANameAppliesIfTheFirstIsUnknown) {
   EXPECT_EQ(token.container_id({"unknown", "A"}), a);
   EXPECT_EQ(token.container_id({"A", "B"}), a);
   EXPECT_EQ(token.container_id({"B", "A"}), b);
+  EXPECT_EQ(token.container({"unknown", "A"}).id, a);
+  EXPECT_EQ(token.container({"A", "B"}).id, a);
+  EXPECT_EQ(token.container({"B", "A"}).id, b);
   EXPECT_EQ(code_of([&] { token.container_id({"unknown", "too"}); }), kNoSuchContainer);
   EXPECT_EQ(code_of([&] { token.container_id(""); }), kNoSuchContainer);
 }
