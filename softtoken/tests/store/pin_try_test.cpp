@@ -3,9 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <condition_variable>
+#include <chrono>
 #include <functional>
-#include <mutex>
+#include <future>
+#include <semaphore>
 #include <thread>
 
 #include <sys/wait.h>
@@ -19,23 +20,19 @@ namespace {
 constexpr int kEndedInScrypt = 7;
 bool g_ends_in_scrypt = false;
 
-/** Holds threads until as many have come as there are PIN tries, or for a moment. */
-class Meeting {
- public:
-  void wait() {
-    std::unique_lock lock(mutex_);
-    if (++came_ >= 10) all_.notify_all();
-    all_.wait_for(lock, std::chrono::milliseconds(200), [&] { return came_ >= 10; });
-    --came_;
-  }
+/** Holds the first thread that comes, and says that it has come. */
+struct Hold {
+  std::atomic<bool> taken = false;
+  std::binary_semaphore came{0};
 
- private:
-  std::mutex mutex_;
-  std::condition_variable all_;
-  int came_ = 0;
+  void wait() {
+    if (taken.exchange(true)) return;
+    came.release();
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+  }
 };
 
-Meeting* g_meeting = nullptr;
+Hold* g_hold = nullptr;
 
 }  // namespace
 
@@ -48,7 +45,7 @@ int __wrap_EVP_PBE_scrypt(const char* pass, size_t pass_size, const unsigned cha
                           uint64_t, uint64_t, uint64_t, uint64_t memory, unsigned char* key,
                           size_t key_size) {
   if (g_ends_in_scrypt) _exit(kEndedInScrypt);
-  if (g_meeting != nullptr) g_meeting->wait();
+  if (g_hold != nullptr) g_hold->wait();
   return __real_EVP_PBE_scrypt(pass, pass_size, salt, salt_size, 2, 1, 1, memory, key, key_size);
 }
 
@@ -103,28 +100,31 @@ TEST(PinTry, IsTakenBeforeThePinIsTried) {
   }
 }
 
-// More threads than tries: if they met, the counter would be 0 although every PIN is correct.
+// With one try left, a second thread in scrypt would find the PIN locked although both PINs are correct.
 TEST(PinTry, CorrectPinsAreTriedOneAfterTheOther) {
   const std::pair<const char*, Call> calls[] = {
       {"login", [](Token& token) { token.login("A", kPin); }},
       {"check_pin", [](Token& token) { token.check_pin("A", kPin); }},
       {"change_pin", [](Token& token) { token.change_pin("A", kPin, kPin); }},
   };
-  const TemporaryStore store;
-  Token token(store.file());
-  token.add_container({.name = "A"}, kPin);
-  Meeting meeting;
-  g_meeting = &meeting;
   for (const auto& [name, call] : calls) {
-    std::atomic<int> failed = 0;
-    std::vector<std::thread> threads;
-    for (uint32_t thread = 0; thread < kPinRetries + 2; ++thread)
-      threads.emplace_back([&, &call = call] { failed += code_of([&] { call(token); }) != kSuccess; });
-    for (std::thread& thread : threads) thread.join();
-    EXPECT_EQ(failed, 0) << name;
+    const TemporaryStore store;
+    Token token(store.file());
+    token.add_container({.name = "A"}, kPin);
+    while (token.pin_retries("A") > 1) code_of([&] { token.check_pin("A", kWrong); });
+    Hold hold;
+    g_hold = &hold;
+    const auto in_a_thread = [&, &call = call] {
+      return std::async(std::launch::async, [&] { return code_of([&] { call(token); }); });
+    };
+    auto first = in_a_thread();
+    EXPECT_TRUE(hold.came.try_acquire_for(std::chrono::seconds(30))) << name << " tries no PIN";
+    auto second = in_a_thread();
+    EXPECT_EQ(second.get(), kSuccess) << name << " did not wait for the PIN that is being tried";
+    EXPECT_EQ(first.get(), kSuccess) << name;
+    g_hold = nullptr;
     EXPECT_EQ(token.pin_retries("A"), kPinRetries) << name;
   }
-  g_meeting = nullptr;
 }
 
 }  // namespace
