@@ -1,5 +1,6 @@
 """Tests `sof log`: the texts of result codes, colours, following, and verbose logging."""
 
+import os
 import time
 import unittest
 
@@ -37,6 +38,23 @@ class LogCommand(SofCase):
         ((code, text),) = line["codes"].items()
         self.assertIn(code, line["message"])
         self.assertIn(f"{line['message']}  ({code} {text})\n", self.done("log").text)
+
+    def test_only_complete_lines_are_shown(self):
+        self.lines_of(self.FAILING)
+        path = self.unix_path(self.json("log")["path"])
+        before = len(self.lines())
+        with open(path, "ab") as log:
+            log.write(b"[IFO|half a line")
+            log.flush()
+            self.assertEqual(len(self.lines()), before)
+            log.write(b", and the rest\r\n")
+        (line,) = self.lines()[before:]
+        self.assertEqual(line["message"], "[IFO|half a line, and the rest")
+
+    @staticmethod
+    def unix_path(path):
+        drive, rest = path.split(":")
+        return os.path.join(os.environ["WINEPREFIX"], f"drive_{drive.lower()}", *rest.split("\\"))
 
     def test_colours_are_for_consoles(self):
         self.lines_of(self.FAILING)
