@@ -115,8 +115,8 @@ TEST(Base64, VectorsAcceptTheDigitsAndNothingElse) {
   }
 }
 
-// Every byte at every place of texts of every length up to two vectors and one more group: the answer is that
-// of a decoder of one line, written from RFC 4648.
+// Every byte at every place of texts of up to two vectors and one more group, compared with a simple decoder
+// written from RFC 4648.
 TEST(Base64, EveryByteAtEveryPlaceIsJudgedAsTheStandardSays) {
   const std::string alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   const auto expected = [&](std::string text) -> std::optional<Bytes> {
@@ -147,7 +147,7 @@ TEST(Base64, EveryByteAtEveryPlaceIsJudgedAsTheStandardSays) {
   }
 }
 
-// Texts cut and lengthened by line breaks and digits, round the 64 digits that are decoded at once.
+// Line breaks at every place, and texts cut at every place, around the 64 digits that are decoded at once.
 TEST(Base64, LineBreaksAnywhereChangeNothing) {
   for (size_t size = 0; size <= 99; ++size) {
     const Bytes bytes = random_sample(size);

@@ -1,5 +1,6 @@
-// A store that version 1.0.0 made, with two containers: it must open with its PINs. kept/envelope.der is a
-// digital envelope for OLD_SM2. Kept files are never made again: a change that needs that loses users' keys.
+// A store with two containers that an earlier program made: it must open with its PINs. kept/envelope.der is
+// a digital envelope for OLD_SM2. Kept files are never made again: a change that needs that loses users'
+// keys.
 #include <gtest/gtest.h>
 
 #include <fstream>
