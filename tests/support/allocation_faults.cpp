@@ -18,7 +18,20 @@ struct AllocationFaults::Watch {
   size_t fail_countdown = 0;
   bool has_failed = false;
   bool fails_on = false;  // every later allocation fails too
+
+  // The replaced functions: those of the C runtime, or of a guarded heap.
+  decltype(&std::malloc) malloc = std::malloc;
+  decltype(&std::calloc) calloc = std::calloc;
+  decltype(&std::realloc) realloc = std::realloc;
+  decltype(&std::free) free = std::free;
   std::vector<std::unique_ptr<ImportPatch>> patches;
+
+  template <class Function>
+  void replace(HMODULE module, const char* name, Function* replacement, Function*& original) {
+    if (!ImportPatch::is_imported(module, "msvcrt.dll", name)) return;
+    patches.push_back(std::make_unique<ImportPatch>(module, "msvcrt.dll", name, replacement));
+    original = patches.back()->original<Function*>();
+  }
 
   // Returns true if this allocation must fail.
   bool fails(size_t size) {
@@ -53,43 +66,32 @@ namespace {
 AllocationFaults::Watch* watch = nullptr;
 
 void* watched_malloc(size_t size) {
-  return watch->fails(size) ? nullptr : watch->took(std::malloc(size), size);
+  return watch->fails(size) ? nullptr : watch->took(watch->malloc(size), size);
 }
 
 void* watched_calloc(size_t count, size_t size) {
-  return watch->fails(count * size) ? nullptr : watch->took(std::calloc(count, size), count * size);
+  return watch->fails(count * size) ? nullptr : watch->took(watch->calloc(count, size), count * size);
 }
 
 void* watched_realloc(void* block, size_t size) {
   if (watch->fails(size)) return nullptr;
   watch->gave_back(block);
-  return watch->took(std::realloc(block, size), size);
+  return watch->took(watch->realloc(block, size), size);
 }
 
 void watched_free(void* block) {
   watch->gave_back(block);
-  std::free(block);
+  watch->free(block);
 }
-
-struct Replacement {
-  const char* name;
-  void* function;
-};
-
-const Replacement kReplacements[] = {{"malloc", reinterpret_cast<void*>(&watched_malloc)},
-                                     {"calloc", reinterpret_cast<void*>(&watched_calloc)},
-                                     {"realloc", reinterpret_cast<void*>(&watched_realloc)},
-                                     {"free", reinterpret_cast<void*>(&watched_free)}};
 
 }  // namespace
 
 AllocationFaults::AllocationFaults(HMODULE module) : watch_(std::make_unique<Watch>()) {
   watch = watch_.get();
-  for (const Replacement& replacement : kReplacements) {
-    if (!ImportPatch::is_imported(module, "msvcrt.dll", replacement.name)) continue;
-    watch_->patches.push_back(
-        std::make_unique<ImportPatch>(module, "msvcrt.dll", replacement.name, replacement.function));
-  }
+  watch->replace(module, "malloc", watched_malloc, watch->malloc);
+  watch->replace(module, "calloc", watched_calloc, watch->calloc);
+  watch->replace(module, "realloc", watched_realloc, watch->realloc);
+  watch->replace(module, "free", watched_free, watch->free);
 }
 
 AllocationFaults::~AllocationFaults() {

@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "support/guarded_heap.h"
 #include "support/log_reader.h"
 #include "support/program_folder.h"
 #include "support/standins.h"
@@ -22,6 +23,7 @@ HMODULE load() {
   if (!module) {
     throw std::runtime_error("velm_sof_client.dll cannot be loaded: " + std::to_string(GetLastError()));
   }
+  guard_heap_of(module);
   return module;
 }
 
@@ -32,8 +34,10 @@ ClientLibrary::ClientLibrary(Marker marker) : marker_(marker), module_(load()) {
 ClientLibrary::~ClientLibrary() { unload(); }
 
 void ClientLibrary::unload() {
-  if (module_) FreeLibrary(module_);
+  if (!module_) return;
+  FreeLibrary(module_);
   module_ = nullptr;
+  if (!GetModuleHandleW(library_path().c_str())) expect_no_guarded_blocks();
 }
 
 }  // namespace velm::test

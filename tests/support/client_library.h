@@ -1,5 +1,5 @@
 // Loads the library under test: velm_sof_client.dll from the test program's folder. Each ClientLibrary starts
-// with fresh library state. The provider modules are the stand-ins.
+// with fresh library state and a guarded heap (guarded_heap.h). The provider modules are the stand-ins.
 //
 //   ClientLibrary library;                        // or library{Marker::kPresent}: every log line is written
 //   EXPECT_EQ(library.SOF_Initialize(), SOR_OK);

@@ -44,7 +44,9 @@ ImportPatch::ImportPatch(HMODULE module, const char* dll, const char* function, 
   write(entry_, replacement);
 }
 
-ImportPatch::~ImportPatch() { write(entry_, original_); }
+ImportPatch::~ImportPatch() {
+  if (entry_) write(entry_, original_);
+}
 
 bool ImportPatch::is_imported(HMODULE module, const char* dll, const char* function) {
   return find_entry(module, dll, function) != nullptr;

@@ -28,6 +28,9 @@ class ImportPatch {
     return reinterpret_cast<Function>(original_);
   }
 
+  // Keeps the replacement beyond the lifetime of the patch.
+  void keep() { entry_ = nullptr; }
+
   static bool is_imported(HMODULE module, const char* dll, const char* function);
 
  private:

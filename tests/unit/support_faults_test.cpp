@@ -1,5 +1,6 @@
 // Guarded memory, patched imports, failing allocations and child processes.
 #include <gmock/gmock.h>
+#include <gtest/gtest-spi.h>
 
 #include <cstdio>
 #include <string>
@@ -74,6 +75,72 @@ TEST(GuardedMemory, GuardsInputs) {
   EXPECT_EQ(bytes.size(), 3u);
   EXPECT_EQ(std::string(reinterpret_cast<const char*>(bytes.data()), 3), std::string("a\0b", 3));
   EXPECT_EQ(GuardedBytes("").size(), 0u);
+}
+
+// A block of the library's heap, which is guarded.
+struct LibraryBlock {
+  explicit LibraryBlock(size_t size)
+      : bytes(library.function<volatile uint8_t*(size_t)>("cJSON_malloc")(size)) {}
+  void free() { library.function<void(volatile uint8_t*)>("cJSON_free")(bytes); }
+
+  const Standins standins;
+  const ClientLibrary library;
+  volatile uint8_t* bytes;
+};
+
+// Writes one byte at an offset of a block of the library; the third argument tells whether it was freed
+// before.
+CHILD_PROCESS(writes_to_the_heap) {
+  LibraryBlock block(std::stoul(arguments[0]));
+  if (arguments[2] == "freed") block.free();
+  block.bytes[std::stoul(arguments[1])] = 1;
+  TerminateProcess(GetCurrentProcess(), 0);
+  return 1;
+}
+
+TEST(GuardedHeap, AnAccessOutsideABlockFaults) {
+  const auto result = [](const char* size, const char* offset, const char* state) {
+    return run_child("writes_to_the_heap", {size, offset, state}).exit_code;
+  };
+  EXPECT_EQ(result("16", "15", "allocated"), 0u);
+  EXPECT_EQ(result("16", "16", "allocated"), kAccessViolation);
+  EXPECT_EQ(result("4096", "4096", "allocated"), kAccessViolation);
+  EXPECT_EQ(result("1000001", "1000016", "allocated"), kAccessViolation);
+  EXPECT_EQ(result("0", "0", "allocated"), kAccessViolation);
+  EXPECT_EQ(result("16", "0", "freed"), kAccessViolation);
+}
+
+TEST(GuardedHeap, AWriteNextToABlockIsReported) {
+  for (const ptrdiff_t offset : {-1, 10, 15}) {
+    LibraryBlock block(10);
+    block.bytes[offset] = 1;
+    EXPECT_NONFATAL_FAILURE(block.free(), "write outside a block of 10 bytes");
+  }
+}
+
+TEST(GuardedHeap, ReallocatedBlocksKeepTheirContent) {
+  const Standins standins;
+  const ClientLibrary library;
+  const auto parse = library.function<void*(const char*)>("cJSON_Parse");
+  const auto print = library.function<char*(const void*)>("cJSON_PrintUnformatted");
+  const auto remove = library.function<void(void*)>("cJSON_Delete");
+  const auto release = library.function<void(void*)>("cJSON_free");
+  const std::string text = R"({"a":")" + std::string(10'000, 'x') + R"("})";
+  void* document = parse(text.c_str());
+  char* printed = print(document);
+  EXPECT_EQ(printed, text);
+  release(printed);
+  remove(document);
+}
+
+TEST(GuardedHeap, NewBlocksAreNotZeroed) {
+  LibraryBlock block(10);
+  EXPECT_NE(block.bytes[0], 0);
+  block.free();
+}
+
+TEST(GuardedHeap, BlocksLeftAfterTheUnloadAreReported) {
+  EXPECT_NONFATAL_FAILURE(LibraryBlock(10), "a block of 10 bytes is left");
 }
 
 // Not inlined: within one function the compiler treats an import as a constant.
