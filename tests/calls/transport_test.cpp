@@ -361,13 +361,14 @@ TEST_F(PlatformCalls, AFailingReadEndsTheBodyWithoutAnError) {
 // An answer that WinHTTP reports as one piece, as large as three chunks.
 constexpr DWORD kChunk = 1 << 20, kPiece = 3 << 20;
 DWORD piece_left = 0;
+DWORD piece_size = kPiece;
 
 BOOL WINAPI query_piece(HINTERNET, LPDWORD available) {
   *available = std::exchange(piece_left, 0);
   return TRUE;
 }
 BOOL WINAPI read_piece(HINTERNET, LPVOID buffer, DWORD length, LPDWORD received) {
-  EXPECT_EQ(length, kPiece);
+  EXPECT_EQ(length, piece_size);
   std::memset(buffer, 'x', length);
   *received = length;
   return TRUE;
@@ -398,6 +399,47 @@ TEST_F(PlatformCalls, PieceAboveAChunkIsReadAtOnce) {
   EXPECT_EQ(memory.outstanding(), 0u);
   EXPECT_THAT(recorded.opened, testing::SizeIs(3));
   EXPECT_EQ(recorded.closed, recorded.opened);
+}
+
+// The library's heap is guarded: a piece that exceeds its buffer ends the test.
+TEST_F(PlatformCalls, PiecesAroundTheChunkFit) {
+  const ImportPatch query_all(module, "winhttp.dll", "WinHttpQueryDataAvailable", query_piece);
+  const ImportPatch read_all(module, "winhttp.dll", "WinHttpReadData", read_piece);
+  service.responds([](const Request&) { return json(kSuccess); });
+  for (const DWORD size : {kChunk - 1, kChunk, kChunk + 1, kChunk * 3 / 2, 2 * kChunk, 2 * kChunk + 1}) {
+    recorded = {};
+    piece_left = piece_size = size;
+    EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR) << size;
+  }
+  piece_size = kPiece;
+}
+
+// The sizes of the pieces of a body. Only the first 128 bytes of a piece are written.
+std::vector<DWORD> sizes_left;
+
+BOOL WINAPI query_sizes(HINTERNET, LPDWORD available) {
+  *available = sizes_left.empty() ? 0 : 128;
+  return TRUE;
+}
+BOOL WINAPI read_sizes(HINTERNET, LPVOID buffer, DWORD length, LPDWORD received) {
+  std::memset(buffer, ' ', length);
+  std::memcpy(buffer, kSuccess, std::strlen(kSuccess));
+  *received = sizes_left.front();
+  sizes_left.erase(sizes_left.begin());
+  return TRUE;
+}
+
+// The capacity is 128 bytes, which the sizes of the second body are as a 32-bit number.
+TEST_F(PlatformCalls, ABodyAbove4GiBIsRefused) {
+  const ImportPatch query_all(module, "winhttp.dll", "WinHttpQueryDataAvailable", query_sizes);
+  const ImportPatch read_all(module, "winhttp.dll", "WinHttpReadData", read_sizes);
+  service.answers(json(kSuccess), json(kSuccess));
+  sizes_left = {128};
+  EXPECT_EQ(library.SOF_Initialize(), SOR_OK);
+  recorded = {};
+  sizes_left = {128, 0x80000000, 0x80000000};
+  EXPECT_EQ(library.SOF_Initialize(), SOR_JSONPARSEERR);
+  EXPECT_THAT(log.errors(), ElementsAre("SOF_Initialize->cJSON_Parse []"));
 }
 
 size_t WINAPIV too_long(wchar_t*, const char*, size_t) { return 2000; }

@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "robustness/random_source.h"
 #include "robustness/service_functions.h"
+#include "support/random_source.h"
 
 namespace velm::test {
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "robustness/random_source.h"
 #include "support/answer.h"
+#include "support/random_source.h"
 
 namespace velm::test {
 

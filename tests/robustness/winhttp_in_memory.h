@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "robustness/random_source.h"
 #include "support/import_patch.h"
+#include "support/random_source.h"
 
 namespace velm::test {
 

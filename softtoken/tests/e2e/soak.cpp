@@ -17,8 +17,8 @@
 #include <vector>
 
 #include "service_process.h"
-#include "tests/robustness/random_source.h"
 #include "tests/support/process_usage.h"
+#include "tests/support/random_source.h"
 #include "velm_sof_client.h"
 
 namespace {

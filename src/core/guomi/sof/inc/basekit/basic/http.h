@@ -8,9 +8,9 @@
 #include <clocale>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
+#include "basekit/basic/bounded_body.h"
 #include "basekit/basic/http_url.h"
 #include "basekit/basic/log.h"
 #include "winhttp/exchange.h"
@@ -20,7 +20,6 @@ namespace velm::xhttp {
 enum Result : int32_t { kDone = 0, kFailed = -1, kTimedOut = -10, kCannotConnect = -57 };
 
 constexpr int kTimeoutMilliseconds = 10'000;
-constexpr DWORD kChunkBytes = 1'048'576;
 
 inline constinit log::Unit log_unit{R"(..\..\src\core\guomi\sof\inc\basekit\basic\http.h)"};
 
@@ -36,38 +35,6 @@ inline std::wstring header_text(const wchar_t* content_type, const wchar_t* char
   if (charset) text += std::wstring(L"charset=") + charset + L";";
   return text;
 }
-
-// Stores the body in `response`, which may be null. Bytes beyond `capacity` are read and counted, but
-// dropped.
-class BoundedBody {
- public:
-  BoundedBody(void* response, uint32_t capacity)
-      : response_(static_cast<char*>(response)), capacity_(response ? capacity : 0) {}
-
-  char* room(DWORD count) {
-    if (count > chunk_size_) {
-      chunk_.reset();
-      chunk_ = std::make_unique_for_overwrite<char[]>(count);
-      chunk_size_ = count;
-    }
-    return chunk_.get();
-  }
-  void received(DWORD count) {
-    if (total_ < capacity_) {
-      const uint64_t left = capacity_ - total_;
-      std::memcpy(response_ + total_, chunk_.get(), count < left ? count : left);
-    }
-    total_ += count;
-  }
-  uint64_t total() const { return total_; }
-
- private:
-  char* response_;
-  uint64_t capacity_;
-  uint64_t total_ = 0;
-  DWORD chunk_size_ = kChunkBytes;
-  std::unique_ptr<char[]> chunk_ = std::make_unique_for_overwrite<char[]>(kChunkBytes);
-};
 
 // Sends one request and reads the response. `proxy`, `charset`, `agent` and `content_type` may be null.
 // In: *response_length is the size of `response`. Out: the number of bytes received, which exceeds that size
@@ -104,7 +71,7 @@ inline int32_t xhttp_request_w(const wchar_t* url, const void* data, uint32_t da
 
   BoundedBody body(response, *response_length);
   exchange.read_body(body);  // Sic: a read error ends the body.
-  *response_length = body.total() < UINT32_MAX ? static_cast<uint32_t>(body.total()) : UINT32_MAX;
+  *response_length = body.length();
   return kDone;
 }
 
