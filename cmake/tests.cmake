@@ -40,7 +40,7 @@ endfunction()
 # velm_label(LABEL TEST...): the purpose of the tests.
 #   unit    a single file or class, in seconds
 #   call    an exported function, against doubles of the local service and of the provider modules
-#   system  programs, local service, packages and documents as delivered
+#   system  programs, local service, packages and documents as delivered; call tests with the trapped library
 #   soak    many calls, threads, loads or hostile answers
 function(velm_label label)
   set_tests_properties(${ARGN} PROPERTIES LABELS ${label})
@@ -86,4 +86,5 @@ endfunction()
 # seconds]): a test that loads the library and may use the doubles of tests/support.
 function(velm_add_windows_test name)
   velm_add_test(${name} LOG ${ARGN})
+  add_dependencies(${name} velm_test_library)
 endfunction()
