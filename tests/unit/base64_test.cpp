@@ -54,6 +54,20 @@ TEST_F(Base64Text, EndsAtTheFirstZero) {
   EXPECT_EQ(xbase64_encode_string("abc", 3), "YWJj");
 }
 
+// The encoder writes some bytes, perhaps with line breaks, and claims the whole buffer.
+TEST_F(Base64Text, OverstatedLengthAddsNothing) {
+  const size_t room = base64_room(3);
+  for (size_t written = base64_length(3); written < room; ++written) {
+    encoder = [&](const uint8_t*, uint32_t, uint8_t* text, uint32_t* text_length) {
+      std::memset(text, 'A', written);
+      *text_length = static_cast<uint32_t>(room);
+      return 0;
+    };
+    std::string text(room, 'x');  // what earlier requests left
+    ASSERT_EQ(encode_base64("abc", 3, text.data()), written);
+  }
+}
+
 TEST(BoundedLength, EndsAtTheFirstZeroOrTheSize) {
   for (size_t size = 0; size < 300; ++size) {
     const auto text = std::make_unique<char[]>(size);  // of its exact size, for the address sanitizer

@@ -56,6 +56,15 @@ TEST(BoundedBody, PieceMayExceedTheFirstChunk) {
   }
 }
 
+TEST(BoundedBody, PiecesMayGrowAndShrink) {
+  Receiver receiver(16);
+  for (const size_t half_mebibytes : {1, 3, 1, 4, 5, 2, 7}) {
+    const size_t size = half_mebibytes * kMebibyte / 2;
+    receiver.receive(std::string(size, 'x'), size);
+  }
+  receiver.expect_prefix_and_length();
+}
+
 TEST(BoundedBody, StoresAPrefixOfThePiecesAndCountsThemAll) {
   for_random_cases(300, [](RandomSource& random) {
     Receiver receiver(random.below(64));
