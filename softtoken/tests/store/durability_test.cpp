@@ -7,7 +7,7 @@
 
 #include <sqlite3.h>
 
-#include "softtoken/store/private_file.h"
+#include "permissions/private_file.h"
 #include "softtoken/store/store.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_folder.h"
@@ -87,7 +87,7 @@ Recording record(const std::function<void(Store&)>& prepare) {
   const TemporaryFolder folder;
   const std::filesystem::path file = folder.path() / kStoreName;
   Recording recording;
-  create_private_file(file);
+  permissions::create_private_file(file);
   RecordedFiles recorded;
   {
     Store store(file, Store::New());
@@ -104,9 +104,9 @@ Recording record(const std::function<void(Store&)>& prepare) {
 
 std::string state_after_crash(const FilesAfterCrash::Files& files) {
   const TemporaryFolder folder;
-  create_private_file(folder.path() / kStoreName);
+  permissions::create_private_file(folder.path() / kStoreName);
   for (const auto& [name, content] : files) {
-    create_private_file(folder.path() / name);
+    permissions::create_private_file(folder.path() / name);
     std::ofstream(folder.path() / name, std::ios::binary) << as_text(content);
   }
   try {

@@ -5,9 +5,9 @@
 
 #include <fstream>
 
+#include "permissions/private_file.h"
 #include "softtoken/crypto/envelope.h"
 #include "softtoken/crypto/signing.h"
-#include "softtoken/store/private_file.h"
 #include "softtoken/store/user_data.h"
 #include "softtoken/tests/store/temporary_store.h"
 
@@ -30,7 +30,7 @@ Bytes content_of(const std::filesystem::path& file) {
 class KeptStore : public testing::Test {
  protected:
   void SetUp() override {
-    create_private_file(file());
+    permissions::create_private_file(file());
     std::ofstream(file(), std::ios::binary) << as_text(content_of(kKept / "store.db"));
   }
   std::filesystem::path file() const { return folder_.path() / "store.db"; }
