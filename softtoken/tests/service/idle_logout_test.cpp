@@ -62,7 +62,7 @@ class IdleLogout : public testing::Test {
         std::thread([this] { serve(store.file(), {.http = {.port = port}, .idle_logout_minutes = 1}); });
   }
   ~IdleLogout() override {
-    std::raise(SIGTERM);
+    kill(getpid(), SIGTERM);
     serving.join();
   }
 
