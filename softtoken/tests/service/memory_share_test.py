@@ -65,14 +65,14 @@ class Reserve(unittest.TestCase):
 
     def test_slow_senders_delay_no_small_request(self):
         """Two waves of clients send their body late: the first one occupies the reserve, the second one waits
-        for it. A request that is not small is refused in time."""
+        for it. A request that is not small, and has no room beside them, is refused in time."""
         request_time = 6
         wave = 130
         refused = {}
 
         def send_larger_request(service):
             started = time.monotonic()
-            status, _, answer = service.post(HELLO.ljust(10_000), JSON_TYPE)
+            status, _, answer = service.post(HELLO.ljust(60_000), JSON_TYPE)
             refused.update(status=status, code=code_in(JSON_TYPE, answer), after=time.monotonic() - started)
 
         with Service("--request-time", str(request_time)) as service, contextlib.ExitStack() as opened:
@@ -84,6 +84,7 @@ class Reserve(unittest.TestCase):
             send_heads()
             time.sleep(request_time / 2)
             send_heads()
+            time.sleep(1)  # until all of them wait: the larger request must not come before one of them
             larger = threading.Thread(target=send_larger_request, args=(service,))
             larger.start()
             started = time.monotonic()
